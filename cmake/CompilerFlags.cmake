@@ -1,6 +1,6 @@
 # Flags that hold for every target of the tree.
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Wformat=2
-                    -Wcast-align -Wnull-dereference -Wimplicit-fallthrough -Werror)
+                    -Wcast-align -Wimplicit-fallthrough -Werror)
 add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor> $<$<COMPILE_LANGUAGE:CXX>:-Woverloaded-virtual>)
 add_link_options(-Wl,--as-needed -Wl,-z,relro,-z,now)
 
@@ -13,6 +13,4 @@ add_compile_options(-ffp-contract=off)
 if(TELLIRA_SANITIZE)
   add_compile_options(-fsanitize=${TELLIRA_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${TELLIRA_SANITIZE})
-  # The sanitizers' instrumentation makes GCC see null dereferences that are not there.
-  add_compile_options(-Wno-null-dereference)
 endif()

@@ -1,6 +1,9 @@
 // Everything that a program derived from a script calls.
 #pragma once
 
-#include "runtime/vorneobjs.h"
+#include "adapters/vorneadapters.h"
+#include "bridge/message_log.h"
 #include "builtins/vornefun.h"
+#include "generated/adapters.h"
+#include "runtime/vorneobjs.h"
 #include "screen/vornewin.h"

@@ -7,8 +7,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
-#include <string_view>
-#include <type_traits>
+
+#include "adapters/native.h"
 
 namespace generated {
 
@@ -84,7 +84,7 @@ constexpr bool returned(Argument kind) {
 }
 
 /// How a place looks to the vendor.
-enum class Native : std::uint8_t { kInt, kIntPtr, kShortPtr, kCharPtr };
+using vorne::Native;
 
 constexpr Native nativeKind(Argument kind) {
   switch (kind) {
@@ -101,15 +101,9 @@ constexpr Native nativeKind(Argument kind) {
   }
 }
 
-template <Native kKind>
-using NativeType = std::conditional_t<
-    kKind == Native::kInt, int,
-    std::conditional_t<kKind == Native::kIntPtr, int*,
-                       std::conditional_t<kKind == Native::kShortPtr, short*, char*>>>;
-
 /// The C type of one place: `int`, `int*`, `short*` or `char*`.
 template <Arg kArg>
-using VendorType = NativeType<nativeKind(kArg.kind)>;
+using VendorType = vorne::NativeType<nativeKind(kArg.kind)>;
 
 /// The vendor libraries, resolved against the current directory at the moment of a call.
 inline constexpr char CONVECF[] = "./libconvecf.so";

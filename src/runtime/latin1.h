@@ -1,4 +1,4 @@
-// Messages are ISO-8859-1 bytes, sources are UTF-8: "DLL %s não encontrada"_l1 converts at compile time and refuses
+// Messages are ISO-8859-1 bytes, sources are UTF-8: "não encontrada"_l1 converts at compile time and refuses
 // anything outside the ISO-8859-1 range.
 #pragma once
 

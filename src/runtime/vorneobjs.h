@@ -240,7 +240,7 @@ short __BeginGlobal();
 void __EndGlobal();
 /// With `create` not 0 makes a new record and stores it in S_GLOB (error 5); returns S_GLOB.
 ObjsGlobals* __RetGlob(short create);
-/// Slots of the value stack; values below 16 or above 32000 are ignored. Takes effect at the next __BeginGlobal.
+/// Slots of the value stack, 16 to 32000; ignored otherwise, and between __BeginGlobal and __EndGlobal.
 void __SetMaxStackElements(int n);
 /// Opens a context.
 void __begin_context();
@@ -326,7 +326,14 @@ Obj_Node* __POSTDECREMENT(Obj_Node* a);
 /// `v` rounded half away from zero to `decimals` decimals, with a tolerance of 1e-14 below one half.
 double dblRound(double v, int decimals);
 
-/// Content of a text: the bytes before its terminator, without trailing padding of zero bytes. 0 for any other value.
+/// The date `days` (a number, truncated) days after `date`. Error 0 for the empty date and for a sum before 31 December
+/// 1899.
+Obj_Node* __AddTod(Obj_Node* date, Obj_Node* days);
+/// The number of days from date `b` to date `a`, or the date `b` days before `a`. Error 0.
+Obj_Node* __SubTod(Obj_Node* a, Obj_Node* b);
+
+/// Bytes of a text's content. With bCheckBuffer on, all before its length field's end, or those before the first zero
+/// byte when nothing but zero bytes follows it; otherwise those before the first zero byte. 0 for any other value.
 int ContentLength(const Obj_Node* text);
 /// The int that a number stands for: NaN is 0, otherwise truncated toward zero and kept within the range of int.
 int ToInt(double v);
@@ -401,6 +408,9 @@ const char* __GetAuxError(int aux);
 /// `buf` (at least 2048 bytes) becomes the text of error `code`, then a line break and the last auxiliary message, if
 /// any, which is forgotten.
 void GetError(char* buf, int code);
+/// Where the program was at its fatal error: "function(line)" a line, the last one the current position or "No debug
+/// info". For functions registered with __RegisterExit.
+const char* __GetErrorTrace();
 /// Message language; a number above 3 means 1. Error 0. Always true.
 Obj_Node* __SetErrorLang(Obj_Node* n);
 /// Stores a function to call before a fatal error ends the process (null is ignored). Always false.
@@ -413,10 +423,3 @@ void __DumpArray();
 Obj_Node* ExecDumpArray(Obj_Node* name, Obj_Node* arr);
 /// The array saved under `name`, whose copy on disk goes; NIL when there is none.
 Obj_Node* __RestoreArray(Obj_Node* name);
-/// Asks whether to synchronise now and does it on yes; the answer.
-Obj_Node* ErrSync();
-/// ErrSync, then the end of the process with status 0.
-[[noreturn]] void rstCall();
-
-/// Synchronisation screens' text `n` (0 to 119) in the message language; empty for those without one.
-const char* SyncText(int n);

@@ -1,0 +1,19 @@
+// The message log: a plain text file in the current directory, one line a message, made anew by every host call that
+// writes one.
+#pragma once
+
+#include "runtime/vorneobjs.h"
+
+/// Opens the log of the current minute; with `reopen` not 0 also when one is open. 1 when a log is open afterwards.
+short __OpenMsgLog(short reopen);
+/// Closes it; always 1.
+short __CloseMsgLog();
+/// Writes `text` and a line break, opening the log when there is none. Without a log the message is lost in silence:
+/// a cash desk goes on selling when its disk is full.
+void __WriteMsgLog(const char* text);
+/// The same for scripts; nothing happens for null and NIL. Error 0 for anything but a text.
+void WRITELOG(Obj_Node* value);
+/// Number of records in the temporary table of messages, which synchronisation keeps; 0 without one.
+int __GetAmnRecsMsgLog();
+/// Reading the log back is not supported: always 0.
+short __ReadMsgLog(int index, char* buffer);

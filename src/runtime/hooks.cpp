@@ -1,0 +1,7 @@
+#include "runtime/hooks.h"
+
+namespace vorne {
+
+Hooks hooks;
+
+}  // namespace vorne

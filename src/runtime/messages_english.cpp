@@ -1,0 +1,72 @@
+// Auxiliary messages, English: the rows that differ from the Portuguese ones.
+// "conecting" and "Conection" are spelled as support staff know them from the logs.
+#include "runtime/messages.h"
+
+namespace vorne {
+
+using namespace literals;
+
+const Translation stringMsgErrosEng[] = {
+    {75, "Create a dial-up connection\ncalled VORNEConn"_l1},
+    {76, "Error starting dial-up network: %d"_l1},
+    {77, "Error starting dial-up network."_l1},
+    {78, "Error starting communication"_l1},
+    {79, "Error opening communication port."_l1},
+    {80, "Error conecting to server."_l1},
+    {81, "Time-out"_l1},
+    {82, "Interface closed."_l1},
+    {83, "Invalid parameters."_l1},
+    {84, "Socket closed."_l1},
+    {85, "Socket busy."_l1},
+    {86, "No interface."_l1},
+    {87, "Port in use."_l1},
+    {90, "Socket already connected."_l1},
+    {91, "Socket closed by server."_l1},
+    {92, "Connection limit reached."_l1},
+    {94, "Wrong socket type."_l1},
+    {96, "Unknown error"_l1},
+    {97, "Disconnecting!"_l1},
+    {99, "Fail DoCommInterfaceOpen (1)."_l1},
+    {100, "Fail DoCommInterfaceOpen (2)."_l1},
+    {101, "Conection Error %s port=%d"_l1},
+    {102, "Error allocating memory"_l1},
+    {103, "Authenticating..."_l1},
+    {104, "User is not authorized!"_l1},
+    {105, "Incompatible version: Client %s / Server %s."_l1},
+    {106, "File %s not deleted"_l1},
+    {107, "File %s not created"_l1},
+    {108, "Information of file %s not updated"_l1},
+    {109, "File %s not created"_l1},
+    {110, "Installation not completed."_l1},
+    {111, "Application information not updated."_l1},
+    {112, "Error writing record"_l1},
+    {113, "Error writing record"_l1},
+    {114, "Error writing record (size=0)"_l1},
+    {115, "Installation not completed."_l1},
+    {116, "Current path not found."_l1},
+    {117, "Installation not started."_l1},
+    {118, "Error updating application"_l1},
+    {120, "Error reading file."_l1},
+    {121, "Error sending communication packet."_l1},
+    {122, "Buffer not validated by server."_l1},
+    {123, "Error %d sending %d rec of %d rec(s) of table %s"_l1},
+    {124, "File %s.tPda not opened"_l1},
+    {125, "Time-out exceeded."_l1},
+    {127, "Error ReadExact."_l1},
+    {128, "Size not validated by server"_l1},
+    {129, "Error processing task: %d"_l1},
+    {130, "Invalid buffer."_l1},
+    {131, "RPC error! Invalid socket!"_l1},
+    {132, "RPC error! Invalid function!"_l1},
+    {133, "DLL Not Found!"_l1},
+    {134, "Function not found!"_l1},
+    {135, "Index is not open."_l1},
+    {136, "Invalid dialog"_l1},
+    {137, "Activating connection: %s"_l1},
+    {138, "Do you want synchronize ?"_l1},
+    {139, "New connection"_l1},
+    {140, "Invalid order."_l1},
+};
+const std::size_t stringMsgErrosEngCount = std::size(stringMsgErrosEng);
+
+}  // namespace vorne

@@ -1,0 +1,149 @@
+// Constructors of values, creation and release of variable nodes.
+#include <cstring>
+
+#include "runtime/internal.h"
+#include "runtime/memory.h"
+
+using namespace vorne;
+
+namespace {
+
+Obj_Node* temporary(varTypes type) {
+  Obj_Node* n = __CheckStack();
+  n->objVarType = type;
+  n->objLength = -1;
+  n->objData = {};
+  return n;
+}
+
+/// A text temporary with `length` as its length field and a zeroed buffer.
+Obj_Node* textTemporary(int length) {
+  // The buffer comes first: a slot must never name a text that could not be made.
+  auto* buffer = static_cast<char*>(Allocate(static_cast<std::size_t>(length) + 1));
+  Obj_Node* n = temporary(varString);
+  n->objLength = length;
+  n->objData.mbuff = buffer;
+  return n;
+}
+
+Obj_Node stringConstant{};
+
+}  // namespace
+
+Obj_Node* __INIT_NIL() { return SharedValue(kNil); }
+Obj_Node* __INIT_NUL() { return SharedValue(kNul); }
+Obj_Node* __INIT_BOOL(short v) { return Logical(v != 0); }
+
+Obj_Node* __INIT_LONG(long v) {
+  Obj_Node* n = temporary(varLong);
+  n->objData.mlong = static_cast<std::int32_t>(v);
+  return n;
+}
+
+Obj_Node* __INIT_DOUBLE(double v) {
+  Obj_Node* n = temporary(varNumber);
+  n->objData.mdbl = v;
+  return n;
+}
+
+Obj_Node* __INIT_DATE(double v) {
+  Obj_Node* n = temporary(varDate);
+  n->objData.mdt = v;
+  return n;
+}
+
+Obj_Node* __INIT_VOIDPTR(void* p) {
+  Obj_Node* n = temporary(varVoidPtr);
+  n->objData.mbuff = static_cast<char*>(p);
+  return n;
+}
+
+Obj_Node* __INIT_CHARPTR(const char* s) {
+  const std::size_t size = s == nullptr ? 0 : std::strlen(s);
+  if (size >= INT32_MAX - 1) __RuntimeError(5, -1);
+  // At least 2, so that the empty text compares as one (zero) byte: scripts rely on "" matching nothing.
+  Obj_Node* n = textTemporary(size == 0 ? 2 : static_cast<int>(size) + 1);
+  if (size != 0) std::memcpy(n->objData.mbuff, s, size);
+  return n;
+}
+
+Obj_Node* __ALLOC_CHARPTR(int n) {
+  if (n < 0 || n == INT32_MAX) __RuntimeError(5, -1);
+  return textTemporary(n + 1);
+}
+
+Obj_Node* __INIT_CHARCONST(const char* s) {
+  stringConstant = {};
+  stringConstant.objType = vConst;
+  stringConstant.objVarType = varString;
+  stringConstant.objLength = s == nullptr ? 0 : static_cast<std::int32_t>(std::strlen(s)) + 1;
+  stringConstant.objData.mbuff = const_cast<char*>(s);
+  stringConstant.objContext = -1;
+  return &stringConstant;
+}
+
+void __InitObjNode(void* n, int varType) {
+  auto* node = static_cast<Obj_Node*>(n);
+  *node = {};
+  node->objType = vVariable;
+  node->objVarType = static_cast<varTypes>(varType);
+  node->objLength = -1;
+}
+
+Obj_Node* __fcpObj_CT(int objType) {
+  const bool array = objType == vArray;
+  auto* header = array ? static_cast<Arrays*>(Allocate(sizeof(Arrays))) : nullptr;
+  auto* n = static_cast<Obj_Node*>(TryAllocate(sizeof(Obj_Node)));
+  if (n == nullptr) {
+    Release(header);
+    __RuntimeError(5, -1);
+  }
+  n->objType = static_cast<ObjType>(objType);
+  n->objVarType = array ? varArray : varNil;
+  n->objLength = -1;
+  n->objContext = S_GLOB->LastContext;
+  if (array) n->objData.mArray = header;
+  if (objType == vArray || objType == vVariable) AppendToPool(n);
+  return n;
+}
+
+Obj_Node* __fcObj_DT(Obj_Node* n) {
+  if (n == nullptr || n->objRefCount < 0) return nullptr;
+  if (n->objRefCount > 0) {
+    --n->objRefCount;
+    return n->objpNext;
+  }
+  if (n->objType != vVariable) return nullptr;
+  ObjCDND& pool = Pool(vVariable);
+  Obj_Node* before = nullptr;
+  for (Obj_Node* i = pool.pFirst; i != nullptr && i != n; i = i->objpNext) before = i;
+  Obj_Node* after = n->objpNext;
+  UnlinkFromPool(n, before);
+  FreeText(n);
+  Release(n);
+  return after;
+}
+
+Obj_Node* __ByRef(Obj_Node** slot) {
+  if (slot == nullptr) ArgumentError();
+  if (*slot == nullptr) *slot = __SET_OBJECT(nullptr, __INIT_NIL());
+  return *slot;
+}
+
+namespace vorne {
+
+void AppendToPool(Obj_Node* n) {
+  ObjCDND& pool = Pool(n->objType);
+  (pool.Amount == 0 ? pool.pFirst : pool.pLast->objpNext) = n;
+  pool.pLast = n;
+  ++pool.Amount;
+}
+
+void UnlinkFromPool(Obj_Node* n, Obj_Node* before) {
+  ObjCDND& pool = Pool(n->objType);
+  (before == nullptr ? pool.pFirst : before->objpNext) = n->objpNext;
+  if (pool.pLast == n) pool.pLast = before;
+  if (--pool.Amount == 0) pool.pFirst = pool.pLast = nullptr;
+}
+
+}  // namespace vorne

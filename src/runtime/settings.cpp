@@ -1,0 +1,72 @@
+// The table of run-time settings.
+#include <cstdlib>
+#include <cstring>
+
+#include "runtime/internal.h"
+
+using namespace vorne;
+
+namespace {
+
+enum Setting : int { kDecimals = 3, kDateFormat = 4, kEpoch = 5, kNine = 9, kSoftSeek = 11, kCentury = 12 };
+
+Obj_Node*& slot(int n) { return S_GLOB->Internal_Sets[n - 1]; }
+
+void store(int n, Obj_Node* value) {
+  Obj_Node* node = __SET_OBJECT(slot(n), value);
+  // Settings outlive the function that makes them.
+  SetArrayContext(node, 1);
+  slot(n) = node;
+}
+
+bool century() { return IsTrue(slot(kCentury)); }
+
+void storeStandardFormat() { store(kDateFormat, __INIT_CHARPTR(century() ? "mm/dd/yyyy" : "mm/dd/yy")); }
+
+/// A date format's year made two or four letters wide, as the century setting wants it.
+Obj_Node* fittedFormat(const Obj_Node* value) {
+  if (!HasText(value)) ArgumentError();
+  const char* text = value->objData.mbuff;
+  const char* firstYear = std::strpbrk(text, "yY");
+  int letters = 0;
+  for (const char* c = text; *c != '\0'; ++c) letters += *c == 'y' || *c == 'Y';
+  if (!century()) {
+    const bool cut = letters != 2 && firstYear == text && std::strlen(text) >= 2;
+    return __INIT_CHARPTR(cut ? text + 2 : text);
+  }
+  if (letters == 4) return __INIT_CHARPTR(text);
+  const bool front = firstYear != nullptr && std::strlen(firstYear) > 2;
+  Obj_Node* years = __INIT_CHARPTR("yy");
+  Obj_Node* rest = __INIT_CHARPTR(text);
+  return front ? __SUM(years, rest) : __SUM(rest, years);
+}
+
+}  // namespace
+
+void __InitSets() {
+  for (int n = 1; n <= 13; ++n) slot(n) = nullptr;
+  store(kDateFormat, __INIT_CHARPTR("mm/dd/yy"));
+  store(kEpoch, __INIT_DOUBLE(1940));
+  store(kDecimals, __INIT_DOUBLE(2));
+  store(kNine, __INIT_BOOL(0));
+  store(kSoftSeek, __INIT_BOOL(0));
+  store(kCentury, __INIT_BOOL(0));
+}
+
+Obj_Node* __Set(Obj_Node* n, Obj_Node* value) {
+  const int number = IntOrFail(n);
+  if (number < 1 || number > 12) ArgumentError();
+  if (value != nullptr) store(number, number == kDateFormat ? fittedFormat(value) : value);
+  if (slot(number) == nullptr) return __INIT_NIL();
+  if (number == kCentury && value != nullptr) storeStandardFormat();
+  return slot(number);
+}
+
+Obj_Node* __SetCentury(Obj_Node* lgc) {
+  if (lgc != nullptr) {
+    if (!IsLogical(lgc)) ArgumentError();
+    store(kCentury, lgc);
+    storeStandardFormat();
+  }
+  return slot(kCentury);
+}

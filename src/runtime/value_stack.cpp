@@ -1,0 +1,82 @@
+// The ring of temporaries: taking a slot, locking and unlocking.
+#include <cstdarg>
+
+#include "runtime/internal.h"
+
+using namespace vorne;
+
+int iMaxStackElements = 150;
+int limitstack = 149;
+int lckstack = 0;
+
+void __SetMaxStackElements(int n) {
+  // Fewer slots could not hold one call's arguments; the index of a slot is a 16-bit field.
+  if (n < 16 || n > 32000 || S_GLOB != nullptr) return;
+  iMaxStackElements = n;
+  limitstack = n - 1;
+}
+
+namespace {
+
+int freeSlot() {
+  if (iMaxStackElements <= lckstack) __RuntimeError(15, -1);
+  int i = S_GLOB->StackPos;
+  for (int probes = 0; S_GLOB->mNode[i]->objRefCount != 0; ++probes) {
+    // A probe never lands on the last slot: which temporary a full ring gives up next depends on it.
+    if (++i >= limitstack) i = 0;
+    if (probes + 1 >= iMaxStackElements - 1) __RuntimeError(15, -1);
+  }
+  return i;
+}
+
+void dropText(Obj_Node* slot) {
+  if (slot->objVarType == varString) FreeText(slot);
+}
+
+bool lock(Obj_Node* n) {
+  if (n->objType != vRegister || n->objRefCount != 0) return false;
+  n->objRefCount = S_GLOB->LastContext;
+  ++lckstack;
+  return true;
+}
+
+}  // namespace
+
+Obj_Node* __CheckStack() {
+  const int i = freeSlot();
+  Obj_Node* slot = S_GLOB->mNode[i];
+  dropText(slot);
+  S_GLOB->StackPos = static_cast<std::int16_t>(i < limitstack ? i + 1 : 0);
+  return slot;
+}
+
+int __LockStack(Obj_Node* first, ...) {
+  std::va_list rest;
+  va_start(rest, first);
+  for (Obj_Node* n = first; !EndsList(n); n = va_arg(rest, Obj_Node*)) lock(n);
+  va_end(rest);
+  return 0;
+}
+
+int LockStack(std::initializer_list<Obj_Node*> nodes) {
+  for (Obj_Node* n : nodes) {
+    if (n != nullptr) lock(n);
+  }
+  return 0;
+}
+
+void __ReleaseStack() {
+  for (int i = 0; i < iMaxStackElements; ++i) {
+    Obj_Node* slot = S_GLOB->mNode[i];
+    if (slot->objRefCount == 0 || slot->objRefCount <= S_GLOB->LastContext) continue;
+    slot->objRefCount = 0;
+    dropText(slot);
+    if (lckstack > 0) --lckstack;
+  }
+}
+
+void __ReleaseStack2() {
+  for (int i = 0; i < iMaxStackElements; ++i) {
+    if (S_GLOB->mNode[i]->objRefCount == 0) dropText(S_GLOB->mNode[i]);
+  }
+}

@@ -1,0 +1,53 @@
+// Stop messages and questions on the standard streams.
+#include <cstdio>
+#include <cstring>
+
+#include "runtime/hooks.h"
+#include "runtime/internal.h"
+#include "runtime/process.h"
+#include "screen/vornewin.h"
+
+using namespace vorne;
+
+namespace {
+
+void showLines(const Obj_Node* title, const Obj_Node* message) {
+  if (!HasText(message)) ArgumentError();
+  if (HasText(title)) std::printf("%s\n", title->objData.mbuff);
+  std::printf("%s\n", message->objData.mbuff);
+}
+
+bool yes(int answer) { return answer > 0 && std::strchr("SsYy", answer) != nullptr; }
+
+}  // namespace
+
+void __MsgStop(Obj_Node* message, Obj_Node* title) {
+  showLines(title, message);
+  std::printf("<Enter>");
+  std::fflush(stdout);
+  std::getchar();
+  __end_context(nullptr);
+  __EndGlobal();
+  EndProcess(1);
+}
+
+Obj_Node* __MsgYesNo(Obj_Node* message, Obj_Node* title) {
+  showLines(title, message);
+  std::printf("(S/N)");
+  std::fflush(stdout);
+  return __INIT_BOOL(yes(std::getchar()));
+}
+
+Obj_Node* ErrSync() {
+  // Each text is copied at once: both come from the same buffer.
+  Obj_Node* question = __INIT_CHARPTR(__GetAuxError(138));
+  Obj_Node* title = __INIT_CHARPTR(__GetAuxError(139));
+  Obj_Node* answer = __MsgYesNo(question, title);
+  if (IsTrue(answer) && hooks.synchronise != nullptr) hooks.synchronise();
+  return answer;
+}
+
+void rstCall() {
+  ErrSync();
+  EndProcess(0);
+}
