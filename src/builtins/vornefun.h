@@ -1,6 +1,7 @@
 // The builtin functions of the script language: texts, numbers as text, Base64 and parameter encoding.
 //
-// Arguments are never changed; results are temporaries (see vorneobjs.h for values, errors and optional arguments).
+// Arguments are never changed; results are temporaries (see vorneobjs.h for values and errors) and are not locked. An
+// optional argument is left out with a null pointer or NIL. A text that would be larger than 0x0FFFFFFF bytes is error 5.
 // Positions count from 1, only the space character is blank, and a wrong argument type is error 0 unless said
 // otherwise. The length field of a result is that of the buffer it was made in, not always its text's length + 1: the
 // prefix comparison __EQ reads it, so the odd ones stated here are kept.
@@ -39,7 +40,7 @@ Obj_Node* __PadL(Obj_Node* s, Obj_Node* width, Obj_Node* pad);
 Obj_Node* __PadC(Obj_Node* s, Obj_Node* width, Obj_Node* pad);
 /// `n` blanks; error 5 for a negative n.
 Obj_Node* __Space(Obj_Node* n);
-/// `s` repeated `n` times; length field n x (length + 1) + 1. Error 5 above 0x0FFFFFFF bytes.
+/// `s` repeated `n` times; length field n x (length + 1) + 1.
 Obj_Node* __Replicate(Obj_Node* s, Obj_Node* n);
 /// `s` with every `search` from position `start` on replaced by `repl`; only the first one for a negative `count`,
 /// which is no limit otherwise. An empty search gives a copy.
@@ -69,7 +70,9 @@ Obj_Node* __StrZero(Obj_Node* n, Obj_Node* width = nullptr, Obj_Node* decimals =
 /// dropped. Null for null, 0 for anything that is not a text.
 Obj_Node* __Val(Obj_Node* s);
 /// Bytes that __GetStringFromDouble may write for `decimals` decimals, the terminator included.
-constexpr int StringFromDoubleSize(int decimals) { return 512 + (decimals < 0 ? 0 : decimals > 100 ? 100 : decimals); }
+constexpr int StringFromDoubleSize(int decimals) {
+  return 512 + (decimals < 0 ? 0 : decimals > 100 ? 100 : decimals);
+}
 /// Writes `v` with `decimals` decimals (0 to 100) into `buf`, which has StringFromDoubleSize(decimals) bytes; rounds
 /// half away from zero when `round` is not 0. NaN and infinity give zeros.
 void __GetStringFromDouble(char* buf, double v, int decimals, short round);
@@ -92,7 +95,9 @@ int DecodeBase64Bytes(const char* src, unsigned char* dst);
 char* Encode64(const void* buffer, int len);
 void FreeEncode64(char* text);
 /// Bytes that Decode64 may write for a text of `n` characters, the zero behind them included.
-constexpr int Decode64Size(int n) { return 3 * ((n + 3) / 4) + 1; }
+constexpr int Decode64Size(int n) {
+  return 3 * ((n + 3) / 4) + 1;
+}
 /// Decodes the zero-terminated `text` into `out`, which has Decode64Size(strlen(text)) bytes, and writes a zero behind;
 /// `*count` becomes the number of bytes. Characters past the end count as 255.
 void Decode64(const char* text, void* out, int* count);
