@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cstring>
 
 #include "runtime/memory.h"
 #include "runtime/vorneobjs.h"
@@ -12,8 +13,8 @@ namespace vorne {
 
 namespace {
 
-// Mapping and protecting pages costs more than a whole call, so rooms of the usual size are kept for the next one:
-// enough for the longest argument list.
+// Mapping and protecting pages costs more than a whole call, so rooms of the usual size are kept for the next one, all
+// of them filled: enough for the longest argument list.
 constexpr std::size_t kUsual = 64 * 1024;
 constexpr std::size_t kKept = 17;
 
@@ -35,12 +36,13 @@ char* map(std::size_t size) {
   if (start == MAP_FAILED) __RuntimeError(5, -1);
   char* end = static_cast<char*>(start) + size;
   if (mprotect(end, pageSize(), PROT_NONE) != 0) __RuntimeError(5, -1);
+  std::memset(start, GuardedRoom::kFill, size);
   return end;
 }
 
 }  // namespace
 
-GuardedRoom::GuardedRoom(std::size_t size) : size_(size) {
+GuardedRoom::GuardedRoom(std::size_t size) : size_(size), used_(size) {
   if (size <= kUsual) {
     mapped_ = kUsual;
     end_ = spares.count > 0 ? spares.ends[--spares.count] : map(kUsual);
@@ -52,6 +54,7 @@ GuardedRoom::GuardedRoom(std::size_t size) : size_(size) {
 
 GuardedRoom::~GuardedRoom() {
   if (mapped_ == kUsual && spares.count < kKept) {
+    std::memset(data(), kFill, used_);
     spares.ends[spares.count++] = end_;
   } else {
     munmap(end_ - mapped_, mapped_ + pageSize());

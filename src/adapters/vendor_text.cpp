@@ -10,8 +10,6 @@ namespace vorne {
 
 namespace {
 
-constexpr char kFill = '\xFF';
-
 /// The value's own length field, which is also the vendor's room; at least what decoding writes.
 std::size_t givenSize(const Obj_Node* value) {
   if (IsNil(value)) return 0;
@@ -24,7 +22,7 @@ std::size_t givenSize(const Obj_Node* value) {
 
 /// True when `size` bytes at `bytes` all hold the fill.
 bool onlyFill(const char* bytes, std::size_t size) {
-  return size == 0 || (bytes[0] == kFill && std::memcmp(bytes, bytes + 1, size - 1) == 0);
+  return size == 0 || (bytes[0] == GuardedRoom::kFill && std::memcmp(bytes, bytes + 1, size - 1) == 0);
 }
 
 }  // namespace
@@ -34,7 +32,6 @@ VendorText::VendorText(const Obj_Node* value) : given_(givenSize(value)), room_(
     std::memset(room_.data(), 0, room_.size());
     return;
   }
-  std::memset(room_.data(), kFill, room_.size());
   const char* text = value->objData.mbuff;
   if (bUseEncode64) {
     int count = 0;
@@ -44,9 +41,10 @@ VendorText::VendorText(const Obj_Node* value) : given_(givenSize(value)), room_(
   }
 }
 
-int VendorText::answerLength() const {
+int VendorText::answerLength() {
   // An answer longer than the host made room for still reaches it whole.
   const bool within = onlyFill(room_.data() + given_, kSlack);
+  if (within) room_.setUsed(given_);
   int length = static_cast<int>(within ? given_ : room_.size());
   __SetObjLength(room_.data(), &length);
   return length;

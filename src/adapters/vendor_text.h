@@ -23,7 +23,7 @@ class VendorText {
 
  private:
   /// Bytes of the answer: the room's size without the fill behind what the vendor wrote.
-  int answerLength() const;
+  int answerLength();
 
   std::size_t given_;  // bytes that the value's length field stands for; 0 for NIL
   GuardedRoom room_;

@@ -1,29 +1,31 @@
 #include "generated/constants.h"
 
 #include <array>
+#include <string_view>
 
 namespace generated {
 
 namespace {
 
-struct Literal {
-  enum Kind { kText, kNumber, kLogical } kind{};
-  const char* text{};
-  double number{};
-};
+constexpr Obj_Node constant(varTypes type, std::int32_t length, ObjData data) {
+  return {nullptr, vConst, type, length, data, 1, -1};
+}
 
 struct Pool {
-  std::array<Literal, kConstantCount> literals{};
+  std::array<Obj_Node, kConstantCount> nodes{};
   int count{};
   ConstantIndex index{};
 
-  constexpr int add(Literal literal) {
-    literals.at(static_cast<std::size_t>(count)) = literal;  // one literal too many does not compile
+  constexpr int add(const Obj_Node& node) {
+    nodes.at(static_cast<std::size_t>(count)) = node;  // one literal too many does not compile
     return count++;
   }
-  constexpr int text(const char* s) { return add({Literal::kText, s, 0}); }
-  constexpr int number(double v) { return add({Literal::kNumber, nullptr, v}); }
-  constexpr int logical(bool v) { return add({Literal::kLogical, nullptr, v ? 1.0 : 0.0}); }
+  constexpr int text(std::string_view s) {
+    // The runtime never writes through a constant's pointer.
+    return add(constant(varString, static_cast<std::int32_t>(s.size()) + 1, {.mbuff = const_cast<char*>(s.data())}));
+  }
+  constexpr int number(double v) { return add(constant(varNumber, -1, {.mdbl = v})); }
+  constexpr int logical(bool v) { return add(constant(varBool, -1, {.mbool = v})); }
 
   constexpr void addArgument(const Arg& arg) {
     if (arg.kind == Argument::kDataSize) {  // the size stands for the buffer that it is taken before
@@ -48,7 +50,7 @@ consteval Pool makePool() {
   pool.logical(true);
   at.two = at.fieldNumbers[2] = pool.number(2);
   for (std::size_t i = 0; i < kCommandCount; ++i) {
-    at.names[i] = pool.text(kCommands[i].name.data());
+    at.names[i] = pool.text(kCommands[i].name);
     for (const Arg& arg : kCommands[i].arguments) pool.addArgument(arg);
   }
   at.notFound = pool.text("Function not found in TELLIRA.DLL/SO -> ");
@@ -59,24 +61,13 @@ consteval Pool makePool() {
 constexpr Pool kPool = makePool();
 static_assert(kPool.count == kConstantCount);
 
-Obj_Node* valueOf(const Literal& literal) {
-  switch (literal.kind) {
-    case Literal::kText:
-      return __INIT_CHARCONST(literal.text);
-    case Literal::kNumber:
-      return __INIT_DOUBLE(literal.number);
-    default:
-      return __INIT_BOOL(literal.number != 0);
-  }
-}
-
 }  // namespace
 
 const ConstantIndex kConstants = kPool.index;
 
 void FillConstantPool() {
   __const_set_amount(kConstantCount);
-  for (const Literal& literal : kPool.literals) __const_add_el(valueOf(literal));
+  AddConstants(kPool.nodes);
   if (S_GLOB->LastConst != kConstantCount - 1) __RuntimeError(0, -1);
 }
 

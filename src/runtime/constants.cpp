@@ -1,4 +1,6 @@
 // The constant pool and the list of static variables.
+#include <algorithm>
+
 #include "runtime/internal.h"
 #include "runtime/memory.h"
 
@@ -49,6 +51,14 @@ int __const_add_el(Obj_Node* v) {
   }
   S_GLOB->LastConst = static_cast<std::int16_t>(index);
   return index;
+}
+
+void AddConstants(std::span<const Obj_Node> constants) {
+  const int left = S_GLOB->AmountmConst - (S_GLOB->LastConst + 1);
+  if (constants.size() > static_cast<std::size_t>(left)) ArgumentError();
+  // The pool's nodes are one block in index order.
+  if (!constants.empty()) std::copy(constants.begin(), constants.end(), S_GLOB->mConst[S_GLOB->LastConst + 1]);
+  S_GLOB->LastConst = static_cast<std::int16_t>(S_GLOB->LastConst + static_cast<int>(constants.size()));
 }
 
 Obj_Node* __const_get_el(int i) {
