@@ -16,6 +16,7 @@ constexpr const char* kFooter = R"(
 Examples:
   tellira commands cupom                    commands with "cupom" in their name
   tellira call --cwd lib/devices ECF_LeituraX
+  tellira sale --cwd lib/devices examples/sale.tlr
   tellira VERB --help                       all about one verb
 
 Exit status: 0 done, 1 done but the answer is no, 2 wrong usage or input, 3 the library ended the process or a device
@@ -67,6 +68,7 @@ int run(const std::vector<std::string>& arguments) {
   app.footer(kFooter);
   tool::addCall(app, action);
   tool::addCommands(app, action);
+  tool::addSale(app, action);
   try {
     app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     return action();
