@@ -1,10 +1,10 @@
 // The builtin functions of the script language: texts, numbers as text, Base64 and parameter encoding.
 //
-// Arguments are never changed; results are temporaries (see vorneobjs.h for values and errors) and are not locked. An
-// optional argument is left out with a null pointer or NIL. A text that would be larger than 0x0FFFFFFF bytes is error 5.
+// Arguments are never changed; results are temporaries (see vorneobjs.h for values and errors) and are not locked.
+// An optional argument is left out with a null pointer or NIL. A text larger than 0x0FFFFFFF bytes is error 5.
 // Positions count from 1, only the space character is blank, and a wrong argument type is error 0 unless said
-// otherwise. The length field of a result is that of the buffer it was made in, not always its text's length + 1: the
-// prefix comparison __EQ reads it, so the odd ones stated here are kept.
+// otherwise. The length field of a result is that of the buffer it was made in, not always its text's length + 1:
+// the prefix comparison __EQ reads it, so the odd ones stated here are kept.
 #pragma once
 
 #include "runtime/vorneobjs.h"

@@ -1,0 +1,157 @@
+// Bytes choose a few builtins and their arguments, always of the right types: a wrong one ends the process by design.
+// Texts may be earlier results, so that length fields that do not match their text come round again.
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+#include <limits>
+#include <string_view>
+
+#include "builtins/vornefun.h"
+
+namespace {
+
+/// Input bytes; zeros once they are used up.
+class Bytes {
+ public:
+  Bytes(const std::uint8_t* data, std::size_t size) : at_(data), left_(size) {}
+
+  bool More() const { return left_ > 0; }
+  std::uint8_t Next() {
+    if (left_ == 0) return 0;
+    --left_;
+    return *at_++;
+  }
+  std::string_view Take(std::size_t size) {
+    const std::size_t taken = size < left_ ? size : left_;
+    const std::string_view bytes(reinterpret_cast<const char*>(at_), taken);
+    at_ += taken;
+    left_ -= taken;
+    return bytes;
+  }
+
+ private:
+  const std::uint8_t* at_;
+  std::size_t left_;
+};
+
+double anyNumber(Bytes& in) {
+  using Limits = std::numeric_limits<double>;
+  static constexpr double kSpecial[] = {
+      0.0,    -0.0,   0.5,     -0.5,      Limits::quiet_NaN(), Limits::infinity(), -Limits::infinity(), Limits::max(),
+      -1e308, 5e-324, 0.49999, 99999.995, 2147483647.0,        2147483648.0,       -2147483648.0,       -2147483649.0};
+  const std::uint8_t kind = in.Next();
+  if (kind < 128) return kind - 16;
+  if (kind < 192) return kSpecial[kind % std::size(kSpecial)];
+  double v = 0;
+  const std::string_view raw = in.Take(sizeof v);
+  std::memcpy(&v, raw.data(), raw.size());
+  return v;
+}
+
+Obj_Node* anyText(Bytes& in, Obj_Node* earlier) {
+  const std::uint8_t kind = in.Next();
+  const bool reuse = kind >= 224 && earlier->objVarType == varString;
+  if (reuse && earlier->objLength < 1024 && std::strlen(earlier->objData.mbuff) < 1024) return earlier;
+  const std::string_view content = in.Take(kind % 64);
+  Obj_Node* n = __ALLOC_CHARPTR(static_cast<int>(content.size()));
+  if (!content.empty()) std::memcpy(n->objData.mbuff, content.data(), content.size());
+  return n;
+}
+
+/// One argument by its letter: t text, n number, w number up to 512 (a size), c number from 0 to 63, ? left out or n.
+Obj_Node* argument(char letter, Bytes& in, Obj_Node* earlier) {
+  switch (letter) {
+    case 't':
+      return anyText(in, earlier);
+    case 'w': {
+      const double width = anyNumber(in);
+      return __INIT_DOUBLE(width > 512 ? 512 : width);
+    }
+    case 'c':
+      return __INIT_DOUBLE(in.Next() % 64);
+    case '?':
+      switch (in.Next() % 4) {
+        case 0:
+          return nullptr;
+        case 1:
+          return __INIT_NIL();
+        default:
+          break;
+      }
+      [[fallthrough]];
+    default:
+      return __INIT_DOUBLE(anyNumber(in));
+  }
+}
+
+struct Builtin {
+  const char* arguments;
+  Obj_Node* (*call)(Obj_Node** a);
+};
+
+const Builtin kBuiltins[] = {
+    {"tn?", [](Obj_Node** a) { return __SubStr(a[0], a[1], a[2]); }},
+    {"tn", [](Obj_Node** a) { return __Left(a[0], a[1]); }},
+    {"tn", [](Obj_Node** a) { return __Right(a[0], a[1]); }},
+    {"tt", [](Obj_Node** a) { return __At(a[0], a[1]); }},
+    {"tt", [](Obj_Node** a) { return __Rat(a[0], a[1]); }},
+    {"t", [](Obj_Node** a) { return __Upper(a[0]); }},
+    {"t", [](Obj_Node** a) { return __Lower(a[0]); }},
+    {"t", [](Obj_Node** a) { return __LTrim(a[0]); }},
+    {"t", [](Obj_Node** a) { return __RTrim(a[0]); }},
+    {"t", [](Obj_Node** a) { return __AllTrim(a[0]); }},
+    {"tw", [](Obj_Node** a) { return __PadR(a[0], a[1]); }},
+    {"twt", [](Obj_Node** a) { return __PadR(a[0], a[1], a[2]); }},
+    {"twt", [](Obj_Node** a) { return __PadL(a[0], a[1], a[2]); }},
+    {"twt", [](Obj_Node** a) { return __PadC(a[0], a[1], a[2]); }},
+    {"c", [](Obj_Node** a) { return __Space(a[0]); }},
+    {"tc", [](Obj_Node** a) { return __Replicate(a[0], a[1]); }},
+    {"ttt??", [](Obj_Node** a) { return __StrTran(a[0], a[1], a[2], a[3], a[4]); }},
+    {"tnnt", [](Obj_Node** a) { return __Stuff(a[0], a[1], a[2], a[3]); }},
+    {"t", [](Obj_Node** a) { return __Asc(a[0]); }},
+    {"n", [](Obj_Node** a) { return __Chr(a[0]); }},
+    {"n??", [](Obj_Node** a) { return __Str(a[0], a[1], a[2]); }},
+    {"n??", [](Obj_Node** a) { return __StrZero(a[0], a[1], a[2]); }},
+    {"t", [](Obj_Node** a) { return __Val(a[0]); }},
+    {"t", [](Obj_Node** a) { return __GetLastZero(a[0]); }},
+    {"t", [](Obj_Node** a) { return __DoEncode(a[0]); }},
+    {"t", [](Obj_Node** a) { return __DoDecode(a[0]); }},
+    {"tt", [](Obj_Node** a) { return __SUM(a[0], a[1]); }},
+    {"tt", [](Obj_Node** a) { return __EQ(a[0], a[1]); }},
+};
+
+/// Every text is terminated behind its content, whatever its length field says; a field that is one short (__SubStr)
+/// has the terminator one place further on.
+void check(const Obj_Node* n) {
+  if (n == nullptr || n->objVarType != varString) return;
+  const std::size_t shown = std::strlen(n->objData.mbuff);
+  const std::size_t field = n->objLength < 1 ? 0 : static_cast<std::size_t>(n->objLength) - 1;
+  const char* end = n->objData.mbuff + (shown > field ? shown : field);
+  if (end[0] != '\0' && end[1] != '\0') std::abort();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  Bytes in(data, size);
+  const std::uint8_t switches = in.Next();
+  SetCheckBuffer(switches & 1);
+  SetEncode(switches & 2);
+  __BeginGlobal();
+  Obj_Node* earlier = __SET_OBJECT(nullptr, __INIT_NIL());
+  while (in.More()) {
+    const Builtin& builtin = kBuiltins[in.Next() % std::size(kBuiltins)];
+    Obj_Node* arguments[5] = {};
+    for (std::size_t i = 0; builtin.arguments[i] != '\0'; ++i) {
+      arguments[i] = argument(builtin.arguments[i], in, earlier);
+    }
+    Obj_Node* result = builtin.call(arguments);
+    check(result);
+    if (result != nullptr && result->objVarType == varString) earlier = __SET_OBJECT(earlier, result);
+  }
+  __EndGlobal();
+  return 0;
+}
