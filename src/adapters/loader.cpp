@@ -74,4 +74,6 @@ void* VendorFunction(const char* name, const char* function) {
 }
 
 void __LoadLIB() {}
-void __UnloadLIB() { __CleanStaticStack(); }
+void __UnloadLIB() {
+  __CleanStaticStack();
+}

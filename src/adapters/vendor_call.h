@@ -76,7 +76,8 @@ Obj_Node* CallVendor(const char* library, const char* function, std::array<Obj_N
     const int answer = call(std::get<kIndex>(arguments).native()...);
     (std::get<kIndex>(arguments).bringBack(values[kIndex]), ...);
     return answer;
-  }(std::make_index_sequence<sizeof...(kKinds)>{});
+  }
+  (std::make_index_sequence<sizeof...(kKinds)>{});
   return __end_context(__INIT_DOUBLE(result));
 }
 

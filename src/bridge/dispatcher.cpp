@@ -17,7 +17,9 @@ namespace {
 
 constexpr char kTextEnd = '\x02';
 
-bool equals(Obj_Node* cmd, int constant) { return IsTrue(__EEQ(cmd, __const_get_el(constant))); }
+bool equals(Obj_Node* cmd, int constant) {
+  return IsTrue(__EEQ(cmd, __const_get_el(constant)));
+}
 
 /// Appends a field; its length field counts the bytes and one terminator, also for an empty one.
 void addField(Obj_Node* fields, ByteReader::Bytes bytes) {

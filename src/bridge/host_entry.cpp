@@ -65,7 +65,8 @@ extern "C" __attribute__((visibility("default"))) int ExecInClientDLL(int cmd, c
   try {
     return serve(cmd, params == nullptr ? "" : params, out, outLen);
   } catch (...) {
-    // A vendor library let an exception out. Its device is in an unknown state: nothing may go on as if it had answered.
+    // A vendor library let an exception out. Its device is in an unknown state: nothing may go on as if it had
+    // answered.
     std::printf("\n%s", "SAIU PELO CATCH.....");
     EndProcess(0);
   }

@@ -12,7 +12,9 @@ namespace {
 
 std::FILE* mlogfile = nullptr;
 
-void closeAtEnd() { __CloseMsgLog(); }
+void closeAtEnd() {
+  __CloseMsgLog();
+}
 
 struct LogName {
   char text[64];
@@ -66,4 +68,6 @@ int __GetAmnRecsMsgLog() {
   return hooks.messageRecords == nullptr ? 0 : hooks.messageRecords();
 }
 
-short __ReadMsgLog(int /*index*/, char* /*buffer*/) { return 0; }
+short __ReadMsgLog(int /*index*/, char* /*buffer*/) {
+  return 0;
+}

@@ -43,11 +43,12 @@ struct Adapter {
 namespace rows {
 using namespace words;
 #define ARGUMENTS(...) \
-  generated::ArgList { __VA_ARGS__ }
+  generated::ArgList { \
+    __VA_ARGS__        \
+  }
 #define ADAPTER_ONLY(library, adapter, function, arguments) \
   inline constexpr auto adapter = Adapter<library, #function, ARGUMENTS arguments>::kCall;
-#define COMMAND(name, library, adapter, function, arguments, output) \
-  ADAPTER_ONLY(library, adapter, function, arguments)
+#define COMMAND(name, library, adapter, function, arguments, output) ADAPTER_ONLY(library, adapter, function, arguments)
 #include "generated/command_table.def"
 #undef ARGUMENTS
 }  // namespace rows

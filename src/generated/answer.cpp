@@ -18,7 +18,9 @@ void putText(Obj_Node* text, ByteWriter& answer) {
   answer.put({text->objData.mbuff, std::strlen(text->objData.mbuff)});
 }
 
-void putNumber(Obj_Node* number, ByteWriter& answer) { putText(__AllTrim(__Str(number)), answer); }
+void putNumber(Obj_Node* number, ByteWriter& answer) {
+  putText(__AllTrim(__Str(number)), answer);
+}
 
 void putTwoDigits(Obj_Node* number, ByteWriter& answer) {
   putText(__StrZero(number, __const_get_el(kConstants.two)), answer);
@@ -30,7 +32,9 @@ Obj_Node* decoded(Obj_Node* value) {
   return text;
 }
 
-void putDecoded(Obj_Node* value, ByteWriter& answer) { putText(decoded(value), answer); }
+void putDecoded(Obj_Node* value, ByteWriter& answer) {
+  putText(decoded(value), answer);
+}
 
 void putTrimmed(Obj_Node* value, ByteWriter& answer) {
   Obj_Node* text = decoded(value);

@@ -12,7 +12,9 @@ namespace {
 
 constexpr double kBlanks = 6;
 
-Obj_Node* variable(Obj_Node* value) { return __SET_OBJECT(nullptr, value); }
+Obj_Node* variable(Obj_Node* value) {
+  return __SET_OBJECT(nullptr, value);
+}
 
 /// The data text of a dialogue, and the length of its encoded form before it was grown: that length is the size that
 /// the vendor is told.

@@ -13,16 +13,16 @@
 namespace generated {
 
 enum class Argument : std::uint8_t {
-  kNumber,       ///< int by value
-  kNumberRef,    ///< pointer to int, brought back
-  kShortRef,     ///< pointer to a 16-bit integer, brought back
-  kText,         ///< zero-terminated bytes; whatever the vendor writes there is brought back to the caller's value
-  kTextRef,      ///< the same, and the host reads it too
-  kNothing,      ///< no value: room of the library's own, thrown away after the call
-  kZeroRef,      ///< pointer to an int that starts at 0, brought back
-  kBlanksRef,    ///< six blanks, brought back
-  kDataRef,      ///< the dialogue's data buffer, grown to kDialogueBuffer characters, brought back
-  kDataSize,     ///< int by value: length of the encoded data text before its buffer grew
+  kNumber,     ///< int by value
+  kNumberRef,  ///< pointer to int, brought back
+  kShortRef,   ///< pointer to a 16-bit integer, brought back
+  kText,       ///< zero-terminated bytes; whatever the vendor writes there is brought back to the caller's value
+  kTextRef,    ///< the same, and the host reads it too
+  kNothing,    ///< no value: room of the library's own, thrown away after the call
+  kZeroRef,    ///< pointer to an int that starts at 0, brought back
+  kBlanksRef,  ///< six blanks, brought back
+  kDataRef,    ///< the dialogue's data buffer, grown to kDialogueBuffer characters, brought back
+  kDataSize,   ///< int by value: length of the encoded data text before its buffer grew
 };
 
 /// One place in a vendor function's argument list.
@@ -55,14 +55,30 @@ struct ArgList {
 
 /// The words of the table's argument column.
 namespace words {
-constexpr Arg field(Argument kind, int k) { return {kind, static_cast<std::uint8_t>(k)}; }
-constexpr Arg N(int k) { return field(Argument::kNumber, k); }
-constexpr Arg N_R(int k) { return field(Argument::kNumberRef, k); }
-constexpr Arg H_R(int k) { return field(Argument::kShortRef, k); }
-constexpr Arg S(int k) { return field(Argument::kText, k); }
-constexpr Arg S_R(int k) { return field(Argument::kTextRef, k); }
-constexpr Arg DATA_R(int k) { return field(Argument::kDataRef, k); }
-constexpr Arg DATA_SIZE(int k) { return field(Argument::kDataSize, k); }
+constexpr Arg field(Argument kind, int k) {
+  return {kind, static_cast<std::uint8_t>(k)};
+}
+constexpr Arg N(int k) {
+  return field(Argument::kNumber, k);
+}
+constexpr Arg N_R(int k) {
+  return field(Argument::kNumberRef, k);
+}
+constexpr Arg H_R(int k) {
+  return field(Argument::kShortRef, k);
+}
+constexpr Arg S(int k) {
+  return field(Argument::kText, k);
+}
+constexpr Arg S_R(int k) {
+  return field(Argument::kTextRef, k);
+}
+constexpr Arg DATA_R(int k) {
+  return field(Argument::kDataRef, k);
+}
+constexpr Arg DATA_SIZE(int k) {
+  return field(Argument::kDataSize, k);
+}
 inline constexpr Arg NIL{Argument::kNothing, 0};
 inline constexpr Arg ZERO_R{Argument::kZeroRef, 0};
 inline constexpr Arg BLANKS_R{Argument::kBlanksRef, 0};

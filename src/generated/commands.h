@@ -35,7 +35,8 @@ struct Command {
 namespace rows {
 using namespace words;  // the table's own words, nowhere else
 inline constexpr auto kAll = std::to_array<Command>({
-#define ARGUMENTS(...) {__VA_ARGS__}
+#define ARGUMENTS(...) \
+  { __VA_ARGS__ }
 #define COMMAND(name, library, adapter, function, arguments, output) \
   {#name, library, #adapter, #function, ARGUMENTS arguments, Output::output},
 #define COMMAND_VIA COMMAND

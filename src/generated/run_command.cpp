@@ -27,7 +27,8 @@ Obj_Node* invoke(Obj_Node* const* values) {
   return [values]<std::size_t... kIndex>(std::index_sequence<kIndex...>) {
     (void)values;
     return kAdapter(values[kIndex]...);
-  }(std::make_index_sequence<arity(kAdapter)>{});
+  }
+  (std::make_index_sequence<arity(kAdapter)>{});
 }
 
 /// The adapter of each row, null for the command that calls none.
@@ -66,9 +67,8 @@ consteval std::array<UpperName, kCommandCount> sortedNames() {
 
 // The order of comparison shows only when two rows have one name; none do, so a sorted list finds the same row.
 constexpr auto kNames = sortedNames();
-static_assert(std::adjacent_find(kNames.begin(), kNames.end(), [](const auto& a, const auto& b) {
-                return a.view() == b.view();
-              }) == kNames.end());
+static_assert(std::adjacent_find(kNames.begin(), kNames.end(),
+                                 [](const auto& a, const auto& b) { return a.view() == b.view(); }) == kNames.end());
 
 }  // namespace
 

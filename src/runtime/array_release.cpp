@@ -8,9 +8,13 @@ using namespace vorne;
 namespace {
 
 /// A dead array node keeps its place in the pool until the sweep; its header is gone.
-bool dead(const Obj_Node* array) { return array->objData.mArray == nullptr; }
+bool dead(const Obj_Node* array) {
+  return array->objData.mArray == nullptr;
+}
 
-bool dies(const Obj_Node* n) { return n->objContext >= S_GLOB->LastContext && n->objRefCount == 0; }
+bool dies(const Obj_Node* n) {
+  return n->objContext >= S_GLOB->LastContext && n->objRefCount == 0;
+}
 
 /// Elements that died while holding an array, linked through objpNext.
 using Pending = Obj_Node*;

@@ -10,10 +10,14 @@ using namespace vorne;
 
 namespace {
 
-int sign(double a, double b) { return a == b ? 0 : a > b ? 1 : -1; }
+int sign(double a, double b) {
+  return a == b ? 0 : a > b ? 1 : -1;
+}
 
 /// An optional 1-based column of rows, as an index.
-int columnIndex(const Obj_Node* column) { return column == nullptr || IsNil(column) ? 0 : IntOrFail(column) - 1; }
+int columnIndex(const Obj_Node* column) {
+  return column == nullptr || IsNil(column) ? 0 : IntOrFail(column) - 1;
+}
 
 /// An optional 1-based start, as an index that is not negative.
 int startIndex(const Obj_Node* start) {
@@ -36,7 +40,9 @@ int endPosition(const Obj_Node* count, int length) {
   return end < 1 || end > length ? length : end;
 }
 
-bool scannable(const Obj_Node* v) { return HasText(v) || IsDate(v) || IsNumber(v) || IsLogical(v); }
+bool scannable(const Obj_Node* v) {
+  return HasText(v) || IsDate(v) || IsNumber(v) || IsLogical(v);
+}
 
 struct Sorting {
   bool ascending;

@@ -123,8 +123,12 @@ Obj_Node* __AAdd(Obj_Node* a, Obj_Node* v) {
   return a;
 }
 
-Obj_Node* __GET_OBJ_ARRAY_EL(Obj_Node* a, int i) { return Element(HeaderOrFail(a), i); }
-Obj_Node* __GET_ARRAY_EL(Obj_Node* a, int i) { return ElementValue(Element(HeaderOrFail(a), i)); }
+Obj_Node* __GET_OBJ_ARRAY_EL(Obj_Node* a, int i) {
+  return Element(HeaderOrFail(a), i);
+}
+Obj_Node* __GET_ARRAY_EL(Obj_Node* a, int i) {
+  return ElementValue(Element(HeaderOrFail(a), i));
+}
 int __Array_Get_Amnt_Itens(Obj_Node* a) {
   if (!IsArray(a)) ArgumentError();
   return a->objData.mArray == nullptr ? -1 : a->objData.mArray->amntItens;

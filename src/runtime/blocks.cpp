@@ -27,7 +27,8 @@ execblockinfo* blockOf(const Obj_Node* name, const char* prefix) {
   if (S_GLOB->ExecBlock == nullptr || name == nullptr) return nullptr;
   if (!HasText(name)) ArgumentError();
   // The length counts the terminator, so a name of 12 characters can be registered but never found.
-  if (name->objLength > static_cast<int>(kLongestName) || std::strlen(name->objData.mbuff) > kLongestName) return nullptr;
+  if (name->objLength > static_cast<int>(kLongestName) || std::strlen(name->objData.mbuff) > kLongestName)
+    return nullptr;
   char stored[sizeof(execblockinfo::sBlockName)];
   std::snprintf(stored, sizeof stored, "%s%s", prefix, name->objData.mbuff);
   return findBlock(stored);
@@ -58,7 +59,9 @@ short RegisterBlock(const char* name, BlockFunction func) {
   return 1;
 }
 
-Obj_Node* ExistBlock(Obj_Node* name) { return Logical(blockOf(name, kPrefix) != nullptr); }
+Obj_Node* ExistBlock(Obj_Node* name) {
+  return Logical(blockOf(name, kPrefix) != nullptr);
+}
 
 Obj_Node* ExecBlock(Obj_Node* name, Obj_Node* /*a2*/, Obj_Node* /*a3*/, Obj_Node* param, Obj_Node* lNoPrefix) {
   const execblockinfo* block = blockOf(name, IsTrue(lNoPrefix) ? "" : kPrefix);

@@ -6,7 +6,9 @@
 
 using namespace vorne;
 
-void __begin_context() { ++S_GLOB->LastContext; }
+void __begin_context() {
+  ++S_GLOB->LastContext;
+}
 
 namespace {
 

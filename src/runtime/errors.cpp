@@ -18,10 +18,10 @@ Obj_Node* pDumpArrays = nullptr;
 namespace {
 
 constexpr std::array stringErros = {
-    "ARGUMENT ERROR!",       "BOUND ERROR!",    "DIVIDE BY ZERO!",   "RUNTIME ERROR!",
-    "INVALID FIELD!",        "LOW MEMORY!",     "EG ARG!",           "ALIAS ALREADY EXISTS!",
-    "IDX CREATE ERROR!",     "IDX NOT EXISTS!", "INVALID ORDER!",    "CREATE ERROR!",
-    "INDEX CREATE_ERROR!",   "INVALID INDEX!",  "ALIAS DOES NOT EXISTS!", "STACK FULL!",
+    "ARGUMENT ERROR!", "BOUND ERROR!",  "DIVIDE BY ZERO!",       "RUNTIME ERROR!",    "INVALID FIELD!",
+    "LOW MEMORY!",     "EG ARG!",       "ALIAS ALREADY EXISTS!", "IDX CREATE ERROR!", "IDX NOT EXISTS!",
+    "INVALID ORDER!",  "CREATE ERROR!", "INDEX CREATE_ERROR!",   "INVALID INDEX!",    "ALIAS DOES NOT EXISTS!",
+    "STACK FULL!",
 };
 static_assert(stringErros.size() == 16);
 
@@ -79,7 +79,9 @@ void makeDumpList() {
 
 namespace vorne {
 
-void ForgetAuxError() { error_aux[0] = '\0'; }
+void ForgetAuxError() {
+  error_aux[0] = '\0';
+}
 
 }  // namespace vorne
 
@@ -94,7 +96,9 @@ void __RuntimeError(int /*code*/, int aux) {
   EndProcess(0);
 }
 
-const char* __GetErrorTrace() { return error_trace; }
+const char* __GetErrorTrace() {
+  return error_trace;
+}
 
 const char* __GetAuxError(int aux) {
   std::snprintf(error_aux, sizeof error_aux, "Msg(%d)-%s", aux, MessageText(aux, iSyncLang));

@@ -13,14 +13,14 @@ struct Hooks {
   void (*closeDialog)() = nullptr;              ///< close the current dialog
 
   // The end of a run, in the order in which __EndGlobal calls them.
-  void (*closeNetwork)() = nullptr;        ///< free the communication buffers and the message log
-  void (*closeWorkAreas)() = nullptr;      ///< close all tables; a fatal error calls it too
-  void (*freeVendorLibraries)() = nullptr; ///< empty the list of opened vendor libraries
-  void (*closeCatalogue)() = nullptr;      ///< close the record database's catalogue
+  void (*closeNetwork)() = nullptr;         ///< free the communication buffers and the message log
+  void (*closeWorkAreas)() = nullptr;       ///< close all tables; a fatal error calls it too
+  void (*freeVendorLibraries)() = nullptr;  ///< empty the list of opened vendor libraries
+  void (*closeCatalogue)() = nullptr;       ///< close the record database's catalogue
 
   // Synchronisation with the host server.
-  void (*synchronise)() = nullptr;     ///< run a session
-  int (*messageRecords)() = nullptr;   ///< records in the temporary table of messages
+  void (*synchronise)() = nullptr;    ///< run a session
+  int (*messageRecords)() = nullptr;  ///< records in the temporary table of messages
 
   // Arrays saved by a fatal error, kept in temporary databases.
   bool (*saveArray)(const char* name, Obj_Node* array) = nullptr;  ///< true when written

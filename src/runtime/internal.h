@@ -8,9 +8,13 @@
 namespace vorne {
 
 /// Raises error 0 with auxiliary number -1: a wrong argument.
-[[noreturn]] inline void ArgumentError() { __RuntimeError(0, -1); }
+[[noreturn]] inline void ArgumentError() {
+  __RuntimeError(0, -1);
+}
 /// Raises error 1 with auxiliary number -1: an index outside an array.
-[[noreturn]] inline void BoundError() { __RuntimeError(1, -1); }
+[[noreturn]] inline void BoundError() {
+  __RuntimeError(1, -1);
+}
 
 /// Indexes of the shared values in ObjsGlobals::mRetVal.
 enum Shared : int {
@@ -26,19 +30,39 @@ enum Shared : int {
   kSharedRoom = 16,
 };
 
-inline Obj_Node* SharedValue(Shared index) { return S_GLOB->mRetVal[index]; }
-inline Obj_Node* Logical(bool v) { return SharedValue(v ? kTrue : kFalse); }
+inline Obj_Node* SharedValue(Shared index) {
+  return S_GLOB->mRetVal[index];
+}
+inline Obj_Node* Logical(bool v) {
+  return SharedValue(v ? kTrue : kFalse);
+}
 
-inline bool IsText(const Obj_Node* n) { return n != nullptr && n->objVarType == varString; }
+inline bool IsText(const Obj_Node* n) {
+  return n != nullptr && n->objVarType == varString;
+}
 /// A text that can be read: one whose buffer was moved away is none.
-inline bool HasText(const Obj_Node* n) { return IsText(n) && n->objData.mbuff != nullptr; }
-inline bool IsNumber(const Obj_Node* n) { return n != nullptr && n->objVarType == varNumber; }
-inline bool IsDate(const Obj_Node* n) { return n != nullptr && n->objVarType == varDate; }
-inline bool IsLogical(const Obj_Node* n) { return n != nullptr && n->objVarType == varBool; }
-inline bool IsNil(const Obj_Node* n) { return n != nullptr && n->objVarType == varNil; }
-inline bool IsTrue(const Obj_Node* n) { return IsLogical(n) && n->objData.mbool != 0; }
+inline bool HasText(const Obj_Node* n) {
+  return IsText(n) && n->objData.mbuff != nullptr;
+}
+inline bool IsNumber(const Obj_Node* n) {
+  return n != nullptr && n->objVarType == varNumber;
+}
+inline bool IsDate(const Obj_Node* n) {
+  return n != nullptr && n->objVarType == varDate;
+}
+inline bool IsLogical(const Obj_Node* n) {
+  return n != nullptr && n->objVarType == varBool;
+}
+inline bool IsNil(const Obj_Node* n) {
+  return n != nullptr && n->objVarType == varNil;
+}
+inline bool IsTrue(const Obj_Node* n) {
+  return IsLogical(n) && n->objData.mbool != 0;
+}
 /// An array node (not an element that holds an array).
-inline bool IsArray(const Obj_Node* n) { return n != nullptr && n->objType == vArray; }
+inline bool IsArray(const Obj_Node* n) {
+  return n != nullptr && n->objType == vArray;
+}
 inline bool IsElementWithArray(const Obj_Node* n) {
   return n != nullptr && n->objType == vElArray && n->objVarType == varArray && n->objData.mSubArray != nullptr;
 }
@@ -47,7 +71,9 @@ inline double NumberOrFail(const Obj_Node* n) {
   if (!IsNumber(n)) ArgumentError();
   return n->objData.mdbl;
 }
-inline int IntOrFail(const Obj_Node* n) { return ToInt(NumberOrFail(n)); }
+inline int IntOrFail(const Obj_Node* n) {
+  return ToInt(NumberOrFail(n));
+}
 
 /// Frees the node's text, if it holds one; the node keeps its type.
 void FreeText(Obj_Node* n);
@@ -57,7 +83,9 @@ std::size_t TextRoom(const Obj_Node* text);
 char* CopyText(const Obj_Node* text);
 
 /// The pool of a storage class; only vArray, vVariable and vElArray have one.
-inline ObjCDND& Pool(ObjType type) { return S_GLOB->cdnptr[type]; }
+inline ObjCDND& Pool(ObjType type) {
+  return S_GLOB->cdnptr[type];
+}
 /// Appends a node to its pool's list.
 void AppendToPool(Obj_Node* n);
 /// Takes a node out of its pool; `before` is the node in front of it, null for the first.
@@ -74,6 +102,8 @@ void KillArrays();
 void FreePools();
 
 /// Walks a list of variadic arguments up to null or a varNul node.
-inline bool EndsList(const Obj_Node* n) { return n == nullptr || n->objVarType == varNul; }
+inline bool EndsList(const Obj_Node* n) {
+  return n == nullptr || n->objVarType == varNul;
+}
 
 }  // namespace vorne

@@ -20,6 +20,8 @@ void* Allocate(std::size_t size) {
   return memory;
 }
 
-void Release(void* memory) { std::free(memory); }
+void Release(void* memory) {
+  std::free(memory);
+}
 
 }  // namespace vorne

@@ -30,9 +30,15 @@ Obj_Node stringConstant{};
 
 }  // namespace
 
-Obj_Node* __INIT_NIL() { return SharedValue(kNil); }
-Obj_Node* __INIT_NUL() { return SharedValue(kNul); }
-Obj_Node* __INIT_BOOL(short v) { return Logical(v != 0); }
+Obj_Node* __INIT_NIL() {
+  return SharedValue(kNil);
+}
+Obj_Node* __INIT_NUL() {
+  return SharedValue(kNul);
+}
+Obj_Node* __INIT_BOOL(short v) {
+  return Logical(v != 0);
+}
 
 Obj_Node* __INIT_LONG(long v) {
   Obj_Node* n = temporary(varLong);

@@ -8,9 +8,15 @@ using namespace vorne;
 
 namespace {
 
-Obj_Node* orOne(Obj_Node* n) { return n != nullptr ? n : SharedValue(kOne); }
-Obj_Node* orNil(Obj_Node* n) { return n != nullptr ? n : SharedValue(kNil); }
-Obj_Node* orTrue(Obj_Node* n) { return n != nullptr ? n : SharedValue(kTrue); }
+Obj_Node* orOne(Obj_Node* n) {
+  return n != nullptr ? n : SharedValue(kOne);
+}
+Obj_Node* orNil(Obj_Node* n) {
+  return n != nullptr ? n : SharedValue(kNil);
+}
+Obj_Node* orTrue(Obj_Node* n) {
+  return n != nullptr ? n : SharedValue(kTrue);
+}
 
 Obj_Node* concatenate(const Obj_Node* a, const Obj_Node* b) {
   if (!HasText(a) || !HasText(b)) ArgumentError();
@@ -136,11 +142,19 @@ Obj_Node* __SubTod(Obj_Node* a, Obj_Node* b) {
   return __AddTod(a, __INIT_DOUBLE(-NumberOrFail(b)));
 }
 
-Obj_Node* __EQ(Obj_Node* a, Obj_Node* b) { return equal(a, b, sameStart); }
-Obj_Node* __EEQ(Obj_Node* a, Obj_Node* b) { return equal(a, b, sameText); }
+Obj_Node* __EQ(Obj_Node* a, Obj_Node* b) {
+  return equal(a, b, sameStart);
+}
+Obj_Node* __EEQ(Obj_Node* a, Obj_Node* b) {
+  return equal(a, b, sameText);
+}
 
-Obj_Node* __LS(Obj_Node* a, Obj_Node* b) { return Logical(order(a, b) == Order::kLess); }
-Obj_Node* __GT(Obj_Node* a, Obj_Node* b) { return Logical(order(a, b) == Order::kGreater); }
+Obj_Node* __LS(Obj_Node* a, Obj_Node* b) {
+  return Logical(order(a, b) == Order::kLess);
+}
+Obj_Node* __GT(Obj_Node* a, Obj_Node* b) {
+  return Logical(order(a, b) == Order::kGreater);
+}
 
 Obj_Node* __LSE(Obj_Node* a, Obj_Node* b) {
   const Order o = order(a, b);
@@ -168,10 +182,18 @@ Obj_Node* __INV(Obj_Node* a) {
   return __INIT_DOUBLE(-NumberOrFail(a));
 }
 
-Obj_Node* __PREINCREMENT(Obj_Node* a) { return step(a, 1); }
-Obj_Node* __PREDECREMENT(Obj_Node* a) { return step(a, -1); }
-Obj_Node* __POSTINCREMENT(Obj_Node* a) { return stepAfter(a, 1); }
-Obj_Node* __POSTDECREMENT(Obj_Node* a) { return stepAfter(a, -1); }
+Obj_Node* __PREINCREMENT(Obj_Node* a) {
+  return step(a, 1);
+}
+Obj_Node* __PREDECREMENT(Obj_Node* a) {
+  return step(a, -1);
+}
+Obj_Node* __POSTINCREMENT(Obj_Node* a) {
+  return stepAfter(a, 1);
+}
+Obj_Node* __POSTDECREMENT(Obj_Node* a) {
+  return stepAfter(a, -1);
+}
 
 double dblRound(double v, int decimals) {
   constexpr double kHalf = 0.49999999999999;  // a hair below one half still rounds up

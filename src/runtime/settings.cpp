@@ -10,7 +10,9 @@ namespace {
 
 enum Setting : int { kDecimals = 3, kDateFormat = 4, kEpoch = 5, kNine = 9, kSoftSeek = 11, kCentury = 12 };
 
-Obj_Node*& slot(int n) { return S_GLOB->Internal_Sets[n - 1]; }
+Obj_Node*& slot(int n) {
+  return S_GLOB->Internal_Sets[n - 1];
+}
 
 void store(int n, Obj_Node* value) {
   Obj_Node* node = __SET_OBJECT(slot(n), value);
@@ -19,9 +21,13 @@ void store(int n, Obj_Node* value) {
   slot(n) = node;
 }
 
-bool century() { return IsTrue(slot(kCentury)); }
+bool century() {
+  return IsTrue(slot(kCentury));
+}
 
-void storeStandardFormat() { store(kDateFormat, __INIT_CHARPTR(century() ? "mm/dd/yyyy" : "mm/dd/yy")); }
+void storeStandardFormat() {
+  store(kDateFormat, __INIT_CHARPTR(century() ? "mm/dd/yyyy" : "mm/dd/yy"));
+}
 
 /// A date format's year made two or four letters wide, as the century setting wants it.
 Obj_Node* fittedFormat(const Obj_Node* value) {

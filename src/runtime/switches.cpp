@@ -7,8 +7,12 @@ Boolean bCheckBuffer = 0;
 Boolean bUseEncode64 = 1;
 
 extern "C" {
-__attribute__((visibility("default"))) void SetCheckBuffer(short on) { bCheckBuffer = on != 0; }
-__attribute__((visibility("default"))) void SetEncode(short on) { bUseEncode64 = on != 0; }
+__attribute__((visibility("default"))) void SetCheckBuffer(short on) {
+  bCheckBuffer = on != 0;
+}
+__attribute__((visibility("default"))) void SetEncode(short on) {
+  bUseEncode64 = on != 0;
+}
 }
 
 namespace {
@@ -21,5 +25,9 @@ Obj_Node* setSwitch(Boolean& target, Obj_Node* lgc) {
 
 }  // namespace
 
-Obj_Node* __SetCheckBuffer(Obj_Node* lgc) { return setSwitch(bCheckBuffer, lgc); }
-Obj_Node* __SetEncode(Obj_Node* lgc) { return setSwitch(bUseEncode64, lgc); }
+Obj_Node* __SetCheckBuffer(Obj_Node* lgc) {
+  return setSwitch(bCheckBuffer, lgc);
+}
+Obj_Node* __SetEncode(Obj_Node* lgc) {
+  return setSwitch(bUseEncode64, lgc);
+}

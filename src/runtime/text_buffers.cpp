@@ -69,7 +69,8 @@ void SETBUFFSIZE(Obj_Node* str, Obj_Node* n) {
   auto* grown = static_cast<char*>(Allocate(static_cast<std::size_t>(size) + 2));
   if (str->objData.mbuff != nullptr) {
     const std::size_t room = TextRoom(str);
-    std::memcpy(grown, str->objData.mbuff, room < static_cast<std::size_t>(size) ? room : static_cast<std::size_t>(size));
+    std::memcpy(grown, str->objData.mbuff,
+                room < static_cast<std::size_t>(size) ? room : static_cast<std::size_t>(size));
     Release(str->objData.mbuff);
   }
   str->objData.mbuff = grown;

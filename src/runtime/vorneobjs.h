@@ -26,41 +26,41 @@ typedef double datetime;
 /// made by the runtime and cannot be assigned.
 enum varTypes : std::int32_t {
   varUnkown = 0,
-  varChar = 1,            // reserved
-  varCharPtr = 2,         // reserved
-  varConstCharPtr = 3,    // reserved
-  varInt = 4,             // reserved
-  varLong = 5,            // 32-bit integer in mlong
-  varDouble = 6,          // reserved
-  varIntPtr = 7,          // reserved
-  varLongPtr = 8,         // reserved
-  varDoublePtr = 9,       // reserved
-  varString = 10,         // bytes in mbuff, size in objLength
-  varArray = 11,          // mArray
-  varDate = 12,           // mdt
-  varNumber = 13,         // mdbl; the only numeric type that operators take
-  varObject = 14,         // reserved
-  varBool = 15,           // mbool
-  varField = 16,          // reserved
-  varFile = 17,           // reserved
-  varTable = 18,          // reserved
-  varIndex = 19,          // reserved
-  varForm = 20,           // reserved
-  varNil = 21,            // no value
-  varNul = 22,            // ends variadic lists; a string without a buffer
-  varVoidPtr = 23,        // opaque pointer, in the same word as mbuff
-  varGarbage = 24,        // reserved
+  varChar = 1,          // reserved
+  varCharPtr = 2,       // reserved
+  varConstCharPtr = 3,  // reserved
+  varInt = 4,           // reserved
+  varLong = 5,          // 32-bit integer in mlong
+  varDouble = 6,        // reserved
+  varIntPtr = 7,        // reserved
+  varLongPtr = 8,       // reserved
+  varDoublePtr = 9,     // reserved
+  varString = 10,       // bytes in mbuff, size in objLength
+  varArray = 11,        // mArray
+  varDate = 12,         // mdt
+  varNumber = 13,       // mdbl; the only numeric type that operators take
+  varObject = 14,       // reserved
+  varBool = 15,         // mbool
+  varField = 16,        // reserved
+  varFile = 17,         // reserved
+  varTable = 18,        // reserved
+  varIndex = 19,        // reserved
+  varForm = 20,         // reserved
+  varNil = 21,          // no value
+  varNul = 22,          // ends variadic lists; a string without a buffer
+  varVoidPtr = 23,      // opaque pointer, in the same word as mbuff
+  varGarbage = 24,      // reserved
 };
 
 /// Storage class of a node: who owns it and how it may be reused. The numbers are fixed.
 enum ObjType : std::int32_t {
-  vArray = 0,         // an array node, in the array pool
-  vVariable = 1,      // a named variable, in the variable pool
-  vElArray = 2,       // an array's element, in its array's chain
-  vObjCDND_Obj = 3,   // reserved
-  vConst = 4,         // a constant; assignment to it is ignored
-  vRegister = 5,      // a slot of the value stack (a temporary)
-  vRetval = 6,        // one of the shared read-only values
+  vArray = 0,        // an array node, in the array pool
+  vVariable = 1,     // a named variable, in the variable pool
+  vElArray = 2,      // an array's element, in its array's chain
+  vObjCDND_Obj = 3,  // reserved
+  vConst = 4,        // a constant; assignment to it is ignored
+  vRegister = 5,     // a slot of the value stack (a temporary)
+  vRetval = 6,       // one of the shared read-only values
 };
 
 enum Language : std::int32_t { Portuguese = 0, English = 1, Spanish = 2, French = 3, Italian = 4 };
@@ -80,16 +80,16 @@ union ObjData {
   char* mbuff;  // owned by the node, except in constants
   std::int32_t mlong;
   datetime mdt;
-  Arrays* mArray;      // of an array node
-  Obj_Node* mSubArray; // of an element that holds an array: the sub-array's node
+  Arrays* mArray;       // of an array node
+  Obj_Node* mSubArray;  // of an element that holds an array: the sub-array's node
 };
 
 /// The universal value.
 struct Obj_Node {
-  Obj_Node* objpNext;        // next in the list that owns this node
+  Obj_Node* objpNext;  // next in the list that owns this node
   ObjType objType;
   varTypes objVarType;
-  std::int32_t objLength;    // strings: size with the terminating zero, 0 once the buffer was taken away; others: -1
+  std::int32_t objLength;  // strings: size with the terminating zero, 0 once the buffer was taken away; others: -1
   ObjData objData;
   std::int16_t objRefCount;  // variables, arrays: holders beside the owner; slots: locking context, 0 free
   std::int16_t objContext;   // context that owns the node; -1 for constants, shared values and slots
@@ -150,7 +150,7 @@ struct ObjsGlobals {
   std::int16_t TBL_amnt_open_dbs;
   std::int16_t StackPos;  // next slot to try
   std::int16_t AmountmConst;
-  std::int16_t LastConst;  // -1: none yet
+  std::int16_t LastConst;    // -1: none yet
   Obj_Node** Internal_Sets;  // 14 settings, number n at n - 1
   char* mTmp;                // 1025 bytes of scratch text
   Obj_Node** mNode;          // the value stack
@@ -173,16 +173,16 @@ struct ObjsGlobals {
 /// Size of ObjsGlobals::mTmp, the terminating zero included.
 inline constexpr int kScratchSize = 1025;
 
-extern ObjsGlobals* S_GLOB;      // null before __BeginGlobal and after __EndGlobal
-extern int iMaxStackElements;    // slots of the value stack
-extern int limitstack;           // the highest slot's index
-extern int lckstack;             // slots locked through __LockStack
+extern ObjsGlobals* S_GLOB;    // null before __BeginGlobal and after __EndGlobal
+extern int iMaxStackElements;  // slots of the value stack
+extern int limitstack;         // the highest slot's index
+extern int lckstack;           // slots locked through __LockStack
 extern StaticVar* globstatic;
-extern int iSyncLang;            // message language: 1 Portuguese, 2 English, any other Spanish
-extern Boolean bCheckBuffer;     // copies and concatenations go by length, so that texts keep zero bytes
-extern Boolean bUseEncode64;     // texts cross the host boundary as Base64
-extern void (*pExit)();          // called before a fatal error ends the process
-extern Obj_Node* pDumpArrays;    // pairs {name, array} that a fatal error saves
+extern int iSyncLang;          // message language: 1 Portuguese, 2 English, any other Spanish
+extern Boolean bCheckBuffer;   // copies and concatenations go by length, so that texts keep zero bytes
+extern Boolean bUseEncode64;   // texts cross the host boundary as Base64
+extern void (*pExit)();        // called before a fatal error ends the process
+extern Obj_Node* pDumpArrays;  // pairs {name, array} that a fatal error saves
 
 // ------------------------------------------------------------------------------------- constructors, assignment
 
@@ -406,7 +406,8 @@ Obj_Node* __KillArray(Obj_Node* a);
 /// Saves the registered arrays, builds the trace, closes the work areas, prints "RunTimeError = <aux>" and ends the
 /// process with status 0. Raised again while it runs, or without a global record, it only prints and ends.
 [[noreturn]] void __RuntimeError(int code, int aux);
-/// "Msg(<aux>)-<text>" in the message language, in a buffer that the next call overwrites; an unknown number has no text.
+/// "Msg(<aux>)-<text>" in the message language, in a buffer that the next call overwrites; an unknown number has no
+/// text.
 const char* __GetAuxError(int aux);
 /// `buf` (at least 2048 bytes) becomes the text of error `code`, then a line break and the last auxiliary message, if
 /// any, which is forgotten.

@@ -17,7 +17,9 @@ void showLines(const Obj_Node* title, const Obj_Node* message) {
   std::printf("%s\n", message->objData.mbuff);
 }
 
-bool yes(int answer) { return answer > 0 && std::strchr("SsYy", answer) != nullptr; }
+bool yes(int answer) {
+  return answer > 0 && std::strchr("SsYy", answer) != nullptr;
+}
 
 }  // namespace
 

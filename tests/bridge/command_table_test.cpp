@@ -1,0 +1,149 @@
+// Every command through the host entry, against recording vendor libraries. What is expected comes from the command
+// data in tests/data, not from the table that the library is made of.
+#include <fstream>
+#include <map>
+#include <sstream>
+
+#include "generated/adapters.h"
+#include "host.h"
+#include "runtime/vorneobjs.h"
+
+namespace {
+
+struct Row {
+  std::string name, function, arguments, output;
+};
+
+std::vector<Row> commandData() {
+  std::vector<Row> rows;
+  std::ifstream file(TEST_DATA);
+  for (std::string line; std::getline(file, line);) {
+    if (line.empty() || line[0] == '#' || line.starts_with("order\t")) continue;
+    std::vector<std::string> columns;
+    std::istringstream stream(line);
+    for (std::string column; std::getline(stream, column, '\t');) columns.push_back(column);
+    if (columns.size() == 7) rows.push_back({columns[1], columns[4], columns[5], columns[6]});
+  }
+  return rows;
+}
+
+/// Field k of the call: number fields get k * 11 (2, 3 ... differ in every place), text fields a text with accents.
+std::string fieldText(char kind, int k) {
+  return kind == 'N' || kind == 'H' ? std::to_string(k * 11) : "f" + std::to_string(k) + "\xE3\xFF";
+}
+
+struct Expected {
+  std::string params, record, answer;
+};
+
+/// Works one row of the data out, place by place.
+Expected expectation(const Row& row) {
+  std::map<int, std::string> fields;
+  std::string record, returned, echo, places = row.arguments;
+  if (places == "0 R, 0 R, 0 R") places = "Z Z Z";
+  if (places == "six blanks R") places = "X";
+  if (places == "none" || places == "-") places.clear();
+  std::istringstream stream(places);
+  int place = 0;
+  const auto text = [&](int i) {
+    return row.output == "trimmed-texts" ? "r" + std::to_string(i) : " r" + std::to_string(i) + " ";
+  };
+  for (std::string word; stream >> word; ++place) {
+    const char kind = word[0];
+    const bool back = word.back() == 'R' || kind == 'Z' || kind == 'X';
+    const int k = std::isdigit(static_cast<unsigned char>(word[1])) ? std::atoi(word.c_str() + 1) : 0;
+    if (k != 0 && kind != 'L') fields[k] = fieldText(kind == 'B' ? 'S' : kind, k);
+    std::string given, value;
+    if (kind == 'N' || kind == 'H' || kind == 'Z') {
+      const std::string number = kind == 'Z' ? "0" : fields[k];
+      given = (back ? "&" : "") + number;
+      value = back ? std::to_string(100 + place) : number;
+      if (row.output == "two-digits") value = std::to_string(100 + place);
+    } else if (kind == 'L') {
+      given = std::to_string(base64(fields[k] + '\0').size());
+    } else {
+      given = "'" + (kind == 'X' ? "      "s : word == "nil" ? ""s : fields[k]) + "'";
+      value = text(place);
+    }
+    // A place that the vendor sees as a reference although the row passes nothing there.
+    if (row.name == "ECF_VerificaEstadoGaveta" && word == "nil") given = "&0";
+    record += (place > 0 ? "," : "") + given;
+    if (back) returned += (row.output == "two-digits" && !returned.empty() ? "" : "\x01") + value;
+    echo += "\x01" + value;
+  }
+  Expected expected;
+  expected.params = row.name;
+  const int last = fields.empty() ? 1 : fields.rbegin()->first;
+  for (int k = 2; k <= last; ++k) expected.params += "\x01" + (fields.contains(k) ? fields[k] : "unused");
+  expected.params += "\x02\0"s;
+  expected.record = row.function + "(" + record + ")";
+  const std::string result = std::to_string(1000 + place);
+  if (row.output == "echo") {
+    expected.answer = result + echo;
+  } else if (row.output == "texts-only") {
+    expected.answer = returned.substr(1) + "\x01";
+  } else {
+    expected.answer = result + returned;
+  }
+  return expected;
+}
+
+using CommandTableTest = HostTest;
+
+TEST_F(CommandTableTest, EveryCommandCallsItsFunctionAndAnswersInItsForm) {
+  useMocks();
+  const std::vector<Row> rows = commandData();
+  ASSERT_EQ(rows.size(), 344U);
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    resetMocks();
+    if (row.function == "-") {
+      EXPECT_EQ(callRaw(row.name + "\x01 abc \x02").text, base64("0\x01"
+                                                                 "abc\0"s));
+      EXPECT_EQ(record(), "");
+      continue;
+    }
+    const Expected expected = expectation(row);
+    const HostAnswer answer = callRaw(expected.params);
+    EXPECT_EQ(answer.returned, 1);
+    EXPECT_EQ(record(), expected.record);
+    EXPECT_EQ(answer.text, base64(expected.answer + '\0'));
+  }
+}
+
+TEST_F(CommandTableTest, NamesThatBeginAnotherNameStayApart) {
+  useMocks();
+  const std::vector<Row> rows = commandData();
+  int pairs = 0;
+  for (const Row& row : rows) {
+    for (const Row& longer : rows) {
+      if (row.function == "-" || longer.name.size() <= row.name.size() || !longer.name.starts_with(row.name)) continue;
+      ++pairs;
+      resetMocks();
+      callRaw(expectation(row).params);
+      EXPECT_TRUE(record().starts_with(row.function + "(")) << row.name << " ran " << record();
+    }
+  }
+  EXPECT_GT(pairs, 80);
+}
+
+TEST_F(CommandTableTest, AdaptersWithoutACommandTakeTheirArguments) {
+  useMocks();
+  __BeginGlobal();
+  __begin_context();
+  // The mocks have these functions only where a command shares them; a missing one is the adapter's own message.
+  Obj_Node* a = __SET_OBJECT(nullptr, __INIT_DOUBLE(5));
+  EXPECT_EQ(SWEDA_250(a, __INIT_NIL(), __INIT_NIL())->objData.mdbl, 1003);
+  EXPECT_EQ(a->objData.mdbl, 100);
+  EXPECT_EQ(record(), "ECF_VerificaEstadoImpressora(&5,&0,&0)");
+  static_assert(std::is_same_v<decltype(SWEDA_141), Obj_Node* (*const)(Obj_Node*)>);
+  static_assert(std::is_same_v<decltype(SWEDA_247), Obj_Node* (*const)()>);
+  static_assert(std::is_same_v<decltype(SWEDA_255), Obj_Node* (*const)(Obj_Node*, Obj_Node*, Obj_Node*, Obj_Node*)>);
+  static_assert(std::is_same_v<decltype(SWEDA_264), Obj_Node* (*const)()>);
+  static_assert(std::is_same_v<decltype(SWEDA_291), Obj_Node* (*const)()>);
+  static_assert(std::is_same_v<decltype(SWE_ALTSIBM), Obj_Node* (*const)(Obj_Node*)>);
+  __end_context(nullptr);
+  __EndGlobal();
+}
+
+}  // namespace
