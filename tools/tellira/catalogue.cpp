@@ -113,7 +113,9 @@ std::vector<std::string_view> nearestCommands(std::string_view name) {
     const std::size_t far = distance(wanted, upperCase(command.name));
     if (far <= limit) near.emplace_back(far, command.name);
   }
-  std::stable_sort(near.begin(), near.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+  std::stable_sort(near.begin(), near.end(), [](const auto& a, const auto& b) {
+    return std::pair(a.first, a.second.size()) < std::pair(b.first, b.second.size());
+  });
   std::vector<std::string_view> names;
   for (std::size_t i = 0; i < near.size() && i < 5; ++i) names.push_back(near[i].second);
   return names;

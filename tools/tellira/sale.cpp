@@ -129,9 +129,9 @@ void Sale::check(const Statement& statement, const std::vector<std::string>& fie
   }
   const auto number = numberIn(result);
   const bool refused = hasResult && number && *number < 0;
-  if (!refused) return;
+  if (!refused || !statement.expectations.empty()) return;
   transcript_.bad();
-  if (statement.tried || !statement.expectations.empty()) return;
+  if (statement.tried) return;
   throw failureAt(script_, statement.place, kNo,
                   "the device refused: it answered " + result +
                       ". The meaning of the number is the vendor's own; "

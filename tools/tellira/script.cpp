@@ -107,8 +107,9 @@ class Parser {
     }
     const auto most = static_cast<std::size_t>(highestField(*statement.command)) - 1;
     if (statement.words.size() > most) {
-      fail(statement.words[most].place,
-           std::string(statement.command->name) + " takes " + std::to_string(most) + " fields; this is one too many.");
+      fail(statement.words[most].place, std::string(statement.command->name) + " takes " +
+                                            (most == 0 ? "no" : std::to_string(most)) +
+                                            (most == 1 ? " field" : " fields") + "; this is one too many.");
     }
   }
 
@@ -195,12 +196,17 @@ std::string Word::text() const {
 Failure failureAt(const Script& script, Place place, Status status, const std::string& what) {
   std::string line = place.line - 1 < script.lines.size() ? script.lines[place.line - 1] : "";
   while (!line.empty() && (line.back() == '\r' || line.back() == ' ')) line.pop_back();
+  std::replace_if(
+      line.begin(), line.end(), [](char c) { return c >= 0 && c < ' ' && c != '\t'; }, '?');
   std::string indent;
   for (const char c : line.substr(0, place.column)) {
     if ((static_cast<unsigned char>(c) & 0xC0) != 0x80) indent += c == '\t' ? '\t' : ' ';
   }
+  // The line stands behind the first sentence, before the advice.
+  const std::size_t end = std::min(what.find('\n'), what.size());
+  const std::string excerpt = "\n    " + line + "\n    " + indent + "^";
   return {status,
-          script.name + ":" + std::to_string(place.line) + ": " + what + "\n    " + line + "\n    " + indent + "^"};
+          script.name + ":" + std::to_string(place.line) + ": " + what.substr(0, end) + excerpt + what.substr(end)};
 }
 
 Script parseScript(std::string_view text, const std::string& name) {

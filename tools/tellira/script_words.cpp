@@ -1,5 +1,7 @@
 #include "script_words.h"
 
+#include <algorithm>
+
 #include "text.h"
 
 namespace tool {
@@ -120,7 +122,11 @@ class Cutter {
 
   static void checkAlphabet(const Word& word) {
     try {
-      for (const Piece& piece : word.pieces) latin1FromUtf8(piece.text);
+      for (const Piece& piece : word.pieces) {
+        latin1FromUtf8(piece.text);
+        const bool control = std::any_of(piece.text.begin(), piece.text.end(), [](char c) { return c >= 0 && c < 3; });
+        if (control) throw WordError(word.place.column, "the word holds a byte 00, 01 or 02");
+      }
     } catch (const ConversionError& error) {
       throw WordError(word.place.column, error.what());
     }

@@ -1,0 +1,195 @@
+// `call`, `commands` and the command line itself, with the finished tool against a library that does what it is told.
+#include <gmock/gmock.h>
+
+#include <nlohmann/json.hpp>
+
+#include "run_tool.h"
+
+using testing::HasSubstr;
+using testing::Not;
+
+using Call = ToolTest;
+
+TEST_F(Call, AnswersAsTextAndAsJson) {
+  const Ran text = fake("call", {"ECF_NumeroCupom", "não"});
+  EXPECT_EQ(text.status, 0) << text.err;
+  EXPECT_EQ(text.out, "result   1\nfield 2  não\n");
+  const Ran json = fake("call", {"--json", "ECF_NumeroCupom", "não"});
+  EXPECT_EQ(nlohmann::json::parse(json.out),
+            nlohmann::json(
+                {{"command", "ECF_NumeroCupom"}, {"returned", 1}, {"fields", {"1", "não"}}, {"output", "MQFu428A"}}));
+  EXPECT_EQ(fake("call", {"--cmd", "999"}).out, "3.4.1.3\n");
+  EXPECT_THAT(fake("call", {"--plain", "--json", "ECF_NumeroCupom", "a"}).out, HasSubstr("\"1\\u0001a\""));
+}
+
+TEST_F(Call, PassesFieldsAsTheyWereTyped) {
+  for (const std::string field : {"[a,b]", "-5", "sale", "", "a b", "{}", "\"q\""}) {
+    const Ran ran = fake("call", {"ECF_Registry_Path", field});
+    EXPECT_EQ(ran.status, 0) << ran.err;
+    EXPECT_THAT(contents(directory / "calls.txt"), testing::EndsWith("ECF_Registry_Path\x01" + field + "\n"));
+  }
+}
+
+TEST_F(Call, RefusesWrongUsageBeforeCalling) {
+  const std::pair<std::vector<std::string>, const char*> cases[] = {
+      {{"ECF_LeituraY"}, "near to it: ECF_LeituraX"},
+      {{"ECF_VendeItem", "1"}, "field 3 (text) is missing"},
+      {{"ECF_AbreConnectC", "x", "y"}, "\"x\", is not a number"},
+      {{"ECF_Registry_Path", "a€"}, "'€' does not exist in ISO-8859-1"},
+      {{"ECF_Registry_Path", "a\xFF"}, "is not UTF-8"},
+      {{"ECF_Registry_Path", "a\x01"}, "0x01"},
+      {{}, "no command was named"},
+      {{"--out", "16777217", "ECF_LeituraX"}, "--out"},
+      {{"--out", "-1", "ECF_LeituraX"}, "--out"},
+      {{"--timeout", "0", "ECF_LeituraX"}, "--timeout"},
+      {{"--wrong", "ECF_LeituraX"}, "--wrong"},
+  };
+  for (const auto& [arguments, words] : cases) {
+    const Ran ran = fake("call", arguments);
+    EXPECT_EQ(ran.status, 2) << words;
+    EXPECT_EQ(ran.out, "");
+    EXPECT_THAT(ran.err, HasSubstr(words));
+  }
+  EXPECT_FALSE(std::filesystem::exists(directory / "calls.txt"));
+}
+
+TEST_F(Call, ExplainsHowTheProcessEnded) {
+  const std::pair<const char*, std::vector<std::string>> cases[] = {
+      {"!dll",
+       {"| DLL ./libconvecf.so não encontrada", "| RunTimeError = 133", "/libconvecf.so does not exist", "--cwd"}},
+      {"!function", {"Function <ECF_Registry_Path> not found", "/libconvecf.so has no function ECF_Registry_Path"}},
+      {"!argument", {"RunTimeError = -1", "an argument it could not use"}},
+      {"!catch", {"SAIU PELO CATCH", "exception"}},
+      {"!exit7", {"exit status 7", "without saying why"}},
+      {"!silent", {"exit status 0", "without saying why"}},
+      {"!crash", {"signal 11"}},
+      {"!stop", {"Library TELLIRA", "exit status 1", "there is no command"}},
+  };
+  for (const auto& [what, words] : cases) {
+    const Ran ran = fake("call", {"--json", "ECF_Registry_Path", what});
+    EXPECT_EQ(ran.status, 3) << what;
+    EXPECT_EQ(ran.out, "") << what;
+    for (const std::string& word : words) EXPECT_THAT(ran.err, HasSubstr(word)) << what;
+  }
+  const Ran missing = fake("call", {"--unchecked", "ECF_VendeItem", "!argument"});
+  EXPECT_THAT(missing.err, HasSubstr("field 3 (text) is missing"));
+}
+
+TEST_F(Call, StopsWaitingAndSaysForWhat) {
+  const Ran ran = fake("call", {"--timeout", "1", "ECF_Registry_Path", "!hang"});
+  EXPECT_EQ(ran.status, 3);
+  EXPECT_THAT(ran.err, HasSubstr("ECF_Registry_Path: no answer within 1 second from " FAKE_LIBRARY));
+}
+
+TEST_F(Call, SaysWhyALibraryCannotBeLoaded) {
+  writeFile(directory / "text.so", "this is a text, no library at all");
+  // The head of a library of the other word size, and of another processor.
+  std::string other = contents(FAKE_LIBRARY).substr(0, 64);
+  other[4] = static_cast<char>(other[4] == 1 ? 2 : 1);
+  writeFile(directory / "other.so", other);
+  std::string foreign = contents(FAKE_LIBRARY).substr(0, 64);
+  foreign[18] = 8;
+  writeFile(directory / "foreign.so", foreign);
+  writeFile(directory / "cut.so", contents(FAKE_LIBRARY).substr(0, 64));
+  const std::pair<const char*, const char*> cases[] = {{"nowhere.so", "/nowhere.so does not exist"},
+                                                       {"text.so", "is not a shared library"},
+                                                       {"other.so", "same word size"},
+                                                       {"foreign.so", "another processor (ELF machine 8)"},
+                                                       {"cut.so", "cut.so"},
+                                                       {".", "is not a file"}};
+  for (const auto& [file, words] : cases) {
+    const Ran ran = run({"call", "--lib", file, "ECF_LeituraX"});
+    EXPECT_EQ(ran.status, 3) << file;
+    EXPECT_THAT(ran.err, HasSubstr(words)) << file;
+  }
+  EXPECT_THAT(run({"call", "ECF_LeituraX", "--cwd", "nowhere", "--lib", FAKE_LIBRARY}).err,
+              HasSubstr("nowhere cannot be entered"));
+}
+
+TEST_F(Call, BoundsWhatTheLibrarySays) {
+  const Ran flood = fake("call", {"ECF_Registry_Path", "!flood"});
+  EXPECT_EQ(flood.status, 0);
+  EXPECT_THAT(flood.err, HasSubstr("word 0\n"));
+  EXPECT_LT(flood.err.size(), 200000U);
+  const Ran cut = fake("call", {"--out", "100", "ECF_Registry_Path", "!long"});
+  EXPECT_EQ(cut.status, 0);
+  EXPECT_THAT(cut.err, HasSubstr("filled all 100 bytes"));
+  EXPECT_EQ(fake("call", {"--out", "16777216", "ECF_Registry_Path", "!long"}).out.size(),
+            200001 + strlen("result  \n"));
+  EXPECT_EQ(fake("call", {"--out", "0", "ECF_LeituraX"}).status, 0);
+}
+
+TEST_F(Call, MasksCardNumbersInEverything) {
+  const std::string card = "4000000000000010";
+  const std::vector<std::vector<std::string>> cases = {{"ECF_Registry_Path", card},
+                                                       {"--json", "ECF_Registry_Path", card},
+                                                       {"--plain", "--json", "ECF_Registry_Path", card},
+                                                       {card},
+                                                       {"ECF_AbreConnectC", card, ""},
+                                                       {"ECF_Registry_Path", "!print"},
+                                                       {"--cwd", card, "ECF_LeituraX"},
+                                                       {"--unchecked", card}};
+  for (const auto& arguments : cases) {
+    const Ran ran = fake("call", arguments);
+    EXPECT_THAT(ran.out + ran.err, Not(HasSubstr(card))) << arguments[0];
+    EXPECT_THAT(ran.out + ran.err, Not(HasSubstr("4000 0000 0000 0010"))) << arguments[0];
+    EXPECT_THAT(ran.out, Not(HasSubstr("NDAwMDAwMDAwMDAwMDAxM"))) << "encoded " << arguments[0];
+  }
+}
+
+TEST_F(Call, ListsCommands) {
+  const auto all = nlohmann::json::parse(run({"commands", "--json"}).out);
+  ASSERT_EQ(all.size(), 344U);
+  EXPECT_EQ(all[0]["name"], "ConfiguraIntSiTefInterativo");
+  EXPECT_EQ(all[4]["function"], "EnviaRecebeSiTefDireto");
+  const Ran one = run({"commands", "numerocupom"});
+  EXPECT_EQ(one.status, 0);
+  EXPECT_THAT(one.out, HasSubstr("ECF_NumeroCupom"));
+  EXPECT_EQ(std::count(one.out.begin(), one.out.end(), '\n'), 3);
+  const Ran none = run({"commands", "--json", "nothing"});
+  EXPECT_EQ(none.status, 1);
+  EXPECT_EQ(none.out, "[]\n");
+}
+
+TEST_F(Call, ExplainsItselfOnEveryLevel) {
+  EXPECT_THAT(run({"--version"}).out, testing::MatchesRegex("tellira [0-9.]+\n"));
+  for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{
+           {"--help"}, {"call", "--help"}, {"commands", "--help"}, {"sale", "--help"}}) {
+    const Ran ran = run(arguments);
+    EXPECT_EQ(ran.status, 0);
+    EXPECT_THAT(ran.out, HasSubstr("Examples:"));
+  }
+  const Ran wrong = run({"sell"});
+  EXPECT_EQ(wrong.status, 2);
+  EXPECT_THAT(wrong.err, HasSubstr("there is no verb \"sell\"; the verbs are call, commands, sale"));
+  EXPECT_EQ(run({}).status, 2);
+}
+
+/// What `commands` writes to a terminal.
+static std::string onTerminal(const char* noColour) {
+  const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
+  EXPECT_TRUE(terminal >= 0 && grantpt(terminal) == 0 && unlockpt(terminal) == 0);
+  const int other = open(ptsname(terminal), O_RDWR | O_NOCTTY);
+  const pid_t child = fork();
+  if (child == 0) {
+    setenv("TERM", "xterm", 1);
+    unsetenv("NO_COLOR");
+    if (noColour != nullptr) setenv("NO_COLOR", noColour, 1);
+    dup2(other, STDOUT_FILENO);
+    execl(TOOL, TOOL, "commands", "ECF_LeituraX", nullptr);
+    _exit(99);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  char text[4096];
+  const ssize_t got = read(terminal, text, sizeof text);
+  close(other);
+  close(terminal);
+  return {text, static_cast<std::size_t>(std::max<ssize_t>(got, 0))};
+}
+
+TEST_F(Call, ColoursOnlyTerminalsThatWantIt) {
+  EXPECT_THAT(onTerminal(nullptr), HasSubstr("\033[1m"));
+  EXPECT_THAT(onTerminal("1"), Not(HasSubstr("\033")));
+  EXPECT_THAT(run({"commands", "ECF_LeituraX"}).out, Not(HasSubstr("\033")));
+}

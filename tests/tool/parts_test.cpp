@@ -1,0 +1,160 @@
+// The tool's small parts, by tables of cases.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "base64.h"
+#include "catalogue.h"
+#include "masking.h"
+#include "page.h"
+#include "parameter.h"
+#include "script_words.h"
+#include "text.h"
+
+using namespace tool;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+TEST(Masking, KeepsFirstSixAndLastFourOfCardNumbersOnly) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"4000000000000010", "400000******0010"},
+      {"x4000000000000010y", "x400000******0010y"},
+      {"4000 0000 0000 0010", "4000 00** **** 0010"},
+      {"4000-0000-0000-0010", "4000-00**-****-0010"},
+      {"378282246310005", "378282*****0005"},
+      {"3782 822463 10005", "3782 82**** *0005"},
+      {"30569309025904", "305693****5904"},
+      {"4222222222222", "422222***2222"},
+      {"6304000000000000000", "630400*********0000"},
+      // The number in the company of other digits.
+      {"12 4000 0000 0000 0010", "12 4000 00** **** 0010"},
+      {"4000 0000 0000 0010 1230", "4000 00** **** 0010 1230"},
+      {"4000 0000 0000 0010 123", "4000 00** **** 0010 123"},
+      {"4000000000000010 1230", "400000******0010 1230"},
+      {"4000000000000010;5000000000000009", "400000******0010;500000******0009"},
+      // What is not a card number.
+      {"4000000000000011", "4000000000000011"},
+      {"7891000100103", "7891000100103"},
+      {"4006381333931", "4006381333931"},
+      {"11222333000181", "11222333000181"},
+      {"34028316000103", "34028316000103"},
+      {"20260315142530", "20260315142530"},
+      {"1000000000000008", "1000000000000008"},
+      {"23790504004188802302923011111111111000000000000", "23790504004188802302923011111111111000000000000"},
+      {"00004000000000000010000", "00004000000000000010000"},
+      {"", ""},
+  };
+  for (const auto& [text, masked] : cases) EXPECT_EQ(maskCards(text), masked);
+}
+
+TEST(Text, ConvertsTheWholeAlphabetBothWays) {
+  std::string all;
+  for (int byte = 0; byte < 256; ++byte) all += static_cast<char>(byte);
+  EXPECT_EQ(latin1FromUtf8(utf8FromLatin1(all)), all);
+  EXPECT_EQ(utf8FromLatin1("n\xE3o"), "não");
+  const std::pair<const char*, std::size_t> refused[] = {{"ab\xE2\x82\xAC", 2}, {"a\xE3", 1},  {"\xC0\x80", 0},
+                                                         {"\x80", 0},           {"ok\xC3", 2}, {"\xF5\x80\x80\x80", 0}};
+  for (const auto& [text, offset] : refused) {
+    try {
+      latin1FromUtf8(text);
+      ADD_FAILURE() << "accepted " << text;
+    } catch (const ConversionError& error) {
+      EXPECT_EQ(error.offset, offset) << text;
+    }
+  }
+}
+
+TEST(Text, MatchesGlobs) {
+  EXPECT_TRUE(matchesGlob("ecf_*mfd", "ECF_AbreCupomMFD"));
+  EXPECT_TRUE(matchesGlob("*a*b*", "xaxbx"));
+  EXPECT_FALSE(matchesGlob("ECF_?", "ECF_"));
+  EXPECT_FALSE(matchesGlob("a*b", "abc"));
+  EXPECT_FALSE(matchesGlob("*a*a*a*a*a*a*a*a*a*a*b", std::string(5000, 'a')));
+}
+
+TEST(Parameter, IsEncodedAsTheLibraryReadsIt) {
+  EXPECT_EQ(parameterText({"ECF_LeituraX"}, false), "RUNGX0xlaXR1cmFYAgA=");
+  EXPECT_EQ(parameterText({"ECF_NumeroCupom", "      "}, false), "RUNGX051bWVyb0N1cG9tASAgICAgIAIA");
+  EXPECT_EQ(parameterText({"A", ""}, true), "A\x01\x02");
+}
+
+TEST(Parameter, OutputIsTakenApart) {
+  EXPECT_THAT(readOutput("MQEwMDEyMzQA", false).fields, ElementsAre("1", "001234"));
+  EXPECT_THAT(readOutput("AQEBAA==", false).fields, ElementsAre("", "", "", ""));
+  EXPECT_THAT(readOutput("MQE", false).fields, ElementsAre("1", ""));  // cut by a small buffer
+  EXPECT_THAT(readOutput("1\x01\xE7", true).fields, ElementsAre("1", "ç"));
+  EXPECT_FALSE(readOutput("!", false).readable);
+  const Output card = readOutput(encodeBase64(std::string("1\x01"
+                                                          "4000000000000010",
+                                                          19)),
+                                 false);
+  EXPECT_THAT(card.fields, ElementsAre("1", "400000******0010"));
+  EXPECT_EQ(decodeBase64(card.text), std::string("1\x01"
+                                                 "400000******0010",
+                                                 19));
+  EXPECT_THAT(card.values, ElementsAre("1", "4000000000000010"));
+}
+
+TEST(Catalogue, NamesWhatIsWrongWithFields) {
+  struct {
+    const char* command;
+    std::vector<std::string> fields;
+    const char* problem;
+  } const cases[] = {
+      {"ECF_LeituraX", {}, nullptr},
+      {" ecf_numerocupom ", {""}, nullptr},
+      {"ECF_NumeroCupom", {}, "field 2 (text, filled in by the device) is missing"},
+      {"ECF_VendeItem", {"1", "2"}, "field 4 (text) is missing"},
+      {"ECF_RetornoImpressoraMFD", {}, "field 2 (text) is missing"},
+      {"ContinuaFuncaoSiTefInterativo", {"0", "0", "0", "0", "", "x"}, "field 8 (number) is missing"},
+      {"ContinuaFuncaoSiTefInterativo", {"0", "0", "0", "0", ""}, "field 7 (not used) is missing"},
+      {"ContinuaFuncaoSiTefInterativo", {"0", "0", "40000", "0", "", "x", "0"}, "is outside -32768 to 32767"},
+      {"ECF_AbreConnectC", {"-5", ""}, nullptr},
+      {"ECF_AbreConnectC", {" 1,5 ", ""}, nullptr},
+      {"ECF_AbreConnectC", {"", ""}, "is empty where a number must stand"},
+      {"ECF_AbreConnectC", {"+5", ""}, "is not a number"},
+      {"ECF_AbreConnectC", {"1e3", ""}, "is not a number"},
+      {"ECF_AbreConnectC", {"nan", ""}, "is not a number"},
+      {"ECF_AbreConnectC", {"5-3", ""}, "is not a number"},
+      {"ECF_AbreConnectC", {"99999999999", ""}, "is outside"},
+  };
+  for (const auto& row : cases) {
+    const auto* command = findCommand(row.command);
+    ASSERT_NE(command, nullptr) << row.command;
+    const auto problem = checkFields(*command, row.fields);
+    ASSERT_EQ(problem.has_value(), row.problem != nullptr) << row.command << (problem ? problem->text : "");
+    if (!problem) continue;
+    EXPECT_THAT(problem->text, HasSubstr(row.problem));
+  }
+}
+
+TEST(Catalogue, SuggestsNearNamesAndLabelsEveryAnswer) {
+  EXPECT_EQ(findCommand("ECF_LeituraY"), nullptr);
+  EXPECT_EQ(nearestCommands("ecf_leitura_x").front(), "ECF_LeituraX");
+  EXPECT_EQ(nearestCommands("SubTotal").front(), "ECF_SubTotal");
+  EXPECT_TRUE(nearestCommands(std::string(5000, 'Q')).empty());
+  EXPECT_THAT(answerLabels(*findCommand("Bematech_FI_NumeroCupom")), ElementsAre("result", "text"));
+  EXPECT_THAT(answerLabels(*findCommand("ECF_RetornoImpressoraMFD")), ElementsAre("result", "field 2"));
+  EXPECT_THAT(answerLabels(*findCommand("FinalizaTransacaoSiTefInterativo")),
+              ElementsAre("field 3", "field 4", "field 5"));
+  EXPECT_EQ(answerLabels(*findCommand("EnviaRecebeSitefDireto")).size(), 15U);
+}
+
+TEST(ScriptWords, AreCutAndEscaped) {
+  const auto texts = [](const char* line) {
+    std::vector<std::string> result;
+    for (const Word& word : cutWords(line, 1)) result.push_back(word.text());
+    return result;
+  };
+  EXPECT_THAT(texts("  a \"b c\" d#e # comment"), ElementsAre("a", "b c", "d#e"));
+  EXPECT_THAT(texts(R"("\"\\\$x\n\xE7" "")"), ElementsAre("\"\\$x\nç", ""));
+  EXPECT_THAT(texts("R$ $1 10$"), ElementsAre("R$", "$1", "10$"));
+  const auto words = cutWords("x$a.1-${b.key}c", 1);
+  ASSERT_EQ(words.size(), 1U);
+  ASSERT_EQ(words[0].pieces.size(), 5U);
+  EXPECT_EQ(words[0].pieces[1].text + words[0].pieces[1].key, "a1");
+  EXPECT_EQ(words[0].pieces[3].text + words[0].pieces[3].key, "bkey");
+}
+
+TEST(Page, EscapesWhatCameFromOutside) {
+  EXPECT_EQ(htmlText("<b a='1'>&\"\x01"), "&lt;b a=&#39;1&#39;&gt;&amp;&quot; ");
+}

@@ -1,0 +1,77 @@
+// Runs the finished tool as a user does and tells what came back.
+#pragma once
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+struct Ran {
+  int status = -1;  // exit status, or 1000 + signal
+  std::string out;
+  std::string err;
+};
+
+inline std::string contents(const std::filesystem::path& file) {
+  std::ostringstream text;
+  text << std::ifstream(file, std::ios::binary).rdbuf();
+  return text.str();
+}
+
+inline void writeFile(const std::filesystem::path& file, const std::string& text) {
+  std::ofstream(file, std::ios::binary) << text;
+}
+
+/// A test with a directory of its own, in which the tool runs.
+class ToolTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    std::string pattern = (std::filesystem::temp_directory_path() / "tellira-tool-XXXXXX").string();
+    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+    directory = pattern;
+  }
+  void TearDown() override { std::filesystem::remove_all(directory); }
+
+  Ran run(std::vector<std::string> arguments, const std::string& input = "") const {
+    writeFile(directory / "stdin", input);
+    const pid_t child = fork();
+    if (child == 0) {
+      if (chdir(directory.c_str()) != 0) _exit(98);
+      redirect("stdin", O_RDONLY, 0);
+      redirect("stdout", O_WRONLY | O_CREAT | O_TRUNC, 1);
+      redirect("stderr", O_WRONLY | O_CREAT | O_TRUNC, 2);
+      arguments.insert(arguments.begin(), TOOL);
+      std::vector<char*> argv;
+      for (std::string& argument : arguments) argv.push_back(argument.data());
+      argv.push_back(nullptr);
+      execv(TOOL, argv.data());
+      _exit(99);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status), contents(directory / "stdout"),
+            contents(directory / "stderr")};
+  }
+
+  /// `tellira VERB --lib <the fake library> ...`
+  Ran fake(const std::string& verb, const std::vector<std::string>& arguments, const std::string& input = "") const {
+    std::vector<std::string> all{verb, "--lib", FAKE_LIBRARY};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    return run(all, input);
+  }
+
+  std::filesystem::path directory;
+
+ private:
+  static void redirect(const char* file, int flags, int descriptor) {
+    const int opened = open(file, flags, 0600);
+    if (opened < 0 || dup2(opened, descriptor) < 0) _exit(97);
+  }
+};

@@ -1,0 +1,220 @@
+// `sale`: the script language and the payment dialogue, with the finished tool against the fake library, whose answer
+// to a field that begins with a dash is that field alone: a result.
+#include <gmock/gmock.h>
+
+#include <nlohmann/json.hpp>
+
+#include "run_tool.h"
+
+using testing::HasSubstr;
+using testing::Not;
+
+class Sale : public ToolTest {
+ protected:
+  /// Runs a script given as text.
+  Ran sale(const std::string& script, std::vector<std::string> options = {}) const {
+    options.push_back("-");
+    return fake("sale", options, script);
+  }
+  std::string calls() const { return contents(directory / "calls.txt"); }
+};
+
+TEST_F(Sale, RefusesAScriptAsAWholeBeforeTheFirstCommand) {
+  struct {
+    const char* line;
+    const char* words;
+    std::size_t caret;  // column of the line at which the caret stands
+  } const cases[] = {
+      {"ECF_LeituraY", "there is no command \"ECF_LeituraY\"", 0},
+      {"\tECF_VendeItem \"ação\" 2", "field 4 (text) is missing", 1},
+      {"ECF_Registry_Path \"ação\" 2", "takes 1 field; this is one too many", 25},
+      {"ECF_AbreConnectC x y", "is not a number", 17},
+      {"ECF_Registry_Path \"abc", "never closed", 18},
+      {"ECF_Registry_Path a\"b\"", "middle of a word", 19},
+      {"ECF_Registry_Path \"a\"b", "blank is missing", 21},
+      {"ECF_Registry_Path \"a\\q\"", "no such escape", 20},
+      {"ECF_Registry_Path \"\\x01\"", "separate and close", 19},
+      {"ECF_Registry_Path \"\\x4\"", "no such escape", 19},
+      {"ECF_Registry_Path ${a", "never closed", 18},
+      {"ECF_Registry_Path €", "ISO-8859-1", 18},
+      {"ECF_Registry_Path $x", "no earlier line sets $x", 18},
+      {"ECF_Registry_Path $today.nsu", "has no part \"nsu\"", 18},
+      {"$x ECF_LeituraX", "cannot begin with a variable", 0},
+      {"$now = ECF_LeituraX", "cannot be set", 0},
+      {"$x = echo a", "no answer to keep", 5},
+      {"$x =", "a command is missing", 0},
+      {"try", "a command is missing", 0},
+      {"$today = 1", "cannot be set", 0},
+      {"tef 0 1", "2 were given", 0},
+      {"answer yes", "behind the tef line", 0},
+      {"expect", "expect takes one value", 0},
+      {"expect 1 2", "expect takes one value", 0},
+  };
+  for (const auto& row : cases) {
+    const Ran ran = sale(std::string("ECF_LeituraX\n") + row.line + "\n");
+    EXPECT_EQ(ran.status, 2) << row.line;
+    EXPECT_THAT(ran.err, HasSubstr("standard input:2: ")) << row.line;
+    EXPECT_THAT(ran.err, HasSubstr(row.words)) << row.line;
+    std::string indent(row.caret, ' ');
+    if (row.line[0] == '\t') indent[0] = '\t';
+    EXPECT_THAT(ran.err, HasSubstr("\n    " + indent + "^")) << row.line << "\n" << ran.err;
+  }
+  EXPECT_EQ(calls(), "");
+  EXPECT_THAT(sale("tef 0 1 2 3 4 5\nanswer colour 1\n").err, HasSubstr("answer takes one of menu"));
+  EXPECT_THAT(sale("tef 0 1 2 3 4 5\nanswer yes 1\n").err, HasSubstr("takes no value"));
+  EXPECT_THAT(fake("sale", {"nowhere.tlr"}).err, HasSubstr("nowhere.tlr cannot be read"));
+  EXPECT_EQ(sale(std::string(1 << 21, '#')).status, 2);
+}
+
+TEST_F(Sale, KeepsAnswersAndFillsThemIn) {
+  const Ran ran = sale(
+      "\xEF\xBB\xBF# begin\r\n$a = ECF_NumeroCupom \"x ç\"\r\necho \"<$a> <$a.1>\" ${a.1}y\r\n"
+      "ECF_Registry_Path \"$a.1!\" # end\r\n");
+  EXPECT_EQ(ran.status, 0) << ran.err;
+  EXPECT_THAT(ran.out, HasSubstr("<1> <x ç> x çy\n"));
+  EXPECT_EQ(calls(), "ECF_NumeroCupom\x01x \xE7\nECF_Registry_Path\x01x \xE7!\n");
+  EXPECT_THAT(sale("$a = ECF_LeituraX\necho $a.1\n").err, HasSubstr("standard input:2: $a.1 is not there"));
+  EXPECT_EQ(sale("$a = ECF_Registry_Path x\nECF_AbreConnectC $a.1 y\n").status, 2);
+}
+
+TEST_F(Sale, StopsAtRefusalsAndUnmetExpectations) {
+  const std::pair<const char*, int> cases[] = {
+      {"ECF_Registry_Path -1", 1},
+      {"try ECF_Registry_Path -1", 0},
+      {"try $a = ECF_Registry_Path -1\necho $a", 0},
+      {"ECF_Registry_Path -1\nexpect <0", 0},
+      {"ECF_Registry_Path -1\nexpect < 0\nexpect -1", 0},
+      {"ECF_Registry_Path -1\nexpect >= 0", 1},
+      {"ECF_Registry_Path x\nexpect 1", 0},
+      {"ECF_Registry_Path x\nexpect 01.0", 0},
+      {"ECF_Registry_Path x\nexpect !=1", 1},
+      {"ECF_Registry_Path x\nexpect \"x\"", 1},
+      {"$a = ECF_Registry_Path x\nECF_LeituraX\nexpect $a", 0},
+      {"try ECF_Registry_Path !exit7", 3},
+      // A text that looks like a negative number is no refusal where no result is answered.
+      {"FinalizaTransacaoSiTefInterativo -1 a b c", 0},
+  };
+  for (const auto& [script, status] : cases) {
+    const Ran ran = sale(std::string(script) + "\nECF_LeituraX\n");
+    EXPECT_EQ(ran.status, status) << script << "\n" << ran.err;
+    EXPECT_EQ(ran.out.find("ECF_LeituraX\n  = 1\n", 10) != std::string::npos, status == 0) << script;
+    EXPECT_EQ(ran.err.find("standard input:") != std::string::npos, status != 0) << script;
+  }
+}
+
+TEST_F(Sale, ShowsNewPaperAndWritesThePage) {
+  writeFile(directory / "ecf-tape.txt", "old paper\n");
+  writeFile(directory / "print.tlr", "ECF_Registry_Path \"!paper <b>4000000000000010\"\nECF_Registry_Path -3\n");
+  const Ran ran = fake("sale", {"--tape", "page.html", "print.tlr"});
+  EXPECT_EQ(ran.status, 1);
+  EXPECT_THAT(ran.out, HasSubstr("│ Caf\xC3\xA9 & <p\xC3\xA3o> 400000******0010\n"));
+  const std::string page = contents(directory / "page.html");
+  EXPECT_THAT(page, HasSubstr("Café &amp; &lt;pão&gt; 400000******0010\n"));
+  EXPECT_THAT(page, HasSubstr("print.tlr:2: the device refused"));
+  for (const std::string& shown : {ran.out, ran.err, page}) {
+    EXPECT_THAT(shown, Not(HasSubstr("4000000000000010")));
+    EXPECT_THAT(shown, Not(HasSubstr("old paper")));
+  }
+  const Ran json = fake("sale", {"--json", "print.tlr"});
+  const auto run = nlohmann::json::parse(json.out);
+  EXPECT_EQ(run["done"], false);
+  EXPECT_EQ(run["steps"][0]["paper"][0], "Café & <pão> 400000******0010");
+  EXPECT_EQ(run["steps"][1]["answer"], nlohmann::json({"-3"}));
+  EXPECT_EQ(fake("sale", {"--tape", "no/page.html", "print.tlr"}).status, 2);
+}
+
+class Dialogue : public Sale {
+ protected:
+  /// Runs a dialogue whose terminal plays `turns`: fields separated by '|', '~' a line end inside one.
+  Ran dialogue(const std::string& turns, const std::string& replies) const {
+    writeFile(directory / "dialogue.txt", turns);
+    std::filesystem::remove(directory / "calls.txt");
+    return sale("tef 0 10,00 000123 20260315 120000 ANA\n" + replies + "echo end $tef\n");
+  }
+};
+
+TEST_F(Dialogue, GivesBackWhatItWasToldWithTheReplies) {
+  const Ran ran = dialogue(
+      "10000|3|0|0|0|Passe o cart\xE3o\n10000|21|1|1|2|1:A vista;2:Parcelado;\n10000|30|512|13|19|Cartao\n"
+      "10000|30|514|1|2|Parcelas\n10000|20|0|0|0|Confirma?\n10000|0|12|0|0|000777\n10000|0|10|0|0|LOJA~"
+      "4000000000000010\n"
+      "10000|0|99|0|0|more\n10000|22|0|0|0|Retire\n0|0|0|0|0|\n",
+      " answer menu parcelado\n answer card 4000000000000010\n answer instalments 3\n answer yes\n"
+      "ECF_Registry_Path \"$tef.nsu $tef.result $tef.type99 $tef.customer\"\n");
+  EXPECT_EQ(ran.status, 0) << ran.err;
+  EXPECT_THAT(ran.out, HasSubstr("both: Passe o cartão\n"));
+  EXPECT_THAT(ran.out, HasSubstr("end 0\n"));
+  EXPECT_THAT(ran.out + ran.err, Not(HasSubstr("4000000000000010")));
+  const std::string c = "ContinuaFuncaoSiTefInterativo\x01";
+  for (const std::string& call : {c + "0\x01"
+                                      "0\x01"
+                                      "0\x01"
+                                      "0\x01\x01"
+                                      "20000\x01"
+                                      "0\n",
+                                  c + "21\x01"
+                                      "1\x01"
+                                      "1\x01"
+                                      "2\x01"
+                                      "2\x01"
+                                      "20000\x01"
+                                      "0\n",
+                                  c + "30\x01"
+                                      "512\x01"
+                                      "13\x01"
+                                      "19\x01"
+                                      "4000000000000010\x01"
+                                      "20000\x01"
+                                      "0\n",
+                                  c + "20\x01"
+                                      "0\x01"
+                                      "0\x01"
+                                      "0\x01"
+                                      "0\x01"
+                                      "20000\x01"
+                                      "0\n",
+                                  std::string("ECF_Registry_Path\x01"
+                                              "000777 0 more LOJA\n4000000000000010\n")}) {
+    EXPECT_THAT(calls(), HasSubstr(call));
+  }
+}
+
+TEST_F(Dialogue, EndsInAClearWay) {
+  struct {
+    const char* turns;
+    const char* replies;
+    int status;
+    const char* words;  // in what the tool prints
+  } const cases[] = {
+      {"10000|30|512|13|19|Cartao:\n", "", 1, "asks for the card number (\"Cartao:\"), and no answer line is left"},
+      {"10000|34|515|1|9|Valor\n", "answer card 1\n", 1,
+       "asks for an amount (\"Valor\"), but this line answers \"card\""},
+      {"10000|30|512|13|19|Cartao\n-2|0|0|0|0|\n", "cancel\nexpect -2\n", 0, "» cancel"},
+      {"-5|0|0|0|0|\n", "", 1, "the device refused: it answered -5"},
+      {"0|0|0|0|0|\n", "answer yes\n", 0, "line 2 was not used"},
+      {"0|0\n", "", 3, "too few fields"},
+      {"10000|13|0|0|0|\n", "", 3, "1000 steps"},
+  };
+  for (const auto& row : cases) {
+    std::string turns = row.turns;
+    if (row.status == 3 && turns.size() > 4) {
+      for (int i = 0; i < 1100; ++i) turns += row.turns;
+    }
+    const Ran ran = dialogue(turns, row.replies);
+    EXPECT_EQ(ran.status, row.status) << row.turns << ran.err;
+    EXPECT_THAT(ran.out + ran.err, HasSubstr(row.words)) << row.turns;
+  }
+  EXPECT_THAT(calls(), Not(HasSubstr("ECF")));
+}
+
+TEST_F(Dialogue, CancelAndBackAreFlags) {
+  dialogue("10000|30|513|4|4|Validade\n10000|30|512|13|19|Cartao\n-2|0|0|0|0|\n", "back\ncancel\nexpect <0\n");
+  EXPECT_THAT(calls(), HasSubstr("513\x01"
+                                 "4\x01"
+                                 "4\x01\x01"
+                                 "20000\x01"
+                                 "1\n"));
+  EXPECT_THAT(calls(), HasSubstr("19\x01\x01"
+                                 "20000\x01"
+                                 "-1\n"));
+}
