@@ -1,0 +1,103 @@
+// One call on the printer: its state, its paper, its clock, and what many handlers need.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "common/arguments.h"
+#include "common/text.h"
+#include "printer/state.h"
+#include "printer/tape.h"
+
+namespace printer {
+
+using device::Arguments;
+
+/// Results of vendor functions; the README lists them for the host.
+enum Code : int {
+  kOk = 1,
+  kFileError = -1,
+  kBadArgument = -2,
+  kPortClosed = -3,
+  kDamagedState = -4,
+  kDocumentOpen = -5,
+  kNoDocument = -6,
+  kWrongPhase = -7,
+  kDayClosed = -8,
+  kReductionPending = -9,
+  kNoItem = -10,
+  kAmount = -11,
+  kNotProgrammed = -12,
+  kFull = -13,
+  kNothing = -14,
+  kDayHasSales = -15,
+};
+
+/// The made-up shop and machine.
+inline constexpr std::string_view kCnpj = "12.345.678/0001-95";
+inline constexpr std::string_view kStateRegistration = "123.456.789-00";
+inline constexpr std::string_view kCityRegistration = "0123456";
+inline constexpr std::string_view kSerialNumber = "SIM00000000000000001";
+inline constexpr std::string_view kFirmware = "010000";
+inline constexpr std::string_view kBrand = "SIMULADA";
+inline constexpr std::string_view kModel = "ECF-SIM 1";
+
+struct Printer {
+  State& state;
+  Tape& tape;
+  std::string prefix;  ///< of the files: directory and "ecf-" or "bema-"
+  std::string now;     ///< the printer's own clock
+
+  std::string today() const { return now.substr(0, 8); }
+
+  /// The value of a setting, empty when it was never set.
+  std::string setting(std::string_view name) const;
+  void set(std::string_view name, std::string_view value);
+
+  /// kOk when no document is open. An open coupon is finished first when that is switched on.
+  int idle();
+  /// Opens the day when needed; kDayClosed or kReductionPending when it cannot be.
+  int needDay();
+  /// Starts a document: checks idle and day, takes the next number, prints the head and `title`.
+  int begin(Kind kind, std::string_view title);
+  /// Ends a printed document: registers it and cuts the paper.
+  void finish(Kind kind, Cents total, bool cancelled, const std::string& customer = {});
+  /// Shop, tax numbers, date and counters.
+  void head();
+};
+
+using Handler = int (*)(Printer&, Arguments&);
+
+/// One vendor function.
+struct Command {
+  std::string_view function;
+  Handler handler;
+  bool withoutPort = false;  ///< answers while the serial port is closed
+};
+
+/// The row of `function`, or null.
+const Command* findCommand(std::string_view function);
+
+/// Index in a table by its name (case does not matter) or its number counted from 1; nothing when it is neither.
+std::optional<int> findNamed(const std::vector<Named>& table, std::string_view nameOrIndex);
+
+// The subjects, each in its own file.
+std::span<const Command> sessionCommands();
+std::span<const Command> programmingCommands();
+std::span<const Command> couponCommands();
+std::span<const Command> closingCommands();
+std::span<const Command> linkedCommands();
+std::span<const Command> receiptCommands();
+std::span<const Command> dayCommands();
+std::span<const Command> deskCommands();
+std::span<const Command> identityCommands();
+std::span<const Command> totalsCommands();
+std::span<const Command> counterCommands();
+std::span<const Command> statusCommands();
+std::span<const Command> fileCommands();
+std::span<const Command> barcodeCommands();
+
+}  // namespace printer
