@@ -239,7 +239,7 @@ struct State {
     v("dia.fechado", closedDate), v("gt", grandTotal), v("imposto", taxes);
     open.describe(v, "documento."), last.describe(v, "ultimo.");
     v("item.texto", itemText), v("item.unidade", nextUnit), v("gerencial", openReport), v("vinculado", linked);
-    v("vinculado.linha", linkedLines), v("ultimo.tipo", lastKind), v("ultimo.quando", lastWhen);
+    v("vinculado.linha", linkedLines), v("papel.tipo", lastKind), v("papel.quando", lastWhen);
     v("reducao", reductions), v("registro", documents), v("cheque", cheque), v("barra.altura", barcodeHeight);
     v("barra.largura", barcodeWidth), v("barra.texto", barcodeText), v("barra.fonte", barcodeFont);
     v("barra.margem", barcodeMargin);
