@@ -43,17 +43,17 @@ constexpr std::size_t kLongestName = 64;
 
 struct UpperName {
   std::array<char, kLongestName> text{};
+  std::size_t size{};
   int command{};
 
-  constexpr std::string_view view() const { return text.data(); }
+  constexpr std::string_view view() const { return {text.data(), size}; }
 };
 
 constexpr UpperName upperName(int command) {
   UpperName upper;
   upper.command = command;
-  std::size_t i = 0;
   for (char c : kCommands[static_cast<std::size_t>(command)].name) {
-    upper.text.at(i++) = c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
+    upper.text.at(upper.size++) = c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
   }
   return upper;
 }
