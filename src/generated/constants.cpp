@@ -66,8 +66,7 @@ static_assert(kPool.count == kConstantCount);
 const ConstantIndex kConstants = kPool.index;
 
 void FillConstantPool() {
-  __const_set_amount(kConstantCount);
-  AddConstants(kPool.nodes);
+  SetConstants(kPool.nodes);
   if (S_GLOB->LastConst != kConstantCount - 1) __RuntimeError(0, -1);
 }
 

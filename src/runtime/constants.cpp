@@ -11,32 +11,36 @@ StaticVar* globstatic = nullptr;
 namespace vorne {
 
 void FreeConstants() {
-  // The texts are literals of the program; only the nodes, which are one block, are ours.
-  if (S_GLOB->mConst != nullptr) Release(S_GLOB->mConst[0]);
+  // The texts are literals of the program; only the pool itself is ours.
   Release(S_GLOB->mConst);
   S_GLOB->mConst = nullptr;
 }
 
 }  // namespace vorne
 
+namespace {
+
+/// A pool of `count` nodes in index order, whose content the caller writes.
+Obj_Node* newPool(std::size_t count) {
+  FreeConstants();
+  Obj_Node* nodes = MakeNodeTable(S_GLOB->mConst, count, 2);
+  S_GLOB->AmountmConst = static_cast<std::int16_t>(count);
+  S_GLOB->LastConst = -1;
+  return nodes;
+}
+
+}  // namespace
+
 void __const_set_amount(int n) {
   if (n < 0 || n > INT16_MAX) ArgumentError();
-  FreeConstants();
   const auto count = static_cast<std::size_t>(n);
-  S_GLOB->mConst = static_cast<Obj_Node**>(Allocate((count + 2) * sizeof(Obj_Node*)));
-  auto* nodes = static_cast<Obj_Node*>(Allocate(count * sizeof(Obj_Node)));
-  S_GLOB->mConst[0] = nodes;
-  for (std::size_t i = 0; i < count; ++i) {
-    Obj_Node& node = nodes[i];
-    node.objType = vConst;
-    node.objVarType = varNil;
-    node.objLength = -1;
-    node.objRefCount = 1;
-    node.objContext = -1;
-    S_GLOB->mConst[i] = &node;
-  }
-  S_GLOB->AmountmConst = static_cast<std::int16_t>(n);
-  S_GLOB->LastConst = -1;
+  std::fill_n(newPool(count), count, Obj_Node{nullptr, vConst, varNil, -1, {}, 1, -1});
+}
+
+void SetConstants(std::span<const Obj_Node> constants) {
+  if (constants.size() > INT16_MAX) ArgumentError();
+  std::copy(constants.begin(), constants.end(), newPool(constants.size()));
+  S_GLOB->LastConst = static_cast<std::int16_t>(static_cast<int>(constants.size()) - 1);
 }
 
 int __const_add_el(Obj_Node* v) {
@@ -51,14 +55,6 @@ int __const_add_el(Obj_Node* v) {
   }
   S_GLOB->LastConst = static_cast<std::int16_t>(index);
   return index;
-}
-
-void AddConstants(std::span<const Obj_Node> constants) {
-  const int left = S_GLOB->AmountmConst - (S_GLOB->LastConst + 1);
-  if (constants.size() > static_cast<std::size_t>(left)) ArgumentError();
-  // The pool's nodes are one block in index order.
-  if (!constants.empty()) std::copy(constants.begin(), constants.end(), S_GLOB->mConst[S_GLOB->LastConst + 1]);
-  S_GLOB->LastConst = static_cast<std::int16_t>(S_GLOB->LastConst + static_cast<int>(constants.size()));
 }
 
 Obj_Node* __const_get_el(int i) {

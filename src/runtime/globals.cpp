@@ -1,5 +1,6 @@
 // The global record: made by __BeginGlobal, gone after __EndGlobal.
-#include <cstring>
+#include <algorithm>
+#include <cstddef>
 
 #include "runtime/hooks.h"
 #include "runtime/internal.h"
@@ -22,26 +23,30 @@ constexpr int kPools = 4;
 constexpr int kSettings = 14;
 constexpr std::int32_t kStoredNodeSize = 28;
 
-void makePools(ObjsGlobals& glob) {
-  glob.cdnptr = static_cast<ObjCDND*>(Allocate(kPools * sizeof(ObjCDND)));
+/// The record and the tables of fixed size that it points at, in one piece.
+struct GlobalRecord {
+  ObjsGlobals glob;
+  ObjCDND pools[kPools];
+  Obj_Node* settings[kSettings];
+  Obj_Node* shared[kSharedRoom];
+  Obj_Node sharedNodes[kSharedCount];
+  char emptyText[2];
+  char scratch[kScratchSize];
+};
+
+static_assert(offsetof(GlobalRecord, glob) == 0);
+
+void preparePools(ObjCDND* pools) {
   for (int i = 0; i < kPools - 1; ++i) {
-    glob.cdnptr[i].objType = 1;
-    glob.cdnptr[i].objsize = kStoredNodeSize;
-    glob.cdnptr[i].funcCT = __fcpObj_CT;
+    pools[i].objType = 1;
+    pools[i].objsize = kStoredNodeSize;
+    pools[i].funcCT = __fcpObj_CT;
   }
 }
 
 void makeValueStack(ObjsGlobals& glob) {
   const auto slots = static_cast<std::size_t>(iMaxStackElements);
-  glob.mNode = static_cast<Obj_Node**>(Allocate((slots + 2) * sizeof(Obj_Node*)));
-  auto* nodes = static_cast<Obj_Node*>(Allocate(slots * sizeof(Obj_Node)));
-  for (std::size_t i = 0; i < slots; ++i) {
-    nodes[i].objType = vRegister;
-    nodes[i].objVarType = varNil;
-    nodes[i].objLength = -1;
-    nodes[i].objContext = -1;
-    glob.mNode[i] = &nodes[i];
-  }
+  std::fill_n(MakeNodeTable(glob.mNode, slots, 2), slots, Obj_Node{nullptr, vRegister, varNil, -1, {}, 0, -1});
 }
 
 void fillCalendar(ObjsGlobals& glob) {
@@ -54,16 +59,11 @@ void fillCalendar(ObjsGlobals& glob) {
   glob.LMSecsPerDay = 86400000;
 }
 
-void makeSharedValues(ObjsGlobals& glob) {
-  glob.mRetVal = static_cast<Obj_Node**>(Allocate(kSharedRoom * sizeof(Obj_Node*)));
-  auto* nodes = static_cast<Obj_Node*>(Allocate(kSharedCount * sizeof(Obj_Node)));
+void fillSharedValues(GlobalRecord& record) {
+  Obj_Node* nodes = record.sharedNodes;
   for (int i = 0; i < kSharedCount; ++i) {
-    nodes[i].objType = vRetval;
-    nodes[i].objVarType = varNil;
-    nodes[i].objLength = -1;
-    nodes[i].objRefCount = 1;
-    nodes[i].objContext = -1;
-    glob.mRetVal[i] = &nodes[i];
+    nodes[i] = {nullptr, vRetval, varNil, -1, {}, 1, -1};
+    record.shared[i] = &nodes[i];
   }
   const auto logical = [&](int i, Boolean v) {
     nodes[i].objVarType = varBool;
@@ -82,22 +82,14 @@ void makeSharedValues(ObjsGlobals& glob) {
   number(12, 0);
   nodes[kNoBuffer].objVarType = varString;
   nodes[kEmptyText].objVarType = varString;
-  nodes[kEmptyText].objData.mbuff = static_cast<char*>(Allocate(2));
+  nodes[kEmptyText].objData.mbuff = record.emptyText;
   nodes[kEmptyText].objLength = 1;
   nodes[kNul].objVarType = varNul;
 }
 
-/// Slots, shared values and constants are one block each, which starts at the first node.
-void freeBlock(Obj_Node** nodes) {
-  if (nodes != nullptr) Release(nodes[0]);
-  Release(nodes);
-}
-
 void freeValues() {
   for (int i = 0; i < iMaxStackElements; ++i) FreeText(S_GLOB->mNode[i]);
-  freeBlock(S_GLOB->mNode);
-  Release(S_GLOB->mRetVal[kEmptyText]->objData.mbuff);
-  freeBlock(S_GLOB->mRetVal);
+  Release(S_GLOB->mNode);
   FreeTrace();
   FreeConstants();
 }
@@ -110,18 +102,22 @@ void call(void (*hook)()) {
 
 ObjsGlobals* __RetGlob(short create) {
   if (create == 0) return S_GLOB;
-  auto* glob = static_cast<ObjsGlobals*>(Allocate(sizeof(ObjsGlobals)));
-  makePools(*glob);
-  glob->LastContext = 1;
-  glob->TBL_this = -1;
-  glob->LastConst = -1;
-  makeValueStack(*glob);
-  glob->Internal_Sets = static_cast<Obj_Node**>(Allocate(kSettings * sizeof(Obj_Node*)));
-  glob->mTmp = static_cast<char*>(Allocate(kScratchSize));
-  fillCalendar(*glob);
-  glob->lang = Portuguese;
-  S_GLOB = glob;
-  return glob;
+  auto* record = static_cast<GlobalRecord*>(Allocate(sizeof(GlobalRecord)));
+  ObjsGlobals& glob = record->glob;
+  glob.cdnptr = record->pools;
+  glob.Internal_Sets = record->settings;
+  glob.mRetVal = record->shared;
+  glob.mTmp = record->scratch;
+  preparePools(glob.cdnptr);
+  fillSharedValues(*record);
+  fillCalendar(glob);
+  makeValueStack(glob);
+  glob.LastContext = 1;
+  glob.TBL_this = -1;
+  glob.LastConst = -1;
+  glob.lang = Portuguese;
+  S_GLOB = &glob;
+  return S_GLOB;
 }
 
 short __BeginGlobal() {
@@ -131,7 +127,6 @@ short __BeginGlobal() {
   lckstack = 0;
   __RetGlob(1);
   ForgetAuxError();
-  makeSharedValues(*S_GLOB);
   __InitSets();
   S_GLOB->LastContext = 1;
   return 1;
@@ -149,9 +144,6 @@ void __EndGlobal() {
   call(hooks.freeVendorLibraries);
   freeValues();
   call(hooks.closeCatalogue);
-  Release(S_GLOB->Internal_Sets);
-  Release(S_GLOB->mTmp);
-  Release(S_GLOB->cdnptr);
-  Release(S_GLOB);
+  Release(S_GLOB);  // the record's first member
   S_GLOB = nullptr;
 }

@@ -75,6 +75,10 @@ inline int IntOrFail(const Obj_Node* n) {
   return ToInt(NumberOrFail(n));
 }
 
+/// Gives the `count` entries of a table of nodes their nodes, which stand behind it: table and nodes are one block.
+/// Returns the nodes, not yet filled. The table ends with `spare` null entries. Error 5.
+Obj_Node* MakeNodeTable(Obj_Node**& table, std::size_t count, std::size_t spare);
+
 /// Frees the node's text, if it holds one; the node keeps its type.
 void FreeText(Obj_Node* n);
 /// Bytes that a text's buffer must have, its content and one more zero included.

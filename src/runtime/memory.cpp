@@ -8,16 +8,30 @@ namespace vorne {
 
 long allocationsLeft = -1;
 
-void* TryAllocate(std::size_t size) {
-  if (allocationsLeft == 0) return nullptr;
+namespace {
+
+/// Counts one allocation; false when it shall fail.
+bool granted() {
+  if (allocationsLeft == 0) return false;
   if (allocationsLeft > 0) --allocationsLeft;
-  return std::calloc(1, size == 0 ? 1 : size);
+  return true;
 }
 
-void* Allocate(std::size_t size) {
-  void* memory = TryAllocate(size);
+void* orFail(void* memory) {
   if (memory == nullptr) __RuntimeError(5, -1);
   return memory;
+}
+
+}  // namespace
+
+void* TryAllocate(std::size_t size) {
+  return granted() ? std::calloc(1, size == 0 ? 1 : size) : nullptr;
+}
+void* Allocate(std::size_t size) {
+  return orFail(TryAllocate(size));
+}
+void* AllocateRaw(std::size_t size) {
+  return orFail(granted() ? std::malloc(size == 0 ? 1 : size) : nullptr);
 }
 
 void Release(void* memory) {

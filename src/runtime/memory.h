@@ -9,6 +9,8 @@ namespace vorne {
 void* TryAllocate(std::size_t size);
 /// The same, but raises error 5 instead of returning null.
 void* Allocate(std::size_t size);
+/// As Allocate, but the bytes are unspecified: for memory that is filled at once.
+void* AllocateRaw(std::size_t size);
 /// Null is ignored.
 void Release(void* memory);
 

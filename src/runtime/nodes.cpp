@@ -138,6 +138,17 @@ Obj_Node* __ByRef(Obj_Node** slot) {
 
 namespace vorne {
 
+Obj_Node* MakeNodeTable(Obj_Node**& table, std::size_t count, std::size_t spare) {
+  static_assert(alignof(Obj_Node) <= 2 * sizeof(Obj_Node*));
+  const std::size_t entries = (count + spare + 1) / 2 * 2;  // an even number keeps the nodes aligned
+  void* block = AllocateRaw(entries * sizeof(Obj_Node*) + count * sizeof(Obj_Node));
+  table = static_cast<Obj_Node**>(block);
+  auto* nodes = reinterpret_cast<Obj_Node*>(table + entries);
+  for (std::size_t i = 0; i < count; ++i) table[i] = &nodes[i];
+  for (std::size_t i = count; i < entries; ++i) table[i] = nullptr;
+  return nodes;
+}
+
 void AppendToPool(Obj_Node* n) {
   ObjCDND& pool = Pool(n->objType);
   (pool.Amount == 0 ? pool.pFirst : pool.pLast->objpNext) = n;
