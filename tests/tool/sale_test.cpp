@@ -44,6 +44,8 @@ TEST_F(Sale, RefusesAScriptAsAWholeBeforeTheFirstCommand) {
       {"$x = echo a", "no answer to keep", 5},
       {"$x =", "a command is missing", 0},
       {"try", "a command is missing", 0},
+      {"if 1 = ECF_LeituraX", "if takes VALUE SIGN VALUE", 0},
+      {"if $today > 0", "if takes VALUE SIGN VALUE", 0},
       {"$today = 1", "cannot be set", 0},
       {"tef 0 1", "2 were given", 0},
       {"answer yes", "behind the tef line", 0},
@@ -91,6 +93,8 @@ TEST_F(Sale, StopsAtRefusalsAndUnmetExpectations) {
       {"ECF_Registry_Path x\nexpect \"x\"", 1},
       {"$a = ECF_Registry_Path x\nECF_LeituraX\nexpect $a", 0},
       {"try ECF_Registry_Path !exit7", 3},
+      {"$a = ECF_Registry_Path x\nif $a.1 = y ECF_Registry_Path -1\nexpect 1", 0},
+      {"if $today > 0 try ECF_Registry_Path -1\nif 9 < 10 ECF_Registry_Path -1", 1},
       // A text that looks like a negative number is no refusal where no result is answered.
       {"FinalizaTransacaoSiTefInterativo -1 a b c", 0},
   };

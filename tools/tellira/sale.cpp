@@ -63,6 +63,10 @@ void Sale::run() {
 }
 
 void Sale::runStatement(const Statement& statement) {
+  if (const auto& condition = statement.condition) {
+    const Expectation& right = condition->right;
+    if (!holds(expanded(condition->left), right.comparison, expanded(right.value))) return;
+  }
   switch (statement.verb) {
     case Verb::kEcho: {
       std::string text;

@@ -47,7 +47,8 @@ class Parser {
     if (first == "answer" || first == "cancel" || first == "back") return reply(words, first);
     Statement statement;
     statement.place = words.front().place;
-    statement.tried = first == "try";
+    takeCondition(words, statement);
+    statement.tried = isBare(words, "try");
     if (statement.tried) words.erase(words.begin());
     takeTarget(words, statement);
     if (words.empty()) fail(statement.place, "a command is missing here.");
@@ -58,6 +59,22 @@ class Parser {
     classify(name, statement);
     if (!statement.target.empty()) known_.insert(statement.target);
     script_.statements.push_back(std::move(statement));
+  }
+
+  static bool isBare(const std::vector<Word>& words, std::string_view text) {
+    return !words.empty() && !words[0].quoted && words[0].literal() && words[0].text() == text;
+  }
+
+  /// `if VALUE SIGN VALUE` in front of a command.
+  void takeCondition(std::vector<Word>& words, Statement& statement) const {
+    if (!isBare(words, "if")) return;
+    static const std::set<std::string> kSigns{"=", "!=", "<", "<=", ">", ">="};
+    const bool whole = words.size() > 4 && words[2].literal() && kSigns.count(words[2].text()) != 0;
+    if (!whole) fail(words[0].place, "if takes VALUE SIGN VALUE and then a command; SIGN is one of = != < <= > >=.");
+    checkVariables(words[1]);
+    checkVariables(words[3]);
+    statement.condition = {words[1], {words[2].text(), words[3]}};
+    words.erase(words.begin(), words.begin() + 4);
   }
 
   /// `$name =` in front of a command.

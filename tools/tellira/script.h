@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -49,6 +50,12 @@ struct Reply {
   Word value;
 };
 
+/// `if`: the line runs only when this holds.
+struct Condition {
+  Word left;
+  Expectation right;
+};
+
 enum class Verb { kCommand, kTef, kEcho };
 
 struct Statement {
@@ -57,7 +64,8 @@ struct Statement {
   const generated::Command* command = nullptr;  ///< the row of a kCommand
   std::vector<Word> words;                      ///< fields from field 2 on, a dialogue's arguments, what to echo
   std::string target;                           ///< variable that keeps the answer; empty for none
-  bool tried = false;                           ///< a negative result does not stop the script
+  std::optional<Condition> condition;
+  bool tried = false;  ///< a negative result does not stop the script
   std::vector<Expectation> expectations;
   std::vector<Reply> replies;
 };

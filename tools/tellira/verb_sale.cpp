@@ -22,7 +22,7 @@ A script holds one command per line:
   $cupom = ECF_NumeroCupom ""                keeps the answer as $cupom.0 (result), $cupom.1, ...
   expect 1                                   checks the result before it; also = != < <= > >=
   try ECF_CancelaCupom                       goes on after a negative result, which otherwise stops the script
-  echo "Cupom $cupom.1"
+  if $cupom.1 > 0 echo "Cupom $cupom.1"      runs the rest of the line only when the comparison holds
   tef 0 "25,00" $cupom.1 $today $now OPERADOR
       answer menu 2
       answer card 4000000000000010           also: yes, no, validity, instalments, amount, barcode, nsu,
