@@ -5,7 +5,10 @@
 
 namespace vorne {
 
+void (*endProcessHook)(int status) = nullptr;
+
 void EndProcess(int status) {
+  if (endProcessHook != nullptr) endProcessHook(status);
   std::fflush(stdout);
   std::exit(status);
 }

@@ -6,4 +6,7 @@ namespace vorne {
 /// Flushes standard output and ends the process with `status`.
 [[noreturn]] void EndProcess(int status);
 
+/// Called first by EndProcess when set. Fuzzers and tests that must go on leave it by an exception.
+extern void (*endProcessHook)(int status);
+
 }  // namespace vorne
