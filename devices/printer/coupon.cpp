@@ -108,8 +108,8 @@ int sell(Printer& printer, Arguments& arguments) {
   if (item.quantity > 9'999'999) return kBadArgument;
   const Cents gross = scaled(item.quantity, item.price, 10'000, state.round);
   const std::string kind = kShape.discountKind < 0 ? "$" : textAt(arguments, kShape.discountKind);
-  const auto discount =
-      gross > 999'999'999 ? std::nullopt : adjustment(printer, kind, textAt(arguments, kShape.discount), gross);
+  if (gross > 999'999'999) return kAmount;
+  const auto discount = adjustment(printer, kind, textAt(arguments, kShape.discount), gross);
   const auto surcharge = adjustment(printer, "$", textAt(arguments, kShape.surcharge), gross);
   if (!discount || !surcharge) return kBadArgument;
   item.discount = *discount;

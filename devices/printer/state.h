@@ -192,7 +192,7 @@ struct Cheque {
 };
 
 struct State {
-  bool portOpen{}, tefMode{}, keyboardLocked{}, drawerOpen{}, round{}, cutNext{};
+  bool portOpen{}, tefMode{}, keyboardLocked{}, drawerOpen{}, round{true}, cutNext{};
   std::string port{"COM1"}, speed{"9600"}, lastMessage;
   std::int64_t clockOffset{};  ///< seconds between the printer's clock and the computer's
   int lastResult{1};

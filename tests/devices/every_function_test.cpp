@@ -1,0 +1,149 @@
+// Every function of the command table against its device: exported, answered, inputs left alone.
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <set>
+
+#include "device.h"
+#include "generated/arguments.h"
+
+namespace {
+
+using generated::Arg;
+using generated::ArgList;
+using generated::Argument;
+
+constexpr int kInternalError = -98;
+constexpr int kNoHandler = -99;
+
+/// Places of one call: a room of its own for every text, all starting as the same text.
+struct Rooms {
+  explicit Rooms(const char* text) {
+    for (auto& room : texts) std::strcpy(room.data(), text);
+  }
+  std::array<std::array<char, 8192>, generated::kMaxArguments> texts{};
+  std::array<int, generated::kMaxArguments> numbers{};
+  std::array<short, generated::kMaxArguments> shorts{};
+};
+
+template <Arg kArg>
+generated::VendorType<kArg> place(Rooms& rooms, std::size_t i) {
+  constexpr auto kNative = generated::nativeKind(kArg.kind);
+  if constexpr (kNative == generated::Native::kInt) return 1;
+  if constexpr (kNative == generated::Native::kIntPtr) return &rooms.numbers[i];
+  if constexpr (kNative == generated::Native::kShortPtr) return &rooms.shorts[i];
+  if constexpr (kNative == generated::Native::kCharPtr) return rooms.texts[i].data();
+}
+
+template <ArgList kList, std::size_t... kPlaces>
+int callTyped(void* function, Rooms& rooms, std::index_sequence<kPlaces...>) {
+  return reinterpret_cast<int (*)(generated::VendorType<kList[kPlaces]>...)>(function)(
+      place<kList[kPlaces]>(rooms, kPlaces)...);
+}
+
+struct Row {
+  const char* library;
+  const char* function;
+  ArgList arguments;
+  int (*call)(void* function, Rooms& rooms);
+};
+
+template <ArgList kList>
+int callRow(void* function, Rooms& rooms) {
+  return callTyped<kList>(function, rooms, std::make_index_sequence<kList.size()>());
+}
+
+namespace rows {
+using namespace generated::words;
+using generated::BEMATECH;
+using generated::CONVECF;
+using generated::SITEF;
+const Row kAll[] = {
+#define LIST(...) \
+  ArgList {       \
+    __VA_ARGS__   \
+  }
+#define COMMAND(name, library, adapter, function, arguments, output) \
+  {library, #function, LIST arguments, callRow<LIST arguments>},
+#define ADAPTER_ONLY(library, adapter, function, arguments) \
+  {library, #function, LIST arguments, callRow<LIST arguments>},
+#include "generated/command_table.def"
+#undef LIST
+};
+}  // namespace rows
+
+/// One device of each library, ready to work.
+struct Shop {
+  Device printer{"libconvecf.so"}, second{"bemafi32.so"}, terminal{"libclisitef.so"};
+  Device& of(const Row& row) {
+    const std::string library = row.library;
+    return library == generated::CONVECF ? printer : library == generated::BEMATECH ? second : terminal;
+  }
+};
+
+TEST(EveryFunction, IsExportedOnce) {
+  Shop shop;
+  std::set<std::string> seen;
+  for (const Row& row : rows::kAll) {
+    EXPECT_NE(nullptr, shop.of(row).symbol(row.function)) << row.function;
+    EXPECT_TRUE(seen.insert(row.function).second) << row.function;
+  }
+  EXPECT_EQ(348U, seen.size());
+}
+
+/// With the port closed and open, with empty texts and with "1" everywhere: an answer, no internal error, and the
+/// texts that are inputs unchanged. The two that are outputs by their meaning though not brought back are left out.
+TEST(EveryFunction, AnswersAndLeavesItsInputsAlone) {
+  const Environment now("TELLIRA_SIM_NOW", kSunday);
+  const std::set<std::string> answersIntoText = {"EnviaRecebeSiTefDireto"};
+  for (const bool ready : {false, true}) {
+    Shop shop;
+    if (ready) {
+      shop.printer.run("ECF_AbrePortaSerial -> 1");
+      shop.second.run("Bematech_FI_AbrePortaSerial -> 1");
+      ASSERT_EQ(0, shop.terminal.call("ConfiguraIntSiTefInterativo", "host", "00000000", "CAIXA001", 0));
+    }
+    for (const char* text : {"", "1"}) {
+      for (const Row& row : rows::kAll) {
+        const auto rooms = std::make_unique<Rooms>(text);
+        const int result = row.call(shop.of(row).symbol(row.function), *rooms);
+        EXPECT_NE(kInternalError, result) << row.function;
+        EXPECT_NE(kNoHandler, result) << row.function;
+        for (std::size_t i = 0; i < row.arguments.size(); ++i) {
+          const bool input = row.arguments[i].kind == Argument::kText && !answersIntoText.contains(row.function);
+          if (input) {
+            EXPECT_STREQ(text, rooms->texts[i].data()) << row.function;
+          }
+        }
+      }
+    }
+  }
+}
+
+/// Readings that have something to say say it once a coupon is closed.
+TEST(EveryFunction, ReadingsSpeakAfterASale) {
+  const Environment now("TELLIRA_SIM_NOW", kSunday);
+  Device printer("libconvecf.so");
+  printer.run(R"(
+    ECF_AbrePortaSerial -> 1
+    ECF_AbreCupom  -> 1
+    ECF_VendeItem 1|Pao|1800|I|1|2|10,00|$| -> 1
+    ECF_FechaCupomResumido Dinheiro|Ate logo -> 1
+    ECF_ReducaoZ | -> 1)");
+  for (const Row& row : rows::kAll) {
+    const bool reading = std::string(row.library) == generated::CONVECF && row.arguments.size() > 0 &&
+                         row.arguments[0].kind == Argument::kTextRef;
+    if (!reading) continue;
+    const auto rooms = std::make_unique<Rooms>("1");
+    for (auto& room : rooms->texts) std::strcpy(room.data(), "\x01");
+    const int result = row.call(printer.symbol(row.function), *rooms);
+    const bool looksUp = result == -12 || result == -2 || result == -14;  // wants a name, or there is nothing of it
+    EXPECT_TRUE(result == 1 || looksUp) << row.function << " " << result;
+    const auto answered = [](const auto& room) { return std::strcmp(room.data(), "\x01") != 0; };
+    if (result == 1) {
+      EXPECT_TRUE(std::any_of(rooms->texts.begin(), rooms->texts.end(), answered)) << row.function;
+    }
+  }
+}
+
+}  // namespace
