@@ -108,7 +108,7 @@ constexpr Command kCommands[] = {
     {"ECF_VerificaTotalizadoresNaoFiscaisEx", reads<names<&State::totalisers>>},
     {"ECF_VerificaDescricaoFormasPagamento", reads<names<&State::forms>>},
     {"ECF_VerificaRelatorioGerencialProgMFD", reads<names<&State::reports>>},
-    {"ECF_VerificaModoOperacao", reads<[](const Printer&) { return "1"; }>},
+    {"ECF_VerificaModoOperacao", reads<[](const Printer& p) { return p.state.tefMode ? "2" : "1"; }>},
     {"ECF_RetornaIndiceComprovanteNaoFiscal", totaliserIndex},
     {"ECF_RetornaIndiceNomeMP", formIndex},
     {"ECF_CasasDecimaisProgramada",

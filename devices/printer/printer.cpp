@@ -11,6 +11,20 @@ namespace printer {
 
 using namespace device;
 
+namespace {
+
+/// Card payments of the last coupon whose receipt was never printed; it is too late for them now.
+void countMissingReceipts(State& state) {
+  if (state.last.cancelled) return;
+  for (Payment& payment : state.last.payments) {
+    if (payment.linked || !state.forms[static_cast<std::size_t>(payment.form)].linkable) continue;
+    payment.linked = true;
+    ++state.counters.notIssued;
+  }
+}
+
+}  // namespace
+
 std::string Printer::setting(std::string_view name) const {
   const auto found = std::find_if(state.settings.begin(), state.settings.end(),
                                   [&](const Setting& setting) { return setting.name == name; });
@@ -54,6 +68,7 @@ int Printer::begin(Kind kind, std::string_view title) {
   if (!reading) {
     if (const int result = needDay(); result != kOk) return result;
   }
+  if (kind == Kind::kCoupon || kind == Kind::kReduction) countMissingReceipts(state);
   ++state.counters.coupon;
   if (kind == Kind::kCoupon) ++state.counters.fiscal;
   if (kind == Kind::kReceipt || kind == Kind::kCash) ++state.counters.nonFiscal;
@@ -68,8 +83,12 @@ void Printer::finish(Kind kind, Cents total, bool cancelled, const std::string& 
   tape.pair("OP: " + state.operatorName, "LJ " + state.shopNumber + " CX " + state.cashDesk);
   tape.pair(std::string(kBrand) + " " + std::string(kModel), printedDate(now) + " " + printedTime(now));
   tape.line("NUMERO DE FABRICACAO: " + std::string(kSerialNumber));
-  tape.cut();
-  state.cutNext = false;
+  if (state.cutNext) {
+    tape.cut();
+  } else {
+    tape.line("");
+  }
+  state.cutNext = true;
   state.lastKind = kind;
   state.lastWhen = now;
   if (state.documents.size() >= kMostDocuments) state.documents.erase(state.documents.begin());
@@ -89,7 +108,7 @@ const Command* findCommand(std::string_view function) {
   static const auto commands = [] {
     std::unordered_map<std::string_view, const Command*> map;
     for (const auto subject :
-         {sessionCommands(), programmingCommands(), couponCommands(), closingCommands(), linkedCommands(),
+         {portCommands(), programmingCommands(), couponCommands(), closingCommands(), linkedCommands(),
           receiptCommands(), dayCommands(), deskCommands(), identityCommands(), totalsCommands(), counterCommands(),
           statusCommands(), fileCommands(), barcodeCommands()}) {
       for (const Command& command : subject) map.emplace(command.function, &command);

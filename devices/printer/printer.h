@@ -85,7 +85,7 @@ const Command* findCommand(std::string_view function);
 std::optional<int> findNamed(const std::vector<Named>& table, std::string_view nameOrIndex);
 
 // The subjects, each in its own file.
-std::span<const Command> sessionCommands();
+std::span<const Command> portCommands();
 std::span<const Command> programmingCommands();
 std::span<const Command> couponCommands();
 std::span<const Command> closingCommands();

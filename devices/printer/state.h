@@ -192,7 +192,7 @@ struct Cheque {
 };
 
 struct State {
-  bool portOpen{}, tefMode{}, keyboardLocked{}, drawerOpen{}, round{true}, cutNext{};
+  bool portOpen{}, tefMode{}, keyboardLocked{}, drawerOpen{}, round{true}, cutNext{true};
   std::string port{"COM1"}, speed{"9600"}, lastMessage;
   std::int64_t clockOffset{};  ///< seconds between the printer's clock and the computer's
   int lastResult{1};
@@ -200,7 +200,7 @@ struct State {
   std::vector<Setting> settings;
   std::vector<std::string> header, cities, chequeLayouts;
   std::string shopNumber{"0001"}, cashDesk{"001"}, operatorName, logo, currency{"R$"}, singular{"Real"},
-      plural{"Reais"}, authentication, programmed;
+      plural{"Reais"}, authentication;
   std::vector<Rate> rates;
   std::vector<Named> forms, totalisers, reports;
 
@@ -234,7 +234,7 @@ struct State {
     v("ajuste", settings), v("cliche", header), v("cidade", cities), v("leiaute", chequeLayouts);
     v("loja", shopNumber), v("caixa", cashDesk), v("operador", operatorName), v("logotipo", logo);
     v("moeda.simbolo", currency), v("moeda.singular", singular), v("moeda.plural", plural);
-    v("autenticacao", authentication), v("programado", programmed), v("aliquota", rates), v("forma", forms);
+    v("autenticacao", authentication), v("aliquota", rates), v("forma", forms);
     v("totalizador", totalisers), v("relatorio", reports), v("contadores", counters), v("dia", day);
     v("dia.fechado", closedDate), v("gt", grandTotal), v("imposto", taxes);
     open.describe(v, "documento."), last.describe(v, "ultimo.");

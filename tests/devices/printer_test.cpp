@@ -187,6 +187,26 @@ TEST_F(PrinterTest, CountsTheDayAndStartsTheNextOne) {
   EXPECT_EQ("000000000000004000", printer.read("ECF_GrandeTotal"));
 }
 
+TEST_F(PrinterTest, CountsCardReceiptsThatWereNeverPrinted) {
+  const std::string sale = R"(
+    ECF_AbreCupom  -> 1
+    ECF_VendeItem 1|Pao|II|I|1|2|10,00|$| -> 1
+    ECF_FechaCupomResumido Cartao Debito| -> 1)";
+  printer.run(sale + "\n ECF_AbreComprovanteNaoFiscalVinculado 4|| -> 1\n ECF_FechaComprovanteNaoFiscalVinculado -> 1");
+  printer.run(sale + sale);
+  EXPECT_EQ("0001", printer.read("ECF_ComprovantesNaoFiscaisNaoEmitidosMFD"));
+  printer.run("ECF_ReducaoZ | -> 1");
+  EXPECT_EQ("0002", printer.read("ECF_ComprovantesNaoFiscaisNaoEmitidosMFD"));
+}
+
+TEST_F(PrinterTest, CutsThePaperUnlessToldNotTo) {
+  EXPECT_EQ(1, printer.call("ECF_AtivaDesativaCorteProximoMFD", 0));
+  printer.run("ECF_LeituraX -> 1");
+  EXPECT_THAT(printer.file("ecf-tape.txt"), testing::Not(testing::HasSubstr("====")));
+  printer.run("ECF_LeituraX -> 1");
+  EXPECT_THAT(printer.file("ecf-tape.txt"), testing::HasSubstr("===="));
+}
+
 TEST_F(PrinterTest, AutomaticSettingsActWhenADocumentOpens) {
   printer.run(R"(
     ECF_CfgFechaAutomaticoCupom 1 -> 1

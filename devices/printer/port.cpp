@@ -165,7 +165,7 @@ constexpr Command kCommands[] = {
 
 }  // namespace
 
-std::span<const Command> sessionCommands() {
+std::span<const Command> portCommands() {
   return kCommands;
 }
 
