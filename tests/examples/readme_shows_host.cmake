@@ -1,0 +1,10 @@
+# Both READMEs show examples/host.c to the letter.
+cmake_minimum_required(VERSION 3.25)
+file(READ ${ROOT}/examples/host.c host)
+foreach(readme README.md README.pt-BR.md)
+  file(READ ${ROOT}/${readme} text)
+  string(FIND "${text}" "```c\n${host}```" at)
+  if(at EQUAL -1)
+    message(FATAL_ERROR "${readme} does not show examples/host.c as it is")
+  endif()
+endforeach()
