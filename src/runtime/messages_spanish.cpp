@@ -9,6 +9,7 @@ const Translation stringMsgErrosSpa[] = {
     {0, "Erro Desconocido!"_l1},
     {79, "Erro abrindo la puerta de comunicación."_l1},
     {104, "Usuario no Autorizado!"_l1},
+    {105, "Versão Incompatible: Client %s / Server %s."_l1},
     {138, "Desea hacer un sincronismo ?"_l1},
 };
 const std::size_t stringMsgErrosSpaCount = std::size(stringMsgErrosSpa);
