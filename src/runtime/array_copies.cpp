@@ -32,7 +32,10 @@ Obj_Node* __AFill(Obj_Node* a, Obj_Node* v, Obj_Node* start, Obj_Node* count) {
   if (end < 1) end = header.amntItens;
   // The end comes nearer while the index grows, so only about half of the range is filled; scripts count on it.
   --end;
-  for (int i = from < 1 ? 0 : from - 1; i < end && i < header.amntItens; ++i, --end) __SET_ARRAY_EL(a, v, i);
+  for (int i = from < 1 ? 0 : from - 1; i < end && i < header.amntItens; ++i, --end) {
+    __SET_ARRAY_EL(a, v, i);
+    v = __GET_ARRAY_EL(a, i);  // a text has left its temporary; the next element gets a copy
+  }
   return a;
 }
 
