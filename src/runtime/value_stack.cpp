@@ -24,7 +24,7 @@ int freeSlot() {
   for (int probes = 0; S_GLOB->mNode[i]->objRefCount != 0; ++probes) {
     // A probe never lands on the last slot: which temporary a full ring gives up next depends on it.
     if (++i >= limitstack) i = 0;
-    if (probes + 1 >= iMaxStackElements - 1) __RuntimeError(15, -1);
+    if (probes >= iMaxStackElements - 1) __RuntimeError(15, -1);
   }
   return i;
 }
