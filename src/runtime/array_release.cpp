@@ -63,21 +63,8 @@ bool release(Obj_Node* array) {
   return true;
 }
 
-}  // namespace
-
-namespace vorne {
-
-bool DropValue(Obj_Node* n) {
-  FreeText(n);
-  if (!IsElementWithArray(n)) return false;
-  Obj_Node* held = n->objData.mSubArray;
-  n->objVarType = varNil;
-  n->objData = {};
-  --held->objRefCount;
-  return release(held);
-}
-
-void SweepArrays() {
+/// Takes the dead nodes out of the pool.
+void sweepArrays() {
   Obj_Node* before = nullptr;
   for (Obj_Node* n = Pool(vArray).pFirst; n != nullptr;) {
     Obj_Node* next = n->objpNext;
@@ -91,14 +78,24 @@ void SweepArrays() {
   }
 }
 
+}  // namespace
+
+namespace vorne {
+
 void ReleaseValue(Obj_Node* n) {
-  if (DropValue(n)) SweepArrays();
+  FreeText(n);
+  if (!IsElementWithArray(n)) return;
+  // An array that lost its last holder waits for the end of its context: a variable may name it without counting as a
+  // holder, and it may be the very array that is being changed.
+  --n->objData.mSubArray->objRefCount;
+  n->objVarType = varNil;
+  n->objData = {};
 }
 
 void KillArrays() {
   bool any = false;
   for (Obj_Node* n = Pool(vArray).pFirst; n != nullptr; n = n->objpNext) any = release(n) || any;
-  if (any) SweepArrays();
+  if (any) sweepArrays();
 }
 
 void FreePools() {
@@ -136,6 +133,6 @@ Obj_Node* __KillArray(Obj_Node* a) {
   // Whatever survives behind the array is what the walk goes on with; the array itself is gone after the sweep.
   Obj_Node* next = a->objpNext;
   while (next != nullptr && dead(next) && next->objRefCount <= 0) next = next->objpNext;
-  SweepArrays();
+  sweepArrays();
   return next;
 }

@@ -21,6 +21,7 @@ Obj_Node* Element(const Arrays& header, int i) {
 }
 
 void HoldArray(Obj_Node* element, Obj_Node* array) {
+  if (array->objRefCount == INT16_MAX) BoundError();  // the count of holders is a 16-bit field
   ++array->objRefCount;
   ReleaseValue(element);
   element->objVarType = varArray;
@@ -47,14 +48,12 @@ void Truncate(Arrays& header, int kept) {
   end = nullptr;
   header.pLast = last;
   header.amntItens = static_cast<std::int16_t>(kept);
-  bool arraysDied = false;
   while (removed != nullptr) {
     Obj_Node* next = removed->objpNext;
-    arraysDied = DropValue(removed) || arraysDied;
+    ReleaseValue(removed);
     Release(removed);
     removed = next;
   }
-  if (arraysDied) SweepArrays();
 }
 
 }  // namespace vorne

@@ -11,10 +11,8 @@ namespace {
 /// Array over array: the contents move, the source stays behind empty until its own context ends (its variable may
 /// still be read).
 Obj_Node* moveArray(Obj_Node* dest, Obj_Node* src) {
-  ++src->objRefCount;  // the source may live inside what dest gives up
   std::swap(dest->objData.mArray, src->objData.mArray);
   Truncate(*src->objData.mArray, 0);
-  --src->objRefCount;
   return dest;
 }
 

@@ -83,6 +83,9 @@ Obj_Node* MakeNodeTable(Obj_Node**& table, std::size_t count, std::size_t spare)
 void FreeText(Obj_Node* n);
 /// Bytes that a text's buffer must have, its content and one more zero included.
 std::size_t TextRoom(const Obj_Node* text);
+/// A text temporary that takes over `buffer`, which is filled already: the slot taken here may be the one that held the
+/// text it was made from.
+Obj_Node* TextTemporary(char* buffer, std::int32_t length);
 /// A fresh copy of a text's bytes by the rule of bCheckBuffer. Error 5.
 char* CopyText(const Obj_Node* text);
 
@@ -95,11 +98,8 @@ void AppendToPool(Obj_Node* n);
 /// Takes a node out of its pool; `before` is the node in front of it, null for the first.
 void UnlinkFromPool(Obj_Node* n, Obj_Node* before);
 
-/// Releases what a node holds: its text, or an element's share of a sub-array, which dies with its last holder.
+/// Releases what a node holds: its text, or an element's share of a sub-array.
 void ReleaseValue(Obj_Node* n);
-/// The same, but arrays that died stay in their pool until SweepArrays; true when one did.
-bool DropValue(Obj_Node* n);
-void SweepArrays();
 /// Kills every array of the pool that the context from `LastContext` on owns and nobody holds.
 void KillArrays();
 /// Frees everything in the pools, whoever holds it.
