@@ -16,14 +16,9 @@ Obj_Node* temporary(varTypes type) {
   return n;
 }
 
-/// A text temporary with `length` as its length field and a zeroed buffer.
-Obj_Node* textTemporary(int length) {
-  // The buffer comes first: a slot must never name a text that could not be made.
-  auto* buffer = static_cast<char*>(Allocate(static_cast<std::size_t>(length) + 1));
-  Obj_Node* n = temporary(varString);
-  n->objLength = length;
-  n->objData.mbuff = buffer;
-  return n;
+/// Zeroed room for a text with that length field.
+char* newBuffer(int length) {
+  return static_cast<char*>(Allocate(static_cast<std::size_t>(length) + 1));
 }
 
 Obj_Node stringConstant{};
@@ -68,14 +63,15 @@ Obj_Node* __INIT_CHARPTR(const char* s) {
   const std::size_t size = s == nullptr ? 0 : std::strlen(s);
   if (size >= INT32_MAX - 1) __RuntimeError(5, -1);
   // At least 2, so that the empty text compares as one (zero) byte: scripts rely on "" matching nothing.
-  Obj_Node* n = textTemporary(size == 0 ? 2 : static_cast<int>(size) + 1);
-  if (size != 0) std::memcpy(n->objData.mbuff, s, size);
-  return n;
+  const int length = size == 0 ? 2 : static_cast<int>(size) + 1;
+  char* buffer = newBuffer(length);
+  if (size != 0) std::memcpy(buffer, s, size);
+  return TextTemporary(buffer, length);
 }
 
 Obj_Node* __ALLOC_CHARPTR(int n) {
   if (n < 0 || n == INT32_MAX) __RuntimeError(5, -1);
-  return textTemporary(n + 1);
+  return TextTemporary(newBuffer(n + 1), n + 1);
 }
 
 Obj_Node* __INIT_CHARCONST(const char* s) {
@@ -147,6 +143,13 @@ Obj_Node* MakeNodeTable(Obj_Node**& table, std::size_t count, std::size_t spare)
   for (std::size_t i = 0; i < count; ++i) table[i] = &nodes[i];
   for (std::size_t i = count; i < entries; ++i) table[i] = nullptr;
   return nodes;
+}
+
+Obj_Node* TextTemporary(char* buffer, std::int32_t length) {
+  Obj_Node* n = temporary(varString);
+  n->objLength = length;
+  n->objData.mbuff = buffer;
+  return n;
 }
 
 void AppendToPool(Obj_Node* n) {

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "runtime/internal.h"
+#include "runtime/memory.h"
 
 using namespace vorne;
 
@@ -23,10 +24,10 @@ Obj_Node* concatenate(const Obj_Node* a, const Obj_Node* b) {
   const std::int64_t first = ContentLength(a);
   const std::int64_t second = ContentLength(b);
   if (first + second > 0x0FFFFFFF) __RuntimeError(5, -1);
-  Obj_Node* sum = __ALLOC_CHARPTR(static_cast<int>(first + second));
-  std::memcpy(sum->objData.mbuff, a->objData.mbuff, static_cast<std::size_t>(first));
-  std::memcpy(sum->objData.mbuff + first, b->objData.mbuff, static_cast<std::size_t>(second));
-  return sum;
+  auto* sum = static_cast<char*>(Allocate(static_cast<std::size_t>(first + second) + 2));
+  std::memcpy(sum, a->objData.mbuff, static_cast<std::size_t>(first));
+  std::memcpy(sum + first, b->objData.mbuff, static_cast<std::size_t>(second));
+  return TextTemporary(sum, static_cast<std::int32_t>(first + second) + 1);
 }
 
 /// Texts of the language's "=": the first n - 1 bytes, n being the smaller length field. An empty operand (n of 1)
