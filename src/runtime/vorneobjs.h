@@ -344,12 +344,14 @@ int ToInt(double v);
 // ----------------------------------------------------------------------------------------------------- arrays
 
 // Script positions count from 1. Every operation that needs an array raises error 0 for anything else.
+// An array that its last element lets go of lives on until the context that owns it ends, for variables that name it.
 
 /// A new array of the listed values. Error 0 for a null in the list's place of a first value.
 Obj_Node* __CreateArray(Obj_Node* first, ...);
 /// A new array of dim1 elements, each an array of dim2 elements and so on; leaves are NIL.
 Obj_Node* __Array(Obj_Node* dim1, ...);
-/// Appends `v` (a copy of a scalar, a share of an array); returns `a`. Error 1 beyond 32767 elements.
+/// Appends `v` (a copy of a scalar, a share of an array); returns `a`. Error 1 beyond 32767 elements, or shares of one
+/// array.
 Obj_Node* __AAdd(Obj_Node* a, Obj_Node* v);
 /// Cuts or extends `a` to `n` elements; an empty array stays empty. Returns `a`.
 Obj_Node* __ASize(Obj_Node* a, Obj_Node* n);

@@ -1,0 +1,5 @@
+__attribute__((visibility("default"))) int Answer(void);
+
+int Answer(void) {
+  return 42;
+}

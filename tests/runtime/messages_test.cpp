@@ -1,0 +1,128 @@
+// The message tables in their three languages.
+#include "runtime/messages.h"
+
+#include <map>
+#include <set>
+#include <sstream>
+
+#include "values.h"
+
+namespace {
+
+using vorne::kMessageCount;
+using vorne::MessageText;
+
+/// The conversions of a format, one letter each.
+std::string conversions(const std::string& format) {
+  std::string found;
+  for (std::size_t i = 0; i < format.size(); ++i) {
+    if (format[i] != '%') continue;
+    i = format.find_first_not_of("0123456789.-+ #l", i + 1);
+    found += i < format.size() ? format[i] : '?';
+  }
+  return found;
+}
+
+TEST(MessageTables, EveryRowTakesTheSameArguments) {
+  EXPECT_EQ(kMessageCount, 141);
+  const std::map<int, std::string> known = {{66, "dd"}, {76, "d"},  {98, "d"},  {101, "sd"}, {105, "ss"},
+                                            {106, "s"}, {107, "s"}, {108, "s"}, {109, "s"},  {123, "ddds"},
+                                            {124, "s"}, {129, "d"}, {137, "s"}};
+  for (int row = 0; row < kMessageCount; ++row) {
+    const auto expected = known.count(row) != 0 ? known.at(row) : std::string();
+    for (int language : {1, 2, 3}) {
+      const std::string text = MessageText(row, language);
+      EXPECT_EQ(conversions(text), expected) << "row " << row << " language " << language;
+      EXPECT_FALSE(text.empty());
+      EXPECT_LT(text.size(), 120U);
+      for (std::size_t i = 1; i < text.size(); ++i) {  // one byte a letter
+        const auto lead = static_cast<unsigned char>(text[i - 1]);
+        const auto trail = static_cast<unsigned char>(text[i]);
+        EXPECT_FALSE((lead == 0xC2 || lead == 0xC3) && trail >= 0x80 && trail <= 0xBF) << "row " << row;
+      }
+    }
+  }
+}
+
+TEST(MessageTables, EnglishBeginsAtRow75) {
+  const std::set<int> same = {88, 89, 93, 95, 98, 119, 126};
+  for (int row = 0; row < kMessageCount; ++row) {
+    const bool repeated = row < 75 || same.count(row) != 0;
+    EXPECT_EQ(std::string(MessageText(row, 1)) == MessageText(row, 2), repeated) << "row " << row;
+  }
+}
+
+TEST(MessageTables, RowsThatSupportStaffKnow) {
+  const char* known[] = {
+      "0 Erro Desconhecido!|4 __Seek\n (Tipo de Dados incompat\xEDvel)|41 __DBCREATE\n (falhou abrir dbref)|"
+      "57 \xC1rea desconhecida|66 ERROR_BUFFER_TOO_SMALL \n(%d e %d)|81 Tempo esgotado.|"
+      "104 Usu\xE1rio n\xE3o Autorizado!|133 DLL n\xE3o encontrada.|140 Ordem inv\xE1lida",
+      "1 VORNE: Init Failure!|79 Error opening communication port.|80 Error conecting to server.|81 Time-out|"
+      "99 Fail DoCommInterfaceOpen (1).|100 Fail DoCommInterfaceOpen (2).|101 Conection Error %s port=%d|"
+      "102 Error allocating memory|103 Authenticating...|104 User is not authorized!|"
+      "105 Incompatible version: Client %s / Server %s.|119 Invalid internal handle = hSearch|"
+      "125 Time-out exceeded.|126 CRC inv\xE1lido.|127 Error ReadExact.|133 DLL Not Found!|"
+      "138 Do you want synchronize ?",
+      "0 Erro Desconocido!|79 Erro abrindo la puerta de comunicaci\xF3n.|80 Erro conectando ao servidor.|"
+      "99 Falhou DoCommInterfaceOpen (1).|101 Erro conex\xE3o %s port=%d|102 Erro alocando mem\xF3ria|"
+      "104 Usuario no Autorizado!|105 Vers\xE3o Incompatible: Client %s / Server %s.|"
+      "125 Interrup\xE7\xE3o por time-out.|127 Erro ReadExact.|138 Desea hacer un sincronismo ?"};
+  for (int language : {1, 2, 3}) {
+    std::istringstream all(known[language - 1]);
+    int row = 0;
+    for (std::string text; all >> row && all.get() == ' ' && std::getline(all, text, '|');)
+      EXPECT_EQ(MessageText(row, language), text);
+    EXPECT_GT(row, 137);  // all were read
+  }
+}
+
+class Messages : public RuntimeTest {
+ protected:
+  void TearDown() override {
+    iSyncLang = 1;
+    RuntimeTest::TearDown();
+  }
+};
+
+TEST_F(Messages, AuxiliaryTextsAreNumbered) {
+  EXPECT_STREQ(__GetAuxError(104), "Msg(104)-Usu\xE1rio n\xE3o Autorizado!");
+  EXPECT_STREQ(__GetAuxError(66), "Msg(66)-ERROR_BUFFER_TOO_SMALL \n(%d e %d)");
+  for (int outside : {141, -1, 2147483647, INT32_MIN}) {
+    EXPECT_EQ(std::string(__GetAuxError(outside)), "Msg(" + std::to_string(outside) + ")-");
+  }
+}
+
+TEST_F(Messages, Language) {
+  const double cases[][2] = {{2, 2}, {0, 0}, {3, 3}, {-5, -5}, {4, 1}, {2.7, 2}, {3.5, 1}};  // given, kept
+  for (const auto& c : cases) {
+    EXPECT_EQ(describe(__SetErrorLang(number(c[0]))), "T");
+    EXPECT_EQ(iSyncLang, c[1]) << c[0];
+    EXPECT_EQ(std::string(__GetAuxError(104)).substr(9), MessageText(104, iSyncLang));
+  }
+  EXPECT_RUNTIME_ERROR(__SetErrorLang(text("2")), -1);
+}
+
+TEST_F(Messages, ErrorTexts) {
+  char buffer[2048];
+  std::string all;
+  for (int code = -1; code < 18; ++code) {
+    GetError(buffer, code);
+    all += std::string(buffer) + "|";
+  }
+  EXPECT_EQ(all,
+            "|ARGUMENT ERROR!|BOUND ERROR!|DIVIDE BY ZERO!|RUNTIME ERROR!|INVALID FIELD!|LOW MEMORY!|EG ARG!|"
+            "ALIAS ALREADY EXISTS!|IDX CREATE ERROR!|IDX NOT EXISTS!|INVALID ORDER!|CREATE ERROR!|INDEX CREATE_ERROR!|"
+            "INVALID INDEX!|ALIAS DOES NOT EXISTS!|STACK FULL!|||");
+  __GetAuxError(133);
+  GetError(buffer, 15);
+  EXPECT_STREQ(buffer, "STACK FULL!\nMsg(133)-DLL n\xE3o encontrada.");
+  GetError(buffer, 15);
+  EXPECT_STREQ(buffer, "STACK FULL!");
+  __GetAuxError(1);
+  __EndGlobal();
+  __BeginGlobal();  // a new run has no message yet
+  GetError(buffer, 0);
+  EXPECT_STREQ(buffer, "ARGUMENT ERROR!");
+}
+
+}  // namespace

@@ -1,0 +1,71 @@
+// Stop messages and questions on the standard streams, answered from a pipe or a closed input.
+#include "screen/vornewin.h"
+
+#include "runtime/hooks.h"
+#include "support/child.h"
+#include "values.h"
+
+namespace {
+
+class Screen : public RuntimeTest {};
+
+/// Runs `body` in a child whose standard input holds `input`; null closes it.
+ChildResult withInput(const char* input, const std::function<void()>& body) {
+  return runChild([&] {
+    int ends[2];
+    if (input == nullptr) {
+      close(STDIN_FILENO);
+    } else if (pipe(ends) == 0) {
+      if (write(ends[1], input, std::strlen(input)) < 0) _exit(99);
+      close(ends[1]);
+      dup2(ends[0], STDIN_FILENO);
+    }
+    body();
+  });
+}
+
+TEST_F(Screen, StopMessagesEndTheProcess) {
+  for (const char* input : {"\n", "", static_cast<const char*>(nullptr)}) {
+    const ChildResult end = withInput(input, [] { __MsgStop(text("n\xE3o %s"), text("Library")); });
+    EXPECT_EQ(end.status, 1);
+    EXPECT_EQ(end.output, "Library\nn\xE3o %s\n<Enter>");
+  }
+  const std::string longText(20000, 'x');
+  const ChildResult end = withInput("\n", [&] {
+    __begin_context();
+    __MsgStop(text(longText));
+  });
+  EXPECT_EQ(end.status, 1);
+  EXPECT_EQ(end.output, longText + "\n<Enter>");
+  EXPECT_RUNTIME_ERROR(__MsgStop(number(1)), -1);
+}
+
+TEST_F(Screen, Questions) {
+  const char* inputs[] = {"S", "s\n", "Y", "y", "N", "\n", "", nullptr};
+  std::string answers;
+  for (const char* input : inputs) {
+    const ChildResult asked = withInput(input, [] {
+      Obj_Node* answer = __MsgYesNo(text("Continue ?"), text("Sale"));
+      std::printf("%s", describe(answer).c_str());
+    });
+    EXPECT_EQ(asked.status, kCameBack);
+    EXPECT_EQ(asked.output.find("Sale\nContinue ?\n"), 0U);
+    answers += asked.output.back();
+  }
+  EXPECT_EQ(answers, "TTTTFFFF");
+}
+
+TEST_F(Screen, AskingToSynchronise) {
+  vorne::hooks.synchronise = [] { std::printf("[synchronised]"); };
+  const std::string question = "Msg(139)-Nova conex\xE3o\nMsg(138)-Deseja fazer um sincronismo ?\n";
+  const ChildResult yes = withInput("S", [] { rstCall(); });
+  EXPECT_EQ(yes.status, 0);
+  EXPECT_EQ(yes.output.find(question), 0U) << yes.output;
+  EXPECT_NE(yes.output.find("[synchronised]"), std::string::npos);
+  const ChildResult no = withInput("N", [] { std::printf("[%s]", describe(ErrSync()).c_str()); });
+  EXPECT_NE(no.output.find("[F]"), std::string::npos);
+  EXPECT_EQ(no.output.find("[synchronised]"), std::string::npos);
+  vorne::hooks = {};
+}
+
+}  // namespace
