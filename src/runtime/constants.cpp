@@ -34,7 +34,8 @@ Obj_Node* newPool(std::size_t count) {
 void __const_set_amount(int n) {
   if (n < 0 || n > INT16_MAX) ArgumentError();
   const auto count = static_cast<std::size_t>(n);
-  std::fill_n(newPool(count), count, Obj_Node{nullptr, vConst, varNil, -1, {}, 1, -1});
+  static constexpr Obj_Node kUnset{nullptr, vConst, varNil, -1, {}, 1, -1};
+  std::fill_n(newPool(count), count, kUnset);
 }
 
 void SetConstants(std::span<const Obj_Node> constants) {

@@ -44,9 +44,12 @@ void preparePools(ObjCDND* pools) {
   }
 }
 
+// Static, so that filling a table copies it instead of putting a node together each time.
+constexpr Obj_Node kFreeSlot{nullptr, vRegister, varNil, -1, {}, 0, -1};
+
 void makeValueStack(ObjsGlobals& glob) {
   const auto slots = static_cast<std::size_t>(iMaxStackElements);
-  std::fill_n(MakeNodeTable(glob.mNode, slots, 2), slots, Obj_Node{nullptr, vRegister, varNil, -1, {}, 0, -1});
+  std::fill_n(MakeNodeTable(glob.mNode, slots, 2), slots, kFreeSlot);
 }
 
 void fillCalendar(ObjsGlobals& glob) {
@@ -88,7 +91,7 @@ void fillSharedValues(GlobalRecord& record) {
 }
 
 void freeValues() {
-  for (int i = 0; i < iMaxStackElements; ++i) FreeText(S_GLOB->mNode[i]);
+  for (int i = 0; i < usedSlots; ++i) FreeText(S_GLOB->mNode[i]);
   Release(S_GLOB->mNode);
   FreeTrace();
   FreeConstants();
@@ -125,6 +128,7 @@ short __BeginGlobal() {
   if (iMaxStackElements == 0) __SetMaxStackElements(150);
   limitstack = iMaxStackElements - 1;
   lckstack = 0;
+  usedSlots = 0;
   __RetGlob(1);
   ForgetAuxError();
   __InitSets();

@@ -79,6 +79,9 @@ inline int IntOrFail(const Obj_Node* n) {
 /// Returns the nodes, not yet filled. The table ends with `spare` null entries. Error 5.
 Obj_Node* MakeNodeTable(Obj_Node**& table, std::size_t count, std::size_t spare);
 
+/// Slots of the value stack handed out since __BeginGlobal are those below this index; most calls need few of them.
+extern int usedSlots;
+
 /// Frees the node's text, if it holds one; the node keeps its type.
 void FreeText(Obj_Node* n);
 /// Bytes that a text's buffer must have, its content and one more zero included.

@@ -16,6 +16,12 @@ void __SetMaxStackElements(int n) {
   limitstack = n - 1;
 }
 
+namespace vorne {
+
+int usedSlots = 0;
+
+}  // namespace vorne
+
 namespace {
 
 int freeSlot() {
@@ -47,6 +53,7 @@ Obj_Node* __CheckStack() {
   Obj_Node* slot = S_GLOB->mNode[i];
   dropText(slot);
   S_GLOB->StackPos = static_cast<std::int16_t>(i < limitstack ? i + 1 : 0);
+  if (i >= usedSlots) usedSlots = i + 1;
   return slot;
 }
 
@@ -66,7 +73,7 @@ int LockStack(std::initializer_list<Obj_Node*> nodes) {
 }
 
 void __ReleaseStack() {
-  for (int i = 0; i < iMaxStackElements; ++i) {
+  for (int i = 0; i < usedSlots; ++i) {
     Obj_Node* slot = S_GLOB->mNode[i];
     if (slot->objRefCount == 0 || slot->objRefCount <= S_GLOB->LastContext) continue;
     slot->objRefCount = 0;
@@ -76,7 +83,7 @@ void __ReleaseStack() {
 }
 
 void __ReleaseStack2() {
-  for (int i = 0; i < iMaxStackElements; ++i) {
+  for (int i = 0; i < usedSlots; ++i) {
     if (S_GLOB->mNode[i]->objRefCount == 0) dropText(S_GLOB->mNode[i]);
   }
 }
