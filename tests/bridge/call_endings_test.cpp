@@ -24,34 +24,22 @@ TEST_F(CallEndingsTest, EachFailureSaysItsWords) {
     int status;
     std::string output;
   } cases[] = {
-      {"library not there", base64("VerificaPresencaPinPad\2"), 0,
+      {"library not there", base64(raw("VerificaPresencaPinPad^")), 0,
        "\nDLL ./libclisitef.so n\xE3o encontrada\nRunTimeError = 133"},
-      {"library not loadable", base64("Bematech_FI_LeituraX\2"), 0,
+      {"library not loadable", base64(raw("Bematech_FI_LeituraX^")), 0,
        "\nDLL ./bemafi32.so n\xE3o encontrada\nRunTimeError = 133"},
-      {"function not there", base64("ECF_LeituraXSerial\2"), 0,
+      {"function not there", base64(raw("ECF_LeituraXSerial^")), 0,
        "\nFunction <ECF_LeituraXSerial> not found in DLL <./libconvecf.so>!\nRunTimeError = 134"},
-      {"the message names the vendor's spelling",
-       base64("enviarecebesitefdireto\1"
-              "1\1"
-              "1\1"
-              "1\1s\1"
-              "1\1s\1"
-              "1\1"
-              "1\1"
-              "1\1s\1s\1s\1s\1"
-              "1\2"),
-       0, "\nDLL ./libclisitef.so n\xE3o encontrada\nRunTimeError = 133"},
-      {"unknown command", base64(" ecf_leitur\2"), 1,
+      {"the message names the vendor's spelling", base64(raw("enviarecebesitefdireto|1|1|1|s|1|s|1|1|1|s|s|s|s|1^")), 0,
+       "\nDLL ./libclisitef.so n\xE3o encontrada\nRunTimeError = 133"},
+      {"unknown command", base64(raw(" ecf_leitur^")), 1,
        "Library TELLIRA\nFunction not found in TELLIRA.DLL/SO -> ECF_LEITUR\n<Enter>"},
-      {"no name at all", base64("\2"), 1, "Library TELLIRA\nFunction not found in TELLIRA.DLL/SO -> \n<Enter>"},
+      {"no name at all", base64(raw("^")), 1, "Library TELLIRA\nFunction not found in TELLIRA.DLL/SO -> \n<Enter>"},
       {"empty parameters", "", 0, "\nRunTimeError = -1"},
-      {"missing field",
-       base64("ECF_VendeItem\1"
-              "1\2"),
-       0, "\nRunTimeError = -1"},
-      {"more fields than an array holds", base64("ECF_LeituraX" + std::string(40000, '\1') + "\2"), 0,
+      {"missing field", base64(raw("ECF_VendeItem|1^")), 0, "\nRunTimeError = -1"},
+      {"more fields than an array holds", base64(raw("ECF_LeituraX" + std::string(40000, '|'))), 0,
        "\nRunTimeError = -1"},
-      {"an exception from the vendor", base64("ECF_LeituraX\2"), 0, "\nSAIU PELO CATCH....."},
+      {"an exception from the vendor", base64(raw("ECF_LeituraX^")), 0, "\nSAIU PELO CATCH....."},
   };
   for (const auto& c : cases) {
     const ChildResult result = runChild([&] { call(c.params); });
@@ -70,8 +58,7 @@ TEST_F(CallEndingsTest, AVeryLongUnknownNameIsPrintedWhole) {
 TEST_F(CallEndingsTest, AVendorThatWritesTooMuchIsBorneOrStopped) {
   useFaulty();
   const HostAnswer answer = callRaw("ECF_NumeroCupom\1      \2");
-  EXPECT_EQ(answer.text.substr(0, 8), base64("1\1"
-                                             "7777"));
+  EXPECT_EQ(answer.text.substr(0, 8), base64(raw("1|7777")));
   EXPECT_GT(answer.text.size(), 40000U);
   // Beyond all bounds the process stops at the guard page instead of going on with damaged memory.
   const ChildResult result = runChild([] {
@@ -85,14 +72,9 @@ TEST_F(CallEndingsTest, EveryFailingAllocationEndsAsOutOfMemory) {
   useMocks();
   plan(1, {writes(4, "ok\0"sv)});
   const std::string params[] = {
-      base64("ContinuaFuncaoSiTefInterativo\1"
-             "0\1"
-             "0\1"
-             "0\1"
-             "0\1data\1\1"
-             "0\2"),
-      base64("ECF_RetornaPortaVelocidade\1          \1      \2"),
-      base64("ECF_RetornoImpressoraMFD\1 ABC \2"),
+      base64(raw("ContinuaFuncaoSiTefInterativo|0|0|0|0|data||0^")),
+      base64(raw("ECF_RetornaPortaVelocidade|          |      ^")),
+      base64(raw("ECF_RetornoImpressoraMFD| ABC ^")),
   };
   for (const std::string& p : params) {
     const std::string expected = call(p).text;
@@ -117,17 +99,7 @@ TEST_F(CallEndingsTest, TheWholeCallWorksInASmallRing) {
     __SetMaxStackElements(16);
     const std::string fields(200, '\1');
     if (callRaw("ECF_LeituraX" + fields + "\2").text != base64("1000\0"s)) _exit(1);
-    if (callRaw("EnviaRecebeSitefDireto\1"
-                "1\1"
-                "2\1"
-                "3\1s\1"
-                "4\1s\1"
-                "5\1"
-                "6\1"
-                "7\1s\1s\1s\1s\1"
-                "8\2")
-            .returned != 1)
-      _exit(2);
+    if (callRaw(raw("EnviaRecebeSitefDireto|1|2|3|s|4|s|5|6|7|s|s|s|s|8^")).returned != 1) _exit(2);
   });
   EXPECT_EQ(result.status, kCameBack) << result.output;
 }

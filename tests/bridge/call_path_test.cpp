@@ -1,15 +1,23 @@
 // What travels between the host and a vendor, byte by byte.
+#include <list>
+
 #include "host.h"
 
 namespace {
 
+struct Written {
+  int argument;
+  const char* bytes;  // null: the number
+  int number = 0;
+};
+
 struct Case {
   const char* what;
-  std::string_view raw;  // parameter bytes
-  std::vector<MockAnswer> vendor;
+  const char* params;  // texts in the notation of raw()
+  std::vector<Written> vendor;
   int result;
-  std::string_view answer;  // decoded output bytes, without the final zero
-  std::string_view record;
+  const char* answer;  // without the final zero
+  const char* record;
 };
 
 class CallPathTest : public HostTest {
@@ -21,187 +29,62 @@ class CallPathTest : public HostTest {
 };
 
 TEST_F(CallPathTest, AnswersByteForByte) {
+  // clang-format off
   const Case cases[] = {
-      {"zero behind 0x02", "ECF_LeituraX\2\0"sv, {}, 1, "1"sv, "ECF_LeituraX()"},
-      {"no zero behind 0x02", "ECF_LeituraX\2"sv, {}, 1, "1"sv, "ECF_LeituraX()"},
-      {"no closing 0x02", "ECF_LeituraX"sv, {}, 1, "1"sv, "ECF_LeituraX()"},
-      {"0x01 as the last byte", "ECF_LeituraX\1"sv, {}, 1, "1"sv, "ECF_LeituraX()"},
-      {"bytes behind 0x02 are not looked at", "ECF_LeituraX\2junk\2"sv, {}, 1, "1"sv, "ECF_LeituraX()"},
-      {"name in small letters, with blanks", " ecf_abreportaserial \2\0"sv, {}, 1, "1"sv, "ECF_AbrePortaSerial()"},
-      {"text by reference",
-       "ECF_NumeroCupom\1      \2\0"sv,
-       {writes(0, "001234\0"sv)},
-       1,
-       "1\1"
-       "001234"sv,
+      {"zero behind 0x02", "ECF_LeituraX^~", {}, 1, "1", "ECF_LeituraX()"},
+      {"no zero behind 0x02", "ECF_LeituraX^", {}, 1, "1", "ECF_LeituraX()"},
+      {"no closing 0x02", "ECF_LeituraX", {}, 1, "1", "ECF_LeituraX()"},
+      {"0x01 as the last byte", "ECF_LeituraX|", {}, 1, "1", "ECF_LeituraX()"},
+      {"bytes behind 0x02 are not looked at", "ECF_LeituraX^junk^", {}, 1, "1", "ECF_LeituraX()"},
+      {"name in small letters, with blanks", " ecf_abreportaserial ^~", {}, 1, "1", "ECF_AbrePortaSerial()"},
+      {"text by reference", "ECF_NumeroCupom|      ^~", {{0, "001234~"}}, 1, "1|001234", "ECF_NumeroCupom('      ')"},
+      {"the vendor writes no zero", "ECF_NumeroCupom|      ^~", {{0, "001234"}}, 1, "1|001234",
        "ECF_NumeroCupom('      ')"},
-      {"the vendor writes no zero",
-       "ECF_NumeroCupom\1      \2\0"sv,
-       {writes(0, "001234")},
-       1,
-       "1\1"
-       "001234"sv,
+      {"left behind a short answer", "ECF_NumeroCupom|      ^~", {{0, "123~"}}, 1, "1|123",
        "ECF_NumeroCupom('      ')"},
-      {"what is left behind a short answer",
-       "ECF_NumeroCupom\1      \2\0"sv,
-       {writes(0, "123\0"sv)},
-       1,
-       "1\1"
-       "123"sv,
-       "ECF_NumeroCupom('      ')"},
-      {"empty room, negative result", "ECF_NumeroCupom\1\2\0"sv, {writes(0, "")}, -4, "-4\1"sv, "ECF_NumeroCupom('')"},
-      {"filled to the last byte",
-       "ECF_NumeroSerie\1A\2\0"sv,
-       {writes(0, "ABCDE")},
-       1,
-       "1\1"
-       "ABCDE"sv,
+      {"empty room, negative result", "ECF_NumeroCupom|^~", {{0, ""}}, -4, "-4|", "ECF_NumeroCupom('')"},
+      {"filled to the last byte", "ECF_NumeroSerie|A^~", {{0, "ABCDE"}}, 1, "1|ABCDE", "ECF_NumeroSerie('A')"},
+      {"longer than the room", "ECF_NumeroSerie|A^~", {{0, "12345678000195~"}}, 1, "1|12345678000195",
        "ECF_NumeroSerie('A')"},
-      {"longer than the room",
-       "ECF_NumeroSerie\1A\2\0"sv,
-       {writes(0, "12345678000195\0"sv)},
-       1,
-       "1\1"
-       "12345678000195"sv,
-       "ECF_NumeroSerie('A')"},
-      {"nothing but 0xFF",
-       "ECF_NumeroSerie\1A\2\0"sv,
-       {writes(0, "\xFF\xFF\xFF\xFF\xFF")},
-       1,
-       "1\1"sv,
-       "ECF_NumeroSerie('A')"},
-      {"two texts, trimmed",
-       "ECF_RetornaPortaVelocidade\1          \1      \2\0"sv,
-       {writes(0, "COM1      \0"sv), writes(1, " 9600\0"sv)},
-       1,
-       "1\1COM1\1"
-       "9600"sv,
+      {"nothing but 0xFF", "ECF_NumeroSerie|A^~", {{0, "$$$$$"}}, 1, "1|", "ECF_NumeroSerie('A')"},
+      {"two texts, trimmed", "ECF_RetornaPortaVelocidade|          |      ^~", {{0, "COM1      ~"}, {1, " 9600~"}}, 1, "1|COM1|9600",
        "ECF_RetornaPortaVelocidade('          ','      ')"},
-      {"three numbers",
-       "ECF_RetornoImpressora\1"
-       "0\1"
-       "0\1"
-       "0\2\0"sv,
-       {sets(0, 6), sets(1, 0), sets(2, -2)},
-       1,
-       "1\1"
-       "6\1"
-       "0\1-2"sv,
+      {"three numbers", "ECF_RetornoImpressora|0|0|0^~", {{0, nullptr, 6}, {1, nullptr, 0}, {2, nullptr, -2}}, 1, "1|6|0|-2",
        "ECF_RetornoImpressora(&0,&0,&0)"},
-      {"number fields as scripts read them",
-       "ECF_ConfiguraCodigoBarrasMFD\1"
-       "99999999999\1-7\1"
-       "12.9\1"
-       "1.234,5\1x\2"sv,
-       {},
-       1,
-       "1"sv,
+      {"number fields as scripts read them", "ECF_ConfiguraCodigoBarrasMFD|99999999999|-7|12.9|1.234,5|x^", {}, 1, "1",
        "ECF_ConfiguraCodigoBarrasMFD(2147483647,-7,12,1234,0)"},
-      {"no vendor call",
-       "ECF_RetornoImpressoraMFD\1 ABC \2\0"sv,
-       {},
-       1,
-       "0\1"
-       "ABC"sv,
-       ""},
-      {"dialogue, empty data",
-       "ContinuaFuncaoSiTefInterativo\1"
-       "0\1"
-       "0\1"
-       "0\1"
-       "0\1\1"
-       "20000\1"
-       "0\2\0"sv,
-       {sets(0, 21), sets(1, 1), sets(2, 1), sets(3, 1), writes(4, "1:Credito;2:Debito;\0"sv)},
-       10000,
-       "10000\1"
-       "21\1"
-       "1\1"
-       "1\1"
-       "1\1"
-       "1:Credito;2:Debito;"sv,
+      {"no vendor call", "ECF_RetornoImpressoraMFD| ABC ^~", {}, 1, "0|ABC", ""},
+      {"dialogue, empty data", "ContinuaFuncaoSiTefInterativo|0|0|0|0||20000|0^~", {{0, nullptr, 21}, {1, nullptr, 1}, {2, nullptr, 1}, {3, nullptr, 1}, {4, "1:Credito;2:Debito;~"}}, 10000, "10000|21|1|1|1|1:Credito;2:Debito;",
        "ContinuaFuncaoSiTefInterativo(&0,&0,&0,&0,'',4,0)"},
-      {"dialogue, 0x03 from the vendor reaches the host",
-       "ContinuaFuncaoSiTefInterativo\1"
-       "21\1"
-       "1\1"
-       "1\1"
-       "1\1"
-       " 1 \1"
-       "20000\1"
-       "0\2\0"sv,
-       {sets(0, 21), sets(1, 0), sets(2, 0), sets(3, 0), writes(4, "AB\3C\0"sv)},
-       0,
-       "0\1"
-       "21\1"
-       "0\1"
-       "0\1"
-       "0\1AB\3C"sv,
+      {"dialogue, 0x03 from the vendor reaches the host", "ContinuaFuncaoSiTefInterativo|21|1|1|1| 1 |20000|0^~", {{0, nullptr, 21}, {1, nullptr, 0}, {2, nullptr, 0}, {3, nullptr, 0}, {4, "AB#C~"}}, 0, "0|21|0|0|0|AB#C",
        "ContinuaFuncaoSiTefInterativo(&21,&1,&1,&1,'1',4,0)"},
-      {"16-bit numbers wrap as the vendor's do",
-       "ContinuaFuncaoSiTefInterativo\1"
-       "0\1"
-       "0\1"
-       "70000\1"
-       "0\1\1\1"
-       "0\2"sv,
-       {sets(2, -1), sets(3, 32767), writes(4, "\0"sv)},
-       0,
-       "0\1"
-       "0\1"
-       "0\1-1\1"
-       "32767\1"sv,
+      {"16-bit numbers wrap as the vendor's do", "ContinuaFuncaoSiTefInterativo|0|0|70000|0|||0^", {{2, nullptr, -1}, {3, nullptr, 32767}, {4, "~"}}, 0, "0|0|0|-1|32767|",
        "ContinuaFuncaoSiTefInterativo(&0,&0,&4464,&0,'',4,0)"},
-      {"finalisation",
-       "FinalizaTransacaoSiTefInterativo\1"
-       "1\1"
-       "00012345\1"
-       "20260315\1"
-       "142530\2\0"sv,
-       {writes(9, "")},
-       5,
-       "00012345\1"
-       "20260315\1"
-       "142530\1"sv,
+      {"finalisation", "FinalizaTransacaoSiTefInterativo|1|00012345|20260315|142530^~", {}, 5, "00012345|20260315|142530|",
        "FinalizaTransacaoSiTefInterativo(1,'00012345','20260315','142530')"},
-      {"finalisation, all empty",
-       "FinalizaTransacaoSiTefInterativo\1"
-       "1\1\1\1\2\0"sv,
-       {writes(9, "")},
-       5,
-       "\1\1\1"sv,
+      {"finalisation, all empty", "FinalizaTransacaoSiTefInterativo|1|||^~", {}, 5, "|||",
        "FinalizaTransacaoSiTefInterativo(1,'','','')"},
-      {"an absent argument is room of its own",
-       "ECF_CGC_IE\1                  \1               \2\0"sv,
-       {writes(0, "12.345.678/0001-95\0"sv), writes(1, "123456789012345\0"sv)},
-       1,
-       "1\1"
-       "12.345.678/0001-95"sv,
+      {"an absent argument is room of its own", "ECF_CGC_IE|                  |               ^~", {{0, "12.345.678/0001-95~"}, {1, "123456789012345~"}}, 1, "1|12.345.678/0001-95",
        "ECF_CGC_IE('                  ','')"},
-      {"two digits a status byte",
-       "Bematech_FI_RetornoImpressora\2\0"sv,
-       {sets(0, 6), sets(1, 0), sets(2, 0)},
-       1,
-       "1\1"
-       "060000"sv,
+      {"two digits a status byte", "Bematech_FI_RetornoImpressora^~", {{0, nullptr, 6}, {1, nullptr, 0}, {2, nullptr, 0}}, 1, "1|060000",
        "Bematech_FI_RetornoImpressora(&0,&0,&0)"},
-      {"six blanks of the library's own",
-       "Bematech_FI_NumeroCupom\2\0"sv,
-       {writes(0, "000123\0"sv)},
-       1,
-       "1\1"
-       "000123"sv,
+      {"six blanks of the library's own", "Bematech_FI_NumeroCupom^~", {{0, "000123~"}}, 1, "1|000123",
        "Bematech_FI_NumeroCupom('      ')"},
   };
+  // clang-format on
   for (const Case& c : cases) {
     SCOPED_TRACE(c.what);
     resetMocks();
     plan(c.result, {sets(63, 0)});  // no such place: every other argument stays as it is
-    for (const MockAnswer& answer : c.vendor) plan(c.result, {answer});
-    const HostAnswer answer = callRaw(c.raw);
+    std::list<std::string> texts;   // keeps its strings in place
+    for (const Written& w : c.vendor) {
+      texts.push_back(raw(w.bytes == nullptr ? "" : w.bytes));
+      plan(c.result, {{w.argument, w.number, texts.back().size(), texts.back().data()}});
+    }
+    const HostAnswer answer = callRaw(raw(c.params));
     EXPECT_EQ(answer.returned, 1);
     EXPECT_EQ(record(), c.record);
-    EXPECT_EQ(answer.text, base64(std::string(c.answer) + '\0'));
+    EXPECT_EQ(answer.text, base64(raw(c.answer) + '\0'));
   }
 }
 
@@ -217,24 +100,10 @@ TEST_F(CallPathTest, EveryByteTravelsBothWays) {
 TEST_F(CallPathTest, WithoutEncodingTextsArePlainOnTheWholePath) {
   plan(1, {writes(0, "001234")});
   SetEncode(0);
-  EXPECT_EQ(call("ECF_NumeroCupom\1      \2").text,
-            "1\1"
-            "001234");
+  EXPECT_EQ(call(raw("ECF_NumeroCupom|      ^")).text, raw("1|001234"));
   resetMocks();
   plan(0, {writes(4, "A\3B\0"sv)});
-  EXPECT_EQ(call("ContinuaFuncaoSiTefInterativo\1"
-                 "0\1"
-                 "0\1"
-                 "0\1"
-                 "0\1x\1\1"
-                 "0\2")
-                .text,
-            "0\1"
-            "0\1"
-            "0\1"
-            "0\1"
-            "0\1"
-            "AB");
+  EXPECT_EQ(call(raw("ContinuaFuncaoSiTefInterativo|0|0|0|0|x||0^")).text, raw("0|0|0|0|0|AB"));
   SetEncode(1);
   resetMocks();
   plan(1, {writes(0, "001234")});
@@ -259,22 +128,9 @@ TEST_F(CallPathTest, LongDialogueDataNeverRunsPastItsRoom) {
   for (const std::size_t size : {14988U, 15100U, 60000U}) {
     resetMocks();
     plan(0, {writes(4, "ok\0"sv)});
-    const std::string data(size, 'd');
-    const HostAnswer answer = callRaw(
-        "ContinuaFuncaoSiTefInterativo\1"
-        "0\1"
-        "0\1"
-        "0\1"
-        "0\1" +
-        data +
-        "\1\1"
-        "0\2");
-    EXPECT_EQ(answer.text, base64("0\1"
-                                  "0\1"
-                                  "0\1"
-                                  "0\1"
-                                  "0\1ok\0"s))
-        << size;
+    const HostAnswer answer =
+        callRaw(raw("ContinuaFuncaoSiTefInterativo|0|0|0|0|") + std::string(size, 'd') + raw("||0^"));
+    EXPECT_EQ(answer.text, base64(raw("0|0|0|0|0|ok~"))) << size;
   }
 }
 

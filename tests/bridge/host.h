@@ -102,6 +102,17 @@ class HostTest : public ::testing::Test {
   std::vector<void*> mocks_;
 };
 
+/// Bytes as tests write them: | is 0x01, ^ 0x02, # 0x03, ~ 0x00 and $ 0xFF.
+inline std::string raw(std::string_view text) {
+  static constexpr std::string_view kMarks = "|^#~$";
+  static constexpr std::string_view kBytes("\1\2\3\0\xFF", 5);
+  std::string bytes(text);
+  for (char& c : bytes) {
+    if (const auto i = kMarks.find(c); i != kMarks.npos) c = kBytes[i];
+  }
+  return bytes;
+}
+
 /// A text answer of exactly these bytes.
 inline MockAnswer writes(int argument, std::string_view bytes) {
   return {argument, 0, bytes.size(), bytes.data()};
