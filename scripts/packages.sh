@@ -48,9 +48,10 @@ apt_get() {
 }
 
 # The lists are fetched only when the installation fails without: they may be fresh, and one of them out of step (or a
-# mirror that is down) is no harm as long as the packages themselves can be had.
+# mirror that is down) is no harm as long as the packages themselves can be had. What the first try complains of is either
+# mended by the lists or said again by the second.
 install_packages() {
-  apt_get install --no-install-recommends "$@" && return 0
+  apt_get install --no-install-recommends "$@" 2>/dev/null && return 0
   apt_get update || echo "apt-get update did not end well; trying with the lists there are" >&2
   apt_get install --no-install-recommends "$@"
 }
