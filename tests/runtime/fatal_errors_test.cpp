@@ -29,10 +29,17 @@ TEST_F(FatalErrors, PrintTheAuxiliaryNumber) {
 }
 
 TEST_F(FatalErrors, CallTheExitFunctionThenCloseTheTables) {
-  EXPECT_EQ(describe(__RegisterExit([] { std::printf("[exit]"); })), "F");
+  EXPECT_EQ(describe(__RegisterExit([] {
+              char message[2048];
+              GetError(message, 1);
+              std::printf("[%s]", message);
+            })),
+            "F");
   EXPECT_EQ(describe(__RegisterExit(nullptr)), "F");  // keeps the function
   vorne::hooks.closeWorkAreas = [] { std::printf("[tables]"); };
-  expectEnd([] { __RuntimeError(1, 134); }, "[exit][tables]\nRunTimeError = 134");
+  expectEnd([] { __RuntimeError(1, 134); },
+            "[BOUND ERROR!\nMsg(134)-Fun\xE7\xE3o n\xE3o encontrada.][tables]\nRunTimeError = 134");
+  expectEnd([] { __RuntimeError(1, -1); }, "[BOUND ERROR!][tables]\nRunTimeError = -1");
 }
 
 TEST_F(FatalErrors, RaisedAgainGoStraightToTheEnd) {

@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -12,9 +14,31 @@
 #include "runtime/memory.h"
 #include "runtime/vorneobjs.h"
 
+/// A runtime error ends the process with status 0, which would pass for a test that succeeded: while a test runs, the
+/// end of its own process (not of its children) is a failure.
+class EndGuard {
+ public:
+  static void arm() {
+    if (owner_ == 0) std::atexit(check);
+    owner_ = getpid();
+    armed_ = true;
+  }
+  static void disarm() { armed_ = false; }
+
+ private:
+  static void check() {
+    if (!armed_ || getpid() != owner_) return;
+    std::fprintf(stderr, "the runtime ended the test's process\n");
+    _exit(98);
+  }
+  static inline bool armed_ = false;
+  static inline pid_t owner_ = 0;
+};
+
 class RuntimeTest : public ::testing::Test {
  protected:
   void SetUp() override {
+    EndGuard::arm();
     vorne::allocationsLeft = -1;
     SetCheckBuffer(0);
     SetEncode(1);
@@ -25,6 +49,7 @@ class RuntimeTest : public ::testing::Test {
     __EndGlobal();
     SetCheckBuffer(0);
     SetEncode(1);
+    EndGuard::disarm();
   }
 };
 
