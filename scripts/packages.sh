@@ -51,6 +51,7 @@ apt_get() {
 # mirror that is down) is no harm as long as the packages themselves can be had. What the first try complains of is either
 # mended by the lists or said again by the second.
 install_packages() {
+  as_root true || return 1
   apt_get install --no-install-recommends "$@" 2>/dev/null && return 0
   apt_get update || echo "apt-get update did not end well; trying with the lists there are" >&2
   apt_get install --no-install-recommends "$@"
