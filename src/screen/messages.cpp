@@ -41,8 +41,9 @@ Obj_Node* __MsgYesNo(Obj_Node* message, Obj_Node* title) {
 }
 
 Obj_Node* ErrSync() {
-  // Each text is copied at once: both come from the same buffer.
-  Obj_Node* question = __INIT_CHARPTR(__GetAuxError(138));
+  // Each text is copied at once, since both come from the same buffer, the first into a variable, which no other
+  // temporary can push out of the ring.
+  Obj_Node* question = __SET_OBJECT(nullptr, __INIT_CHARPTR(__GetAuxError(138)));
   Obj_Node* title = __INIT_CHARPTR(__GetAuxError(139));
   Obj_Node* answer = __MsgYesNo(question, title);
   if (IsTrue(answer) && hooks.synchronise != nullptr) hooks.synchronise();
