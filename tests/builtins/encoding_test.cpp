@@ -81,6 +81,7 @@ TEST_F(Boundary, EncodedTextsCoverTheirTerminator) {
   EXPECT_EQ(bytes(__DoEncode(text("\xE9\0\xFF"sv))), "6QD/AA==");
   EXPECT_EQ(bytes(__DoDecode(text("QQA="))), "A\0"sv);
   EXPECT_EQ(bytes(__DoDecode(text("QQ=="))), "A");
+  EXPECT_EQ(__DoDecode(text("QQ=="))->objData.mbuff[2], '\0');  // no bits of the padding stay behind
   EXPECT_EQ(__DoDecode(text("")), __INIT_NIL());
 }
 

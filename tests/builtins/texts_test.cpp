@@ -116,7 +116,7 @@ TEST_F(Texts, TrimmingAndPadding) {
   EXPECT_TEXTS(__PadR, {{"ab", 5}, "ab   ", 6}, {{"abc", 2}, "abc", 4}, {{"ab", 5, ""}, "ab", 3});
   EXPECT_TEXTS(__Pad, {{"ab", 4, "-"}, "ab--", 5});
   EXPECT_TEXTS(__PadL, {{"ab", 4, "0"}, "00ab", 8}, {{"ab", 4, ""}, "ab", 8}, {{"abcd", 4, "0"}, "abcd", 5});
-  EXPECT_TEXTS(__PadC, {{"abcd", 7, "--"}, "abc--d", 8}, {{"a", 9, "*"}, "a*", 10}, {{"ab", 1, "*"}, "ab", 3});
+  EXPECT_TEXTS(__PadC, {{"abcd", 8, "--"}, "abc--d", 9}, {{"a", 9, "*"}, "a*", 10}, {{"ab", 1, "*"}, "ab", 3});
   EXPECT_TEXTS(__Space, {{3}, "   ", 4}, {{0}, "", 1});
   EXPECT_TEXTS(__Replicate, {{"ab", 3}, "ababab", 10}, {{"ab", -3}, "", 1});
   // Longer than the length field tells, in a buffer that is large enough all the same.
@@ -129,7 +129,7 @@ TEST_F(Texts, Replacing) {
                {{"a-b-c", "-", ""}, "abc", 4}, {{"aaaa", "a", "aa"}, "aaaaaaaa", 9},
                {{"a-b-c", "-", "+", 3}, "a-b+c", 6}, {{"a-b-c", "-", "+", -3, 1}, "a+b+c", 6},
                {{"a-b-c", "-", "+", nullptr, -1}, "a+b-c", 6}, {{"a-b", "-", "+", 5}, "a-b", 4},
-               {{"a-b", "", "+"}, "a-b", 4});
+               {{"a-b", "", "+"}, "a-b", 4}, {{"a-b-c", "-", "+", 1, 0}, "a+b+c", 6});
   EXPECT_TEXTS(__Stuff, {{"abcdef", 2, 3, "XY"}, "abXYf", 6}, {{"abc", -1, -1, "X"}, "Xabc", 5},
                {{"abc", 3, 3, "X"}, "abcX", 5});
   EXPECT_EQ(__Stuff(text("abc"), number(4), number(0), text("X")), nullptr);
