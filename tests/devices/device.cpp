@@ -4,28 +4,25 @@
 
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <sstream>
 
 namespace {
 
 constexpr std::size_t kMostTexts = 9;
 
-template <std::size_t... kPlaces>
-int invoke(void* function, char** texts, std::index_sequence<kPlaces...>) {
-  return reinterpret_cast<int (*)(decltype(texts[kPlaces] + 0)...)>(function)(texts[kPlaces]...);
-}
-
 template <std::size_t kCount>
 int invokeWith(void* function, char** texts) {
-  return invoke(function, texts, std::make_index_sequence<kCount>());
+  return [&]<std::size_t... kPlaces>(std::index_sequence<kPlaces...>) {
+    return reinterpret_cast<int (*)(decltype(texts[kPlaces] + 0)...)>(function)(texts[kPlaces]...);
+  }
+  (std::make_index_sequence<kCount>());
 }
 
-template <std::size_t... kCounts>
-constexpr auto invokers(std::index_sequence<kCounts...>) {
+constexpr auto kInvokers = []<std::size_t... kCounts>(std::index_sequence<kCounts...>) {
   return std::array{invokeWith<kCounts>...};
 }
-
-constexpr auto kInvokers = invokers(std::make_index_sequence<kMostTexts + 1>());
+(std::make_index_sequence<kMostTexts + 1>());
 
 }  // namespace
 
@@ -58,7 +55,7 @@ void* Device::symbol(const std::string& function) const {
   return dlsym(handle_, function.c_str());
 }
 
-int Device::callTexts(const std::string& function, std::vector<std::string> texts) {
+int Device::callTexts(const std::string& function, std::vector<std::string>& texts) {
   std::array<char*, kMostTexts> places{};
   for (std::size_t i = 0; i < texts.size() && i < kMostTexts; ++i) places[i] = texts[i].data();
   void* const entry = symbol(function);
@@ -72,26 +69,20 @@ int Device::callTexts(const std::string& function, std::vector<std::string> text
 std::string Device::read(const std::string& function, std::size_t texts, const std::string& given) {
   std::vector<std::string> rooms(texts, std::string(4096, '\0'));
   rooms[0].replace(0, given.size(), given);
-  std::array<char*, kMostTexts> places{};
-  for (std::size_t i = 0; i < texts; ++i) places[i] = rooms[i].data();
-  EXPECT_EQ(1, kInvokers[texts](symbol(function), places.data())) << function;
+  EXPECT_EQ(1, callTexts(function, rooms)) << function;
   return rooms[0].c_str();
 }
 
 void Device::run(const std::string& script) {
-  std::istringstream lines(script);
-  for (std::string line; std::getline(lines, line);) {
-    line.erase(0, line.find_first_not_of(' '));
-    if (line.empty()) continue;
+  std::istringstream lines(std::regex_replace(script, std::regex("; "), "\n"));
+  for (std::string line; std::getline(lines >> std::ws, line);) {
     const std::size_t arrow = line.rfind(" -> ");
     const std::string call = line.substr(0, arrow);
     const std::size_t blank = call.find(' ');
     std::vector<std::string> texts;
-    if (blank != std::string::npos) {
-      std::string rest = call.substr(blank + 1) + "|";
-      for (std::size_t end; (end = rest.find('|')) != std::string::npos; rest.erase(0, end + 1)) {
-        texts.push_back(rest.substr(0, end));
-      }
+    std::string rest = blank == std::string::npos ? "" : call.substr(blank + 1) + "|";
+    for (std::size_t end; (end = rest.find('|')) != std::string::npos; rest.erase(0, end + 1)) {
+      texts.push_back(rest.substr(0, end));
     }
     ASSERT_EQ(std::stoi(line.substr(arrow + 4)), callTexts(call.substr(0, blank), texts)) << line;
   }

@@ -31,7 +31,7 @@ void writeFile(const std::string& path, const std::string& content);
 class Device {
  public:
   /// Copies NAME (for example "libconvecf.so" or "faulty/libconvecf.so") into a fresh directory and loads it there.
-  explicit Device(const std::string& name);
+  explicit Device(const std::string& name = "libconvecf.so");
   ~Device();
   Device(const Device&) = delete;
   Device& operator=(const Device&) = delete;
@@ -47,12 +47,15 @@ class Device {
     texts_.reserve(sizeof...(values));
     return reinterpret_cast<int (*)(decltype(native(values))...)>(symbol(function))(native(values)...);
   }
-  /// Calls a function of texts alone, at most nine.
-  int callTexts(const std::string& function, std::vector<std::string> texts);
+  /// Calls a function of texts alone, at most nine, which it may change in place.
+  int callTexts(const std::string& function, std::vector<std::string>& texts);
+  int callTexts(const std::string& function, std::vector<std::string>&& texts = {}) {
+    return callTexts(function, texts);
+  }
   /// What the function writes into its first text; `given` is what stands there before.
   std::string read(const std::string& function, std::size_t texts = 1, const std::string& given = "");
 
-  /// Runs lines "Function text|text -> result", one call each; the first result that differs fails the test.
+  /// Runs calls "Function text|text -> result", divided by lines or "; "; the first result that differs fails the test.
   void run(const std::string& script);
 
  private:

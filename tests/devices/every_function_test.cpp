@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
-#include <set>
 
 #include "device.h"
 #include "generated/arguments.h"
@@ -35,12 +34,6 @@ generated::VendorType<kArg> place(Rooms& rooms, std::size_t i) {
   if constexpr (kNative == generated::Native::kCharPtr) return rooms.texts[i].data();
 }
 
-template <ArgList kList, std::size_t... kPlaces>
-int callTyped(void* function, Rooms& rooms, std::index_sequence<kPlaces...>) {
-  return reinterpret_cast<int (*)(generated::VendorType<kList[kPlaces]>...)>(function)(
-      place<kList[kPlaces]>(rooms, kPlaces)...);
-}
-
 struct Row {
   const char* library;
   const char* function;
@@ -50,14 +43,16 @@ struct Row {
 
 template <ArgList kList>
 int callRow(void* function, Rooms& rooms) {
-  return callTyped<kList>(function, rooms, std::make_index_sequence<kList.size()>());
+  return [&]<std::size_t... kPlaces>(std::index_sequence<kPlaces...>) {
+    return reinterpret_cast<int (*)(generated::VendorType<kList[kPlaces]>...)>(function)(
+        place<kList[kPlaces]>(rooms, kPlaces)...);
+  }
+  (std::make_index_sequence<kList.size()>());
 }
 
 namespace rows {
+using namespace generated;
 using namespace generated::words;
-using generated::BEMATECH;
-using generated::CONVECF;
-using generated::SITEF;
 const Row kAll[] = {
 #define LIST(...) \
   ArgList {       \
@@ -74,28 +69,17 @@ const Row kAll[] = {
 
 /// One device of each library, ready to work.
 struct Shop {
-  Device printer{"libconvecf.so"}, second{"bemafi32.so"}, terminal{"libclisitef.so"};
+  Device printer, second{"bemafi32.so"}, terminal{"libclisitef.so"};
   Device& of(const Row& row) {
     const std::string library = row.library;
     return library == generated::CONVECF ? printer : library == generated::BEMATECH ? second : terminal;
   }
 };
 
-TEST(EveryFunction, IsExportedOnce) {
-  Shop shop;
-  std::set<std::string> seen;
-  for (const Row& row : rows::kAll) {
-    EXPECT_NE(nullptr, shop.of(row).symbol(row.function)) << row.function;
-    EXPECT_TRUE(seen.insert(row.function).second) << row.function;
-  }
-  EXPECT_EQ(348U, seen.size());
-}
-
 /// With the port closed and open, with empty texts and with "1" everywhere: an answer, no internal error, and the
-/// texts that are inputs unchanged. The two that are outputs by their meaning though not brought back are left out.
-TEST(EveryFunction, AnswersAndLeavesItsInputsAlone) {
+/// texts that are inputs unchanged. The one that answers into a text which is not brought back is left out.
+TEST(EveryFunction, IsExportedAnswersAndLeavesItsInputsAlone) {
   const Environment now("TELLIRA_SIM_NOW", kSunday);
-  const std::set<std::string> answersIntoText = {"EnviaRecebeSiTefDireto"};
   for (const bool ready : {false, true}) {
     Shop shop;
     if (ready) {
@@ -106,14 +90,14 @@ TEST(EveryFunction, AnswersAndLeavesItsInputsAlone) {
     for (const char* text : {"", "1"}) {
       for (const Row& row : rows::kAll) {
         const auto rooms = std::make_unique<Rooms>(text);
-        const int result = row.call(shop.of(row).symbol(row.function), *rooms);
-        EXPECT_NE(kInternalError, result) << row.function;
-        EXPECT_NE(kNoHandler, result) << row.function;
+        void* const function = shop.of(row).symbol(row.function);
+        ASSERT_NE(nullptr, function) << row.function;
+        const int result = row.call(function, *rooms);
+        EXPECT_TRUE(result != kInternalError && result != kNoHandler) << row.function << " " << result;
+        if (std::string(row.function) == "EnviaRecebeSiTefDireto") continue;
         for (std::size_t i = 0; i < row.arguments.size(); ++i) {
-          const bool input = row.arguments[i].kind == Argument::kText && !answersIntoText.contains(row.function);
-          if (input) {
-            EXPECT_STREQ(text, rooms->texts[i].data()) << row.function;
-          }
+          if (row.arguments[i].kind != Argument::kText) continue;
+          EXPECT_STREQ(text, rooms->texts[i].data()) << row.function;
         }
       }
     }
@@ -123,13 +107,10 @@ TEST(EveryFunction, AnswersAndLeavesItsInputsAlone) {
 /// Readings that have something to say say it once a coupon is closed.
 TEST(EveryFunction, ReadingsSpeakAfterASale) {
   const Environment now("TELLIRA_SIM_NOW", kSunday);
-  Device printer("libconvecf.so");
+  Device printer;
   printer.run(R"(
-    ECF_AbrePortaSerial -> 1
-    ECF_AbreCupom  -> 1
-    ECF_VendeItem 1|Pao|1800|I|1|2|10,00|$| -> 1
-    ECF_FechaCupomResumido Dinheiro|Ate logo -> 1
-    ECF_ReducaoZ | -> 1)");
+    ECF_AbrePortaSerial -> 1; ECF_AbreCupom  -> 1; ECF_VendeItem 1|Pao|1800|I|1|2|10,00|$| -> 1
+    ECF_FechaCupomResumido Dinheiro|Ate logo -> 1; ECF_ReducaoZ | -> 1)");
   for (const Row& row : rows::kAll) {
     const bool reading = std::string(row.library) == generated::CONVECF && row.arguments.size() > 0 &&
                          row.arguments[0].kind == Argument::kTextRef;

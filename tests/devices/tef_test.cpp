@@ -29,9 +29,8 @@ class TefTest : public testing::Test {
   /// Answers the questions in turn; "<" goes back, "!" cancels. Returns the questions' commands and field types and
   /// the result; what is handed out lands in `data`.
   std::string talk(const std::vector<std::string>& answers) {
-    std::string told;
+    std::string told, answer;
     std::size_t next = 0;
-    std::string answer;
     int flag = 0;
     for (int rounds = 0; rounds < 60; ++rounds) {
       const int result = proceed(answer, flag);
@@ -64,12 +63,7 @@ constexpr char kGood[] = "4000000000000010";
 constexpr char kBarred[] = "4000000000000002";
 
 TEST_F(TefTest, EndsEveryPaymentAsTheAnswersSay) {
-  const struct {
-    int function;
-    const char* amount;
-    std::vector<std::string> answers;
-    const char* told;
-  } cases[] = {
+  const std::tuple<int, const char*, std::vector<std::string>, const char*> cases[] = {
       {0, "12,50", {"1", kGood, "1230"}, "21/1 30/512 30/513 = 0"},
       {0, "12,50", {"2", kGood, "1230", "12"}, "21/1 30/512 30/513 30/514 = 0"},
       {2, "", {"0", "12,50", kGood, "0326"}, "34/515 34/515 30/512 30/513 = 0"},
@@ -83,10 +77,7 @@ TEST_F(TefTest, EndsEveryPaymentAsTheAnswersSay) {
       {0, "1,00", {"!"}, "21/1 = -2"},
       {0, "1,00", {"2", kGood, "1230", "!"}, "21/1 30/512 30/513 30/514 = -2"},
       {0, "1,00", {"<"}, "21/1 = -2"},
-      {0,
-       "1,00",
-       {"1", "<", "2", kGood, "<", kGood, "1230", "3"},
-       "21/1 30/512 21/1 30/512 30/513 30/512 30/513 30/514 = 0"},
+      {0, "1,00", {"2", "<", "1", kGood, "<", kGood, "1230"}, "21/1 30/512 21/1 30/512 30/513 30/512 30/513 = 0"},
   };
   for (const auto& [function, amount, answers, told] : cases) {
     ASSERT_EQ(kGoesOn, begin(function, amount));
@@ -106,9 +97,7 @@ TEST_F(TefTest, HandsOutTheDataOfAnApprovalWithoutTheCardNumber) {
   }
   EXPECT_THAT(data[10], testing::HasSubstr("VIA DO CLIENTE"));
   EXPECT_THAT(data[11], testing::HasSubstr("VIA DO ESTABELECIMENTO"));
-  EXPECT_EQ("000001", data[12]);
-  EXPECT_EQ("CRUZEIRO", data[14]);
-  EXPECT_EQ("CREDITO PARCELADO", data[15]);
+  EXPECT_EQ("000001 CRUZEIRO CREDITO PARCELADO", data[12] + " " + data[14] + " " + data[15]);
   EXPECT_THAT(terminal.file("tef-state.txt"), testing::Not(testing::HasSubstr(kGood)));
 }
 
@@ -136,9 +125,8 @@ TEST_F(TefTest, ConfirmsUndoesAndReversesPayments) {
   ASSERT_EQ(kGoesOn, begin(110, ""));
   EXPECT_EQ("21/1 30/517 20/0 = 0", talk({"1", "1", "0"}));
   EXPECT_EQ(0, finish(1));
-  const std::pair<const char*, const char*> standings[] = {
-      {"000001", "000001;3;10,00;"}, {"000002", "000002;2;10,00;"}, {"000003", "000003;2;10,00;"}};
-  for (const auto& [number, told] : standings) EXPECT_EQ(told, standing(number));
+  EXPECT_EQ("000001;3;10,00;000002;2;10,00;000003;2;10,00;",
+            standing("000001") + standing("000002") + standing("000003"));
   ASSERT_EQ(kGoesOn, begin(110, ""));
   EXPECT_EQ("21/1 = 0", talk({"2"}));
   EXPECT_THAT(data[10], testing::HasSubstr("CANCELA NSU: 000001"));
@@ -168,41 +156,37 @@ TEST_F(TefTest, ChecksTheDigitsOfSlipsAndBills) {
 }
 
 TEST_F(TefTest, PaysSlipsAtTheCashDesk) {
+  const auto start = [&](const char* date) {
+    return terminal.call("CorrespondenteBancarioSiTefInterativo", "000123", date, "142530", "ANA", "");
+  };
   const auto pay = [&](std::vector<std::string> answers) {
-    EXPECT_EQ(kGoesOn,
-              terminal.call("CorrespondenteBancarioSiTefInterativo", "000123", "20260315", "142530", "ANA", ""));
+    EXPECT_EQ(kGoesOn, start("20260315"));
     return talk(answers);
   };
   EXPECT_EQ("21/1 30/516 20/0 = 0", pay({"1", kSlipTyped, "0"}));
   EXPECT_THAT(data[10], testing::HasSubstr("VALOR: R$ 1,00"));
   EXPECT_EQ("21/1 30/516 20/0 PAGAMENTO NAO CONFIRMADO = -2", pay({"2", kBillTyped, "1"}));
-  EXPECT_EQ(-3, terminal.call("CorrespondenteBancarioSiTefInterativo", "000123", "20260231", "142530", "ANA", ""));
+  EXPECT_EQ(-3, start("20260231"));
 }
 
 TEST_F(TefTest, SellsWithPharmacyBenefits) {
-  const auto sale = [&](const char* authorization, int products) {
-    return terminal.call("IniciaFuncaoSiTefInterativoVendaVidalink", authorization, products, "000123", "20260315",
-                         "142530", "ANA");
+  const auto start = [&](const std::string& what, auto... before) {
+    return terminal.call("IniciaFuncaoSiTefInterativo" + what, before..., "000123", "20260315", "142530", "ANA");
   };
   EXPECT_EQ(-6, terminal.call("InformaProdutoVendaVidalink", 1, "7891000315507", 2, "10,00"));
-  EXPECT_EQ(kGoesOn, terminal.call("IniciaFuncaoSiTefInterativoConsultaVidalink", "CONV", "", "000123", "20260315",
-                                   "142530", "ANA"));
+  EXPECT_EQ(kGoesOn, start("ConsultaVidalink", "CONV", ""));
   EXPECT_EQ("30/518 = 0", talk({"1234567"}));
   EXPECT_EQ(0, terminal.call("InformaProdutoVendaVidalink", 1, "7891000315507", 2, "10,00"));
   EXPECT_EQ(-3, terminal.call("InformaProdutoVendaVidalink", 3, "7891000315507", 2, "10,00"));
-  EXPECT_EQ(-9, sale("000000000", 1));
-  EXPECT_EQ(-3, sale(data[16].c_str(), 2));
-  EXPECT_EQ(kGoesOn, sale(data[16].c_str(), 1));
+  EXPECT_EQ(-9, start("VendaVidalink", "000000000", 1));
+  EXPECT_EQ(-3, start("VendaVidalink", data[16].c_str(), 2));
+  EXPECT_EQ(kGoesOn, start("VendaVidalink", data[16].c_str(), 1));
   EXPECT_EQ("20/0 = 0", talk({"0"}));
   EXPECT_THAT(data[10], testing::HasSubstr("VALOR: R$ 16,00"));
   EXPECT_EQ(0, finish(1));
   const int number = std::stoi(data[12]);
-  const auto reverse = [&](int which) {
-    return terminal.call("IniciaFuncaoSiTefInterativoCancelamentoVidalink", which, "000123", "20260315", "142530",
-                         "ANA");
-  };
-  EXPECT_EQ(-9, reverse(number + 1));
-  EXPECT_EQ(kGoesOn, reverse(number));
+  EXPECT_EQ(-9, start("CancelamentoVidalink", number + 1));
+  EXPECT_EQ(kGoesOn, start("CancelamentoVidalink", number));
   EXPECT_EQ("20/0 = 0", talk({"0"}));
 }
 

@@ -22,41 +22,25 @@ env() {
   return "$word"
 }
 
-# try WHAT USER INSTALLED ENDINGS: fills in $result (exit status), $called (verbs of apt-get) and $words.
+# try WHAT PATTERN USER INSTALLED ENDINGS: compares the exit status, the verbs of apt-get and the last line said.
 try() {
   calls=$(mktemp) endings=$(mktemp)
-  installed=$3 user=$2
-  echo "$4" >"$endings"
+  user=$3 installed=$4
+  echo "$5" >"$endings"
   words=$(need_packages build 2>&1 </dev/null)
-  result=$?
-  called=$(xargs <"$calls")
+  found="$?/$(xargs <"$calls")/$(tail -n 1 <<<"$words")"
   rm -f "$calls" "$endings"
-}
-
-expect() {
-  [ "$2" = "$3" ] && return
-  printf '%s:\n  expected: %s\n  found:    %s\n' "$1" "$2" "$3"
+  [[ $found == $2 ]] && return
+  printf '%s:\n  expected: %s\n  found:    %s\n' "$1" "$2" "$found"
   status=1
 }
 
 all=$(packages_of build)
-try 'all there' 0 "$all" ''
-expect 'all there' '0//' "$result/$called/$words"
-
-try 'lists are fresh' 0 '' '0'
-expect 'lists are fresh' '0/install' "$result/$called"
-
-try 'no lists yet' 0 '' '100 0 0'
-expect 'no lists yet' '0/install update install' "$result/$called"
-
-try 'half an update' 0 '' '100 100 0'
-expect 'half an update' '0/install update install' "$result/$called"
-
-try 'cannot be had' 0 "${all/ninja-build/}" '100 100 100'
-expect 'cannot be had' '1/  apt-get update; apt-get install -y --no-install-recommends ninja-build' \
-  "$result/$(tail -n 1 <<<"$words")"
-
-try 'neither root nor sudo' 1000 "${all/cmake/}" ''
-expect 'neither root nor sudo' '1//  apt-get update; apt-get install -y --no-install-recommends cmake' \
-  "$result/$called/$(tail -n 1 <<<"$words")"
+advice='  apt-get update; apt-get install -y --no-install-recommends'
+try 'all there' '0//' 0 "$all" ''
+try 'lists are fresh' '0/install/*' 0 '' '0'
+try 'no lists yet' '0/install update install/*' 0 '' '100 0 0'
+try 'half an update' '0/install update install/*' 0 '' '100 100 0'
+try 'cannot be had' "1/install update install/$advice ninja-build" 0 "${all/ninja-build/}" '100 100 100'
+try 'neither root nor sudo' "1//$advice cmake" 1000 "${all/cmake/}" ''
 exit "$status"

@@ -26,7 +26,7 @@ TEST_F(Call, PassesFieldsAsTheyWereTyped) {
   for (const std::string field : {"[a,b]", "-5", "sale", "", "a b", "{}", "\"q\""}) {
     const Ran ran = fake("call", {"ECF_Registry_Path", field});
     EXPECT_EQ(ran.status, 0) << ran.err;
-    EXPECT_THAT(contents(directory / "calls.txt"), testing::EndsWith("ECF_Registry_Path\x01" + field + "\n"));
+    EXPECT_THAT(calls(), testing::EndsWith("ECF_Registry_Path|" + field + "\n"));
   }
 }
 
@@ -50,7 +50,7 @@ TEST_F(Call, RefusesWrongUsageBeforeCalling) {
     EXPECT_EQ(ran.out, "");
     EXPECT_THAT(ran.err, HasSubstr(words));
   }
-  EXPECT_FALSE(std::filesystem::exists(directory / "calls.txt"));
+  EXPECT_EQ(calls(), "");
 }
 
 TEST_F(Call, ExplainsHowTheProcessEnded) {
@@ -83,14 +83,14 @@ TEST_F(Call, StopsWaitingAndSaysForWhat) {
 
 TEST_F(Call, SaysWhyALibraryCannotBeLoaded) {
   writeFile(directory / "text.so", "this is a text, no library at all");
-  // The head of a library of the other word size, and of another processor.
-  std::string other = contents(FAKE_LIBRARY).substr(0, 64);
-  other[4] = static_cast<char>(other[4] == 1 ? 2 : 1);
-  writeFile(directory / "other.so", other);
-  std::string foreign = contents(FAKE_LIBRARY).substr(0, 64);
+  // The head of a library alone, of the other word size, and of another processor.
+  const std::string head = contents(FAKE_LIBRARY).substr(0, 64);
+  std::string other = head, foreign = head;
+  other[4] ^= 3;
   foreign[18] = 8;
+  writeFile(directory / "cut.so", head);
+  writeFile(directory / "other.so", other);
   writeFile(directory / "foreign.so", foreign);
-  writeFile(directory / "cut.so", contents(FAKE_LIBRARY).substr(0, 64));
   const std::pair<const char*, const char*> cases[] = {{"nowhere.so", "/nowhere.so does not exist"},
                                                        {"text.so", "is not a shared library"},
                                                        {"other.so", "same word size"},
@@ -153,11 +153,10 @@ TEST_F(Call, ListsCommands) {
 
 TEST_F(Call, ExplainsItselfOnEveryLevel) {
   EXPECT_THAT(run({"--version"}).out, testing::MatchesRegex("tellira [0-9.]+\n"));
-  for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{
-           {"--help"}, {"call", "--help"}, {"commands", "--help"}, {"sale", "--help"}}) {
+  const std::vector<std::string> helps[] = {{"--help"}, {"call", "--help"}, {"commands", "--help"}, {"sale", "--help"}};
+  for (const auto& arguments : helps) {
     const Ran ran = run(arguments);
-    EXPECT_EQ(ran.status, 0);
-    EXPECT_THAT(ran.out, HasSubstr("Examples:"));
+    EXPECT_TRUE(ran.status == 0 && ran.out.find("Examples:") != std::string::npos) << arguments[0] << ran.out;
   }
   const Ran wrong = run({"sell"});
   EXPECT_EQ(wrong.status, 2);

@@ -42,8 +42,7 @@ TEST_F(Demonstration, GoesOnAfterASaleThatWasCutShort) {
   for (const char* last : {"ECF_CancelaItemGenerico 4", "ECF_EfetuaFormaPagamento Dinheiro", "ECF_FechaComprovante"}) {
     writeFile(directory / "cut.tlr", script.substr(0, script.rfind(last)));
     EXPECT_EQ(run({"sale", "cut.tlr"}).status, 0) << last;
-    const Ran whole = run({"sale", DEMONSTRATION});
-    EXPECT_EQ(whole.status, 0) << last << whole.err;
+    EXPECT_EQ(run({"sale", DEMONSTRATION}).status, 0) << last;
   }
 }
 

@@ -31,19 +31,13 @@ TEST(Masking, KeepsFirstSixAndLastFourOfCardNumbersOnly) {
       {"4000 0000 0000 0010 123", "4000 00** **** 0010 123"},
       {"4000000000000010 1230", "400000******0010 1230"},
       {"4000000000000010;5000000000000009", "400000******0010;500000******0009"},
-      // What is not a card number.
-      {"4000000000000011", "4000000000000011"},
-      {"7891000100103", "7891000100103"},
-      {"4006381333931", "4006381333931"},
-      {"11222333000181", "11222333000181"},
-      {"34028316000103", "34028316000103"},
-      {"20260315142530", "20260315142530"},
-      {"1000000000000008", "1000000000000008"},
-      {"23790504004188802302923011111111111000000000000", "23790504004188802302923011111111111000000000000"},
-      {"00004000000000000010000", "00004000000000000010000"},
-      {"", ""},
   };
   for (const auto& [text, masked] : cases) EXPECT_EQ(maskCards(text), masked);
+  for (const char* other :
+       {"4000000000000011", "7891000100103", "4006381333931", "11222333000181", "34028316000103", "20260315142530",
+        "1000000000000008", "00004000000000000010000", "", "23790504004188802302923011111111111000000000000"}) {
+    EXPECT_EQ(maskCards(other), other) << "no card number";
+  }
 }
 
 TEST(Text, ConvertsTheWholeAlphabetBothWays) {
@@ -83,23 +77,14 @@ TEST(Parameter, OutputIsTakenApart) {
   EXPECT_THAT(readOutput("MQE", false).fields, ElementsAre("1", ""));  // cut by a small buffer
   EXPECT_THAT(readOutput("1\x01\xE7", true).fields, ElementsAre("1", "ç"));
   EXPECT_FALSE(readOutput("!", false).readable);
-  const Output card = readOutput(encodeBase64(std::string("1\x01"
-                                                          "4000000000000010",
-                                                          19)),
-                                 false);
+  const Output card = readOutput(encodeBase64(std::string("1\0014000000000000010", 19)), false);
   EXPECT_THAT(card.fields, ElementsAre("1", "400000******0010"));
-  EXPECT_EQ(decodeBase64(card.text), std::string("1\x01"
-                                                 "400000******0010",
-                                                 19));
+  EXPECT_EQ(decodeBase64(card.text), std::string("1\001400000******0010", 19));
   EXPECT_THAT(card.values, ElementsAre("1", "4000000000000010"));
 }
 
 TEST(Catalogue, NamesWhatIsWrongWithFields) {
-  struct {
-    const char* command;
-    std::vector<std::string> fields;
-    const char* problem;
-  } const cases[] = {
+  const std::tuple<const char*, std::vector<std::string>, const char*> cases[] = {
       {"ECF_LeituraX", {}, nullptr},
       {" ecf_numerocupom ", {""}, nullptr},
       {"ECF_NumeroCupom", {}, "field 2 (text, filled in by the device) is missing"},
@@ -117,13 +102,12 @@ TEST(Catalogue, NamesWhatIsWrongWithFields) {
       {"ECF_AbreConnectC", {"5-3", ""}, "is not a number"},
       {"ECF_AbreConnectC", {"99999999999", ""}, "is outside"},
   };
-  for (const auto& row : cases) {
-    const auto* command = findCommand(row.command);
-    ASSERT_NE(command, nullptr) << row.command;
-    const auto problem = checkFields(*command, row.fields);
-    ASSERT_EQ(problem.has_value(), row.problem != nullptr) << row.command << (problem ? problem->text : "");
-    if (!problem) continue;
-    EXPECT_THAT(problem->text, HasSubstr(row.problem));
+  for (const auto& [name, fields, words] : cases) {
+    const auto* command = findCommand(name);
+    ASSERT_NE(command, nullptr) << name;
+    const auto problem = checkFields(*command, fields);
+    ASSERT_EQ(problem.has_value(), words != nullptr) << name << (problem ? problem->text : "");
+    EXPECT_THAT(problem ? problem->text : "", HasSubstr(words != nullptr ? words : ""));
   }
 }
 

@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -65,6 +66,13 @@ class ToolTest : public testing::Test {
     std::vector<std::string> all{verb, "--lib", FAKE_LIBRARY};
     all.insert(all.end(), arguments.begin(), arguments.end());
     return run(all, input);
+  }
+
+  /// What the fake library was called with; '|' stands between the fields.
+  std::string calls() const {
+    std::string text = contents(directory / "calls.txt");
+    std::replace(text.begin(), text.end(), '\x01', '|');
+    return text;
   }
 
   std::filesystem::path directory;
