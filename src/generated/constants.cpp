@@ -2,6 +2,7 @@
 
 #include <array>
 #include <string_view>
+#include <utility>
 
 namespace generated {
 
@@ -61,12 +62,21 @@ consteval Pool makePool() {
 constexpr Pool kPool = makePool();
 static_assert(kPool.count == kConstantCount);
 
+// Nobody writes to them: assignment leaves constants alone, and the command logic never counts one up or down.
+constinit std::array<Obj_Node, kConstantCount> nodes = kPool.nodes;
+
+template <std::size_t... kIndex>
+constexpr std::array<Obj_Node*, kConstantCount> addresses(std::index_sequence<kIndex...>) {
+  return {&nodes[kIndex]...};
+}
+constinit std::array<Obj_Node*, kConstantCount> table = addresses(std::make_index_sequence<kConstantCount>{});
+
 }  // namespace
 
 const ConstantIndex kConstants = kPool.index;
 
 void FillConstantPool() {
-  SetConstants(kPool.nodes);
+  SetConstants(table);
   if (S_GLOB->LastConst != kConstantCount - 1) __RuntimeError(0, -1);
 }
 

@@ -8,40 +8,42 @@ using namespace vorne;
 
 StaticVar* globstatic = nullptr;
 
+namespace {
+
+Obj_Node** ownPool = nullptr;  // the pool that __const_set_amount made; a lent one is not ours to free
+
+void usePool(Obj_Node** table, std::size_t count, std::size_t filled) {
+  S_GLOB->mConst = table;
+  S_GLOB->AmountmConst = static_cast<std::int16_t>(count);
+  S_GLOB->LastConst = static_cast<std::int16_t>(static_cast<int>(filled) - 1);
+}
+
+}  // namespace
+
 namespace vorne {
 
 void FreeConstants() {
   // The texts are literals of the program; only the pool itself is ours.
-  Release(S_GLOB->mConst);
+  Release(ownPool);
+  ownPool = nullptr;
   S_GLOB->mConst = nullptr;
 }
 
 }  // namespace vorne
 
-namespace {
-
-/// A pool of `count` nodes in index order, whose content the caller writes.
-Obj_Node* newPool(std::size_t count) {
-  FreeConstants();
-  Obj_Node* nodes = MakeNodeTable(S_GLOB->mConst, count, 2);
-  S_GLOB->AmountmConst = static_cast<std::int16_t>(count);
-  S_GLOB->LastConst = -1;
-  return nodes;
-}
-
-}  // namespace
-
 void __const_set_amount(int n) {
   if (n < 0 || n > INT16_MAX) ArgumentError();
   const auto count = static_cast<std::size_t>(n);
   static constexpr Obj_Node kUnset{nullptr, vConst, varNil, -1, {}, 1, -1};
-  std::fill_n(newPool(count), count, kUnset);
+  FreeConstants();
+  std::fill_n(MakeNodeTable(ownPool, count, 2), count, kUnset);
+  usePool(ownPool, count, 0);
 }
 
-void SetConstants(std::span<const Obj_Node> constants) {
+void SetConstants(std::span<Obj_Node*> constants) {
   if (constants.size() > INT16_MAX) ArgumentError();
-  std::copy(constants.begin(), constants.end(), newPool(constants.size()));
-  S_GLOB->LastConst = static_cast<std::int16_t>(static_cast<int>(constants.size()) - 1);
+  FreeConstants();
+  usePool(constants.data(), constants.size(), constants.size());
 }
 
 int __const_add_el(Obj_Node* v) {

@@ -13,8 +13,8 @@ EXPORT int ECF_NumeroCupom(char* text) {
   text[30000] = '\0';
   return 1;
 }
-// Far past everything.
-EXPORT int ECF_SubTotal(char* text) {
-  std::memset(text, '7', 1 << 20);
+// Far past everything, byte by byte, so that the first one on the guard page is what stops it.
+EXPORT int ECF_SubTotal(volatile char* text) {
+  for (int i = 0; i < 1 << 20; ++i) text[i] = '7';
   return 1;
 }
