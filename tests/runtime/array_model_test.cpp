@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <random>
-#include <vector>
 
 #include "values.h"
 
@@ -14,9 +13,6 @@ using Model = std::vector<int>;
 std::string textOf(int v) {
   return std::to_string(v) + std::string(static_cast<std::size_t>(v * 7 % 40), '.');
 }
-Obj_Node* valueOf(int v) {
-  return v < 0 ? __INIT_NIL() : text(textOf(v));
-}
 
 class ArrayModel : public RingTest {
  public:
@@ -24,6 +20,7 @@ class ArrayModel : public RingTest {
   int size() const { return static_cast<int>(model.size()); }
   /// A position that is often, not always, within the array.
   int position() { return pick(-1, size() + 2); }
+  static Obj_Node* valueOf(int v) { return v < 0 ? __INIT_NIL() : text(textOf(v)); }
   int endOf(int count) const { return count < 1 || count > size() ? size() : count; }
   bool hasNil() const { return std::count(model.begin(), model.end(), -1) != 0; }
   int& at(int i) { return model[static_cast<std::size_t>(i)]; }
@@ -68,13 +65,6 @@ class ArrayModel : public RingTest {
     at(i) = pick(-1, 30);
     __SET_ARRAY_EL(array, valueOf(at(i)), i);
   }
-  void scan() {
-    if (hasNil()) return;
-    const int v = pick(0, 30), start = position(), count = position();
-    int i = std::max(start, 1) - 1;
-    while (i < endOf(count) && at(i) != v) ++i;
-    EXPECT_EQ(numberOf(__AScan(array, valueOf(v), number(start), number(count))), i < endOf(count) ? i + 1 : 0);
-  }
   void sort() {
     if (hasNil()) return;
     const bool up = pick(0, 1) == 1;
@@ -116,9 +106,8 @@ INSTANTIATE_RINGS(ArrayModel);
 
 TEST_P(ArrayModel, RandomOperations) {
   using M = ArrayModel;
-  void (M::*const operations[])() = {&M::add,       &M::add,  &M::resize, &M::remove, &M::insert, &M::fill,
-                                     &M::copy,      &M::scan, &M::sort,   &M::sort,   &M::set,    &M::replaceByClone,
-                                     &M::removeNils};
+  void (M::*const operations[])() = {&M::add,  &M::add,  &M::resize, &M::remove, &M::insert,         &M::fill,
+                                     &M::copy, &M::sort, &M::sort,   &M::set,    &M::replaceByClone, &M::removeNils};
   array = value("{}");
   for (int step = 0; step < 6000; ++step) {
     const int which = pick(0, static_cast<int>(std::size(operations)) - 1);

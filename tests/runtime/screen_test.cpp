@@ -25,29 +25,22 @@ ChildResult withInput(const char* input, const std::function<void()>& body) {
 }
 
 TEST_F(Screen, StopMessagesEndTheProcess) {
+  const std::string longText = "n\xE3o %s" + std::string(20000, 'x');
   for (const char* input : {"\n", "", static_cast<const char*>(nullptr)}) {
-    const ChildResult end = withInput(input, [] { __MsgStop(text("n\xE3o %s"), text("Library")); });
+    const ChildResult end = withInput(input, [&] { __MsgStop(text(longText), text("Library")); });
     EXPECT_EQ(end.status, 1);
-    EXPECT_EQ(end.output, "Library\nn\xE3o %s\n<Enter>");
+    EXPECT_EQ(end.output, "Library\n" + longText + "\n<Enter>");
   }
-  const std::string longText(20000, 'x');
-  const ChildResult end = withInput("\n", [&] {
-    __begin_context();
-    __MsgStop(text(longText));
-  });
-  EXPECT_EQ(end.status, 1);
-  EXPECT_EQ(end.output, longText + "\n<Enter>");
+  EXPECT_EQ(withInput("\n", [] { __MsgStop(text("untitled")); }).output, "untitled\n<Enter>");
   EXPECT_RUNTIME_ERROR(__MsgStop(number(1)), -1);
 }
 
 TEST_F(Screen, Questions) {
   const char* inputs[] = {"S", "s\n", "Y", "y", "N", "\n", "", nullptr};
   std::string answers;
+  const auto ask = [] { std::printf("%s", describe(__MsgYesNo(text("Continue ?"), text("Sale"))).c_str()); };
   for (const char* input : inputs) {
-    const ChildResult asked = withInput(input, [] {
-      Obj_Node* answer = __MsgYesNo(text("Continue ?"), text("Sale"));
-      std::printf("%s", describe(answer).c_str());
-    });
+    const ChildResult asked = withInput(input, ask);
     EXPECT_EQ(asked.status, kCameBack);
     EXPECT_EQ(asked.output.find("Sale\nContinue ?\n"), 0U);
     answers += asked.output.back();
@@ -63,8 +56,7 @@ TEST_F(Screen, AskingToSynchronise) {
   EXPECT_EQ(yes.output.find(question), 0U) << yes.output;
   EXPECT_NE(yes.output.find("[synchronised]"), std::string::npos);
   const ChildResult no = withInput("N", [] { std::printf("[%s]", describe(ErrSync()).c_str()); });
-  EXPECT_NE(no.output.find("[F]"), std::string::npos);
-  EXPECT_EQ(no.output.find("[synchronised]"), std::string::npos);
+  EXPECT_EQ(no.output.substr(no.output.size() - 3), "[F]");
   vorne::hooks = {};
 }
 

@@ -1,4 +1,4 @@
-// Settings, the call trace and native blocks.
+// Settings and native blocks.
 #include "values.h"
 
 namespace {
@@ -6,11 +6,9 @@ namespace {
 class Settings : public RuntimeTest {};
 
 TEST_F(Settings, InitialValues) {
-  const auto expected = rows("NIL NIL 2 'mm/dd/yy' 1940 NIL NIL NIL F NIL F F", 1);
-  for (std::size_t i = 0; i < 12; ++i) EXPECT_EQ(describe(__Set(number(i + 1.0))), expected[i][0]) << i;
-  for (double wrong : {0.0, 13.0, -1.0}) EXPECT_RUNTIME_ERROR(__Set(number(wrong)), -1);
-  EXPECT_RUNTIME_ERROR(__Set(text("3")), -1);
-  EXPECT_RUNTIME_ERROR(__Set(nullptr), -1);
+  expectAll(__Set,
+            "1 - NIL  2 - NIL  3 - 2  4 - 'mm/dd/yy'  5 - 1940  6 - NIL  7 - NIL  8 - NIL  9 - F  10 - NIL  11 - F  "
+            "12 - F  0 - error  13 - error  -1 - error  '3' - error  - - error");
 }
 
 TEST_F(Settings, DateFormatFollowsTheCentury) {
@@ -30,77 +28,32 @@ TEST_F(Settings, DateFormatFollowsTheCentury) {
 }
 
 TEST_F(Settings, CenturyResetsTheDateFormat) {
-  EXPECT_EQ(describe(__SetCentury()), "F");
-  EXPECT_EQ(describe(__Set(number(12), __INIT_BOOL(1))), "T");
-  EXPECT_EQ(visible(__Set(number(4))), "mm/dd/yyyy");
-  __Set(number(4), text("dd/mm/yyyy"));
-  EXPECT_EQ(describe(__Set(number(12))), "T");
-  EXPECT_EQ(visible(__Set(number(4))), "dd/mm/yyyy");
-  EXPECT_EQ(describe(__SetCentury(__INIT_BOOL(0))), "F");
+  expectAll(__Set, "12 T T  4 - 'mm/dd/yyyy'  4 'dd/mm/yyyy' 'dd/mm/yyyy'  12 - T  4 - 'dd/mm/yyyy'");
+  expectAll(__SetCentury, "- T  F F  1 error");
   EXPECT_EQ(visible(__Set(number(4))), "mm/dd/yy");
-  EXPECT_RUNTIME_ERROR(__SetCentury(number(1)), -1);
 }
 
 TEST_F(Settings, OutliveTheFunctionThatMadeThem) {
-  __begin_context();
-  __begin_context();
+  for (int i = 0; i < 2; ++i) __begin_context();
   __Set(number(1), text("first"));
   __Set(number(7), value("{1,{'x'}}"));
-  __end_context(nullptr);
-  __end_context(nullptr);
-  EXPECT_EQ(describe(__Set(number(1))), "'first'");
-  EXPECT_EQ(describe(__Set(number(7))), "{1,{'x'}}");
+  for (int i = 0; i < 2; ++i) __end_context(nullptr);
+  expectAll(__Set, "1 - 'first'  7 - {1,{'x'}}");
   __InitSets();
-  EXPECT_EQ(describe(__Set(number(7))), "NIL");
-}
-
-class Trace : public RuntimeTest {};
-
-TEST_F(Trace, EndsWithItsContexts) {
-  __SL(7);  // nothing to note it in
-  EXPECT_EQ(S_GLOB->SL, 0);
-  __begin_context();
-  __SF("outer");
-  __SL(10);
-  __begin_context();
-  __SF("inner");
-  EXPECT_EQ(S_GLOB->LastCallStack->line, 10);
-  __SL(65536 + 20);
-  EXPECT_EQ(S_GLOB->LastCallStack->line, 20);
-  EXPECT_EQ(S_GLOB->LastCallStack->context, 2);
-  EXPECT_STREQ(S_GLOB->SF, "inner");
-  __end_context(nullptr);
-  ASSERT_NE(S_GLOB->LastCallStack, nullptr);
-  EXPECT_STREQ(S_GLOB->LastCallStack->function, "outer");
-  __end_context(nullptr);
-  EXPECT_EQ(S_GLOB->FirstCallStack, nullptr);
-  EXPECT_EQ(S_GLOB->LastCallStack, nullptr);
-  __SF("again");
-  EXPECT_EQ(S_GLOB->FirstCallStack, S_GLOB->LastCallStack);
-}
-
-Obj_Node* doubled(Obj_Node* n) {
-  return __MUL(n, number(2));
+  expectAll(__Set, "7 - NIL");
 }
 
 TEST(Blocks, AreFoundByName) {
   __BeginGlobal();
-  EXPECT_EQ(describe(ExistBlock(number(1))), "F");  // nothing registered, nothing looked at
-  EXPECT_EQ(RegisterBlock("Double", doubled), 1);
-  EXPECT_EQ(RegisterBlock("exactly12chr", doubled), 1);
+  expectAll(ExistBlock, "1 F");  // nothing registered, nothing looked at
+  const BlockFunction doubled = [](Obj_Node* n) { return __MUL(n, number(2)); };
+  for (const char* taken : {"Double", "exactly12chr"}) EXPECT_EQ(RegisterBlock(taken, doubled), 1);
   for (const char* refused : {"thirteenchars", "", static_cast<const char*>(nullptr)})
     EXPECT_EQ(RegisterBlock(refused, doubled), 0);
   EXPECT_EQ(RegisterBlock("none", nullptr), 0);
-  const std::string table = "'dOUBLE' T 'U_Double' F 'exactly12chr' F - F '" + std::string(500, 'x') + "' F";
-  for (const auto& row : rows(table.c_str(), 2)) EXPECT_EQ(describe(ExistBlock(value(row[0]))), row[1]) << row[0];
-  EXPECT_RUNTIME_ERROR(ExistBlock(number(1)), -1);
-  const char* calls = "'double' 21 - 42  'u_double' 4 T 8  'double' 4 T F  'other' - F F";
-  for (const auto& row : rows(calls, 4)) {
-    EXPECT_EQ(describe(ExecBlock(value(row[0]), nullptr, nullptr, value(row[1]), value(row[2]))), row[3]) << row[0];
-  }
-  EXPECT_EQ(SHUTDOWN(), nullptr);
-  EXPECT_NE(S_GLOB->bRestart, 0);
-  EXPECT_EQ(visible(__GetRTVer()).size(), 20U);  // Mmm dd yyyy hh:mm:ss
+  const std::string longName(500, 'x');
+  expectAll(ExistBlock, ("'dOUBLE' T  'U_Double' F  'exactly12chr' F  - F  1 error  '" + longName + "' F").c_str());
+  expectAll(ExecBlock, "'double' - - 21 - 42  'u_double' - - 4 T 8  'double' - - 4 T F  'other' - - - F F");
   __EndGlobal();
 }
 

@@ -5,28 +5,24 @@
 
 namespace {
 
-std::string numberText(double v) {
-  std::ostringstream out;
-  out << v;
-  return out.str();
-}
-
 std::string describeArray(const Arrays& header) {
   std::string all = "{";
-  for (const Obj_Node* element = header.pFirst; element != nullptr; element = element->objpNext) {
-    if (all.size() > 1) all += ',';
-    all += describe(element);
+  int count = 0;
+  const Obj_Node* last = nullptr;
+  for (const Obj_Node* element = header.pFirst; element != nullptr; element = element->objpNext, ++count) {
+    if (count != 0) all += ',';
+    all += describe(last = element);
   }
-  all += '}';
-  return all;
+  EXPECT_EQ(header.amntItens, count);
+  EXPECT_EQ(header.pLast, last);
+  return all + '}';
 }
 
 Obj_Node* parse(const char*& in) {
   if (*in == '{') {
     Obj_Node* array = __fcpObj_CT(vArray);
     for (++in; *in != '}'; in += *in == ',') __AAdd(array, parse(in));
-    ++in;
-    return array;
+    return ++in, array;
   }
   if (*in == '\'') {
     const char* begin = ++in;
@@ -46,32 +42,31 @@ Obj_Node* parse(const char*& in) {
 
 std::string describe(const Obj_Node* n) {
   if (n == nullptr) return "-";
-  switch (n->objVarType) {
-    case varString:
-      return std::string("'").append(bytes(n)).append("'");
-    case varNumber:
-      return numberText(n->objData.mdbl);
-    case varDate:
-      return std::string("d").append(numberText(n->objData.mdt));
-    case varBool:
-      return n->objData.mbool != 0 ? "T" : "F";
-    case varLong:
-      return std::string("long").append(std::to_string(n->objData.mlong));
-    case varNil:
-      return "NIL";
-    case varNul:
-      return "NUL";
-    case varArray:
-      return n->objType == vArray ? describeArray(*n->objData.mArray) : describe(n->objData.mSubArray);
-    default:
-      return std::string("type").append(std::to_string(n->objVarType));
-  }
+  const varTypes type = n->objVarType;
+  std::ostringstream out;
+  if (type == varNumber) out << n->objData.mdbl;
+  if (type == varDate) out << 'd' << n->objData.mdt;
+  if (type == varLong) out << "long" << n->objData.mlong;
+  if (type == varVoidPtr) out << "pointer";
+  if (type == varString) out << '\'' << bytes(n) << '\'';
+  if (type == varBool) out << (n->objData.mbool != 0 ? 'T' : 'F');
+  if (type == varNil || type == varNul) out << (type == varNil ? "NIL" : "NUL");
+  if (type == varArray)
+    out << (n->objType == vArray ? describeArray(*n->objData.mArray) : describe(n->objData.mSubArray));
+  return out.str();
 }
 
 Obj_Node* value(const std::string& word) {
   if (word == "-") return nullptr;
   if (word == "empty") return __INIT_CHARPTR("");
   if (word == "long") return __INIT_LONG(1);
+  if (word == "const") return __INIT_CHARCONST("ab");
+  if (word[0] == 'v') return variable(value(word.substr(1)));
+  if (word[0] == 'e' || word[0] == 's') {
+    Obj_Node* array = value(std::string("{").append(word, 1).append("}"));
+    return word[0] == 'e' ? __GET_OBJ_ARRAY_EL(array, 0) : __GET_ARRAY_EL(array, 0);
+  }
+  if (word[0] == 'r') return S_GLOB->mRetVal[std::stoi(word.substr(1))];
   const char* in = word.c_str();
   return parse(in);
 }
