@@ -32,9 +32,7 @@ TEST_F(Assignment, EveryScalarIntoEveryPlace) {
     EXPECT_EQ(describe(__SET_OBJECT(__const_get_el(0), value(source[0]))), "'fixed'");
   }
   EXPECT_EQ(describe(variable(__INIT_VOIDPTR(nullptr))), "pointer");
-}
-
-TEST_F(Assignment, ReservedTypesAreRefused) {
+  // Types that are reserved, and an element whose array is not named by itself.
   for (int type : {0, 1, 2, 3, 4, 6, 7, 8, 9, 14, 16, 17, 18, 19, 20, 24}) {
     Obj_Node src;
     __InitObjNode(&src, type);
@@ -47,8 +45,7 @@ TEST_F(Assignment, TextIsMovedOrCopied) {
   Obj_Node* free = text("moved");
   const char* buffer = free->objData.mbuff;
   EXPECT_EQ(variable(free)->objData.mbuff, buffer);
-  EXPECT_EQ(free->objData.mbuff, nullptr);
-  EXPECT_EQ(free->objLength, 0);
+  EXPECT_TRUE(free->objData.mbuff == nullptr && free->objLength == 0);
   EXPECT_EQ(variable(free)->objVarType, varNul);
   Obj_Node* locked = text("copied");
   __LockStack(locked, __INIT_NUL());
@@ -62,8 +59,7 @@ TEST_F(Assignment, TextIsMovedOrCopied) {
 
 TEST_F(Assignment, SourcesInsideTheirDestination) {
   Obj_Node* self = variable(text("same"));
-  EXPECT_EQ(__SET_OBJECT(self, self), self);
-  EXPECT_EQ(bytes(self), "same");
+  EXPECT_EQ(bytes(__SET_OBJECT(self, self)), "same");
   Obj_Node* array = value("{{'in',{7}},2}");
   EXPECT_EQ(__SET_OBJECT(array, array), array);
   // The text lives in the very array that the element gives up.
@@ -95,11 +91,9 @@ TEST_F(Assignment, ArraysAreSharedOrMoved) {
   EXPECT_EQ(live(vArray), 0);
 
   Obj_Node* outer = variable(text("old"));  // keeps an inner function's array alive
-  __begin_context();
-  __begin_context();
+  for (int i = 0; i < 2; ++i) __begin_context();
   outer = __SET_OBJECT(outer, value("{1,{'deep'}}"));
-  __end_context(nullptr);
-  __end_context(nullptr);
+  for (int i = 0; i < 2; ++i) __end_context(nullptr);
   EXPECT_EQ(describe(outer), "{1,{'deep'}}");
   EXPECT_EQ(outer->objContext, 1);
 }

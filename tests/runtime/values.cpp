@@ -44,6 +44,7 @@ std::string describe(const Obj_Node* n) {
   if (n == nullptr) return "-";
   const varTypes type = n->objVarType;
   std::ostringstream out;
+  out.precision(10);
   if (type == varNumber) out << n->objData.mdbl;
   if (type == varDate) out << 'd' << n->objData.mdt;
   if (type == varLong) out << "long" << n->objData.mlong;
