@@ -4,7 +4,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <regex>
 #include <sstream>
 
 namespace {
@@ -74,7 +73,9 @@ std::string Device::read(const std::string& function, std::size_t texts, const s
 }
 
 void Device::run(const std::string& script) {
-  std::istringstream lines(std::regex_replace(script, std::regex("; "), "\n"));
+  std::string divided = script;
+  for (std::size_t at; (at = divided.find("; ")) != std::string::npos;) divided.replace(at, 2, "\n");
+  std::istringstream lines(divided);
   for (std::string line; std::getline(lines >> std::ws, line);) {
     const std::size_t arrow = line.rfind(" -> ");
     const std::string call = line.substr(0, arrow);
