@@ -265,8 +265,8 @@ void __const_set_amount(int n);
 /// Appends `v`, taking its buffer over; returns its index. Fill the pool from __INIT_CHARCONST for texts: the pool
 /// never frees a text. Error 0 for null or past the end.
 int __const_add_el(Obj_Node* v);
-/// Lends the runtime a pool of prepared constants (class vConst, texts pointing at literals) for this run; they stay the
-/// program's own and are not copied. Error 0 for more than 32767.
+/// Lends the runtime a pool of prepared constants (class vConst, texts pointing at literals) for this run; they stay
+/// the program's own and are not copied. Error 0 for more than 32767.
 void SetConstants(std::span<Obj_Node*> constants);
 /// The constant at index `i`; error 0 outside the pool.
 Obj_Node* __const_get_el(int i);
