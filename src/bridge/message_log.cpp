@@ -16,21 +16,24 @@ void closeAtEnd() {
   __CloseMsgLog();
 }
 
-struct LogName {
-  char text[64];
-
-  LogName() {
-    const std::time_t now = std::time(nullptr);
+/// The log's name at this moment; it changes with the minute, so it is made once a minute.
+const char* logName() {
+  static char text[64];
+  static std::time_t minute = -1;
+  const std::time_t now = std::time(nullptr);
+  if (now / 60 != minute) {
+    minute = now / 60;
     std::tm t{};
     localtime_r(&now, &t);
     // Minute before hour: support tools look for the name in this order.
     std::snprintf(text, sizeof text, "./msglog_%02d%02d%02d%02d%04d.log", t.tm_min, t.tm_hour, t.tm_mday, t.tm_mon + 1,
                   t.tm_year + 1900);
   }
-};
+  return text;
+}
 
 bool open(const char* mode) {
-  mlogfile = std::fopen(LogName().text, mode);
+  mlogfile = std::fopen(logName(), mode);
   if (mlogfile != nullptr) hooks.closeNetwork = closeAtEnd;
   return mlogfile != nullptr;
 }

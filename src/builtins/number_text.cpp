@@ -1,5 +1,6 @@
 // Numbers as text.
 #include <algorithm>
+#include <charconv>
 #include <clocale>
 #include <cmath>
 #include <cstdio>
@@ -57,6 +58,11 @@ void __GetStringFromDouble(char* buf, double v, int decimals, short round) {
   const int places = std::clamp(decimals, 0, kMaxDecimals);
   const char separator = decimalSeparator();
   if (!std::isfinite(v)) v = 0;
+  // Whole numbers from 0 on, which most results of vendors are, need neither rounding nor "%f".
+  if (places == 0 && v == std::trunc(v) && std::fabs(v) < 1e15 && !std::signbit(v)) {
+    *std::to_chars(buf, buf + kPlainSize, static_cast<std::int64_t>(v)).ptr = '\0';
+    return;
+  }
   const double scale = std::copysign(std::pow(10.0, places), v < 0 ? -1.0 : 1.0);
   if (round != 0 && v != 0) v += 0.5 / scale;
 
