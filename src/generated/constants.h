@@ -16,7 +16,7 @@ struct ConstantIndex {
 };
 extern const ConstantIndex kConstants;
 
-/// Makes the pool and fills it. Error 0 when it does not come out at kConstantCount, error 5.
+/// Lends the filled pool to the runtime for this run. Error 0 when it does not hold kConstantCount constants.
 void FillConstantPool();
 
 }  // namespace generated
