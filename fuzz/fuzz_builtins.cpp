@@ -61,7 +61,8 @@ Obj_Node* anyText(Bytes& in, Obj_Node* earlier) {
   return n;
 }
 
-/// One argument by its letter: t text, n number, w number up to 512 (a size), c number from 0 to 63, ? left out or n.
+/// One argument by its letter: t text, n number, w number up to 512 (a size), c number from 0 to 63, ? left out or n,
+/// d date, y date of the years 1900 to 2079.
 Obj_Node* argument(char letter, Bytes& in, Obj_Node* earlier) {
   switch (letter) {
     case 't':
@@ -70,6 +71,11 @@ Obj_Node* argument(char letter, Bytes& in, Obj_Node* earlier) {
       const double width = anyNumber(in);
       return __INIT_DOUBLE(width > 512 ? 512 : width);
     }
+    case 'y':
+      return __INIT_DATE(100 + 256 * in.Next() + in.Next());
+    case 'd':
+      if (in.Next() % 2 == 0) return argument('y', in, earlier);
+      return __INIT_DATE(anyNumber(in));
     case 'c':
       return __INIT_DOUBLE(in.Next() % 64);
     case '?':
@@ -92,6 +98,21 @@ struct Builtin {
   Obj_Node* (*call)(Obj_Node** a);
 };
 
+/// Encodes three parts and extra days; a date of the years 1900 to 9999 must come back as it went in.
+Obj_Node* encode(Obj_Node** a) {
+  unsigned parts[3];
+  for (int i = 0; i < 3; ++i) parts[i] = static_cast<unsigned>(ToInt(a[i]->objData.mdbl));
+  datetime value = 0;
+  if (__DoEncodeDate(parts[0], parts[1], parts[2], &value, 0) != 0 && parts[0] >= 1900) {
+    unsigned year, month, day;
+    __DecodeDate(value, &year, &month, &day);
+    if (year != parts[0] || month != parts[1] || day != parts[2]) std::abort();
+  }
+  __DoEncodeDate(parts[0], parts[1], parts[2], &value, ToInt(a[3]->objData.mdbl));
+  return __INIT_DATE(value);
+}
+
+/// New rows go to the end: the inputs of the corpus choose by index.
 const Builtin kBuiltins[] = {
     {"tn?", [](Obj_Node** a) { return __SubStr(a[0], a[1], a[2]); }},
     {"tn", [](Obj_Node** a) { return __Left(a[0], a[1]); }},
@@ -121,6 +142,30 @@ const Builtin kBuiltins[] = {
     {"t", [](Obj_Node** a) { return __DoDecode(a[0]); }},
     {"tt", [](Obj_Node** a) { return __SUM(a[0], a[1]); }},
     {"tt", [](Obj_Node** a) { return __EQ(a[0], a[1]); }},
+    {"tt", [](Obj_Node** a) { return __Ctod(a[0], a[1]); }},
+    {"t", [](Obj_Node** a) { return __Ctod(a[0]); }},
+    {"dt", [](Obj_Node** a) { return __Dtoc(a[0], a[1]); }},
+    {"d", [](Obj_Node** a) { return __Dtoc(a[0]); }},
+    {"t", [](Obj_Node** a) { return __Set_DateFormat(a[0]), __INIT_NIL(); }},
+    {"n", [](Obj_Node** a) { return __Set(__INIT_DOUBLE(5), a[0]); }},
+    {"nnnn", encode},
+    {"yc", [](Obj_Node** a) { return __AddTod(a[0], a[1]); }},
+    {"yc", [](Obj_Node** a) { return __SubTod(a[0], a[1]); }},
+    {"d", [](Obj_Node** a) { return __Dtos(a[0]); }},
+    {"d", [](Obj_Node** a) { return __JulianDate(a[0]); }},
+    {"d", [](Obj_Node** a) { return __CMonth(a[0]); }},
+    {"d", [](Obj_Node** a) { return __CDow(a[0]); }},
+    {"d", [](Obj_Node** a) { return __GenTMS(a[0]); }},
+    {"tt", [](Obj_Node** a) { return __ElapTime(a[0], a[1]); }},
+    {"nn", [](Obj_Node** a) { return __Round(a[0], a[1]); }},
+    {"nn", [](Obj_Node** a) { return NOROUND(a[0], a[1]); }},
+    {"n", [](Obj_Node** a) { return __Int(a[0]); }},
+    {"nc", [](Obj_Node** a) { return __FMOD(a[0], __SUM(a[1], __INIT_DOUBLE(0.5))); }},
+    {"t", [](Obj_Node** a) { return __Empty(a[0]); }},
+    {"t", [](Obj_Node** a) { return __Len(a[0]); }},
+    {"t", [](Obj_Node** a) { return __IsAlpha(a[0]); }},
+    {"t", [](Obj_Node** a) { return __ValidCPF(a[0]); }},
+    {"t", [](Obj_Node** a) { return __ValidCGC(a[0]); }},
 };
 
 /// Every text is terminated behind its content, whatever its length field says; a field that is one short (__SubStr)

@@ -1,4 +1,4 @@
-// The argument checks that every builtin speaks: a text, a number, an optional number, or error 0.
+// The argument checks that every builtin speaks: a text, a number, an optional number, a date, or error 0.
 #pragma once
 
 #include <cstring>
@@ -52,6 +52,12 @@ inline int IntArgument(const Obj_Node* n) {
 /// The int in `n`, `otherwise` when it was left out, or error 0.
 inline int OptionalInt(const Obj_Node* n, int otherwise) {
   return IsMissing(n) ? otherwise : IntArgument(n);
+}
+
+/// The day count of the date in `n`, or error 0.
+inline datetime DateArgument(const Obj_Node* n) {
+  if (n == nullptr || n->objVarType != varDate) WrongArgument();
+  return n->objData.mdt;
 }
 
 }  // namespace vorne

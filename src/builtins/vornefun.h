@@ -1,4 +1,4 @@
-// The builtin functions of the script language: texts, numbers as text, Base64 and parameter encoding.
+// The builtin functions of the script language: texts, numbers, dates, types, Base64 and parameter encoding.
 //
 // Arguments are never changed; results are temporaries (see vorneobjs.h for values and errors) and are not locked.
 // An optional argument is left out with a null pointer or NIL. A text larger than 0x0FFFFFFF bytes is error 5.
@@ -78,6 +78,119 @@ constexpr int StringFromDoubleSize(int decimals) {
 void __GetStringFromDouble(char* buf, double v, int decimals, short round);
 /// Writes `v` as "%f" with the separator `sep`, trailing zeros of the fraction removed, into `buf` of 512 bytes.
 void printDouble(double v, char* buf, char sep);
+
+// ------------------------------------------------------------------------------------------------------- dates
+
+// A date is the number of days since 30 December 1899; 0 is the empty date. Two settings steer dates as text: number 4,
+// the date format, and number 5, the epoch.
+
+/// 1 for a leap year of the Gregorian rule, else 0.
+short __IsLeapYear(unsigned year);
+/// The parts of the day that `value` falls on; all 0 for the empty date, NaN and days before year 1.
+void __DecodeDate(datetime value, unsigned* year, unsigned* month, unsigned* day);
+/// `*value` becomes the date `extraDays` days after that day; 1 when done. A year below 100 is widened to the first one
+/// from the epoch on that ends in it; an epoch below 1900 is raised to 1900 for good. 0 as year, month and day is the
+/// empty date. A day before 30 December 1899 wraps as 32 bits do: the value is 4294967296 more. For parts that are no
+/// day of the years up to 9999, `*value` becomes 0 and so is the result; `extraDays` may lead beyond that year.
+short __DoEncodeDate(unsigned year, unsigned month, unsigned day, datetime* value, int extraDays);
+/// The same date without extra days, 0 when the parts are invalid.
+datetime __EncodeDate(unsigned year, unsigned month, unsigned day);
+
+/// Today by the local clock.
+Obj_Node* __Date();
+/// The local time of day, "hh:mm:ss".
+Obj_Node* __Time();
+/// The same: the time of day as text, not a number of seconds.
+Obj_Node* __Seconds();
+/// `end` minus `start` as "hh:mm:ss", with "-" in front when `end` is earlier. The numbers are read from characters
+/// 1-2, 4-5 and 7-8; missing digits are 0.
+Obj_Node* __ElapTime(Obj_Node* start, Obj_Node* end);
+/// A time stamp of the day `d` at the local time of day: (year - 2000) * 100000000 + seconds since that year began, in
+/// capital hexadecimal digits; 64-bit two's complement for days before 2000.
+Obj_Node* __GenTMS(Obj_Node* d);
+
+/// Parts of a date as numbers, 0 for the empty date.
+Obj_Node* __Year(Obj_Node* d);
+Obj_Node* __Month(Obj_Node* d);
+Obj_Node* __Day(Obj_Node* d);
+/// 1 (Sunday) to 7 (Saturday); 7 for the empty date, 0 for anything that is no date.
+Obj_Node* __Dow(Obj_Node* d);
+/// English names in small letters; the empty date is a "saturday" of no month (""). October is "octuber".
+Obj_Node* __CDow(Obj_Node* d);
+Obj_Node* __CMonth(Obj_Node* d);
+/// "yyyymmdd", "00000000" for the empty date.
+Obj_Node* __Dtos(Obj_Node* d);
+/// year + 10000 x (day + (month - 1) x length of that month), as a number: not a count of days.
+Obj_Node* __JulianDate(Obj_Node* d);
+
+/// The date `d` as text, blanks in place of its digits when it is empty. In `format` (default: setting 4) each letter
+/// d, m and y stands for a digit, in either case: a part is written where its letter is first met, zero-padded to as
+/// many digits as the letter occurs (at most 20), and left out when it does not occur. More than three y give the whole
+/// year, fewer its last two digits. Between the parts stands the last character of the format that is no such letter.
+Obj_Node* __Dtoc(Obj_Node* d, Obj_Node* format = nullptr);
+/// The date that `text` holds at the places where `format` (default: setting 4) has its letters, by the rules of
+/// __DoEncodeDate. The empty date for a text below 8 characters, a month outside 1 to 12 or a day outside 1 to 31; null
+/// for a day that its month does not have and a year above 9999.
+Obj_Node* __Ctod(Obj_Node* text, Obj_Node* format = nullptr);
+/// Stores the text `format` as setting 4 as it stands, whatever the century setting (__Set would fit it); a temporary
+/// loses its text. Null changes nothing.
+void __Set_DateFormat(Obj_Node* format);
+
+// ----------------------------------------------------------------------------------------------------- numbers
+
+/// `n` rounded to `d` decimals (see dblRound).
+Obj_Node* __Round(Obj_Node* n, Obj_Node* d);
+/// `n` cut to `d` decimals (0 to 100), as __GetStringFromDouble writes it without rounding; from about 20 decimals on
+/// its digits are not exact. Changes ObjsGlobals::mTmp.
+Obj_Node* NOROUND(Obj_Node* n, Obj_Node* d);
+/// The integer part of `n` rounded to one decimal: 3 for 2.96, 2 for 2.94, -3 for -2.96.
+Obj_Node* __Int(Obj_Node* n);
+Obj_Node* __Abs(Obj_Node* n);
+/// The remainder of a / b, with the sign of `a`; error 0 for a zero `b`.
+Obj_Node* __FMOD(Obj_Node* a, Obj_Node* b);
+/// The argument, itself and not a copy, that is smaller (greater), `b` when they are equal. Two numbers or two dates.
+Obj_Node* __Min(Obj_Node* a, Obj_Node* b);
+Obj_Node* __Max(Obj_Node* a, Obj_Node* b);
+/// The number `n` as a new value. Its type is not looked at: of other values the first eight bytes are taken for a
+/// number. Error 0 for null.
+Obj_Node* __Bin2I(Obj_Node* n);
+Obj_Node* __Bin2L(Obj_Node* n);
+Obj_Node* __Bin2W(Obj_Node* n);
+Obj_Node* __I2Bin(Obj_Node* n);
+Obj_Node* __L2Bin(Obj_Node* n);
+Obj_Node* __W2Bin(Obj_Node* n);
+
+// ------------------------------------------------------------------------------------------- types, validation
+
+/// `a` when `cond` is not 0, else `b`; both must be of one type.
+Obj_Node* __If(short cond, Obj_Node* a, Obj_Node* b);
+/// True for an array without elements, a text of nothing but blanks, the number 0, the empty date, false, and every
+/// value of another type, NIL among them. An element that holds an array counts as one of another type. Error 0 for
+/// null.
+Obj_Node* __Empty(Obj_Node* v);
+/// Number of an array's elements, or of a text's bytes before the first zero byte; -1 for null. Error 0 for other types
+/// and for the shared values.
+Obj_Node* __Len(Obj_Node* v);
+/// "C" text, "A" array, "D" date, "N" number, "L" logical, "U" anything else. Error 0 for null.
+Obj_Node* __Type(Obj_Node* v);
+/// Classes of the bytes of ISO-8859-1, by byte value 0 to 255, and 0 for -1: the sum of 1 capital letter, 2 small
+/// letter, 4 letter without case, 8 digit.
+extern const unsigned char* const _sctype;
+/// True when the first byte of `s` is of that class.
+Obj_Node* __IsAlpha(Obj_Node* s);
+Obj_Node* __IsDigit(Obj_Node* s);
+Obj_Node* __IsUpper(Obj_Node* s);
+Obj_Node* __IsLower(Obj_Node* s);
+/// Stops the process for `n` microseconds (not milliseconds), at once back for null and n < 1. Returns null.
+Obj_Node* SLEEP(Obj_Node* n);
+/// 1 when `text` is a valid CPF (11 digits, persons) or CGC (14 digits, companies; today's CNPJ), else 0, by the check
+/// digits that the Receita Federal defines. Other characters than digits are not refused, and neither are numbers of
+/// one repeated digit; punctuation makes a number too long. Null is invalid.
+short __ValidaCPF(const char* text);
+short __ValidaCGC(const char* text);
+/// The same for a text value, as a logical.
+Obj_Node* __ValidCPF(Obj_Node* s);
+Obj_Node* __ValidCGC(Obj_Node* s);
 
 // ----------------------------------------------------------------------------------------------------- Base64
 

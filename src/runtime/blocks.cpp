@@ -79,3 +79,12 @@ Obj_Node* __GetRTVer() {
   std::snprintf(text, sizeof text, "%s %s", __DATE__, __TIME__);
   return __INIT_CHARPTR(text);
 }
+
+const char* __MemoryReport() {
+  static char report[128];
+  const auto alive = [](ObjType pool) { return S_GLOB != nullptr ? Pool(pool).Amount : 0; };
+  // Nothing is counted for the first line; it stands for programs that read the report line by line.
+  std::snprintf(report, sizeof report, "malloc-free=%i\npObj=%d\nArrays=%d\nvElArray=%d\nLocked Stack=%d", 0,
+                alive(vVariable), alive(vArray), alive(vElArray), S_GLOB != nullptr ? lckstack : 0);
+  return report;
+}

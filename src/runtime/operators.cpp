@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "runtime/calendar.h"
 #include "runtime/internal.h"
 #include "runtime/memory.h"
 
@@ -81,6 +82,13 @@ bool logicalOrFail(const Obj_Node* n) {
   return n->objData.mbool != 0;
 }
 
+Obj_Node* daysLater(const Obj_Node* date, double days) {
+  const std::optional<datetime> sum = EncodeDate(DecodeDate(date->objData.mdt), ToInt(days));
+  // 0 is the empty date, which nothing can be added to and no sum may become.
+  if (!sum || *sum == 0) ArgumentError();
+  return __INIT_DATE(*sum);
+}
+
 Obj_Node* step(Obj_Node* a, double by) {
   NumberOrFail(a);
   a->objData.mdbl += by;
@@ -130,17 +138,13 @@ Obj_Node* __DIV(Obj_Node* a, Obj_Node* b) {
 
 Obj_Node* __AddTod(Obj_Node* date, Obj_Node* days) {
   if (!IsDate(date)) ArgumentError();
-  const double from = std::floor(date->objData.mdt);
-  const double sum = from + IntOrFail(days);
-  // The empty date (0) has no day to count from, and no sum may fall before the first one.
-  if (!(from != 0 && sum > 0)) ArgumentError();
-  return __INIT_DATE(sum);
+  return daysLater(date, NumberOrFail(days));
 }
 
 Obj_Node* __SubTod(Obj_Node* a, Obj_Node* b) {
   if (!IsDate(a)) ArgumentError();
   if (IsDate(b)) return __INIT_DOUBLE(a->objData.mdt - b->objData.mdt);
-  return __AddTod(a, __INIT_DOUBLE(-NumberOrFail(b)));
+  return daysLater(a, -NumberOrFail(b));
 }
 
 Obj_Node* __EQ(Obj_Node* a, Obj_Node* b) {

@@ -297,6 +297,10 @@ Obj_Node* ExistBlock(Obj_Node* name);
 Obj_Node* SHUTDOWN();
 /// Build date and time of the runtime, as a text.
 Obj_Node* __GetRTVer();
+/// How many values are alive, as "malloc-free=0", "pObj=" variables, "Arrays=" arrays, "vElArray=" elements that belong
+/// to no array and "Locked Stack=" locked temporaries, a line each; all 0 without a global record. In a buffer that the
+/// next call overwrites.
+const char* __MemoryReport();
 
 // -------------------------------------------------------------------------------------------------- operators
 
@@ -330,8 +334,8 @@ Obj_Node* __POSTDECREMENT(Obj_Node* a);
 /// `v` rounded half away from zero to `decimals` decimals, with a tolerance of 1e-14 below one half.
 double dblRound(double v, int decimals);
 
-/// The date `days` (a number, truncated) days after `date`. Error 0 for the empty date and for a sum before 31 December
-/// 1899.
+/// The date `days` (a number, truncated) days after `date`. A sum before 30 December 1899 wraps to a date in a distant
+/// future (see __DoEncodeDate). Error 0 for the empty date, a date beyond the year 9999 and a sum of 30 December 1899.
 Obj_Node* __AddTod(Obj_Node* date, Obj_Node* days);
 /// The number of days from date `b` to date `a`, or the date `b` days before `a`. Error 0.
 Obj_Node* __SubTod(Obj_Node* a, Obj_Node* b);

@@ -31,7 +31,8 @@ TEST_F(Refusals, WrongArgumentsAndSizes) {
       CALL(__Chr(__INIT_LONG(1))), CALL(__Str(abc())), CALL(__Str(one(), abc())), CALL(__StrZero(nullptr)),
       CALL(__GetLastZero(one())), CALL(__DoEncode(__INIT_NIL())), CALL(__DoDecode(nullptr)), CALL(__Space(number(-1))),
       CALL(__Space(number(1e12))), CALL(__Replicate(abc(), number(2147483647.0))),
-      CALL(__PadR(abc(), number(2147483647.0))), CALL(__PadL(abc(), number(2147483647.0), text(""))));
+      CALL(__PadR(abc(), number(2147483647.0))), CALL(__PadL(abc(), number(2147483647.0), text(""))),
+      CALL((__Set_DateFormat(one()), abc())), CALL((__Set_DateFormat(__INIT_NIL()), abc())));
   for (const auto& call : calls) EXPECT_RUNTIME_ERROR(call(), -1) << "call " << &call - calls + 1;
 }
 

@@ -90,6 +90,7 @@ TEST_F(FatalErrors, Trace) {
 }
 
 TEST_F(FatalErrors, RegisteredArraysAreSavedAndRestored) {
+  vorne::hooks = {};
   __begin_context();
   Obj_Node* cart = value("{{1,'milk'}}");
   EXPECT_EQ(describe(__RegisterArray(text("cart"), cart)), "T");

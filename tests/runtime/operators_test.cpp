@@ -13,9 +13,14 @@ TEST_F(Operators, Arithmetic) {
             "d40179 1 d40180  d40179 1.9 d40180  d40179 -1.9 d40178  d2 -1 d1  T T -  NIL 1 -  {1} {2} -  long 1 -  "
             "2 '3' error  'a' 1 error  'a' - error  2 NIL error  d40179 'a' error  d40179 d1 error  d0 1 error  "
             "d2 -2 error");
+  // Dates go by the calendar: beyond the year 9999 nothing is added, and what falls before day 0 wraps as 32 bits do.
+  expectAll(
+      __SUM,
+      "d2958465 1 d2958466  d2958466 -1 error  d2958465 2147483647 d2150442112  d2 -3 d4294967295  "
+      "d40179.5 1 d40180  d-1 3 d2  d-700000 1 error  dnan 1 error  dinf 1 error  d40179 nan d40179  d1e300 0 error");
   expectAll(__SUB,
             "5 3 2  - 3 -2  3 - 2  d40180 d40179 1  d40179 d40180 -1  d40180 1 d40179  d40180 -1.5 d40181  "
-            "d1 1 error  d40180 'a' error  'a' 'b' error  5 T error  5 d1 error");
+            "d1 1 error  d2 5 d4294967293  d2958466 2 error  d40180 'a' error  'a' 'b' error  5 T error  5 d1 error");
   expectAll(__MUL, "5 3 15  - 3 3  'a' 3 error  3 NIL error");
   expectAll(__DIV, "10 4 2.5  10 0 0  0 0 0  - 4 0.25  4 - 4  10 '2' error  T 2 error");
 }
