@@ -5,8 +5,10 @@
 package_table='
 build   cmake ninja-build g++ zlib1g-dev libcli11-dev nlohmann-json3-dev
 test    libgtest-dev libgmock-dev
+formats npm nodejs
 i386    g++-multilib lib32z1-dev googletest
 fuzz    clang libclang-rt-14-dev llvm
+bench   libbenchmark-dev libsqlite3-dev liblmdb-dev
 format  clang-format git
 '
 

@@ -7,3 +7,4 @@
 #include "generated/adapters.h"
 #include "runtime/vorneobjs.h"
 #include "screen/vornewin.h"
+#include "storage/vornerdd.h"

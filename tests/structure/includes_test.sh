@@ -10,11 +10,12 @@ allowed='
 src/runtime    runtime/
 src/screen     screen/|runtime/
 src/builtins   builtins/|runtime/
+src/storage    storage/|runtime/|builtins/
 src/adapters   adapters/|runtime/|builtins/
 src/generated  generated/|runtime/|builtins/|adapters/
 src/bridge     bridge/|runtime/|builtins/|adapters/|generated/|screen/
-src/vorne.h    runtime/|builtins/|adapters/|generated/|screen/|bridge/
-tools          generated/|adapters/native\.h[">]
+src/vorne.h    runtime/|builtins/|storage/|adapters/|generated/|screen/|bridge/
+tools          generated/|adapters/native\.h[">]|storage/(disk_layout|directory_check)\.h[">]
 devices        generated/|adapters/native\.h[">]
 '
 floors=$(cd src && printf '%s|' */)none/

@@ -33,6 +33,7 @@ using Action = std::function<int()>;
 void addCall(CLI::App& app, Action& action);
 void addCommands(CLI::App& app, Action& action);
 void addSale(CLI::App& app, Action& action);
+void addDb(CLI::App& app, Action& action);
 
 /// Arguments are passed through this before the parser sees them, fields again through `unguarded` after it. The parser
 /// takes an argument in square brackets apart as a list; a field must arrive as it was typed.

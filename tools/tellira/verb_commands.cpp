@@ -1,5 +1,4 @@
 // `tellira commands`: the command table, listed and searched.
-#include <array>
 #include <memory>
 #include <vector>
 
@@ -7,6 +6,7 @@
 #include "cli.h"
 #include "console.h"
 #include "json_text.h"
+#include "table.h"
 #include "text.h"
 
 namespace tool {
@@ -35,36 +35,14 @@ bool matches(const Command& command, const std::string& pattern) {
   return matchesGlob(glob ? pattern : "*" + pattern + "*", command.name);
 }
 
-using Row = std::array<std::string, 7>;
-constexpr std::array<const char*, 7> kHeads{"No",     "Command",  "Library", "Adapter", "Vendor function",
-                                            "Answer", "Arguments"};
-
-Row rowOf(const Command& command) {
+Table<7> tableOf(const std::vector<const Command*>& commands) {
   const auto orDash = [](std::string_view text) { return text.empty() ? std::string("-") : std::string(text); };
-  return {std::to_string(numberOf(command)), std::string(command.name), orDash(command.library),
-          orDash(command.adapter),           orDash(command.function),  std::string(outputInWords(command.output)),
-          argumentsInWords(command)};
-}
-
-void printTable(const std::vector<const Command*>& commands) {
-  std::vector<Row> rows;
-  std::array<std::size_t, kHeads.size()> widths{};
-  for (std::size_t i = 0; i < kHeads.size(); ++i) widths[i] = std::string_view(kHeads[i]).size();
-  for (const Command* command : commands) {
-    rows.push_back(rowOf(*command));
-    for (std::size_t i = 0; i < widths.size(); ++i) widths[i] = std::max(widths[i], rows.back()[i].size());
-  }
-  const auto line = [&](const auto& cells) {
-    std::string text;
-    for (std::size_t i = 0; i + 1 < kHeads.size(); ++i) {
-      std::string cell(cells[i]);
-      cell.resize(widths[i] + 2, ' ');
-      text += cell;
-    }
-    return text + std::string(cells[kHeads.size() - 1]);
-  };
-  print(styled(Style::kBold, line(kHeads)) + "\n");
-  for (const Row& row : rows) print(line(row) + "\n");
+  Table<7> table{{"No", "Command", "Library", "Adapter", "Vendor function", "Answer", "Arguments"}};
+  for (const Command* command : commands)
+    table.add({std::to_string(numberOf(*command)), std::string(command->name), orDash(command->library),
+               orDash(command->adapter), orDash(command->function), std::string(outputInWords(command->output)),
+               argumentsInWords(*command)});
+  return table;
 }
 
 Json jsonOf(const Command& command) {
@@ -99,7 +77,7 @@ int runCommands(const CommandsOptions& options) {
     for (const Command* command : found) list.push_back(jsonOf(*command));
     printJson(list);
   } else if (!found.empty()) {
-    printTable(found);
+    tableOf(found).print();
   }
   if (!found.empty()) return kDone;
   complain("no command matches \"" + options.pattern +

@@ -1,0 +1,171 @@
+// A directory of databases whose files hold anything: used as programs use it, checked, repaired. Errors end the
+// process by design; here they end the step. Whatever stood in the files, after a repair the check finds nothing, the
+// store reads as many records as the check counted, every change does what it says and nothing else, and the check
+// finds nothing in what is left.
+//
+// An input is a byte of switches (bit 0: repair first; the others choose what is changed) and the files.
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "directory_input.h"
+#include "runtime/process.h"
+#include "storage/directory_check.h"
+#include "storage/vornerdd.h"
+
+namespace {
+
+using namespace vorne;
+
+struct Ended {};
+pid_t self;
+
+// A repair tries out in a child whether an interrupted change can be finished.
+void endStep(int) {
+  if (getpid() != self) _exit(1);
+  throw Ended{};
+}
+
+/// False when the step ended by an error.
+template <class Step>
+bool done(Step step) {
+  try {
+    step();
+    return true;
+  } catch (const Ended&) {
+    return false;
+  }
+}
+
+void require(bool holds, int line = __builtin_LINE()) {
+  if (holds) return;
+  std::fprintf(stderr, "line %d does not hold\n", line);
+  std::abort();
+}
+
+/// Changes one database. `sound`: its files have been repaired, so that everything must work.
+class Change {
+ public:
+  Change(DmOpenRef db, UInt32 choice, bool sound) : db_(db), sound_(sound), model_(readAll()) {
+    // Records of a database of another kind all have the length of the first one.
+    const bool variable = db->Head.Type == kVariableDatabase;
+    const std::size_t size = variable || model_.empty() ? choice * 7 + 1 : model_[0].size();
+    insert(choice % (DmNumRecords(db) + 1), std::string(size, 'i'));
+    write(choice % std::max(DmNumRecords(db), 1u), std::string(variable ? choice * 11 + 1 : size, 'w'));
+    if (choice % 4 != 1 && DmNumRecords(db) > 1) remove(1, 1 + (choice % 4 == 2 ? choice % 6 : 0));
+    setAppInfo(choice + 1);
+    if (choice % 2 == 1) expect(InterNalPack(db) == errNone);
+    if (sound) require(readAll() == model_);
+  }
+
+ private:
+  void expect(bool holds, int line = __builtin_LINE()) const { require(holds || !sound_, line); }
+
+  std::vector<std::string> readAll() const {
+    std::vector<std::string> all;
+    for (UInt32 i = 0; i < DmNumRecords(db_) && (sound_ || i < 3000); ++i) {
+      UInt16 attributes = 0;
+      const MemHandle handle = DmQueryRecord(db_, i);
+      expect(handle != nullptr && DmRecordInfo(db_, i, &attributes) == errNone);
+      if (handle != nullptr) all.emplace_back(static_cast<char*>(MemHandleLock(handle)), MemHandleSize(handle));
+    }
+    return all;
+  }
+
+  void insert(UInt32 index, const std::string& record) {
+    const auto size = static_cast<UInt32>(record.size());
+    const MemHandle handle = DmNewRecord(db_, &index, size);
+    expect(handle != nullptr && DmWrite(MemHandleLock(handle), 0, record.data(), size) == errNone &&
+           DmReleaseRecord(db_, index, 1) == errNone);
+    if (sound_) model_.insert(model_.begin() + index, record);
+  }
+
+  void write(UInt32 index, const std::string& record) {
+    const auto size = static_cast<UInt32>(record.size());
+    const MemHandle handle = DmGetRecord(db_, index);
+    expect(handle != nullptr && MemHandleResize(handle, size) == errNone &&
+           DmWrite(MemHandleLock(handle), 0, record.data(), size) == errNone &&
+           DmReleaseRecord(db_, index, 0) == errNone);
+    if (sound_) model_[index] = record;
+  }
+
+  void remove(UInt32 first, UInt32 last) {
+    expect((first == last ? DmRemoveRecord(db_, first) : ExcluirFaixa(db_, first, last)) == errNone);
+    if (!sound_) return;
+    const auto end = std::min<std::ptrdiff_t>(std::ssize(model_), last + 1);
+    model_.erase(model_.begin() + first, model_.begin() + end);
+  }
+
+  void setAppInfo(UInt32 size) {
+    const LocalID info = MemHandleToLocalID(DmNewHandle(db_, size)), id = DmFindDatabase(0, db_->fName);
+    expect(DmSetDatabaseInfo(0, id, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &info, nullptr,
+                             nullptr, nullptr) == errNone);
+  }
+
+  DmOpenRef db_;
+  bool sound_;
+  std::vector<std::string> model_;
+};
+
+void use(const std::string& name, UInt32 choice) {
+  if (choice % 16 == 3) RestoreCatalog();
+  const LocalID id = DmFindDatabase(0, name.c_str());
+  DmOpenRef db = id == 0 ? nullptr : DmOpenDatabase(0, id, 0);
+  if (db == nullptr) return;
+  UInt32 index;
+  DmFindRecordByID(db, choice, &index);
+  Change(db, choice, false);
+  DmCloseDatabase(db);
+}
+
+void useSound(const DatabaseReport& database, UInt32 choice) {
+  DmOpenRef db = DmOpenDatabase(0, DmFindDatabase(0, database.name.c_str()), 0);
+  require(db != nullptr && DmNumRecords(db) == database.records);
+  Change(db, choice, true);
+  require(DmCloseDatabase(db) == errNone);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+  self = getpid();
+  static std::string directory =
+      std::filesystem::exists("/dev/shm") ? "/dev/shm" : std::filesystem::temp_directory_path();
+  directory += "/tellira-fuzz-XXXXXX";
+  require(mkdtemp(directory.data()) != nullptr);
+  std::filesystem::current_path(directory);
+  std::atexit([] { std::filesystem::remove_all(directory); });
+  endProcessHook = endStep;
+  // The library's own words would bury the fuzzer's.
+  require(std::freopen("/dev/null", "w", stdout) != nullptr);
+  return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size == 0) return 0;
+  const UInt32 choice = data[0] / 2;
+  __BeginGlobal();
+  const auto names = directory_input::writeFiles({reinterpret_cast<const char*>(data) + 1, size - 1});
+  CheckDirectory(".");
+  ListDirectory(".");
+  if (data[0] % 2 == 0) {
+    for (const std::string& name : names) done([&] { use(name, choice); });
+    require(done(CloseCatalog));
+  }
+  require(done([] { RepairDirectory("."); }));
+  const DirectoryReport report = CheckDirectory(".");
+  require(report.sound);
+  require(done([&] {
+    for (const DatabaseReport& database : report.databases) useSound(database, choice);
+    CloseCatalog();
+  }));
+  require(CheckDirectory(".").sound);
+  __EndGlobal();
+  return 0;
+}

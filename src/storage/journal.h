@@ -1,0 +1,67 @@
+// Changes that one store cannot make survive the death of the process: what is going to change is first described in a
+// journal file beside the databases ("journal.0" to "journal.3", one for each process that writes; it goes when the
+// catalogue is closed). The next opening of the catalogue finishes a move that stood half-way and undoes a half-written
+// record. The journal guards against a dying process, not against power loss: it is only taken when the file's header
+// is the one that it was written for.
+#pragma once
+
+#include <span>
+#include <string>
+#include <vector>
+
+#include "storage/vornerdd.h"
+
+namespace vorne {
+
+/// A move of everything from `from` to the end of what is used, so that it begins at `to`; what it leaves is zeroed.
+/// Then `info` is stored as the beginning of the application-info block, the header `after` (with its szmap) and,
+/// unless `patchAt` is 0, the record header `patch`.
+struct TailMove {
+  UInt32 from;
+  UInt32 to;
+  FileHeader after;
+  UInt32 patchAt = 0;
+  RecordHeader patch = {};
+  bool offsetsFollow = false;       ///< the offsets file changes too; an interrupted change has it made anew
+  std::span<const char> info = {};  ///< at most kLargestProtected bytes
+};
+
+/// Makes the move, for which the caller has seen to the room, and keeps it in the journal until it goes out of scope,
+/// so that what belongs to it (the offsets file) can be brought up to date. When an exception passes, the journal
+/// stays. Error 5 when there is no journal.
+class ProtectedMove {
+ public:
+  ProtectedMove(pmymap map, const TailMove& move);
+  ~ProtectedMove();
+  ProtectedMove(const ProtectedMove&) = delete;
+  ProtectedMove& operator=(const ProtectedMove&) = delete;
+
+ private:
+  int exceptions_;
+};
+
+/// Bytes that one protected store may change at most.
+inline constexpr UInt32 kLargestProtected = 0x10000;
+
+/// Calls `store(place)`, which changes only the `length` (up to kLargestProtected) bytes at `offset`; killed in
+/// between, they are as before. Error 5 when there is no journal.
+void KeepBytes(pmymap map, UInt32 offset, UInt32 length);
+void BytesAreStored();
+template <class Storing>
+void StoreProtected(pmymap map, UInt32 offset, UInt32 length, Storing store) {
+  KeepBytes(map, offset, length);
+  store(map->mapmem + offset);
+  BytesAreStored();
+}
+
+/// Removes this process's journal; nothing may be under way.
+void CloseJournal();
+
+/// Finishes or undoes what dead processes left in the data directory (wcDir). Error 5 when a file cannot be opened.
+void RecoverInterruptedChanges();
+
+/// The names of the files in `directory` (the one that holds the databases) in which a change was interrupted. Changes
+/// nothing.
+std::vector<std::string> InterruptedChanges(const char* directory);
+
+}  // namespace vorne

@@ -1,0 +1,53 @@
+// Inside the storage floor: mapped files as owned objects, and the one place that writes a file's header.
+#pragma once
+
+#include <memory>
+#include <span>
+
+#include "storage/vornerdd.h"
+
+namespace vorne {
+
+struct MapRelease {
+  void operator()(pmymap map) const { liberarmap(map); }
+};
+using MapOwner = std::unique_ptr<mymap, MapRelease>;
+
+/// The file's bytes up to the end of what is used.
+inline std::span<const char> UsedBytes(const mymap& map) {
+  return {map.mapmem, static_cast<std::size_t>(map.szmap)};
+}
+/// All bytes that the file has.
+inline std::span<const char> AllBytes(const mymap& map) {
+  return {map.mapmem, static_cast<std::size_t>(map.szallocated)};
+}
+
+inline FileHeader HeaderOf(const mymap& map) {
+  return Load<FileHeader>(map.mapmem);
+}
+
+/// Makes `n` bytes behind the used size usable without changing the used size. The mapping may move. False when the
+/// file cannot grow; nothing has changed then.
+bool EnsureRoom(pmymap map, long n);
+
+/// Stores the header; the two sizes are always the map's, the used one last, since it makes what was added count. Told
+/// to the system unless records are loaded in a batch.
+void WriteHeader(pmymap map, FileHeader header);
+
+/// Stores the used size, and tells the system of all that is used unless records are loaded in a batch.
+void WriteUsedSize(pmymap map, std::int64_t size);
+
+/// Makes `n` more bytes, for which there is room, used ones; `offset` becomes the old used size. The system is told
+/// together with what is going to be stored there.
+void ExtendUsed(pmymap map, std::int64_t n);
+
+/// Stores how many records count. The system is told together with the last of them.
+void StoreCount(pmymap map, UInt32 count);
+
+/// Keeps the compiler from moving stores over this point. What a dying process had stored in a shared mapping stays in
+/// the order in which it was stored, so this is all that an order on disk needs.
+inline void StoreBarrier() {
+  __atomic_signal_fence(__ATOMIC_SEQ_CST);
+}
+
+}  // namespace vorne

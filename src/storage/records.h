@@ -1,0 +1,27 @@
+// Inside the storage floor: records by their number.
+#pragma once
+
+#include "storage/handles.h"
+
+namespace vorne {
+
+/// Where record `index` (one that counts) begins: its header lies inside the used bytes and what it reserves too. 0
+/// when that is not so.
+UInt32 RecordPlace(const OpenStruct& db, UInt32 index);
+/// Bytes from one record to the next in a database of equal records; 0 without a first one.
+UInt32 RecordStride(const OpenStruct& db);
+inline RecordHeader HeaderAtPlace(const OpenStruct& db, UInt32 place) {
+  return Load<RecordHeader>(db.hFile->mapmem + place);
+}
+
+/// The record that the database holds, null for none.
+RecordStruct* HeldRecord(const OpenStruct& db);
+/// Writes the held record back when it is new or changed.
+void SettleHeld(DmOpenRef db);
+/// See MemHandleResize; `size` is 1 to 65535 and not the present one.
+Err ResizeRecord(RecordStruct* record, UInt32 size);
+
+/// Takes out `count` records from `index` on, which lie from `begin` to `end`; at least one other record is left.
+void RemoveRange(DmOpenRef db, UInt32 index, UInt32 count, UInt32 begin, UInt32 end);
+
+}  // namespace vorne

@@ -1,0 +1,124 @@
+// Changes of a database as a whole or of a range of its records.
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "storage/app_info.h"
+#include "storage/databases.h"
+#include "storage/offsets.h"
+#include "storage/records.h"
+#include "storage/unfinished_file.h"
+
+namespace vorne {
+
+void RemoveRange(DmOpenRef db, UInt32 index, UInt32 count, UInt32 begin, UInt32 end) {
+  TailMove move = MoveOf(*db->hFile, begin, static_cast<std::int64_t>(begin) - end);
+  move.after.NumberOfRecords -= count;
+  move.offsetsFollow = db->hOS != nullptr;
+  {
+    const ProtectedMove made(db->hFile, move);
+    RemoveOffset(db, index, end - begin, count);
+  }
+  FollowMove(db, move);
+}
+
+namespace {
+
+UInt32 RecordEnd(const OpenStruct& db, UInt32 place) {
+  return place + kRecordHeaderSize + HeaderAtPlace(db, place).AllocatedSpace;
+}
+
+// Writes what the database uses, records without spare space; its header gets the new sizes. False for a damaged
+// record.
+bool CopyUsed(const OpenStruct& db, UnfinishedFile& copy, FileHeader& header) {
+  copy.put(db.hFile->mapmem, RecordsBegin(header));
+  header.szmap = RecordsBegin(header);
+  for (UInt32 i = 0; i < header.NumberOfRecords; ++i) {
+    const UInt32 place = RecordPlace(db, i);
+    if (place == 0) return false;
+    RecordHeader record = HeaderAtPlace(db, place);
+    if (IsVariable(db)) record.AllocatedSpace = std::max<std::uint16_t>(record.RecordLen, 1);
+    copy.put(&record, sizeof record);
+    copy.put(db.hFile->mapmem + place + kRecordHeaderSize, record.AllocatedSpace);
+    header.szmap += kRecordHeaderSize + record.AllocatedSpace;
+  }
+  header.szallocated = (header.szmap / kSmallestFile + 1) * kSmallestFile;
+  return true;
+}
+
+}  // namespace
+
+}  // namespace vorne
+
+using namespace vorne;
+
+void __InternalZap(DmOpenRef db) {
+  if (!IsOpen(db)) __RuntimeError(0, -1);
+  FreeHandle(HeldRecord(*db));
+  DropRecords(db->hFile);
+  if (db->hOS != nullptr) RemoveOffset(db, 0, 0, OffsetSlots(*db));
+  FollowGrowth(db);
+}
+
+Err ExcluirFaixa(DmOpenRef db, UInt32 first, UInt32 last) {
+  if (!IsOpen(db) || last < first) return errArgument;
+  SettleHeld(db);
+  const UInt32 count = db->Head.NumberOfRecords;
+  if (first >= count) return errNoSuchRecord;
+  last = std::min(last, count - 1);
+  const UInt32 begin = RecordPlace(*db, first);
+  const UInt32 lastPlace = RecordPlace(*db, last);
+  if (begin == 0 || lastPlace < begin) return errNoSuchRecord;
+  FreeHandle(HeldRecord(*db));
+  if (first == 0 && last == count - 1)
+    __InternalZap(db);
+  else
+    RemoveRange(db, first, last - first + 1, begin, RecordEnd(*db, lastPlace));
+  return errNone;
+}
+
+Err InterNalPack(DmOpenRef db) {
+  if (!IsOpen(db)) return errArgument;
+  SettleHeld(db);
+  const std::string name = db->fName;
+  const std::string path = GetWideName(name.c_str());
+  UnfinishedFile copy(GetWideName(kUnfinishedName));
+  FileHeader header = db->Head;
+  if (!CopyUsed(*db, copy, header)) return errNoSuchRecord;
+  // Without an offsets file the next opening makes it anew, whichever of the two data files it finds.
+  if (db->hOS != nullptr) DeleteFile((path + kOffsetsSuffix).c_str());
+  copy.finish(header, header.szallocated);
+  const bool packed = copy.become(path, UnfinishedFile::Wait::ForTheDisk);
+  if (packed) {
+    FreeHandlesOf(db);
+    liberarmap(db->hFile);
+    db->hFile = nullptr;
+    db->hFile = mapeararquivo(name.c_str());
+    FollowGrowth(db);
+    __GetAppInfo(db);
+  }
+  if (db->hOS != nullptr) {
+    liberarmap(db->hOS);
+    db->hOS = nullptr;
+    db->hOS = mapeararquivo((name + kOffsetsSuffix).c_str());
+    VerifyFileOffset(db);
+  }
+  return packed ? errNone : errWriteOutOfBounds;
+}
+
+void InCreaseFile(DmOpenRef db, long size, UInt32 count) {
+  if (!IsOpen(db)) return;
+  // Only the allocation grows: the places that a growth would move on are put back.
+  const auto reserve = [](pmymap map, std::int64_t bytes) {
+    const mymap before = *map;
+    if (bytes <= 0 || !increasefilesz(map, static_cast<long>(bytes))) return;
+    map->offset = before.offset;
+    WriteUsedSize(map, before.szmap);
+    FlushViewOfFile(map->mapmem, kHeaderSize);
+  };
+  if (db->hFile->szallocated - db->hFile->szmap < size) reserve(db->hFile, size - db->hFile->szallocated);
+  if (count != 0 && db->hOS != nullptr)
+    reserve(db->hOS, static_cast<std::int64_t>(count) * kOffsetSize + kHeaderSize - db->hOS->szallocated);
+  FollowGrowth(db);
+}

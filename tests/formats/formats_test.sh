@@ -1,0 +1,48 @@
+#!/bin/sh
+# Formats of the files against their descriptions and against files of earlier builds.
+#   formats_test.sh reference|kaitai PROGRAM WORK     PROGRAM is sample_databases, WORK a directory to work in
+set -eu
+export LC_ALL=C
+here=$(dirname "$(readlink -f "$0")")
+program=$2
+work=$3
+
+fresh() {
+  rm -rf "$1"
+  mkdir -p "$1"
+}
+
+# The reference was made by `sample_databases write` and `tar czf reference.tar.gz DB`. It is made anew only when what the
+# files hold changes on purpose; what is in the field must be readable all the same.
+reference() {
+  fresh "$work/written"
+  fresh "$work/kept"
+  tar -xzf "$here/reference.tar.gz" -C "$work/kept"
+  "$program" write "$work/written" >/dev/null
+  diff -r "$work/kept" "$work/written"
+  "$program" verify "$work/kept"
+}
+
+# Packages from the committed lock file, kept in WORK until that changes.
+install_packages() {
+  cmp -s "$here/package-lock.json" "$work/node/installed.json" && return
+  fresh "$work/node"
+  cp "$here/package.json" "$here/package-lock.json" "$work/node"
+  (cd "$work/node" && npm ci --no-audit --no-fund --prefer-offline --loglevel=error)
+  cp "$here/package-lock.json" "$work/node/installed.json"
+}
+
+kaitai() {
+  if ! command -v npm >/dev/null; then
+    echo "npm is missing: ./check installs it (Debian package npm)" >&2
+    exit 1
+  fi
+  install_packages
+  fresh "$work/parsers"
+  fresh "$work/written"
+  "$program" write "$work/written" >"$work/written.json"
+  NODE_PATH=$work/node/node_modules node "$here/check_formats.js" "$here/../../docs/formats" "$work/parsers" \
+    "$work/written/DB" "$work/written.json"
+}
+
+"$1"

@@ -1,0 +1,215 @@
+// Databases of every kind, brought to what they hold by every kind of change, with a clock that stands still: the same
+// bytes on every machine.
+//   sample_databases write DIR    makes the databases in DIR and prints, as JSON, what the files must hold
+//   sample_databases verify DIR   opens the databases in DIR and compares; exit status 1 when something differs
+#include <cstdio>
+#include <ctime>
+#include <nlohmann/json.hpp>
+
+#include "runtime/local_clock.h"
+#include "support/store.h"
+
+std::tm vorne::LocalNow() {
+  std::tm noon{};
+  noon.tm_year = 126, noon.tm_mon = 10, noon.tm_mday = 21, noon.tm_wday = 6, noon.tm_hour = 12, noon.tm_sec = 59;
+  return noon;
+}
+
+namespace {
+
+using nlohmann::json;
+
+enum class Do { Put, Change, Remove };
+struct Step {
+  Do what;
+  UInt32 index;
+  std::string bytes = {};
+};
+
+struct Sample {
+  std::string name;
+  UInt32 type;
+  std::string appInfo;
+  std::vector<Step> steps;
+  std::string madeAs = name;
+  UInt16 attributes = 0, version = 0;
+  UInt32 backedUp = 0, modification = 0;
+  bool opened = true, deleted = false;
+};
+
+struct Record {
+  std::string bytes;
+  std::size_t space;
+  bool dirty;
+};
+
+std::string pattern(std::size_t size, char first) {
+  std::string bytes(size, first);
+  for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>(first + i % 251);
+  return bytes;
+}
+
+std::vector<Step> manyRecords(UInt32 count) {
+  std::vector<Step> steps;
+  for (UInt32 i = 0; i < count; ++i)
+    steps.push_back({Do::Put, kAppend, pattern(1 + i * 37 % 500, static_cast<char>(i))});
+  return steps;
+}
+
+std::vector<Sample> samples() {
+  return {
+      {.name = "Sales",
+       .type = vorne::kTypeData,
+       .appInfo = pattern(77, 'A'),
+       .steps = {{Do::Put, kAppend, "one"},
+                 {Do::Put, kAppend, pattern(300, 1)},
+                 {Do::Put, kAppend, pattern(65535, 2)},
+                 {Do::Put, kAppend, "x"},
+                 {Do::Put, 1, "between"},
+                 {Do::Change, 0, "more than one"},
+                 {Do::Change, 2, "fewer than 300"},
+                 {Do::Remove, 3},
+                 {Do::Put, kAppend, "last"}}},
+      {.name = "Gone", .type = vorne::kTypeData, .appInfo = "", .steps = {{Do::Put, 0, "away"}}, .deleted = true},
+      {.name = "Index",
+       .type = vorne::kTypeIndex,
+       .appInfo = "key",
+       .steps = {{Do::Put, kAppend, pattern(12, 'a')},
+                 {Do::Put, 0, pattern(12, 'b')},
+                 {Do::Put, 1, pattern(12, 'c')},
+                 {Do::Put, kAppend, pattern(12, 'd')},
+                 {Do::Remove, 2},
+                 {Do::Change, 1, "123456789012"}}},
+      {.name = "Other",
+       .type = vorne::FourChars("ABCD"),
+       .appInfo = "",
+       .steps = {{Do::Put, 0, pattern(40, 0)}, {Do::Put, 1, pattern(40, 'e')}, {Do::Change, 1, "shorter"}}},
+      {.name = "Many", .type = vorne::kTypeMemo, .appInfo = "", .steps = manyRecords(300)},
+      {.name = "NeverOpened", .type = vorne::kTypeMemo, .appInfo = "", .steps = {}, .opened = false},
+      {.name = "NothingInIt", .type = vorne::kTypeData, .appInfo = "", .steps = {}},
+      {.name = "Emptied", .type = vorne::kTypeData, .appInfo = "kept", .steps = {{Do::Put, 0, "out"}, {Do::Remove, 0}}},
+      {.name = "a name of thirty-one characters",
+       .type = vorne::kTypeData,
+       .appInfo = "",
+       .steps = {{Do::Put, 0, "moved"}},
+       .madeAs = "Old",
+       .attributes = 0x1234,
+       .version = 7,
+       .backedUp = 0x89ABCDEF,
+       .modification = 3},
+  };
+}
+
+std::vector<Record> modelOf(const Sample& sample) {
+  std::vector<Record> all;
+  for (const Step& step : sample.steps) {
+    const auto place = all.begin() + std::min<std::size_t>(step.index, all.size());
+    if (step.what == Do::Put)
+      all.insert(place, {step.bytes, step.bytes.size(), false});
+    else if (step.what == Do::Remove)
+      all.erase(place);
+    else
+      *place = {step.bytes, std::max(step.bytes.size(), place->space), true};
+  }
+  return all;
+}
+
+[[noreturn]] void fail(const std::string& name, const std::string& what) {
+  std::fprintf(stderr, "%s: %s\n", name.c_str(), what.c_str());
+  std::exit(1);
+}
+
+void take(DmOpenRef db, const Step& step) {
+  const bool taken = step.what == Do::Put      ? put(db, step.bytes, step.index)
+                     : step.what == Do::Change ? change(db, step.index, step.bytes)
+                                               : DmRemoveRecord(db, step.index) == errNone;
+  if (!taken) fail(db->fName, "a step was refused");
+}
+
+void make(const Sample& sample) {
+  const char* name = sample.madeAs.c_str();
+  if (!sample.opened) {
+    DmCreateDatabase(0, name, kCreator, sample.type, 0);
+    return;
+  }
+  DmOpenRef db = openStore(name, sample.type);
+  if (const auto size = static_cast<UInt32>(sample.appInfo.size()))
+    DmWrite(MemHandleLock(DmNewHandle(db, size)), 0, sample.appInfo.data(), size);
+  for (const Step& step : sample.steps) take(db, step);
+  DmSetDatabaseInfo(0, DmFindDatabase(0, name), sample.name.c_str(), &sample.attributes, &sample.version, nullptr,
+                    nullptr, &sample.backedUp, &sample.modification, nullptr, nullptr, nullptr, nullptr);
+  DmCloseDatabase(db);
+}
+
+std::string hex(const std::string& bytes) {
+  std::string digits;
+  for (const unsigned char byte : bytes) digits += {"0123456789abcdef"[byte >> 4], "0123456789abcdef"[byte & 15]};
+  return digits;
+}
+
+// null for an entry that is free again.
+json describe(const Sample& sample) {
+  if (sample.deleted) return nullptr;
+  json records = json::array();
+  for (const Record& record : modelOf(sample))
+    records.push_back({{"data", hex(record.bytes)}, {"space", record.space}, {"dirty", record.dirty}});
+  return {{"name", sample.name},
+          {"type", sample.type},
+          {"creator", kCreator},
+          {"kind", vorne::KindOfType(sample.type)},
+          {"attributes", sample.attributes},
+          {"version", sample.version},
+          {"backedUp", sample.backedUp},
+          {"modification", sample.modification},
+          {"opened", sample.opened},
+          {"appInfo", hex(sample.appInfo)},
+          {"records", records}};
+}
+
+void write() {
+  json entries = json::array();
+  for (const Sample& sample : samples()) {
+    make(sample);
+    entries.push_back(describe(sample));
+  }
+  for (const Sample& sample : samples())
+    if (sample.deleted) DmDeleteDatabase(0, DmFindDatabase(0, sample.name.c_str()));
+  std::puts(entries.dump().c_str());
+}
+
+void verify(const Sample& sample) {
+  const LocalID id = DmFindDatabase(0, sample.name.c_str());
+  if ((id == 0) != sample.deleted) fail(sample.name, "is there, or is not");
+  if (sample.deleted) return;
+  DmOpenRef db = DmOpenDatabase(0, id, 1);
+  if (db == nullptr) fail(sample.name, "cannot be opened");
+  UInt16 attributes = 0, version = 0;
+  UInt32 backedUp = 0, modification = 0, type = 0;
+  LocalID appInfo = 0;
+  DmDatabaseInfo(0, id, nullptr, &attributes, &version, nullptr, nullptr, &backedUp, &modification, &appInfo, nullptr,
+                 &type, nullptr);
+  if (std::tie(attributes, version, backedUp, modification, type) !=
+      std::tie(sample.attributes, sample.version, sample.backedUp, sample.modification, sample.type))
+    fail(sample.name, "other facts");
+  const auto* block = static_cast<const char*>(MemLocalIDToLockedPtr(appInfo));
+  if (std::string(block == nullptr ? "" : block, db->Head.AppInfoLen) != sample.appInfo)
+    fail(sample.name, "other application info");
+  std::vector<std::string> wanted;
+  for (const Record& record : modelOf(sample)) wanted.push_back(record.bytes);
+  if (records(db) != wanted) fail(sample.name, "other records");
+  DmCloseDatabase(db);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const std::string verb = argc == 3 ? argv[1] : "";
+  if ((verb != "write" && verb != "verify") || chdir(argv[2]) != 0) fail("usage", "sample_databases write|verify DIR");
+  __BeginGlobal();
+  if (verb == "write")
+    write();
+  else
+    for (const Sample& sample : samples()) verify(sample);
+  CloseCatalog();
+  __EndGlobal();
+}

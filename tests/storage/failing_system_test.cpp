@@ -1,0 +1,234 @@
+// What is left when the system fails: every call of every kind once and for ever, and a disk that is really full.
+#include "support/failing_system.h"
+
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+
+#include "storage/journal.h"
+#include "support/file_images.h"
+#include "support/store_load.h"
+
+using namespace load;
+
+namespace {
+
+constexpr unsigned kSeed = 7;
+// What is left when a call fails shows without a disk, and much faster.
+const bool kInMemory = access("/dev/shm", W_OK) == 0 && setenv("TMPDIR", "/dev/shm", 0) == 0;
+
+// Everything that touches files, on files that grow several times.
+void task(Load& load, Stores& stores) {
+  for (Store& store : stores) load.create(store);
+  for (UInt32 i = 0; i < 40; ++i) {
+    bBatchOper = i < 36;
+    for (Store& store : stores) load.append(store, 0);
+    load.add(stores[0], i);
+    load.add(stores[1], i / 2);
+  }
+  const auto each = [&](void (Load::*operation)(Store&, UInt32)) {
+    for (Store& store : stores)
+      if (!store.records.empty()) (load.*operation)(store, load.below(static_cast<UInt32>(store.records.size())));
+  };
+  for (const auto operation :
+       {&Load::inform, &Load::change, &Load::patch, &Load::rename, &Load::remove, &Load::attribute, &Load::pack,
+        &Load::append, &Load::add, &Load::drop, &Load::removeRange, &Load::inform})
+    each(operation);
+  load.reopen(stores[0], 0);
+  each(&Load::change);
+  load.step([] { return VerifyCatalog() == 1 && RestoreCatalog() == 1; });
+  if (!stores[2].exists) load.create(stores[2]);
+  for (const auto operation : {&Load::append, &Load::zap}) each(operation);
+  for (Store& store : stores) load.append(store, 0);
+  load.step([] { return CloseCatalog(), true; });
+}
+
+// The same on what a process left that died in the midst of a change.
+void goOn(Load& load, Stores& stores) {
+  load.open();
+  for (Store& store : stores) load.append(store, 0);
+  load.step([] { return CloseCatalog(), true; });
+}
+
+class FailingSystem : public testing::Test {
+ protected:
+  using Task = void (*)(Load&, Stores&);
+
+  // Leaves a directory in which a removal from one of the databases is half-way, and returns what it holds once that is
+  // finished. Killed behind its last store, it is taken back to where half of the bytes have moved, or half of the
+  // header is stored.
+  Stores interrupt(std::size_t which) {
+    const auto begin = [](Load& load, Stores& stores) {
+      for (Store& store : stores)
+        for (int i = (load.create(store), 0); i < 8; ++i) load.append(store, 0);
+    };
+    Stores stores = emptyStores(0);
+    const std::string name = stores[which].name();
+    progress_.clear();
+    runChild([&] {
+      Load load(stores, progress_, kSeed);
+      begin(load, stores);
+      std::filesystem::copy("DB", "before");
+      vorne::fileSystem.msync = [](void*, std::size_t, int) { return kill(getpid(), SIGKILL); };
+      load.removeAt(stores[which], 3);
+    });
+    const std::string before = readFile("before/" + name);
+    std::string bytes = readFile("DB/" + name);
+    const std::uint32_t place = images::places(before)[3], moved = images::get(bytes, 16, 4) - place;
+    EXPECT_TRUE(moved != 0 && moved <= vorne::kLargestProtected / 2) << moved << ": it is to be one piece";
+    if (which == 0)
+      bytes = std::string(before).replace(place, moved / 2, bytes, place, moved / 2);
+    else
+      bytes.replace(offsetof(FileHeader, NumberOfRecords), 4, before, offsetof(FileHeader, NumberOfRecords), 4);
+    writeFile("DB/" + name, bytes);
+    EXPECT_EQ(vorne::InterruptedChanges("DB"), std::vector<std::string>{name});
+    return outcomesOf(stores, progress_, kSeed, [&](Load& load, Stores& judged) {
+      begin(load, judged);
+      load.removeAt(judged[which], 3);
+    })[1];
+  }
+
+  // Works in a child, under what `prepare` brings about; it may end only in the ways that are told to programs.
+  ChildResult work(Task task, const Stores& start, const std::function<void()>& prepare) {
+    progress_.clear();
+    const ChildResult result = runChild([&] {
+      vorne::fileSystem.fsync = [](int) { return 0; };
+      prepare();
+      Stores stores = start;
+      Load load(stores, progress_, kSeed);
+      task(load, stores);
+    });
+    const bool told = result.status == 0 && result.output.ends_with("\nRunTimeError = -1");
+    const bool killed = result.status == 1000 + SIGKILL;
+    EXPECT_TRUE(told || killed || result.status == kCameBack) << result.status << " " << result.output;
+    return result;
+  }
+  // With the system as it should be, all that was reported done is there, and the directory is sound.
+  void expectNothingLost(Task task, const Stores& start) {
+    Stores stores = start;
+    EXPECT_TRUE(isOutcome(stores, progress_, kSeed, task));
+  }
+
+  // Lets every call of that kind fail once, then once and for ever.
+  void walk(const failing::Kind& kind, Task task, const Stores& start) {
+    std::filesystem::rename("DB", "start");
+    failing::plan = &shared<failing::Plan>();
+    for (const bool forever : {false, true})
+      for (unsigned n = 0;; n += kSlow ? 4 : 1) {
+        SCOPED_TRACE(testing::Message() << "call " << n << (forever ? " and all later ones fail" : " fails"));
+        std::filesystem::copy("start", "DB");
+        *failing::plan = {n, forever};
+        const ChildResult result = work(task, start, kind.install);
+        expectNothingLost(task, start);
+        std::filesystem::remove_all("DB");
+        if (HasFailure()) return;
+        if (failing::plan->calls > n) continue;
+        EXPECT_EQ(result.status, kCameBack);
+        EXPECT_EQ(progress_.refusals, 0u);
+        break;
+      }
+  }
+
+  ScratchDirectory directory_;
+  static inline Progress& progress_ = shared<Progress>();
+};
+
+struct SystemCall : FailingSystem, testing::WithParamInterface<failing::Kind> {};
+
+}  // namespace
+
+TEST_P(SystemCall, FailsAtAnyTime) {
+  std::filesystem::create_directory("DB");
+  walk(GetParam(), task, emptyStores(0));
+}
+TEST_P(SystemCall, FailsInARecovery) {
+  for (const std::size_t which : {0, 1}) {
+    walk(GetParam(), goOn, interrupt(which));
+    for (const char* directory : {"start", "before"}) std::filesystem::remove_all(directory);
+  }
+}
+INSTANTIATE_TEST_SUITE_P(Every, SystemCall, testing::ValuesIn(failing::kKinds),
+                         [](const auto& kind) { return std::string(kind.param.name); });
+
+using HalfWay = StoreTest;
+TEST_F(HalfWay, AZapLeavesPlacesThatTheNextOpeningForgets) {
+  put(openStore("A", vorne::kTypeData), "record");
+  CloseCatalog();
+  const std::string places = readFile(file("A_OS"));
+  __InternalZap(openStore("A"));
+  CloseCatalog();
+  writeFile(file("A_OS"), places);
+  openStore("A");
+  CloseCatalog();
+  EXPECT_TRUE(vorne::CheckDirectory(".").sound);
+}
+
+TEST_F(HalfWay, AWriteOfWhichAPartIsStored) {
+  const std::string old(12000, 'o'), fresh(12000, 'f');
+  const auto write = [&](void* data) { DmWrite(data, 0, fresh.data(), 12000); };
+  const auto fill = [](void* data) { DmSet(data, 0, 12000, 'f'); };
+  put(openStore("A", vorne::kTypeData), old);
+  CloseCatalog();
+  for (const std::function<void(void*)>& change :
+       {std::function<void(void*)>(write), std::function<void(void*)>(fill)}) {
+    // The process dies when it comes to a page in the midst of the record.
+    const ChildResult result = runChild([&] {
+      void* data = MemHandleLock(DmQueryRecord(openStore("A"), 0));
+      mprotect(openStore("A")->hFile->mapmem + 4096, 4096, PROT_READ);
+      change(data);
+    });
+    EXPECT_NE(result.status, kCameBack);
+    EXPECT_NE(readFile(file("A")).find('f'), std::string::npos);
+    EXPECT_EQ(record(openStore("A"), 0), old);
+    CloseCatalog();
+  }
+}
+
+TEST_F(HalfWay, ANewRecordWhoseEndIsStoredFirst) {
+  // Without its first bytes, which stand before a page's end: the mark near the record's end would tell it.
+  const std::string marked = std::string(9998, 'n') + "!n";
+  put(openStore("A", vorne::kTypeData), std::string(4096 - 20 - 8 - 8 - 12, 'o'));
+  const ChildResult result = runChild([&] {
+    UInt32 index = kAppend;
+    void* data = MemHandleLock(DmNewRecord(openStore("A"), &index, 10000));
+    mprotect(openStore("A")->hFile->mapmem, 4096, PROT_READ);
+    DmWrite(data, 0, marked.data(), 10000);
+  });
+  EXPECT_NE(result.status, kCameBack);
+  CloseCatalog();
+  EXPECT_EQ(records(openStore("A")).size(), 1u);
+}
+
+TEST_F(FailingSystem, FilesMayNotGrow) {
+  for (const rlim_t limit : {0, 100, 15360, 20000, 30720, 100000, 135168, 140000, 200000, 400000}) {
+    SCOPED_TRACE(limit);
+    work(task, emptyStores(0), [limit] {
+      const rlimit size{limit, RLIM_INFINITY};
+      setrlimit(RLIMIT_FSIZE, &size);
+    });
+    expectNothingLost(task, emptyStores(0));
+    std::filesystem::remove_all("DB");
+  }
+}
+
+TEST_F(FailingSystem, DiskIsFull) {
+  constexpr int kNotPermitted = 3;
+  const auto mountDisk = [&](const char* options, unsigned long flags) {
+    return mount("tmpfs", directory_.path().c_str(), "tmpfs", flags, options) == 0;
+  };
+  const ChildResult result = runChild([&] {
+    if (unshare(CLONE_NEWNS) != 0 && unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) _exit(kNotPermitted);
+    mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr);
+    for (int kilobytes = 4; kilobytes < 800; kilobytes += kilobytes < 200 ? 12 : 60) {
+      const std::string small = "size=" + std::to_string(kilobytes) + "k";
+      if (!mountDisk(small.c_str(), 0) || chdir(directory_.path().c_str()) != 0) _exit(kNotPermitted);
+      work(task, emptyStores(0), [] {});
+      if (!mountDisk("size=64m", MS_REMOUNT)) _exit(kNotPermitted);
+      expectNothingLost(task, emptyStores(0));
+      if (chdir("/") != 0 || umount(directory_.path().c_str()) != 0) _exit(kNotPermitted);
+    }
+    if (HasFailure()) _exit(1);
+  });
+  if (result.status == kNotPermitted) GTEST_SKIP() << "no disk of its own can be mounted here";
+  EXPECT_EQ(result.status, kCameBack) << result.output;
+}

@@ -1,0 +1,322 @@
+// Checking and repairing whatever stands in a data directory: states that a dying process leaves, damaged catalogues,
+// files that are none, failing system calls, and garbage.
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+#include <random>
+
+#include "check_fixture.h"
+#include "storage/journal.h"
+#include "storage/mapped.h"
+#include "storage/repair_copy.h"
+#include "support/child.h"
+
+using testing::ElementsAre;
+
+namespace {
+
+class RepairTest : public CheckTest {
+ protected:
+  static std::vector<std::string> names() {
+    std::vector<std::string> all;
+    for (const auto& database : CheckDirectory(".").databases) all.push_back(database.name);
+    return all;
+  }
+
+  // A repair leaves nothing to be found, and nothing to do for a second one.
+  static DirectoryReport expectRepairable() {
+    const DirectoryReport repaired = RepairDirectory(".");
+    EXPECT_TRUE(repaired.sound) << words(repaired.problems);
+    EXPECT_FALSE(RepairDirectory(".").changed);
+    return repaired;
+  }
+
+  // The program finds in each database what the check has counted.
+  static void expectOpenable() {
+    for (const auto& database : CheckDirectory(".").databases) {
+      const DmOpenRef db = DmOpenDatabase(0, DmFindDatabase(0, database.name.c_str()), 0);
+      EXPECT_EQ(DmNumRecords(db), database.records) << database.name;
+      EXPECT_TRUE(database.records == 0 || DmQueryRecord(db, static_cast<UInt32>(database.records - 1)) != nullptr);
+    }
+    CloseCatalog();
+    EXPECT_TRUE(CheckDirectory(".").sound);
+  }
+};
+
+}  // namespace
+
+TEST_F(RepairTest, TakesWhatADyingProcessLeavesForSound) {
+  const std::string begun = std::string("\x05\0\x05\0\0\0\0\0", 8) + "begun",
+                    done = std::string("\x04\0\x04\0\0\0\xFF\xFF", 8) + "done";
+  const auto grow = [this](const std::string& name, std::size_t at, const std::string& record) {
+    std::string& file = files[name];
+    images::put(file, 16, images::get(file, 16, 4) + record.size(), 4);
+    file.insert(at, record).resize(15360);
+  };
+  const std::size_t end = images::get(sound["SALES"], 16, 4), middle = images::places(sound["SALES"])[6];
+  const std::string unfinished(std::string("\x18\0\x18\0\0\0\0\0", 8) + std::string(24, 'u'));
+  const struct {
+    const char* words;
+    std::function<void()> change;
+  } cases[] = {
+      {"", [] {}},
+      {"",
+       [&] {
+         files["SALES"] = images::dataFile('V', "", {}).substr(0, 20), files["SALES"].replace(12, 8, 8, '\0'),
+         files.erase("SALES_OS");
+       }},
+      {"", [&] { files.erase("catalog.bck"); }},
+      {"",  // a shrunk record in whose room another one's remains stand
+       [&] {
+         files["SALES"] = images::dataFile('V', "", {"first", "abc" + done, "last"});
+         images::put(files["SALES"], images::places(files["SALES"])[1], 3, 2);
+         files["SALES_OS"] = images::offsetsFile(files["SALES"]);
+       }},
+      {"",  // of an early version, which marked no records
+       [&] {
+         for (const std::uint32_t place : images::places(files["SALES"])) {
+           files["SALES"].replace(place + 4, 4, 4, '\0');
+           files["SALES"][place + 8 + images::get(files["SALES"], place, 2) - 2] = '!';
+         }
+       }},
+      {"catalog.bck -1: it differs", [&] { files["catalog.bck"][30] ^= 1; }},
+      {"SALES -1: records that were begun and not finished: 1", [&] { grow("SALES", end, begun); }},
+      {"SALES -1: records that were begun and not finished: 1",
+       [&] {
+         grow("SALES", middle, begun);
+         auto slots = images::places(sound["SALES"]);
+         for (std::size_t i = 6; i < slots.size(); ++i) slots[i] += begun.size();
+         slots.insert(slots.begin() + 6, middle);
+         files["SALES_OS"] = images::offsetsOf(slots);
+       }},
+      {"SALES 13: it was not counted yet", [&] { grow("SALES", end, done); }},
+      {"INDEX -1: records that were begun and not finished: 1", [&] { grow("INDEX", 20 + 32 * 5, unfinished); }},
+      {"INDEX -1: records that were begun and not finished: 1", [&] { grow("INDEX", 20 + 32 * 12, unfinished); }},
+      {"INDEX -1: the 40 bytes behind its last record", [&] { grow("INDEX", 20 + 32 * 12, std::string(40, 'z')); }},
+      {"SALES_OS -1: it has 0 places for 12 records; the next opening", [&] { files.erase("SALES_OS"); }},
+      {"SALES_OS -1: it has 11 places for 12 records", [&] { images::put(files["SALES_OS"], 16, 64, 4); }},
+      {"CONF -1: its header says 15360 bytes, the file has 30720", [&] { files["CONF"].resize(30720); }},
+      {"SALES -1: what follows its last record", [&] { files["SALES"][end + 3] = 'x'; }},
+      {"STRAY -1: it is an empty database", [&] { files["STRAY"] = std::string("\x02X", 2) + std::string(18, '\0'); }},
+      {"notes.txt -1: it belongs to no database", [&] { files["notes.txt"] = "buy paper"; }},
+  };
+  for (const auto& [expected, change] : cases) {
+    SCOPED_TRACE(expected);
+    files = sound;
+    change();
+    store();
+    const DirectoryReport checked = CheckDirectory(".");
+    EXPECT_TRUE(checked.sound) << words(checked.problems);
+    EXPECT_THAT(words(checked.notes), HasSubstr(expected));
+    EXPECT_EQ(checked.notes.empty(), *expected == '\0') << words(checked.notes);
+    EXPECT_TRUE(!expectRepairable().changed || *expected != '\0');
+  }
+}
+
+TEST_F(RepairTest, PutsTheCatalogueRight) {
+  const std::string entry = sound["catalog.plm"].substr(20, 88);
+  const struct {
+    const char* words;
+    std::function<void()> change;
+    std::vector<std::string> names;
+  } cases[] = {
+      {"its name cannot be", [&] { files["catalog.plm"].replace(20, 5, "../DB"); }, {"SALES", "INDEX", "CONF"}},
+      {"its name cannot be", [&] { files["catalog.plm"].replace(20, 32, 32, 'N'); }, {"SALES", "INDEX", "CONF"}},
+      {"catalog.plm 1: the data file of SALFS is missing",
+       [&] { files["catalog.plm"][23] = 'F'; },
+       {"SALES", "INDEX", "CONF"}},
+      {"catalog.plm 2: SALES has another entry",
+       [&] { files["catalog.plm"].replace(108, 88, entry); },
+       {"SALES", "INDEX", "CONF"}},
+      {"sales is spelled SALES", [&] { files["catalog.plm"].replace(20, 5, "sales"); }, {"SALES", "INDEX", "CONF"}},
+      {"the data file of CONF is missing", [&] { files.erase("CONF"); }, {"SALES", "INDEX"}},
+      {"it is missing, or empty", [&] { files.erase("catalog.plm"); }, {"CONF", "INDEX", "SALES"}},
+      {"its name cannot be",
+       [&] { files["catalog.plm"].replace(20, 12, std::string("catalog.plm", 12)); },
+       {"SALES", "INDEX", "CONF"}},
+      {"SALES_OS shares its file",
+       [&] { files["catalog.plm"].replace(108, 88, entry).replace(113, 3, "_OS"); },
+       {"SALES", "INDEX", "CONF"}},
+      {"the entry of CONF is missing",
+       [&] { images::put(files["catalog.plm"], 16, 284, 4), files.erase("catalog.bck"); },
+       {"SALES", "CONF", "INDEX"}},
+      {"SALES has no entry; by its kind 'V' its type code is taken to be DATA",
+       [&] { files["catalog.plm"] = files["catalog.bck"] = std::string(15360, '\0'); },
+       {"CONF", "INDEX", "SALES"}},
+      {"catalog.plm -1: its header says 4294967295 bytes",
+       [&] { files["catalog.plm"].replace(0, 4000, 4000, '\xFF'); },
+       {"CONF", "INDEX", "SALES"}},
+  };
+  for (const auto& [expected, change, after] : cases) {
+    SCOPED_TRACE(expected);
+    files = sound;
+    change();
+    store();
+    EXPECT_THAT(words(CheckDirectory(".").problems), HasSubstr(expected));
+    EXPECT_EQ(stored(), files);
+    expectRepairable();
+    EXPECT_EQ(names(), after);
+  }
+}
+
+TEST_F(RepairTest, NeverFollowsOrChangesWhatIsNoFile) {
+  writeFile("outside", sound["SALES"].substr(0, 300));
+  for (const char* name : {"SALES", "SALES_OS", "INDEX", "CONF"}) std::filesystem::remove(std::string("DB/") + name);
+  std::filesystem::create_symlink("../outside", "DB/SALES");
+  ASSERT_EQ(mkfifo("DB/INDEX", 0600), 0);
+  std::filesystem::create_directory("DB/CONF");
+  std::filesystem::create_symlink("nowhere", "DB/dangling");
+  EXPECT_THAT(words(CheckDirectory(".").problems), HasSubstr("INDEX is not a file"));
+  const DirectoryReport repaired = expectRepairable();
+  EXPECT_THAT(words(repaired.notes), HasSubstr("SALES -1: it is a symbolic link"));
+  EXPECT_EQ(readFile("outside"), sound["SALES"].substr(0, 300));
+  EXPECT_TRUE(std::filesystem::is_symlink("DB/SALES") && std::filesystem::is_symlink("DB/dangling"));
+  EXPECT_TRUE(std::filesystem::is_fifo("DB/INDEX") && std::filesystem::is_directory("DB/CONF"));
+}
+
+TEST_F(RepairTest, PutsSecondNamesOfAFileAway) {
+  std::filesystem::create_hard_link("DB/SALES", "DB/TRADE");
+  EXPECT_THAT(words(CheckDirectory(".").notes), HasSubstr("TRADE -1: it is a second name of the file SALES"));
+  EXPECT_EQ(readFile(expectRepairable().copies + "/TRADE"), sound["SALES"]);
+  EXPECT_FALSE(std::filesystem::exists("DB/TRADE"));
+}
+
+TEST_F(RepairTest, FinishesAnInterruptedChangeAndLeavesLivingOnesAlone) {
+  const auto interrupt = [] {
+    std::snprintf(wcDir, sizeof wcDir, "%s/DB", std::filesystem::current_path().c_str());
+    const pmymap map = mapeararquivo("SALES");
+    vorne::KeepBytes(map, 100, 50);
+    std::memset(map->mapmem + 100, 0, 50);
+    return map;
+  };
+  runChild(interrupt);
+  EXPECT_EQ(words(CheckDirectory(".").problems),
+            "SALES -1: a change was interrupted half-way; a repair, or the program's next start, finishes it\n");
+  vorne::fileSystem.lseek = [](int, off_t, int) {
+    return off_t{-1};
+  };  // it cannot be finished now, nor taken for damage
+  const auto halfway = stored();
+  RepairDirectory(".");
+  EXPECT_EQ(stored(), halfway);
+  vorne::fileSystem.lseek = vorne::kSystem.lseek;
+  EXPECT_THAT(words(RepairDirectory(".").problems), HasSubstr("half-way (repaired)"));
+  EXPECT_EQ(records("SALES"), images::records(sound["SALES"]));
+  EXPECT_TRUE(CheckDirectory(".").sound);
+
+  const vorne::MapOwner map(interrupt());
+  const auto living = stored();
+  EXPECT_TRUE(CheckDirectory(".").inUse);
+  EXPECT_TRUE(RepairDirectory(".").inUse);
+  EXPECT_EQ(stored(), living);
+  vorne::CloseJournal();
+  const int catalog = open("DB/catalog.plm", O_RDONLY);
+  ASSERT_EQ(flock(catalog, LOCK_SH), 0);
+  EXPECT_TRUE(RepairDirectory(".").inUse);
+  close(catalog);
+}
+
+// Each system call of a repair fails once: every file is the old one or the repaired one, and the next repair does it
+// all.
+TEST_F(RepairTest, SurvivesEveryFailingSystemCall) {
+  static int left;
+  const auto fails = [] { return --left == 0 ? errno = ENOSPC, true : false; };
+  static decltype(fails) failing = fails;
+  files["SALES"].replace(images::places(sound["SALES"])[4], 8, 8, '\0');
+  files["INDEX"][20] = 9;
+  files["catalog.plm"][23] = 'F';
+  store();
+  expectRepairable();
+  const auto good = stored();
+  int calls = 0;
+  for (bool done = false; !done; ++calls) {
+    ASSERT_LT(calls, 500);
+    store();
+    left = calls + 1;
+    vorne::fileSystem.open = [](const char* path, int flags, mode_t mode) {
+      return (flags & O_CREAT) != 0 && failing() ? -1 : vorne::kSystem.open(path, flags, mode);
+    };
+    vorne::fileSystem.write = [](int file, const void* bytes, std::size_t size) {
+      return failing() ? -1 : vorne::kSystem.write(file, bytes, size);
+    };
+    vorne::fileSystem.fsync = [](int) { return failing() ? -1 : 0; };
+    vorne::fileSystem.rename = [](const char* from, const char* to) {
+      return failing() ? -1 : vorne::kSystem.rename(from, to);
+    };
+    vorne::fileSystem.mkdir = [](const char* path, mode_t mode) {
+      return failing() ? -1 : vorne::kSystem.mkdir(path, mode);
+    };
+    RepairDirectory(".");
+    done = left > 0;
+    vorne::fileSystem = vorne::kSystem;
+    vorne::fileSystem.fsync = [](int) { return 0; };
+    for (const auto& [name, bytes] : stored())
+      EXPECT_TRUE(bytes == files[name] || bytes == good.at(name)) << name << ", failing call " << calls;
+    EXPECT_FALSE(readFile("DB/SALES") == good.at("SALES") && readFile("DB/SALES_OS") == files["SALES_OS"]);
+    EXPECT_TRUE(RepairDirectory(".").sound);
+    EXPECT_EQ(stored(), good) << "failing call " << calls;
+  }
+  EXPECT_GT(calls, 20);
+}
+
+// Bytes overwritten among the records cost the records that they belong to at most, with or without the offsets file.
+TEST_F(RepairTest, LosesNoRecordThatWasNotDamaged) {
+  std::mt19937 random(20260315);
+  for (int round = 0; round < 1000; ++round) {
+    files = sound;
+    if (round % 2 != 0) files.erase("SALES_OS");
+    const std::string name = round % 3 != 0 ? "SALES" : "INDEX";
+    const std::vector<std::uint32_t> places = images::places(sound[name]);
+    const std::size_t end = images::get(sound[name], 16, 4);
+    const std::size_t from = places[0] + random() % (end - places[0]);
+    const std::size_t to = std::min<std::size_t>(end, from + 1 + random() % (1 << random() % 8));
+    const bool zeros = random() % 4 == 0;
+    for (std::size_t i = from; i < to; ++i) files[name][i] = zeros ? '\0' : static_cast<char>(random());
+    std::vector<std::string> untouched;
+    for (std::size_t i = 0; i < places.size(); ++i) {
+      const std::size_t next = i + 1 < places.size() ? places[i + 1] : end;
+      if (to <= places[i] || from >= next) untouched.push_back(images::records(sound[name])[i]);
+    }
+    store();
+    expectRepairable();
+    const std::vector<std::string> saved = records(name);
+    auto expected = untouched.begin();
+    for (const std::string& record : saved) expected += expected != untouched.end() && record == *expected;
+    EXPECT_TRUE(expected == untouched.end()) << "round " << round << ": " << *expected;
+  }
+}
+
+TEST_F(RepairTest, MakesAnyGarbageSound) {
+  std::mt19937 random(4711);
+  const auto below = [&random](std::size_t limit) { return random() % limit; };
+  for (int round = 0; round < 1200; ++round) {
+    files = sound;
+    for (std::size_t hits = 1 + below(6); hits > 0; --hits) {
+      std::string& file = std::next(files.begin(), below(files.size()))->second;
+      if (file.empty()) continue;
+      const std::size_t place = below(2) != 0 ? below(file.size()) : below(std::min<std::size_t>(file.size(), 800));
+      const std::size_t length = std::min(file.size() - place, std::size_t{1} << below(12));
+      std::string noise(length, '\0');
+      for (char& c : noise) c = static_cast<char>(random());
+      const std::string flipped(1, static_cast<char>(file[place] ^ 1 << below(8)));
+      const std::string junk[] = {std::string(length, '\0'),
+                                  std::string(length, '\xFF'),
+                                  noise,
+                                  noise,
+                                  flipped,
+                                  sound["SALES"].substr(below(700), length)};
+      const std::size_t kind = below(std::size(junk) + 2);
+      if (kind < std::size(junk))
+        file.replace(place, junk[kind].size(), junk[kind]);
+      else
+        file.resize(kind == std::size(junk) ? place : file.size() + below(40000));
+    }
+    if (below(10) == 0) files.erase(std::next(files.begin(), below(files.size())));
+    store();
+    const DirectoryReport checked = CheckDirectory(".");
+    EXPECT_EQ(stored(), files);
+    EXPECT_EQ(expectRepairable().lostRecords, checked.lostRecords);
+    if (round % 8 == 0) expectOpenable();
+    if (HasFailure()) FAIL() << "round " << round << "\n" << words(checked.problems) << words(checked.notes);
+  }
+}

@@ -1,0 +1,92 @@
+// The system with a call that fails: the n-th of its kind, once or from then on.
+#pragma once
+
+#include <signal.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <type_traits>
+
+#include <ostream>
+
+#include "storage/system.h"
+
+namespace failing {
+
+/// Which call fails; put it in shared memory to see afterwards how many there were. Where the process is killed
+/// instead, that is behind the call, or before it when it is to be for ever.
+struct Plan {
+  unsigned first = ~0u;  // counted from 0
+  bool forever = false;
+  unsigned calls = 0;
+};
+inline Plan* plan = nullptr;
+
+/// `Made`: what fails is done nevertheless. Without an error the process is killed.
+template <auto Place, int Error, bool Made = false>
+struct Failing;
+template <class Result, class... Arguments, Result (*vorne::System::*Place)(Arguments...), int Error, bool Made>
+struct Failing<Place, Error, Made> {
+  static Result call(Arguments... arguments) {
+    const unsigned number = plan->calls++;
+    const bool fails = number == plan->first || (plan->forever && number > plan->first);
+    if (fails && Error == 0 && plan->forever) ::kill(getpid(), SIGKILL);
+    if (!fails || Made) {
+      const Result result = (vorne::kSystem.*Place)(arguments...);
+      if (!fails) return result;
+    }
+    if (Error == 0) ::kill(getpid(), SIGKILL);
+    errno = Error;
+    if constexpr (std::is_pointer_v<Result>)
+      return MAP_FAILED;
+    else
+      return -1;
+  }
+  static void install() { vorne::fileSystem.*Place = call; }
+};
+
+template <auto... Places>
+void installKiller() {
+  (Failing<Places, 0, true>::install(), ...);
+}
+
+struct Kind {
+  const char* name;
+  void (*install)();
+};
+/// How the names of the tests show the parameter.
+inline void PrintTo(const Kind& kind, std::ostream* out) {
+  *out << kind.name;
+}
+using vorne::System;
+inline constexpr Kind kKinds[] = {
+    {"open", Failing<&System::open, EMFILE>::install},
+    {"close", Failing<&System::close, EIO, true>::install},
+    {"read", Failing<&System::read, EIO>::install},
+    {"write", Failing<&System::write, ENOSPC>::install},
+    {"lseek", Failing<&System::lseek, EIO>::install},
+    {"ftruncate", Failing<&System::ftruncate, ENOSPC>::install},
+    {"fallocate", Failing<&System::fallocate, ENOSPC>::install},
+    {"fsync", Failing<&System::fsync, EIO>::install},
+    {"mmap", Failing<&System::mmap, ENOMEM>::install},
+    {"mremap", Failing<&System::mremap, ENOMEM>::install},
+    {"msync", Failing<&System::msync, EIO>::install},
+    {"rename", Failing<&System::rename, EIO>::install},
+    {"unlink", Failing<&System::unlink, EACCES>::install},
+    {"mkdir", Failing<&System::mkdir, ENOSPC>::install},
+    {"stat", Failing<&System::stat, EIO>::install},
+    {"flock", Failing<&System::flock, ENOLCK>::install},
+    {"kill",
+     installKiller<&System::open, &System::close, &System::read, &System::write, &System::lseek, &System::ftruncate,
+                   &System::fallocate, &System::mmap, &System::mremap, &System::munmap, &System::msync, &System::rename,
+                   &System::unlink, &System::mkdir, &System::stat, &System::flock>},
+};
+
+/// Lets the process be killed at the call that `when` tells, whichever it is.
+inline void kill(Plan& when) {
+  plan = &when;
+  std::end(kKinds)[-1].install();
+}
+
+}  // namespace failing

@@ -1,0 +1,43 @@
+// A working directory of a test's own, gone when the test ends.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+class ScratchDirectory {
+ public:
+  ScratchDirectory() : before_(std::filesystem::current_path()) {
+    std::string name = std::filesystem::temp_directory_path() / "scratch-XXXXXX";
+    if (mkdtemp(name.data()) == nullptr) ADD_FAILURE() << "no directory of our own: " << name;
+    path_ = name;
+    std::filesystem::current_path(path_);
+  }
+  ~ScratchDirectory() {
+    std::error_code ignored;
+    std::filesystem::current_path(before_, ignored);
+    std::filesystem::remove_all(path_, ignored);
+  }
+  ScratchDirectory(const ScratchDirectory&) = delete;
+  ScratchDirectory& operator=(const ScratchDirectory&) = delete;
+
+  const std::filesystem::path& path() const { return path_; }
+
+ private:
+  std::filesystem::path before_, path_;
+};
+
+/// A file's bytes; empty when there is none.
+inline std::string readFile(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+inline void writeFile(const std::filesystem::path& path, const std::string& bytes) {
+  std::ofstream(path, std::ios::binary) << bytes;
+}
