@@ -334,3 +334,5 @@ bool UseStorage();
 inline const bool kStorageInUse = UseStorage();
 
 }  // namespace vorne
+
+#include "storage/tables.h"
