@@ -16,6 +16,7 @@
 #include "storage/rebuild.h"
 #include "storage/records.h"
 #include "storage/system.h"
+#include "storage/waiting_entries.h"
 
 OpenStruct** OpenFiles = nullptr;
 
@@ -55,6 +56,7 @@ void ForgetDatabase(DmOpenRef db) {
 
 void Unmap(DmOpenRef db) {
   FreeHandlesOf(db);
+  DropEntries(db);
   liberarmap(db->hFile);
   liberarmap(db->hOS);
   db->hFile = db->hOS = nullptr;
@@ -305,6 +307,7 @@ Err DmDeleteDatabase(UInt16, LocalID id) {
 
 Err DmSyncDatabase(DmOpenRef db) {
   if (!IsOpen(db)) return errArgument;
+  if (db->waiting != nullptr) SettleEntries(db);
   FlushViewOfFile(db->hFile->mapmem, static_cast<std::size_t>(db->hFile->szmap));
   if (db->hOS != nullptr) FlushViewOfFile(db->hOS->mapmem, static_cast<std::size_t>(db->hOS->szmap));
   return errNone;
