@@ -16,6 +16,7 @@
 #include "storage/rebuild.h"
 #include "storage/records.h"
 #include "storage/system.h"
+#include "storage/tables/areas.h"
 #include "storage/waiting_entries.h"
 
 OpenStruct** OpenFiles = nullptr;
@@ -296,6 +297,7 @@ Err DmCloseDatabase(DmOpenRef db) {
 Err DmDeleteDatabase(UInt16, LocalID id) {
   DmOpenRef db = DatabaseOf(id);
   if (db == nullptr) return errArgument;
+  CloseAreasOf(db);
   const std::string name = db->fName;
   const UInt32 entry = db->fOffset;
   Unmap(db);

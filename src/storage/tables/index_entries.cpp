@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "runtime/latin1.h"
+#include "storage/databases.h"
 #include "storage/entries.h"
 #include "storage/records.h"
 #include "storage/tables/keys.h"
@@ -59,7 +60,6 @@ std::vector<char> EntriesOfTable(DmOpenRef table, EntryMaker& maker) {
 }
 
 std::string WhatDoesNotFit(DmOpenRef table, DmOpenRef index, EntryMaker& maker) {
-  using namespace literals;
   const UInt32 records = DmNumRecords(table), count = DmNumRecords(index);
   if (count != records) return "tem outro número de registros que a tabela"_l1;
   if (count == 0) return {};

@@ -4,6 +4,7 @@
 
 #include "builtins/arguments.h"
 #include "runtime/memory.h"
+#include "storage/databases.h"
 #include "storage/entries.h"
 #include "storage/records.h"
 #include "storage/tables/areas.h"
