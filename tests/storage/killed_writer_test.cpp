@@ -1,10 +1,6 @@
 // Kills a process that writes, at any moment, and looks at what a plain opening finds: every record as it was before or
 // after the call that was under way.
 //   killed_writer [--kills 300] [--seed 1]
-#include <signal.h>
-
-#include <thread>
-
 #include "storage/journal.h"
 #include "support/failing_system.h"
 #include "support/store_load.h"
@@ -18,23 +14,6 @@ constexpr UInt32 kOperations = 400;
 struct Totals {
   unsigned kills = 0, inChanges = 0, inOpenings = 0, afterwards = 0;
 };
-
-// Runs `body` in a process; returns true when it was killed, by itself or after `patience`.
-bool killed(const std::function<void()>& body, std::chrono::microseconds patience) {
-  const pid_t child = fork();
-  if (child == 0) {
-    body();
-    std::fflush(stdout);
-    _exit(0);
-  }
-  if (patience.count() != 0) {
-    std::this_thread::sleep_for(patience);
-    kill(child, SIGKILL);
-  }
-  int status = 0;
-  waitpid(child, &status, 0);
-  return WIFSIGNALED(status) && (WTERMSIG(status) == SIGKILL || WTERMSIG(status) == SIGALRM);
-}
 
 class Killing {
  public:

@@ -16,6 +16,7 @@
 #include <cstring>
 #include <new>
 #include <random>
+#include <thread>
 
 #include "storage/directory_check.h"
 #include "support/child.h"
@@ -354,6 +355,23 @@ inline void endIn(std::chrono::microseconds time) {
   timer.it_value.tv_usec = static_cast<suseconds_t>(time.count());
   signal(SIGALRM, SIG_DFL);
   setitimer(ITIMER_REAL, &timer, nullptr);
+}
+
+/// Runs `body` in a process; returns true when it was killed, by itself or after `patience`.
+inline bool killed(const std::function<void()>& body, std::chrono::microseconds patience) {
+  const pid_t child = fork();
+  if (child == 0) {
+    body();
+    std::fflush(stdout);
+    _exit(0);
+  }
+  if (patience.count() != 0) {
+    std::this_thread::sleep_for(patience);
+    kill(child, SIGKILL);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  return WIFSIGNALED(status) && (WTERMSIG(status) == SIGKILL || WTERMSIG(status) == SIGALRM);
 }
 
 /// The number behind `name` among the arguments.
