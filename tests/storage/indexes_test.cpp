@@ -209,7 +209,9 @@ TEST_F(Indexes, EntriesWaitAsIfTheyHadBeenPutInOneByOne) {
       const auto found = std::find(std::reverse_iterator(end), std::reverse_iterator(begin), one);
       if (found != std::reverse_iterator(begin)) model.erase(found.base() - 1);
     }
-    if (step % 64 == 0) EXPECT_EQ(readFile(file("I")).substr(84, 4), "TIAW");
+    if (step % 64 == 0) {
+      EXPECT_EQ(readFile(file("I")).substr(84, 4), "TIAW");
+    }
     if (random() % 300 == 0) {
       ASSERT_EQ(records(db), model) << step;
       EXPECT_EQ(readFile(file("I")).substr(84, 4), zeros(4));
