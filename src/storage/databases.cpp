@@ -16,6 +16,7 @@
 #include "storage/rebuild.h"
 #include "storage/records.h"
 #include "storage/system.h"
+#include "storage/tables/areas.h"
 
 OpenStruct** OpenFiles = nullptr;
 
@@ -294,6 +295,7 @@ Err DmCloseDatabase(DmOpenRef db) {
 Err DmDeleteDatabase(UInt16, LocalID id) {
   DmOpenRef db = DatabaseOf(id);
   if (db == nullptr) return errArgument;
+  CloseAreasOf(db);
   const std::string name = db->fName;
   const UInt32 entry = db->fOffset;
   Unmap(db);

@@ -120,6 +120,15 @@ UInt32 RecordPlace(const OpenStruct& db, UInt32 index) {
   return static_cast<UInt32>(place);
 }
 
+std::span<const char> BytesOf(DmOpenRef db, UInt32 index) {
+  if (!IsOpen(db)) return {};
+  SettleHeld(db);
+  const UInt32 place = index < db->Head.NumberOfRecords ? RecordPlace(*db, index) : 0;
+  if (place == 0) return {};
+  FetchAhead(db->hFile->mapmem + place);
+  return {db->hFile->mapmem + place + kRecordHeaderSize, HeaderAtPlace(*db, place).RecordLen};
+}
+
 RecordStruct* HeldRecord(const OpenStruct& db) {
   return RecordInSlot(db.Record);
 }
