@@ -23,7 +23,7 @@ std::span<const char> BytesOf(DmOpenRef db, UInt32 index);
 
 /// The record that the database holds, null for none.
 RecordStruct* HeldRecord(const OpenStruct& db);
-/// Writes the held record back when it is new or changed.
+/// Writes the held record back when it is new or changed, and puts in the entries that wait.
 void SettleHeld(DmOpenRef db);
 /// See MemHandleResize; `size` is 1 to 65535 and not the present one.
 Err ResizeRecord(RecordStruct* record, UInt32 size);

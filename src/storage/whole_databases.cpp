@@ -9,6 +9,7 @@
 #include "storage/offsets.h"
 #include "storage/records.h"
 #include "storage/unfinished_file.h"
+#include "storage/waiting_entries.h"
 
 namespace vorne {
 
@@ -106,6 +107,7 @@ void __InternalZap(DmOpenRef db) {
   DropRecords(db->hFile);
   if (db->hOS != nullptr) RemoveOffset(db, 0, 0, OffsetSlots(*db));
   FollowGrowth(db);
+  SettleZapped(db);
 }
 
 Err ExcluirFaixa(DmOpenRef db, UInt32 first, UInt32 last) {

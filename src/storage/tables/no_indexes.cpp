@@ -1,6 +1,5 @@
 // Tables have no indexes yet: what they ask of them is answered accordingly.
 #include "storage/tables/index_upkeep.h"
-#include "storage/waiting_entries.h"
 
 namespace vorne {
 
@@ -9,7 +8,6 @@ void DetachIndexes(myAppInfoType&) {}
 void DeleteIndexes(const char*) {}
 void ZapIndexes(myAppInfoType&) {}
 void RebuildIndexes(myAppInfoType&) {}
-void MarkBehind(DmOpenRef) {}
 EntryChanges::EntryChanges(VORNE_RDD&, std::int32_t) {}
 void EntryChanges::recordStored(std::int32_t) {}
 
