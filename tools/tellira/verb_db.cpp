@@ -58,15 +58,28 @@ std::string sizeText(std::uint64_t bytes) {
   return text;
 }
 
+void addName(CLI::App& verb, const char* name, std::string& value, const char* description) {
+  verb.add_option_function<std::string>(name, [&value](const std::string& text) { value = unguarded(text); },
+                                        description)
+      ->type_name("")
+      ->required();
+}
+
 void addDb(CLI::App& app, Action& action) {
   auto options = std::make_shared<DbOptions>();
-  CLI::App& group = *app.add_subcommand("db", "List, describe, check and repair the databases of a working directory");
+  CLI::App& group = *app.add_subcommand("db", "Work with the tables and databases of a working directory");
   group.add_option("--dir", options->directory, "Working directory that holds DB (default: the current one)")
       ->type_name("DIR");
   group.require_subcommand(1);
   group.footer(kFooter);
   addDbList(group, options, action);
   addDbSchema(group, options, action);
+  addDbCreate(group, options, action);
+  addDbImport(group, options, action);
+  addDbExport(group, options, action);
+  addDbIndex(group, options, action);
+  addDbSeek(group, options, action);
+  addDbRecords(group, options, action);
   addDbCheck(group, options, action);
 }
 
