@@ -5,19 +5,21 @@
 
 #include <cerrno>
 #include <cstring>
+#include <ctime>
 #include <exception>
 
 #include "storage/catalog.h"
 #include "storage/descriptor.h"
 #include "storage/diagnostic_log.h"
+#include "storage/journal_head.h"
 #include "storage/mapped.h"
 
 namespace vorne {
 
 namespace {
 
-constexpr UInt32 kMagic = 0x4C4E4A54;  // "TJNL"
 constexpr UInt32 kChunk = kLargestProtected / 2;
+constexpr timespec kTimeForReaders = {0, 100'000};  // enough for them to copy a block of records
 
 enum State : UInt32 { kIdle = 0, kBytesKept = 1, kMoving = 2 };
 
@@ -44,13 +46,20 @@ static_assert(sizeof(Entry) == 136 && offsetof(Entry, from) == 80 && offsetof(En
 struct JournalFile {
   UInt32 magic;
   UInt32 state;
-  UInt32 chunks;  // moves: chunks whose bytes have been saved; all but the last of them have been copied
-  UInt32 reserved;
+  UInt32 chunks;   // moves: chunks whose bytes have been saved; all but the last of them have been copied
+  UInt32 changes;  // odd while something changes that readers must not look at, even in between
   Entry entry;
-  char unused[4096 - 16 - sizeof(Entry)];
+  std::uint64_t session;  // when the journal was made: tells it from an earlier one
+  UInt32 readersWait;     // not 0: a reader found no moment between two changes; the only place that readers write to
+  UInt32 reserved;
+  char unused[4096 - 32 - sizeof(Entry)];
   char room[kLargestProtected];
   char info[kLargestProtected];  // moves: what is stored in the application-info block
 };
+static_assert(offsetof(JournalFile, state) == offsetof(JournalHead, state) &&
+              offsetof(JournalFile, changes) == offsetof(JournalHead, changes) &&
+              offsetof(JournalFile, session) == offsetof(JournalHead, session) &&
+              offsetof(JournalFile, readersWait) == offsetof(JournalHead, readersWait));
 static_assert(offsetof(JournalFile, room) == 4096 && sizeof(JournalFile) == 4096 + 2 * kLargestProtected);
 
 struct OpenJournal {
@@ -94,7 +103,10 @@ bool OpenJournalFile(const std::string& path) {
     fileSystem.close(file);
     return false;
   }
-  at->magic = kMagic;
+  timespec now = {};
+  ::clock_gettime(CLOCK_REALTIME, &now);
+  at->session = static_cast<std::uint64_t>(now.tv_sec) * 1'000'000'000 + static_cast<std::uint64_t>(now.tv_nsec);
+  at->magic = kJournalMagic;
   journal = {file, at, path};
   return true;
 }
@@ -183,7 +195,7 @@ bool IsFileName(const char (&name)[sizeof Entry::name]) {
 // A journal is bytes from outside like any other file.
 bool IsSound(const JournalFile& file) {
   const Entry& entry = file.entry;
-  if (file.magic != kMagic || (file.state != kBytesKept && file.state != kMoving)) return false;
+  if (file.magic != kJournalMagic || (file.state != kBytesKept && file.state != kMoving)) return false;
   if (entry.check != Sum(&entry, offsetof(Entry, check)) || !IsFileName(entry.name)) return false;
   if (file.state == kBytesKept)
     return entry.length <= kLargestProtected && entry.keptCheck == Sum(file.room, entry.length);
@@ -312,6 +324,28 @@ void KeepBytes(pmymap map, UInt32 offset, UInt32 length) {
 
 void BytesAreStored() {
   End(*journal.at);
+}
+
+int ChangeSeenByReaders::depth_ = 0;
+
+ChangeSeenByReaders::ChangeSeenByReaders() {
+  if (depth_ == 0) {
+    JournalFile& file = Journal();
+    // A writer without a pause would keep them out for ever.
+    if (__atomic_load_n(&file.readersWait, __ATOMIC_RELAXED) != 0) {
+      __atomic_store_n(&file.readersWait, 0, __ATOMIC_RELAXED);
+      ::nanosleep(&kTimeForReaders, nullptr);
+    }
+    __atomic_store_n(&file.changes, file.changes | 1, __ATOMIC_RELAXED);
+    __atomic_thread_fence(__ATOMIC_SEQ_CST);
+  }
+  ++depth_;
+}
+
+ChangeSeenByReaders::~ChangeSeenByReaders() {
+  // A fatal error inside the change has closed the journal already.
+  if (--depth_ == 0 && journal.at != nullptr)
+    __atomic_store_n(&journal.at->changes, (journal.at->changes | 1) + 1, __ATOMIC_RELEASE);
 }
 
 void CloseJournal() {

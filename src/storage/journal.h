@@ -54,6 +54,21 @@ void StoreProtected(pmymap map, UInt32 offset, UInt32 length, Storing store) {
   BytesAreStored();
 }
 
+/// Keeps readers in other processes from taking what changes while the object lives: they wait, or read again. Put
+/// around every change of records that belong together (a record with its memo texts and index entries) and around
+/// whatever moves records. Changes inside one another count as one. Waits a tenth of a millisecond when a reader has
+/// asked for it. Error 5 when there is no journal.
+class ChangeSeenByReaders {
+ public:
+  ChangeSeenByReaders();
+  ~ChangeSeenByReaders();
+  ChangeSeenByReaders(const ChangeSeenByReaders&) = delete;
+  ChangeSeenByReaders& operator=(const ChangeSeenByReaders&) = delete;
+
+ private:
+  static int depth_;
+};
+
 /// Removes this process's journal; nothing may be under way.
 void CloseJournal();
 
