@@ -51,7 +51,8 @@ std::optional<TableDescription> ParseTableBlock(std::span<const char> block);
 /// None for a block that no index can have: 1 to 1024 key fields with numbers from 1, a key of 1 to 32767 bytes.
 std::optional<IndexDescription> ParseIndexBlock(std::span<const char> block);
 std::string TableBlock(const TableDescription& table);
-std::string IndexBlock(const IndexDescription& index);
+/// The head is the table's, the rest the index's own.
+std::string IndexBlock(const TableDescription& table, const IndexDescription& index);
 
 /// The type letter of a field, as __DBCREATE takes it, and the type of a letter; none for another letter.
 char TypeLetter(FType type);
