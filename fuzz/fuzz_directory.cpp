@@ -49,6 +49,13 @@ void require(bool holds, int line = __builtin_LINE()) {
   std::abort();
 }
 
+void requireSound(const DirectoryReport& report, int line = __builtin_LINE()) {
+  for (const Problem& found : report.problems)
+    std::fprintf(stderr, "%s, record %lld: %s\n", found.file.c_str(), static_cast<long long>(found.record),
+                 found.problem.c_str());
+  require(report.sound, line);
+}
+
 /// Changes one database. `sound`: its files have been repaired, so that everything must work.
 class Change {
  public:
@@ -160,12 +167,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   require(done([] { RepairDirectory("."); }));
   const DirectoryReport report = CheckDirectory(".");
-  require(report.sound);
+  requireSound(report);
   require(done([&] {
     for (const DatabaseReport& database : report.databases) useSound(database, choice);
     CloseCatalog();
   }));
-  require(CheckDirectory(".").sound);
+  requireSound(CheckDirectory("."));
   __EndGlobal();
   return 0;
 }

@@ -288,10 +288,12 @@ void __PositionOnFirstNullCatalog(const char* name) {
   if (place == 0) place = names.firstFree();
   if (place == 0) {
     if (rwCatalog->szmap < static_cast<std::int32_t>(kHeaderSize)) WriteUsedSize(rwCatalog, kHeaderSize);
+    // Behind the last whole slot: an entry anywhere else would never be found.
+    const UInt32 cut = (static_cast<UInt32>(rwCatalog->szmap) - kHeaderSize) % kCatalogEntrySize;
     if (!EnsureRoom(rwCatalog, kCatalogEntrySize)) GrowthFailure(*rwCatalog);
-    place = static_cast<UInt32>(rwCatalog->szmap);
+    place = static_cast<UInt32>(rwCatalog->szmap) - cut;
     std::memset(rwCatalog->mapmem + place, 0, kCatalogEntrySize);
-    increasefilesz(rwCatalog, kCatalogEntrySize);
+    increasefilesz(rwCatalog, static_cast<long>(kCatalogEntrySize - cut));
   }
   rwCatalog->offset = static_cast<std::int32_t>(place);
 }

@@ -75,8 +75,7 @@ class CatalogCheck {
       : directory_(directory), catalog_(catalog), findings_(findings), report_(report) {}
 
   CatalogState run() {
-    std::uint64_t end = kHeaderSize;
-    if (catalog_.length != 0) end = UsedEnd(catalog_, kHeaderSize, findings_).value_or(kHeaderSize);
+    const std::uint32_t end = lastSlotEnd();
     state_.slots = EntriesBetween(catalog_.bytes(), kHeaderSize, end);
     for (std::size_t i = 0; i < state_.slots.size(); ++i) checkSlot(i);
     readLost(end);
@@ -88,6 +87,15 @@ class CatalogCheck {
 
  private:
   // ------------------------------------------------------------------------------------------------------- entries
+
+  // The end of the last whole slot that is used: what a wrong end cuts in two is read as lost, from its beginning.
+  std::uint32_t lastSlotEnd() {
+    if (catalog_.length == 0) return kHeaderSize;
+    const std::uint32_t end = UsedEnd(catalog_, kHeaderSize, findings_).value_or(kHeaderSize);
+    const std::uint32_t cut = (end - kHeaderSize) % kCatalogEntrySize;
+    if (cut != 0) findings_.damage(Message("its header says %u bytes used, which ends within an entry", end));
+    return end - cut;
+  }
 
   void checkSlot(std::size_t index) {
     DatabaseHdrType& entry = state_.slots[index];
@@ -147,7 +155,7 @@ class CatalogCheck {
   }
 
   // Entries that the catalogue has behind its end, and those of its backup, by the names of their files.
-  void readLost(std::uint64_t end) {
+  void readLost(std::uint32_t end) {
     const RawFile backup = directory_.read(kCatalogBackupName);
     for (const DatabaseHdrType& entry : EntriesBetween(catalog_.bytes(), end, kLargestFile)) addLost(entry);
     for (const DatabaseHdrType& entry : EntriesBetween(backup.bytes(), kHeaderSize, kLargestFile)) addLost(entry);

@@ -211,11 +211,11 @@ bool FitsInto(const JournalFile& file, const mymap& map) {
   const Entry& entry = file.entry;
   const auto size = static_cast<std::uint32_t>(map.szallocated);
   const auto inside = [size](UInt32 place, UInt32 length) { return length <= size && place <= size - length; };
-  if (!inside(entry.from, entry.length)) return false;
+  if (!inside(entry.from, entry.length) || entry.from < kHeaderSize) return false;
   if (file.state == kBytesKept) return IsBetween(HeaderOf(map), entry.before, entry.before);
   return IsBetween(HeaderOf(map), entry.before, entry.after) && inside(entry.to, entry.length) && entry.end <= size &&
-         entry.after.szmap <= size && entry.from >= kHeaderSize && entry.to >= kHeaderSize &&
-         inside(entry.patchAt, sizeof entry.patch) && inside(kHeaderSize, entry.infoLength);
+         entry.after.szmap <= size && entry.to >= kHeaderSize && inside(entry.patchAt, sizeof entry.patch) &&
+         inside(kHeaderSize, entry.infoLength);
 }
 
 bool Exists(const char* path) {
