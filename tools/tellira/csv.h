@@ -66,6 +66,10 @@ class CsvReader {
   std::uint64_t lineBreaks_ = 0;  // in the row just scanned
 };
 
+/// The separator that a user named: a character or the word tab; 0 for an empty text.
+/// @throws Failure (kUsage) for what cannot be one
+char separatorIn(const std::string& text);
+
 /// True when a cell must stand in quotes.
 bool needsQuotes(std::string_view text, char separator);
 

@@ -178,4 +178,12 @@ bool needsQuotes(std::string_view text, char separator) {
                      [separator](char c) { return c == separator || c == '"' || c == '\n' || c == '\r'; });
 }
 
+char separatorIn(const std::string& text) {
+  if (text.empty()) return '\0';
+  if (text == "tab" || text == "\\t") return '\t';
+  if (text.size() == 1 && text != "\"" && text != "\n" && text != "\r") return text[0];
+  throw Failure(kUsage, "\"" + text + "\" cannot separate cells.\n  next: take one character, as in --separator ';', or "
+                        "the word tab.");
+}
+
 }  // namespace tool

@@ -129,11 +129,9 @@ std::string_view ValueReader::converted(std::string_view cell, std::string& prob
     latin1_ = latin1FromUtf8(cell);
     return latin1_;
   } catch (const ConversionError& error) {
-    const bool notUtf8 = static_cast<unsigned char>(cell[error.offset]) < 0xC2;
-    problem = std::string("cannot be stored: ") + error.what() + ".\n  next: write it with another character" +
-              (notUtf8 || error.what()[std::strlen(error.what()) - 1] == '8'
-                   ? ", or import with --encoding latin1 when the file is not UTF-8."
-                   : ".");
+    const bool isUtf8 = !std::string_view(error.what()).ends_with("UTF-8");
+    problem = std::string("cannot be stored: ") + error.what() + ".\n  next: " +
+              (isUtf8 ? "write it with another character." : "import with --encoding latin1 when the file is that.");
     return {};
   }
 }
@@ -179,10 +177,10 @@ std::string_view ValueReader::memo(std::string_view cell, std::string& problem) 
 
 // --------------------------------------------------------------------------------------------------------- outwards
 
-void appendNumber(std::string& to, const ControlFieldTBL& field, double value) {
+void appendNumber(std::string& to, int decimals, double value) {
   if (!std::isfinite(value)) return;
   char text[kLongestNumber];
-  std::size_t length = fixedText(text, value, field.FieldDecLen);
+  std::size_t length = fixedText(text, value, decimals);
   double again = 0;
   std::from_chars(text, text + length, again);
   if (again != value) length = static_cast<std::size_t>(std::to_chars(text, text + kLongestNumber, value).ptr - text);

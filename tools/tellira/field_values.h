@@ -37,9 +37,9 @@ class ValueReader {
 bool readNumber(std::string_view text, double& value);
 bool readDate(std::string_view text, double& value);
 
-/// Adds a number with its field's decimals, or with as many as it takes to read the same number again. Nothing for what
-/// is no number (NaN, infinite).
-void appendNumber(std::string& to, const ControlFieldTBL& field, double value);
+/// Adds a number with so many decimals, or with as many as it takes to read the same number again. Nothing for what is
+/// no number (NaN, infinite).
+void appendNumber(std::string& to, int decimals, double value);
 /// Adds a date; nothing for the empty date and what lies outside the years 1 to 9999.
 void appendDate(std::string& to, double value);
 /// Adds ISO-8859-1 bytes as UTF-8.

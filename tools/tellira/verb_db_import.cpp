@@ -97,14 +97,6 @@ class InputFile {
   std::uint64_t size_ = 0;
 };
 
-char separatorIn(const std::string& text) {
-  if (text.empty()) return '\0';
-  if (text == "tab" || text == "\\t") return '\t';
-  if (text.size() == 1 && text != "\"" && text != "\n" && text != "\r") return text[0];
-  throw Failure(kUsage, "\"" + text + "\" cannot separate cells.\n  next: take one character, as in --separator ';', or "
-                        "the word tab.");
-}
-
 std::vector<std::string> headerOf(CsvReader& reader, bool latin1) {
   if (!reader.next())
     throw Failure(kUsage, reader.name() + " is empty.\n  next: its first line must name fields of the table.");
