@@ -41,13 +41,15 @@ bool CsvReader::fill() {
   end_ -= at_;
   at_ = 0;
   if (end_ == buffer_.size()) {
-    if (end_ >= kLongestRow) fail(nextLine_, "the row is longer than 64 MB.\n  next: look for a quote that is not closed.");
+    if (end_ >= kLongestRow)
+      fail(nextLine_, "the row is longer than 64 MB.\n  next: look for a quote that is not closed.");
     buffer_.resize(buffer_.size() * 2);
   }
   ssize_t got = -1;
   do got = ::read(file_, buffer_.data() + end_, buffer_.size() - end_);
   while (got < 0 && errno == EINTR);
-  if (got < 0) throw Failure(kEnded, name_ + " cannot be read: " + std::strerror(errno) + ".\n  next: look at the file.");
+  if (got < 0)
+    throw Failure(kEnded, name_ + " cannot be read: " + std::strerror(errno) + ".\n  next: look at the file.");
   atEnd_ = got == 0;
   end_ += static_cast<std::size_t>(got);
   read_ += static_cast<std::uint64_t>(got);
@@ -62,13 +64,10 @@ void CsvReader::begin() {
   if (start.starts_with("\xFF\xFE") || start.starts_with("\xFE\xFF"))
     fail(1, "the file is UTF-16.\n  next: save it as UTF-8.");
   if (start.starts_with(kByteOrderMark)) at_ += kByteOrderMark.size();
-  const auto lineEnd = [this] {
-    return std::find_if(buffer_.begin() + static_cast<std::ptrdiff_t>(at_), buffer_.begin() + static_cast<std::ptrdiff_t>(end_),
-                        [](char c) { return c == '\n' || c == '\r'; });
-  };
-  while (separator_ == '\0' && lineEnd() == buffer_.begin() + static_cast<std::ptrdiff_t>(end_) && fill()) {
+  const auto left = [this] { return std::string_view(buffer_.data() + at_, end_ - at_); };
+  while (separator_ == '\0' && left().find_first_of("\r\n") == std::string_view::npos && fill()) {
   }
-  if (separator_ == '\0') settleSeparator({buffer_.data() + at_, lineEnd()});
+  if (separator_ == '\0') settleSeparator(left().substr(0, left().find_first_of("\r\n")));
   for (const char c : {separator_, '\n', '\r'}) endsCell_[index(c)] = true;
 }
 
@@ -80,8 +79,8 @@ void CsvReader::settleSeparator(std::string_view text) {
       return c == separator && !quoted;
     });
   };
-  separator_ = *std::max_element(kSeparators.begin(), kSeparators.end(),
-                                 [&](char a, char b) { return count(a) < count(b); });
+  separator_ =
+      *std::max_element(kSeparators.begin(), kSeparators.end(), [&](char a, char b) { return count(a) < count(b); });
 }
 
 // Behind an opening quote: to the place behind the closing one, or null when the buffer ends before that is known.
@@ -116,8 +115,7 @@ CsvReader::Scan CsvReader::scanRow() {
     const bool quoted = at < end && *at == '"';
     if (quoted) {
       if ((at = scanQuoted(at + 1, cell)) == nullptr) return Scan::kNeedsMore;
-      for (const char* c = cell.begin; c < cell.end; ++c)
-        lineBreaks_ += *c == '\n' || (*c == '\r' && c[1] != '\n');
+      for (const char* c = cell.begin; c < cell.end; ++c) lineBreaks_ += *c == '\n' || (*c == '\r' && c[1] != '\n');
     } else {
       while (at < end && !endsCell_[index(*at)]) ++at;
       cell.end = at;
@@ -182,8 +180,9 @@ char separatorIn(const std::string& text) {
   if (text.empty()) return '\0';
   if (text == "tab" || text == "\\t") return '\t';
   if (text.size() == 1 && text != "\"" && text != "\n" && text != "\r") return text[0];
-  throw Failure(kUsage, "\"" + text + "\" cannot separate cells.\n  next: take one character, as in --separator ';', or "
-                        "the word tab.");
+  throw Failure(kUsage, "\"" + text +
+                            "\" cannot separate cells.\n  next: take one character, as in --separator ';', or "
+                            "the word tab.");
 }
 
 }  // namespace tool

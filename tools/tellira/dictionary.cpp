@@ -49,8 +49,8 @@ std::string storedName(std::string_view utf8) {
 std::string fieldText(const ControlFieldTBL& field) {
   const char letter = vorne::TypeLetter(field.FieldType);
   std::string text = shown(field.FieldName) + ":" + letter;
-  const bool lengthIsFixed = field.FieldType == TBLDATE || field.FieldType == TBLMEMO ||
-                             (field.FieldType == TBLBOOL && field.FieldLen == 1);
+  const bool lengthIsFixed =
+      field.FieldType == TBLDATE || field.FieldType == TBLMEMO || (field.FieldType == TBLBOOL && field.FieldLen == 1);
   if (!lengthIsFixed || field.FieldDecLen != 0) text += ":" + std::to_string(field.FieldLen);
   if (field.FieldDecLen != 0) text += ":" + std::to_string(field.FieldDecLen);
   return text;

@@ -54,7 +54,8 @@ bool fits(const ControlFieldTBL& field, double value) {
   // Most numbers are far from filling their field, which needs no text to be seen.
   const int digits = field.FieldLen - (field.FieldDecLen > 0 ? field.FieldDecLen + 1 : 0) - 2;
   static constexpr double kPowers[] = {1, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12};
-  if (digits >= 0 && std::fabs(value) < kPowers[std::min<std::size_t>(static_cast<std::size_t>(digits), 12)]) return true;
+  if (digits >= 0 && std::fabs(value) < kPowers[std::min<std::size_t>(static_cast<std::size_t>(digits), 12)])
+    return true;
   char text[kLongestNumber];
   return fixedText(text, value, field.FieldDecLen) <= static_cast<std::size_t>(field.FieldLen);
 }

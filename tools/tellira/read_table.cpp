@@ -41,7 +41,8 @@ std::size_t indexNumber(const vorne::TableReader& table, const std::string& inde
   const auto& indexes = table.indexes();
   const auto found = std::find_if(indexes.begin(), indexes.end(), [&](const auto& one) { return one.name == index; });
   if (found == indexes.end())
-    throw Failure(kNo, "the index " + utf8FromLatin1(index) + " cannot be read.\n  next: `tellira db check` tells why.");
+    throw Failure(kNo,
+                  "the index " + utf8FromLatin1(index) + " cannot be read.\n  next: `tellira db check` tells why.");
   return static_cast<std::size_t>(found - indexes.begin());
 }
 

@@ -84,9 +84,9 @@ std::string TableLoader::columnText(std::size_t column, std::string_view cell, c
 
 std::string TableLoader::add(const std::vector<std::string_view>& cells) {
   if (cells.size() != columns_.size())
-    return std::string("there are too ") + (cells.size() < columns_.size() ? "few" : "many") + " columns: " +
-           std::to_string(cells.size()) + ", where the first line names " + std::to_string(columns_.size()) +
-           ".\n  next: look for a separator or a quote that is missing or too many.";
+    return std::string("there are too ") + (cells.size() < columns_.size() ? "few" : "many") +
+           " columns: " + std::to_string(cells.size()) + ", where the first line names " +
+           std::to_string(columns_.size()) + ".\n  next: look for a separator or a quote that is missing or too many.";
   vorne::BlankFields(fields_, rdd_.TBL_buff);
   for (std::size_t column = 0; column < cells.size(); ++column) {
     const std::string problem = store(column, cells[column]);
@@ -98,7 +98,8 @@ std::string TableLoader::add(const std::vector<std::string_view>& cells) {
 }
 
 bool TableLoader::takeBack() {
-  const bool cut = cutOff(table_.name, firstRecord_) && (!table_.hasMemo() || cutOff(table_.name + vorne::kMemoSuffix, firstMemo_));
+  const bool cut =
+      cutOff(table_.name, firstRecord_) && (!table_.hasMemo() || cutOff(table_.name + vorne::kMemoSuffix, firstMemo_));
   // Without an area the runtime has ended: indexes that do not fit are made anew when the table is opened next.
   if (vorne::AreaAt(area_) != nullptr) {
     rdd_.TBL_append = rdd_.TBL_fieldchanged = 0;

@@ -43,8 +43,8 @@ class TableLoader {
   const Dictionary::Table& table_;
   int area_;
   VORNE_RDD& rdd_;
-  vorne::Fields fields_;               // the deletion mark included
-  std::vector<std::size_t> columns_;   // the field, from 0, that each column fills
+  vorne::Fields fields_;              // the deletion mark included
+  std::vector<std::size_t> columns_;  // the field, from 0, that each column fills
   std::vector<std::string> unnamed_;
   bool latin1_;
   ValueReader values_;

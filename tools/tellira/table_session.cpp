@@ -41,8 +41,7 @@ std::string explanation(const std::string& words) {
   constexpr std::string_view kHead = "RunTimeError = ";
   const std::size_t at = words.rfind(kHead);
   int number = -1;
-  if (at != std::string::npos)
-    std::from_chars(words.data() + at + kHead.size(), words.data() + words.size(), number);
+  if (at != std::string::npos) std::from_chars(words.data() + at + kHead.size(), words.data() + words.size(), number);
   if (number < 0) return {};
   std::string text = utf8FromLatin1(__GetAuxError(number));
   for (char& c : text)

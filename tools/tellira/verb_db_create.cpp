@@ -57,9 +57,9 @@ std::string checkedName(const std::string& name, const char* noun, std::size_t l
     return isLetter(c) || (c >= '0' && c <= '9') || std::string_view(alsoAllowed).find(c) != std::string_view::npos;
   };
   if (name.empty() || name.size() > longest || !isLetter(name[0]) || !std::all_of(name.begin(), name.end(), isAllowed))
-    refuse("\"" + name + "\" cannot be the name of a " + noun,
-           "take 1 to " + std::to_string(longest) + " letters, digits and \"" + alsoAllowed +
-               "\", a letter first, as in SALES_2026");
+    refuse("\"" + name + "\" cannot be the name of a " + noun, "take 1 to " + std::to_string(longest) +
+                                                                   " letters, digits and \"" + alsoAllowed +
+                                                                   "\", a letter first, as in SALES_2026");
   return upperCase(name);
 }
 
@@ -74,12 +74,15 @@ int numberIn(const std::string& text, const std::string& field, const char* what
 
 struct TypeRow {
   char letter;
-  int mostLength;    // 0: it goes without saying
+  int mostLength;  // 0: it goes without saying
   int fixedLength;
   bool hasDecimals;
 };
-constexpr TypeRow kTypes[] = {
-    {'C', vorne::kLongestField, 0, false}, {'N', kWidestNumber, 0, true}, {'D', 0, 8, false}, {'L', 0, 1, false}, {'M', 0, 4, false}};
+constexpr TypeRow kTypes[] = {{'C', vorne::kLongestField, 0, false},
+                              {'N', kWidestNumber, 0, true},
+                              {'D', 0, 8, false},
+                              {'L', 0, 1, false},
+                              {'M', 0, 4, false}};
 
 ControlFieldTBL parsedField(const std::string& text) {
   const std::vector<std::string> parts = split(text, ':');
@@ -161,7 +164,8 @@ int runCreate(const DbOptions& group, const CreateOptions& options) {
     refuse("there is a database \"" + shown(taken->name) + "\" already",
            "take another name, or drop the table first (`tellira db drop " + shown(taken->name) + "`)");
   const Obj_Node* made = __DBCREATE(__INIT_CHARPTR(name.c_str()), structureOf(fields));
-  if (made->objData.mbool == 0) refuse("the table " + name + " could not be made", "look whether files of that name are in " + directory + "/DB");
+  if (made->objData.mbool == 0)
+    refuse("the table " + name + " could not be made", "look whether files of that name are in " + directory + "/DB");
   session.close();
   note("made the table " + name + " with " + counted(fields.size(), "field") + ".");
   return kDone;

@@ -101,8 +101,8 @@ int runExport(const DbOptions& group, const ExportOptions& options) {
   const std::string directory = group.checkedDirectory();
   const Dictionary::Table table = Dictionary(directory).table(options.table);
   const std::string order = options.order.empty() ? "" : table.index(options.order).name;
-  const auto* format = std::find_if(kFormats.begin(), kFormats.end(),
-                                    [&](const Format& known) { return options.format == known.name; });
+  const auto* format =
+      std::find_if(kFormats.begin(), kFormats.end(), [&](const Format& known) { return options.format == known.name; });
   return reading([&] {
     vorne::TableReader reader(directory, table.name);
     OutputFile output(options.file);
@@ -119,7 +119,7 @@ void addDbExport(CLI::App& group, const SharedDbOptions& shared, Action& action)
   auto options = std::make_shared<ExportOptions>();
   CLI::App& verb = *group.add_subcommand("export", "Write the records of a table as CSV or JSON");
   addName(verb, "TABLE", options->table, "Name of the table");
-  addName(verb, "FILE", options->file, "File to write (default: -, which is standard output)")->required(false);
+  addName(verb, "FILE", options->file, "File to write (default: -, which is standard output)").required(false);
   verb.add_option("--format", options->format, "csv (default), json (one array) or jsonl (one object a line)")
       ->type_name("NAME")
       ->check(CLI::IsMember({"csv", "json", "jsonl"}));

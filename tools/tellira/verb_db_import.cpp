@@ -168,7 +168,8 @@ void addDbImport(CLI::App& group, const SharedDbOptions& shared, Action& action)
   verb.add_option("--separator", options->separator,
                   "Character between cells, or tab (default: comma, semicolon or tab, as the first line has it)")
       ->type_name("C");
-  verb.add_flag("--truncate", options->truncate, "Cut texts that are too long, and take numbers wider than their field");
+  verb.add_flag("--truncate", options->truncate,
+                "Cut texts that are too long, and take numbers wider than their field");
   verb.footer(kFooter);
   verb.callback([shared, options, &action] { action = [shared, options] { return runImport(*shared, *options); }; });
 }

@@ -119,9 +119,8 @@ using Run = int (*)(const DbOptions&, const IndexOptions&);
 
 void addAction(CLI::App& verb, const SharedDbOptions& shared, const std::shared_ptr<IndexOptions>& options, Run run,
                Action& action) {
-  verb.callback([shared, options, run, &action] {
-    action = [shared, options, run] { return run(*shared, *options); };
-  });
+  verb.callback(
+      [shared, options, run, &action] { action = [shared, options, run] { return run(*shared, *options); }; });
 }
 
 }  // namespace

@@ -51,12 +51,14 @@ std::string keyBytes(const Dictionary::Table& table, const vorne::IndexDescripti
     const std::string word = upperCase(key);
     if (field.FieldType == TBLNUM && readNumber(key, value)) bytes = vorne::NumberKey(field, value);
     if (field.FieldType == TBLDATE && readDate(key, value)) bytes = vorne::DateKey(value);
-    if (field.FieldType == TBLBOOL && (word == "TRUE" || word == "FALSE")) bytes.assign(1, word == "TRUE" ? '\1' : '\0');
+    if (field.FieldType == TBLBOOL && (word == "TRUE" || word == "FALSE"))
+      bytes.assign(1, word == "TRUE" ? '\1' : '\0');
   }
   try {
     if (bytes.empty()) bytes = latin1FromUtf8(key);
   } catch (const ConversionError& error) {
-    throw Failure(kUsage, "no key can be \"" + key + "\": " + error.what() + ".\n  next: write it with other characters.");
+    throw Failure(kUsage,
+                  "no key can be \"" + key + "\": " + error.what() + ".\n  next: write it with other characters.");
   }
   return bytes.substr(0, static_cast<std::size_t>(index.keyLength));
 }
@@ -75,7 +77,8 @@ std::optional<std::uint32_t> firstSeen(vorne::TableReader& table, const vorne::K
   return std::nullopt;
 }
 
-Landing sought(vorne::TableReader& table, const std::string& index, const std::string& key, const SeekOptions& options) {
+Landing sought(vorne::TableReader& table, const std::string& index, const std::string& key,
+               const SeekOptions& options) {
   const std::size_t number = indexNumber(table, index);
   Landing landing;
   landing.position = firstSeen(table, table.find(number, {{key, key}}), options.deleted);
@@ -95,7 +98,8 @@ void printJsonLanding(const vorne::TableReader& table, const vorne::Row* row, co
 }
 
 void printRecord(const vorne::TableReader& table, const vorne::Row& row) {
-  print(styled(Style::kBold, "record " + std::to_string(row.position() + 1)) + (row.isDeleted() ? ", deleted" : "") + "\n");
+  print(styled(Style::kBold, "record " + std::to_string(row.position() + 1)) + (row.isDeleted() ? ", deleted" : "") +
+        "\n");
   std::size_t widest = 0;
   for (const vorne::TableField& field : table.fields()) widest = std::max(widest, field.name.size());
   for (std::size_t i = 0; i < table.fields().size(); ++i) {
