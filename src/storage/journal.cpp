@@ -3,6 +3,7 @@
 #include <sys/file.h>
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <ctime>
@@ -19,7 +20,7 @@ namespace vorne {
 namespace {
 
 constexpr UInt32 kChunk = kLargestProtected / 2;
-constexpr timespec kTimeForReaders = {0, 100'000};  // enough for them to copy a block of records
+constexpr UInt32 kLongestPause = 100'000;  // microseconds
 
 enum State : UInt32 { kIdle = 0, kBytesKept = 1, kMoving = 2 };
 
@@ -50,7 +51,7 @@ struct JournalFile {
   UInt32 changes;  // odd while something changes that readers must not look at, even in between
   Entry entry;
   std::uint64_t session;  // when the journal was made: tells it from an earlier one
-  UInt32 readersWait;     // not 0: a reader found no moment between two changes; the only place that readers write to
+  UInt32 readersWait;     // see JournalHead; the only place that readers write to
   UInt32 reserved;
   char unused[4096 - 32 - sizeof(Entry)];
   char room[kLargestProtected];
@@ -326,16 +327,23 @@ void BytesAreStored() {
   End(*journal.at);
 }
 
+namespace {
+
+void LetReadersIn(JournalFile& file) {
+  const UInt32 wish = __atomic_exchange_n(&file.readersWait, 0, __ATOMIC_RELAXED);
+  const timespec pause = {0, static_cast<long>(std::min(wish, kLongestPause)) * 1000};
+  ::nanosleep(&pause, nullptr);
+}
+
+}  // namespace
+
 int ChangeSeenByReaders::depth_ = 0;
 
 ChangeSeenByReaders::ChangeSeenByReaders() {
   if (depth_ == 0) {
     JournalFile& file = Journal();
     // A writer without a pause would keep them out for ever.
-    if (__atomic_load_n(&file.readersWait, __ATOMIC_RELAXED) != 0) {
-      __atomic_store_n(&file.readersWait, 0, __ATOMIC_RELAXED);
-      ::nanosleep(&kTimeForReaders, nullptr);
-    }
+    if (__atomic_load_n(&file.readersWait, __ATOMIC_RELAXED) != 0) LetReadersIn(file);
     __atomic_store_n(&file.changes, file.changes | 1, __ATOMIC_RELAXED);
     __atomic_thread_fence(__ATOMIC_SEQ_CST);
   }

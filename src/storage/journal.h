@@ -56,8 +56,8 @@ void StoreProtected(pmymap map, UInt32 offset, UInt32 length, Storing store) {
 
 /// Keeps readers in other processes from taking what changes while the object lives: they wait, or read again. Put
 /// around every change of records that belong together (a record with its memo texts and index entries) and around
-/// whatever moves records. Changes inside one another count as one. Waits a tenth of a millisecond when a reader has
-/// asked for it. Error 5 when there is no journal.
+/// whatever moves records. Changes inside one another count as one. Waits up to a tenth of a second when a reader
+/// has asked for it. Error 5 when there is no journal.
 class ChangeSeenByReaders {
  public:
   ChangeSeenByReaders();

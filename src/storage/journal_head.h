@@ -15,8 +15,9 @@ struct JournalHead {
   std::uint32_t chunks;
   std::uint32_t changes;  // raised by one at the beginning and at the end of every change: odd in between
   char entry[136];
-  std::uint64_t session;      // nanoseconds since 1970 when the journal was made
-  std::uint32_t readersWait;  // a reader stores 1 to have a pause before the next change; the writer stores 0 then
+  std::uint64_t session;  // nanoseconds since 1970 when the journal was made
+  std::uint32_t
+      readersWait;  // microseconds of pause before the next change that a reader wants; the writer stores 0 then
   std::uint32_t reserved;
 };
 static_assert(sizeof(JournalHead) == 168 && offsetof(JournalHead, changes) == 12 &&
