@@ -124,10 +124,22 @@ class Model {
     a.record = -1;
     a.buffer = {};
   }
+  Strings keys(int place) {
+    Strings keys;
+    for (const auto& [index, key] : kKeys)
+      for (const Strings& row : sql.run(std::string("SELECT ") + key[1] + " FROM r WHERE place = ?", {std::to_string(place)}))
+        if (__GetIdxInd(0, index.c_str()) >= 0) keys.push_back(row[0]);
+    return keys;
+  }
+  // Where a walk stands in the orders is found out again when entries have moved.
+  void forgetPlaces(Area& a) {
+    for (auto& place : a.inOrder) place.second = -1;
+  }
   void write(Area& a) {
     const bool changed = std::exchange(a.changed, false);
     if (!changed || (!a.append && (a.record < 0 || a.place >= count()))) return;
     if (a.append) a.place = count();
+    const Strings before = keys(a.place);
     if (!a.append && a.buffer.deleted) {
       sql.run("UPDATE r SET deleted = 1 WHERE place = ?", {std::to_string(a.place)});
     } else {
@@ -136,6 +148,8 @@ class Model {
       values.insert(values.end(), {std::to_string(a.buffer.memo), a.buffer.deleted ? "1" : "0"});
       sql.run("INSERT OR REPLACE INTO r VALUES(?, ?, ?, ?, ?, ?, ?)", values);
     }
+    if (keys(a.place) != before)
+      for (Area& any : areas) forgetPlaces(any);
     a.record = a.place;
     a.append = a.eof = a.bof = false;
   }
@@ -143,7 +157,7 @@ class Model {
     write(a);
     const int all = count();
     if (place < 0 && all > 0) return go(a, 0, through, 1), static_cast<void>(a.bof = true);
-    if (place >= all) return stop(a, true, true);
+    if (all == 0 || place >= all) return stop(a, true, true);
     const std::vector<int> records = through && !a.order.empty() ? order(a.order) : std::vector<int>();
     a.found = false;
     for (; place >= 0 && place < all; place += direction) {
@@ -235,7 +249,6 @@ class Runs {
     Area& a = model_.areas[model_.areas[1].open && below(2) == 0];
     log_ += std::string("\n") + call->name + " " + a.alias;
     if (log_.size() > 300) log_.erase(0, log_.find('\n', 1));
-    if (getenv("TR")) std::printf("%s\n", log_.c_str() + log_.rfind('\n') + 1), std::fflush(stdout);
     (this->*call->make)(a);
     return !model_.differs && same(model_.areas[0]) && same(model_.areas[1]);
   }
@@ -321,6 +334,7 @@ class Runs {
   void skipBy(Area& a, int n) {
     __TBL_Skip(alias(a), number(n));
     model_.write(a);
+    if (a.record >= 0 && a.inOrder[a.order] < 0) model_.resync(a);
     model_.go(a, (a.order.empty() ? a.place : a.inOrder[a.order]) + n, true, (n > 0) - (n < 0));
   }
   void top(Area& a) {
@@ -364,7 +378,7 @@ class Runs {
     __dbPack(alias(a));
     model_.write(a);
     model_.pack();
-    for (auto& index : a.inOrder) index.second = -1;
+    model_.forgetPlaces(a);
     model_.go(a, 0, true, 1);
   }
   void walkOrZap(Area& a) {
@@ -378,7 +392,7 @@ class Runs {
     if (model_.count() == 0) return;
     model_.sql.run("DELETE FROM r");
     model_.sql.run("DELETE FROM m");
-    for (auto& index : a.inOrder) index.second = -1;
+    model_.forgetPlaces(a);
     model_.go(a, 0, true, 1);
   }
   void index(Area& a) {

@@ -131,6 +131,12 @@ void EnterEnd(VORNE_RDD& area, bool atEnd) {
   enter(area, atEnd, !atEnd);
 }
 
+void BlankBuffer(VORNE_RDD& area) {
+  BlankFields(FieldsOf(area), area.TBL_buff);
+  for (std::uint32_t i = 0; i < area.TBL_appinfo->TBL_numIndexes; ++i)
+    area.TBL_appinfo->TBL_IndexesNames[i]->IDX_fieldchanged = 1;
+}
+
 bool HidesDeleted() {
   const Obj_Node* setting = S_GLOB->Internal_Sets[kHideDeletedSetting - 1];
   return setting != nullptr && setting->objVarType == varBool && setting->objData.mbool != 0;

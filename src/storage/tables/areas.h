@@ -49,6 +49,8 @@ std::string CapitalText(const Obj_Node* text);
 void EnterNotFound(VORNE_RDD& area);
 /// The walk ended at one end: that end's flag, position -1, a cleared buffer.
 void EnterEnd(VORNE_RDD& area, bool atEnd);
+/// The buffer becomes a blank record's, whichever record is current: should it be written, all keys are looked at.
+void BlankBuffer(VORNE_RDD& area);
 /// True when deleted records are to be passed over.
 bool HidesDeleted();
 /// Writes the buffer when it has unsaved changes.

@@ -97,6 +97,8 @@ int AddIndex(myAppInfoType& table, const char* name, DmOpenRef db, KeyFields key
   std::string_view(name).substr(0, kLongestTableName).copy(index->IDX_name, kLongestTableName);
   index->IDX_dbRef = db;
   index->IDX_recID = -1;
+  // The buffer may hold changes from before the index was.
+  index->IDX_fieldchanged = 1;
   index->IDX_tam_max_key = KeyRoom(FieldsOf(table), key);
   index->IDX_amntFieldKeys = static_cast<std::int32_t>(key.size());
   index->IDX_ind = static_cast<IDX_Indexes*>(Allocate(key.size_bytes()));

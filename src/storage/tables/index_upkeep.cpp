@@ -62,9 +62,11 @@ void EntryChanges::addChange(IDX_IndexesNames& index, std::int32_t position, Boo
 
 EntryChanges::EntryChanges(VORNE_RDD& area, std::int32_t position, Boolean hostOrder) : area_(area) {
   const myAppInfoType& table = *area.TBL_appinfo;
+  // Another area may have given the record another key since this one loaded it.
+  const bool all = position < 0 || table.TBL_dbRef->opens > 1;
   for (std::uint32_t i = 0; i < table.TBL_numIndexes; ++i) {
     IDX_IndexesNames& index = *table.TBL_IndexesNames[i];
-    if (position < 0 || index.IDX_fieldchanged) addChange(index, position, hostOrder);
+    if (all || index.IDX_fieldchanged) addChange(index, position, hostOrder);
   }
 }
 

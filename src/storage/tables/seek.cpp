@@ -115,7 +115,7 @@ void SkipDeleted(int number, int position, int index, const char* entry, int len
   if (!soft) return EnterEnd(*area, true);
   // Whoever seeks softly among deleted records gets no end flag and a blank record.
   area->TBL_eof = area->TBL_bof = area->TBL_found = 0;
-  BlankFields(FieldsOf(*area), area->TBL_buff);
+  BlankBuffer(*area);
 }
 
 Obj_Node* __Seek(Obj_Node* alias, Obj_Node* key, Obj_Node* soft) {
