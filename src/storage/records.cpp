@@ -168,6 +168,13 @@ Err ResizeRecord(RecordStruct* record, UInt32 size) {
   return errNone;
 }
 
+Err GrowRecord(RecordStruct* record, UInt32 size) {
+  const Boolean dirty = (HeaderAtPlace(*record->father, record->rOffset).RecordAttr & kDirty) != 0;
+  const Err grown = ResizeRecord(record, size);
+  if (grown == errNone) __WriteRecordToFile(record->father, dirty);
+  return grown;
+}
+
 }  // namespace vorne
 
 using namespace vorne;

@@ -28,6 +28,11 @@ void SettleHeld(DmOpenRef db);
 /// See MemHandleResize; `size` is 1 to 65535 and not the present one.
 Err ResizeRecord(RecordStruct* record, UInt32 size);
 
+/// Makes a record that counts longer before new bytes are written to it. Its header tells the new length at once, with
+/// zeros behind the old bytes: should the process die before or after the write, all of the old or of the new bytes are
+/// there, never the beginning of the new ones.
+Err GrowRecord(RecordStruct* record, UInt32 size);
+
 /// Takes out `count` records from `index` on, which lie from `begin` to `end`; at least one other record is left.
 void RemoveRange(DmOpenRef db, UInt32 index, UInt32 count, UInt32 begin, UInt32 end);
 /// Takes out every record that `which` says true of, all of them or none should the process die.

@@ -9,6 +9,8 @@
 #include "support/failing_system.h"
 #include "support/store_load.h"
 
+#include <sys/ptrace.h>
+
 using namespace load;
 
 namespace {
@@ -40,6 +42,7 @@ struct State {
 };
 
 void use() {
+  EndGuard::arm();
   __BeginGlobal();
   __DBUSEAREA(__INIT_BOOL(1), nullptr, text("T"));
 }
@@ -60,7 +63,7 @@ class Work {
     if (outcomes_ != nullptr) outcomes_->push_back(state_);
   }
   struct Judged {};
-  std::function<void(UInt32 number)> ahead;  ///< called before each call that the working process makes
+  std::function<void(UInt32 number, bool writes)> ahead;  ///< called before each call that the working process makes
 
  private:
   using Changes = std::initializer_list<std::function<void()>>;
@@ -70,7 +73,7 @@ class Work {
     const UInt32 number = number_++;
     const bool underWay = outcomes_ != nullptr && number >= done_;
     if (underWay) outcomes_->push_back(state_);
-    if (outcomes_ == nullptr && ahead) ahead(number);
+    if (outcomes_ == nullptr && ahead) ahead(number, changes.size() != 0);
     if (outcomes_ == nullptr) call();
     for (const auto& change : changes) {
       change();
@@ -289,6 +292,27 @@ ChildResult reopened(const std::vector<State>& outcomes, Totals& totals) {
   });
 }
 
+// Runs `work`, which stops before a chosen call, and kills it when it has made so many machine instructions from there.
+// False when it ended before.
+bool killedAfter(const std::function<void()>& work, unsigned instructions) {
+  const pid_t child = fork();
+  if (child == 0) {
+    ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
+    work();
+    _exit(0);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  for (; WIFSTOPPED(status) && instructions > 0; --instructions) {
+    ptrace(PTRACE_SINGLESTEP, child, nullptr, nullptr);
+    waitpid(child, &status, 0);
+  }
+  if (!WIFSTOPPED(status)) return false;
+  kill(child, SIGKILL);
+  waitpid(child, &status, 0);
+  return true;
+}
+
 class Killing {
  public:
   explicit Killing(unsigned seed) : seed_(seed) {
@@ -308,19 +332,22 @@ class Killing {
     std::mt19937 random(++seed_);
     done_ = 0;
     // Killed shortly after a chosen call began, behind a system call that it makes, or at any time.
-    const unsigned way = random() % 4;
+    const unsigned way = random() % 6;
     const UInt32 chosen = random() % 600;
     const auto own = delay(random, 300), patience = delay(random, 30000);
     failing::Plan plan{static_cast<unsigned>(random() % 12), random() % 2 == 0};
     const auto work = [&] {
       Work load(state_, done_, seed_);
-      load.ahead = [&](UInt32 number) {
+      load.ahead = [&, stopped = false](UInt32 number, bool writes) mutable {
         if (number == chosen && way == 0) failing::install("kill", plan);
-        if (number == chosen && way != 0 && way != 3) endIn(own);
+        if (number == chosen && (way == 1 || way == 2)) endIn(own);
+        if (number < chosen || way < 4 || !writes || std::exchange(stopped, true)) return;
+        raise(SIGSTOP);
       };
       load.run();
     };
-    const bool ended = killed(work, way == 3 ? patience : std::chrono::microseconds());
+    const bool ended = way > 3 ? killedAfter(work, static_cast<unsigned>(delay(random, 30000).count()))
+                               : killed(work, way == 3 ? patience : std::chrono::microseconds());
     ++(ended ? totals_.kills : totals_.afterwards);
     totals_.inChanges += !vorne::InterruptedChanges("DB").empty();
     const auto open = [&] {
@@ -333,7 +360,7 @@ class Killing {
 
     const std::vector<State> outcomes = outcomesOf(state_, done_, seed_);
     const ChildResult result = reopened(outcomes, totals_);
-    const bool is = result.status >= 0 && result.status < static_cast<int>(outcomes.size());
+    const bool is = (ended || outcomes.size() == 1) && result.status >= 0 && result.status < static_cast<int>(outcomes.size());
     if (is) state_ = outcomes[static_cast<std::size_t>(result.status)];
     if (!is)
       std::printf("seed %u, %u calls done, status %d:\n%s\n", seed_, done_.load(), result.status,

@@ -401,8 +401,8 @@ class Runs {
     if (drops) {
       __DBDROPINDEX(text(name), alias(a));
     } else {
-      __DBCREATEINDEX(text(name), text(key[0]), alias(a));
       model_.write(a);
+      __DBCREATEINDEX(text(name), text(key[0]), alias(a));
     }
     for (Area& any : model_.areas) {
       any.inOrder[name] = -1;

@@ -7,6 +7,7 @@
 
 #include "builtins/arguments.h"
 #include "runtime/memory.h"
+#include "storage/tables/index_upkeep.h"
 #include "storage/tables/record_bytes.h"
 #include "storage/tables/table_descriptions.h"
 
@@ -30,9 +31,17 @@ int freeArea() {
   return -1;
 }
 
+// Should the buffer be written, every key in it is held against the record's.
+void doubtKeys(VORNE_RDD& area) {
+  for (std::uint32_t i = 0; i < area.TBL_appinfo->TBL_numIndexes; ++i)
+    area.TBL_appinfo->TBL_IndexesNames[i]->IDX_fieldchanged = 1;
+}
+
 void freeArea(int area) {
   VORNE_RDD* rdd = slot(area);
   slot(area) = nullptr;
+  // It may have changed records that stand in the buffers of other areas.
+  ForEachAreaOf(DatabaseOf(*rdd), [](int, VORNE_RDD& other) { doubtKeys(other); });
   if (S_GLOB->TBL_this == area) S_GLOB->TBL_this = -1;
   Release(rdd->TBL_buff);
   Release(rdd->TBL_idxbuff);
@@ -133,8 +142,7 @@ void EnterEnd(VORNE_RDD& area, bool atEnd) {
 
 void BlankBuffer(VORNE_RDD& area) {
   BlankFields(FieldsOf(area), area.TBL_buff);
-  for (std::uint32_t i = 0; i < area.TBL_appinfo->TBL_numIndexes; ++i)
-    area.TBL_appinfo->TBL_IndexesNames[i]->IDX_fieldchanged = 1;
+  doubtKeys(area);
 }
 
 bool HidesDeleted() {

@@ -33,8 +33,9 @@ void countCall(VORNE_RDD& area) {
 
 bool storeText(DmOpenRef memo, UInt32 position, MemHandle handle, const char* text, UInt32 length) {
   if (handle == nullptr) return false;
-  const bool stored =
-      MemHandleResize(handle, length) == errNone && DmWrite(MemHandleLock(handle), 0, text, length) == errNone;
+  // A shorter text is stored before the record gets shorter.
+  const Err resized = length > MemHandleSize(handle) ? GrowRecord(*handle, length) : MemHandleResize(handle, length);
+  const bool stored = resized == errNone && DmWrite(MemHandleLock(handle), 0, text, length) == errNone;
   return DmReleaseRecord(memo, position, 0) == errNone && stored;
 }
 

@@ -56,7 +56,7 @@ bool replaceRecord(VORNE_RDD& area, Boolean dirty, Boolean hostOrder) {
   EntryChanges entries(area, area.TBL_recposition);
   const MemHandle handle = DmGetRecord(db, position);
   if (handle == nullptr) return false;
-  if (bytes.size() > old && MemHandleResize(handle, static_cast<UInt32>(bytes.size())) != errNone) return false;
+  if (bytes.size() > old && GrowRecord(*handle, static_cast<UInt32>(bytes.size())) != errNone) return false;
   if (!storeBytes(db, position, handle, bytes, dirty)) return false;
   entries.recordStored(area.TBL_recposition);
   return true;
