@@ -8,7 +8,7 @@ test    libgtest-dev libgmock-dev
 formats npm nodejs
 i386    g++-multilib lib32z1-dev googletest
 fuzz    clang libclang-rt-14-dev llvm
-bench   libbenchmark-dev libsqlite3-dev liblmdb-dev
+bench   libbenchmark-dev libsqlite3-dev liblmdb-dev sqlite3
 format  clang-format git
 '
 
