@@ -81,7 +81,7 @@ class CatalogCheck {
     readLost(end);
     for (const auto& [name, entry] : directory_.entries()) checkFile(name, entry);
     while (!state_.slots.empty() && IsFree(state_.slots.back())) state_.slots.pop_back();
-    state_.rewrite = !findings_.sound();
+    state_.rewrite = complete_ && !findings_.sound();
     return std::move(state_);
   }
 
@@ -157,6 +157,8 @@ class CatalogCheck {
   // Entries that the catalogue has behind its end, and those of its backup, by the names of their files.
   void readLost(std::uint32_t end) {
     const RawFile backup = directory_.read(kCatalogBackupName);
+    complete_ = backup.error.empty() || directory_.kindOf(kCatalogBackupName) != FileKind::kRegular;
+    if (!complete_) report_.problems.push_back({kCatalogBackupName, -1, "it cannot be read: " + backup.error, false});
     for (const DatabaseHdrType& entry : EntriesBetween(catalog_.bytes(), end, kLargestFile)) addLost(entry);
     for (const DatabaseHdrType& entry : EntriesBetween(backup.bytes(), kHeaderSize, kLargestFile)) addLost(entry);
     const bool same =
@@ -223,9 +225,10 @@ class CatalogCheck {
   Findings& findings_;
   DirectoryReport& report_;
   CatalogState state_;
-  std::set<std::string> names_;                   // of databases, folded
-  std::set<std::string> offsets_;                 // names of offsets files, folded
-  std::set<std::string> files_;                   // of databases
+  bool complete_ = true;           // without the backup's entries a rewritten catalogue would have lost them for good
+  std::set<std::string> names_;    // of databases, folded
+  std::set<std::string> offsets_;  // names of offsets files, folded
+  std::set<std::string> files_;    // of databases
   std::map<std::string, std::string> spellings_;  // file names by their folded form
   std::map<ino_t, std::string> owners_;           // data files
   std::map<std::string, DatabaseHdrType> lost_;

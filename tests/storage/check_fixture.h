@@ -20,7 +20,7 @@ using vorne::RepairDirectory;
 class CheckTest : public testing::Test {
  protected:
   void SetUp() override {
-    vorne::fileSystem.fsync = [](int) { return 0; };
+    useSystem();
     std::filesystem::create_directory("DB");
     std::vector<std::string> mixed, equal;
     for (std::size_t i = 0; i < 12; ++i) {
@@ -38,6 +38,10 @@ class CheckTest : public testing::Test {
   }
   void TearDown() override { vorne::fileSystem = vorne::kSystem; }
 
+  static void useSystem() {
+    vorne::fileSystem = vorne::kSystem;
+    vorne::fileSystem.fsync = [](int) { return 0; };
+  }
   /// The directory as `files` says, and nothing else in it.
   void store() const {
     for (const auto& entry : std::filesystem::directory_iterator("DB")) std::filesystem::remove_all(entry);

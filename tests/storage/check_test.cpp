@@ -21,11 +21,7 @@ struct Damage {
 };
 
 const std::string kFF(2, '\xFF'), kZeros(8, '\0');
-std::string le(std::uint32_t value, int size) {
-  std::string bytes(size, '\0');
-  images::put(bytes, 0, value, size);
-  return bytes;
-}
+using images::le;
 
 const Damage kDamages[] = {
     // One field of a record's header.
@@ -42,17 +38,15 @@ const Damage kDamages[] = {
     {"SALES", 11, 2, le(60000, 2), "SALES 12: its header says 60000 bytes reserved, 75 are left"},
     {"SALES", 4, 4, le(0x0140, 2), "SALES 5: its header has unknown attributes (0x0140)"},
     {"SALES", 4, 6, "\xFF\x7F", "SALES 5: its header lacks the marks"},
-    {"SALES", 4, 4, std::string(4, '\0'),
-     "SALES 5: its header lacks the marks of a finished record; its data can be kept"},
+    {"SALES", 4, 4, le(0, 4), "SALES 5: its header lacks the marks of a finished record; its data can be kept"},
     // Whole headers.
     {"SALES", 4, 0, kZeros, "SALES 5: its header is empty; nothing can be read from the 47 bytes up to", {4}},
     {"SALES", 4, 0, kZeros, "SALES 5: its header is empty; nothing can be read from the 47 bytes", {4}, "SALES_OS"},
     {"SALES", 0, 0, "12345678", "SALES 1: its header says 13363 bytes reserved, 648 are left", {0}},
     {"SALES", 11, 0, "87654321", "SALES 12: its header says 14136 bytes used of 13622", {11}, "SALES_OS"},
     {"SALES", 3, 0, std::string(80, '*'), "SALES 4: its header says 10794 bytes", {3, 4}, "SALES_OS"},
-    {"INDEX", 4, 0, kZeros,
-     "INDEX 5: its header is empty; its place follows from its neighbours, its data can be kept"},
-    {"INDEX", 4, 4, std::string(4, '\0'), "INDEX 5: its header lacks the marks of a finished record"},
+    {"INDEX", 4, 0, kZeros, "INDEX 5: its header is empty; its place follows from its neighbours, its data"},
+    {"INDEX", 4, 4, le(0, 4), "INDEX 5: its header lacks the marks of a finished record"},
     {"INDEX", 0, 0, kZeros, "INDEX 1: its header is empty; its place follows from its neighbours"},
     {"INDEX", 0, 0, le(20, 2), "INDEX 1: its header says 20 bytes used of 24 reserved, all records have 24"},
     {"CONF", 11, 2, le(25, 2), "CONF 12: its header says 24 bytes used of 25 reserved, all records have 24"},
@@ -62,14 +56,8 @@ const Damage kDamages[] = {
     {"SALES", kHeader, 1, "W", "SALES -1: its header has no known kind (0x57), its type code means 'V'"},
     {"SALES", kHeader, 1, "X", "SALES -1: its header says kind 'X', its type code and its offsets file say 'V'"},
     {"SALES", kHeader, 4, le(44, 4),
-     "SALES -1: its header says 44 bytes of application information, the records begin behind 40"},
-    {"SALES",
-     kHeader,
-     4,
-     le(20, 4),
-     "says 20 bytes of application information, the records begin behind 40",
-     {},
-     "SALES_OS"},
+     "its header says 44 bytes of application information, the records begin behind 40"},
+    {"SALES", kHeader, 4, le(20, 4), "says 20 bytes of application information, the", {}, "SALES_OS"},
     {"SALES", kHeader, 4, le(0xFFFFFFF0, 4), "says 4294967280 bytes of application information", {}, "SALES_OS"},
     {"SALES", kHeader, 8, le(9, 4), "SALES -1: its header counts 9 records, 12 are there"},
     {"SALES", kHeader, 8, le(30, 4), "SALES -1: its header counts 30 records, 12 are there"},
@@ -83,8 +71,7 @@ const Damage kDamages[] = {
     {"SALES", kHeader, 0, std::string(20, '\0'), "SALES -1: its header has no known kind (0x00)", {}, "SALES_OS"},
     {"SALES", kHeader, 0, std::string(80, '\x07'), "SALES -1: its header has version 7", {0}},
     {"INDEX", kHeader, 8, le(4, 4), "INDEX -1: its header counts 4 records, 12 are there"},
-    {"INDEX", kHeader, 4, le(16, 4),
-     "INDEX -1: its header says 16 bytes of application information, the records begin"},
+    {"INDEX", kHeader, 4, le(16, 4), "INDEX -1: its header says 16 bytes of application information"},
     {"CONF", kHeader, 16, le(99, 4), "CONF -1: its header says 99 bytes used, its records reach to 408"},
     {"CONF", kHeader, 0, std::string(60, '\0'), "CONF -1: its header has no known kind", {0, 1}},
     // Offsets files.

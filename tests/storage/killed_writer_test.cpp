@@ -55,7 +55,7 @@ class Killing {
     const auto work = [&] {
       Load load(stores_, progress_, seed_);
       load.ahead = [&](UInt32 number) {
-        if (number == chosen && way == 0) failing::kill(plan);
+        if (number == chosen && way == 0) failing::install("kill", plan);
         if (number == chosen && way != 0 && way != 3) endIn(own);
       };
       load.run(kOperations);
@@ -66,7 +66,7 @@ class Killing {
     const auto open = [&] {
       Progress none{};
       plan.first *= 5;
-      if (way % 2 == 0) failing::kill(plan);
+      if (way % 2 == 0) failing::install("kill", plan);
       if (way % 2 != 0) endIn(own * 2);
       Load(stores_, none, 0).open();
     };

@@ -11,10 +11,13 @@
 #include "storage/mapped.h"
 #include "storage/repair_copy.h"
 #include "support/child.h"
+#include "support/failing_system.h"
 
 using testing::ElementsAre;
 
 namespace {
+
+using images::le;
 
 class RepairTest : public CheckTest {
  protected:
@@ -47,25 +50,20 @@ class RepairTest : public CheckTest {
 }  // namespace
 
 TEST_F(RepairTest, TakesWhatADyingProcessLeavesForSound) {
-  const std::string begun = std::string("\x05\0\x05\0\0\0\0\0", 8) + "begun",
-                    done = std::string("\x04\0\x04\0\0\0\xFF\xFF", 8) + "done";
+  const std::string begun = le(0x50005) + le(0) + "begun", done = images::record("done");
   const auto grow = [this](const std::string& name, std::size_t at, const std::string& record) {
     std::string& file = files[name];
     images::put(file, 16, images::get(file, 16, 4) + record.size(), 4);
     file.insert(at, record).resize(15360);
   };
   const std::size_t end = images::get(sound["SALES"], 16, 4), middle = images::places(sound["SALES"])[6];
-  const std::string unfinished(std::string("\x18\0\x18\0\0\0\0\0", 8) + std::string(24, 'u'));
+  const std::string unfinished = le(0x180018) + le(0) + std::string(24, 'u');
   const struct {
     const char* words;
     std::function<void()> change;
   } cases[] = {
       {"", [] {}},
-      {"",
-       [&] {
-         files["SALES"] = images::dataFile('V', "", {}).substr(0, 20), files["SALES"].replace(12, 8, 8, '\0'),
-         files.erase("SALES_OS");
-       }},
+      {"", [&] { files["SALES"] = "\2V" + le(0, 18), files.erase("SALES_OS"); }},
       {"", [&] { files.erase("catalog.bck"); }},
       {"",  // a shrunk record in whose room another one's remains stand
        [&] {
@@ -98,7 +96,7 @@ TEST_F(RepairTest, TakesWhatADyingProcessLeavesForSound) {
       {"SALES_OS -1: it has 11 places for 12 records", [&] { images::put(files["SALES_OS"], 16, 64, 4); }},
       {"CONF -1: its header says 15360 bytes, the file has 30720", [&] { files["CONF"].resize(30720); }},
       {"SALES -1: what follows its last record", [&] { files["SALES"][end + 3] = 'x'; }},
-      {"STRAY -1: it is an empty database", [&] { files["STRAY"] = std::string("\x02X", 2) + std::string(18, '\0'); }},
+      {"STRAY -1: it is an empty database", [&] { files["STRAY"] = "\2X" + le(0, 18); }},
       {"notes.txt -1: it belongs to no database", [&] { files["notes.txt"] = "buy paper"; }},
   };
   for (const auto& [expected, change] : cases) {
@@ -115,48 +113,42 @@ TEST_F(RepairTest, TakesWhatADyingProcessLeavesForSound) {
 }
 
 TEST_F(RepairTest, PutsTheCatalogueRight) {
-  const std::string entry = sound["catalog.plm"].substr(20, 88);
+  const std::string entry = sound["catalog.plm"].substr(20, 88), name(32, 'N');
   const struct {
     const char* words;
-    std::function<void()> change;
-    std::vector<std::string> names;
+    std::size_t place;
+    std::string bytes;
+    std::vector<std::string> names = {"SALES", "INDEX", "CONF"};
+    const char* without = "";
   } cases[] = {
-      {"its name cannot be", [&] { files["catalog.plm"].replace(20, 5, "../DB"); }, {"SALES", "INDEX", "CONF"}},
-      {"its name cannot be", [&] { files["catalog.plm"].replace(20, 32, 32, 'N'); }, {"SALES", "INDEX", "CONF"}},
-      {"catalog.plm 1: the data file of SALFS is missing",
-       [&] { files["catalog.plm"][23] = 'F'; },
-       {"SALES", "INDEX", "CONF"}},
-      {"catalog.plm 2: SALES has another entry",
-       [&] { files["catalog.plm"].replace(108, 88, entry); },
-       {"SALES", "INDEX", "CONF"}},
-      {"sales is spelled SALES", [&] { files["catalog.plm"].replace(20, 5, "sales"); }, {"SALES", "INDEX", "CONF"}},
-      {"the data file of CONF is missing", [&] { files.erase("CONF"); }, {"SALES", "INDEX"}},
-      {"it is missing, or empty", [&] { files.erase("catalog.plm"); }, {"CONF", "INDEX", "SALES"}},
-      {"its name cannot be",
-       [&] { files["catalog.plm"].replace(20, 12, std::string("catalog.plm", 12)); },
-       {"SALES", "INDEX", "CONF"}},
-      {"SALES_OS shares its file",
-       [&] { files["catalog.plm"].replace(108, 88, entry).replace(113, 3, "_OS"); },
-       {"SALES", "INDEX", "CONF"}},
-      {"the entry of CONF is missing",
-       [&] { images::put(files["catalog.plm"], 16, 284, 4), files.erase("catalog.bck"); },
-       {"SALES", "CONF", "INDEX"}},
+      {"its name cannot be", 20, "../DB"},
+      {"its name cannot be", 20, name},
+      {"its name cannot be", 20, std::string("catalog.plm", 12)},
+      {"catalog.plm 1: the data file of SALFS is missing", 23, "F"},
+      {"catalog.plm 2: SALES has another entry", 108, entry},
+      {"sales is spelled SALES", 20, "sales"},
+      {"SALES_OS shares its file", 108, "SALES_OS" + entry.substr(8)},
+      {"the data file of CONF is missing", 0, "", {"SALES", "INDEX"}, "CONF"},
+      {"it is missing, or empty", 0, "", {"CONF", "INDEX", "SALES"}, "catalog.plm"},
+      {"the entry of CONF is missing", 16, le(284), {"SALES", "CONF", "INDEX"}, "catalog.bck"},
+      {"says 300 bytes used, which ends within an entry", 16, le(300), {"SALES", "CONF", "INDEX"}, "catalog.bck"},
       {"SALES has no entry; by its kind 'V' its type code is taken to be DATA",
-       [&] { files["catalog.plm"] = files["catalog.bck"] = std::string(15360, '\0'); },
-       {"CONF", "INDEX", "SALES"}},
-      {"catalog.plm -1: its header says 4294967295 bytes",
-       [&] { files["catalog.plm"].replace(0, 4000, 4000, '\xFF'); },
-       {"CONF", "INDEX", "SALES"}},
+       0,
+       le(0, 15360),
+       {"CONF", "INDEX", "SALES"},
+       "catalog.bck"},
+      {"says 4294967295 bytes", 0, std::string(4000, '\xFF'), {"CONF", "INDEX", "SALES"}},
   };
-  for (const auto& [expected, change, after] : cases) {
-    SCOPED_TRACE(expected);
+  for (const auto& row : cases) {
+    SCOPED_TRACE(row.words);
     files = sound;
-    change();
+    files["catalog.plm"].replace(row.place, row.bytes.size(), row.bytes);
+    files.erase(row.without);
     store();
-    EXPECT_THAT(words(CheckDirectory(".").problems), HasSubstr(expected));
+    EXPECT_THAT(words(CheckDirectory(".").problems), HasSubstr(row.words));
     EXPECT_EQ(stored(), files);
     expectRepairable();
-    EXPECT_EQ(names(), after);
+    EXPECT_EQ(names(), row.names);
   }
 }
 
@@ -193,9 +185,8 @@ TEST_F(RepairTest, FinishesAnInterruptedChangeAndLeavesLivingOnesAlone) {
   runChild(interrupt);
   EXPECT_EQ(words(CheckDirectory(".").problems),
             "SALES -1: a change was interrupted half-way; a repair, or the program's next start, finishes it\n");
-  vorne::fileSystem.lseek = [](int, off_t, int) {
-    return off_t{-1};
-  };  // it cannot be finished now, nor taken for damage
+  // It cannot be finished now, nor taken for damage.
+  vorne::fileSystem.lseek = [](int, off_t, int) { return off_t{-1}; };
   const auto halfway = stored();
   RepairDirectory(".");
   EXPECT_EQ(stored(), halfway);
@@ -219,44 +210,26 @@ TEST_F(RepairTest, FinishesAnInterruptedChangeAndLeavesLivingOnesAlone) {
 // Each system call of a repair fails once: every file is the old one or the repaired one, and the next repair does it
 // all.
 TEST_F(RepairTest, SurvivesEveryFailingSystemCall) {
-  static int left;
-  const auto fails = [] { return --left == 0 ? errno = ENOSPC, true : false; };
-  static decltype(fails) failing = fails;
   files["SALES"].replace(images::places(sound["SALES"])[4], 8, 8, '\0');
   files["INDEX"][20] = 9;
   files["catalog.plm"][23] = 'F';
   store();
   expectRepairable();
   const auto good = stored();
-  int calls = 0;
-  for (bool done = false; !done; ++calls) {
-    ASSERT_LT(calls, 500);
-    store();
-    left = calls + 1;
-    vorne::fileSystem.open = [](const char* path, int flags, mode_t mode) {
-      return (flags & O_CREAT) != 0 && failing() ? -1 : vorne::kSystem.open(path, flags, mode);
-    };
-    vorne::fileSystem.write = [](int file, const void* bytes, std::size_t size) {
-      return failing() ? -1 : vorne::kSystem.write(file, bytes, size);
-    };
-    vorne::fileSystem.fsync = [](int) { return failing() ? -1 : 0; };
-    vorne::fileSystem.rename = [](const char* from, const char* to) {
-      return failing() ? -1 : vorne::kSystem.rename(from, to);
-    };
-    vorne::fileSystem.mkdir = [](const char* path, mode_t mode) {
-      return failing() ? -1 : vorne::kSystem.mkdir(path, mode);
-    };
-    RepairDirectory(".");
-    done = left > 0;
-    vorne::fileSystem = vorne::kSystem;
-    vorne::fileSystem.fsync = [](int) { return 0; };
-    for (const auto& [name, bytes] : stored())
-      EXPECT_TRUE(bytes == files[name] || bytes == good.at(name)) << name << ", failing call " << calls;
-    EXPECT_FALSE(readFile("DB/SALES") == good.at("SALES") && readFile("DB/SALES_OS") == files["SALES_OS"]);
-    EXPECT_TRUE(RepairDirectory(".").sound);
-    EXPECT_EQ(stored(), good) << "failing call " << calls;
-  }
-  EXPECT_GT(calls, 20);
+  for (const char* kind : {"open", "close", "read", "write", "fsync", "rename", "mkdir", "stat"})
+    for (failing::Plan plan{0}; plan.first <= plan.calls; ++plan.first) {
+      SCOPED_TRACE(testing::Message() << kind << ", call " << plan.first);
+      store();
+      plan.calls = 0;
+      failing::install(kind, plan);
+      RepairDirectory(".");
+      useSystem();
+      for (const auto& [name, bytes] : stored()) EXPECT_TRUE(bytes == files[name] || bytes == good.at(name)) << name;
+      EXPECT_FALSE(readFile("DB/SALES") == good.at("SALES") && readFile("DB/SALES_OS") == files["SALES_OS"]);
+      EXPECT_TRUE(RepairDirectory(".").sound);
+      EXPECT_EQ(stored(), good);
+      if (HasFailure()) return;
+    }
 }
 
 // Bytes overwritten among the records cost the records that they belong to at most, with or without the offsets file.
@@ -294,17 +267,13 @@ TEST_F(RepairTest, MakesAnyGarbageSound) {
     for (std::size_t hits = 1 + below(6); hits > 0; --hits) {
       std::string& file = std::next(files.begin(), below(files.size()))->second;
       if (file.empty()) continue;
-      const std::size_t place = below(2) != 0 ? below(file.size()) : below(std::min<std::size_t>(file.size(), 800));
+      const std::size_t place = below(below(2) != 0 ? file.size() : std::min<std::size_t>(file.size(), 800));
       const std::size_t length = std::min(file.size() - place, std::size_t{1} << below(12));
       std::string noise(length, '\0');
-      for (char& c : noise) c = static_cast<char>(random());
+      std::generate(noise.begin(), noise.end(), [&] { return static_cast<char>(random()); });
       const std::string flipped(1, static_cast<char>(file[place] ^ 1 << below(8)));
-      const std::string junk[] = {std::string(length, '\0'),
-                                  std::string(length, '\xFF'),
-                                  noise,
-                                  noise,
-                                  flipped,
-                                  sound["SALES"].substr(below(700), length)};
+      const std::string junk[] = {
+          le(0, length), std::string(length, '\xFF'), noise, noise, flipped, sound["SALES"].substr(below(700), length)};
       const std::size_t kind = below(std::size(junk) + 2);
       if (kind < std::size(junk))
         file.replace(place, junk[kind].size(), junk[kind]);

@@ -6,9 +6,9 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <type_traits>
-
 #include <ostream>
+#include <string_view>
+#include <type_traits>
 
 #include "storage/system.h"
 
@@ -83,10 +83,11 @@ inline constexpr Kind kKinds[] = {
                    &System::unlink, &System::mkdir, &System::stat, &System::flock>},
 };
 
-/// Lets the process be killed at the call that `when` tells, whichever it is.
-inline void kill(Plan& when) {
+/// Lets the calls of that name fail as `when` tells; "kill": the process is killed at the call, whichever it is.
+inline void install(std::string_view name, Plan& when) {
   plan = &when;
-  std::end(kKinds)[-1].install();
+  for (const Kind& kind : kKinds)
+    if (kind.name == name) kind.install();
 }
 
 }  // namespace failing

@@ -21,6 +21,12 @@ inline std::uint32_t get(const Bytes& file, std::size_t offset, int size) {
   return value;
 }
 
+inline Bytes le(std::uint64_t value, int size = 4) {
+  Bytes bytes(static_cast<std::size_t>(size), '\0');
+  put(bytes, 0, value, size);
+  return bytes;
+}
+
 /// Fills a file of `size` bytes up behind `content` and tells its header what it uses.
 inline Bytes sized(Bytes content, std::size_t size = 15360) {
   const std::size_t used = content.size();
@@ -30,22 +36,22 @@ inline Bytes sized(Bytes content, std::size_t size = 15360) {
   return content;
 }
 
-/// A data file of kind 'V', 'B' or 'X' with finished records that take no more room than they need.
+/// A finished record, with `spare` reserved behind what it uses.
+inline Bytes record(const Bytes& bytes, const Bytes& spare = "", unsigned attributes = 0x40) {
+  return le(bytes.size(), 2) + le(bytes.size() + spare.size(), 2) + le(attributes, 2) + "\xFF\xFF" + bytes + spare;
+}
+
+/// A data file of kind 'V', 'B' or 'X' that counts `count` records; `content` is its records as they stand.
+inline Bytes fileOf(char kind, const Bytes& appInfo, std::size_t count, const Bytes& content,
+                    std::size_t size = 15360) {
+  return sized(Bytes("\2") + kind + le(0, 2) + le(appInfo.size()) + le(count) + le(0, 8) + appInfo + content, size);
+}
+
+/// The same with finished records that take no more room than they need.
 inline Bytes dataFile(char kind, const Bytes& appInfo, const std::vector<Bytes>& records, std::size_t size = 15360) {
-  Bytes file(20, '\0');
-  file[0] = 2;
-  file[1] = kind;
-  put(file, 4, appInfo.size(), 4);
-  put(file, 8, records.size(), 4);
-  file += appInfo;
-  for (const Bytes& record : records) {
-    Bytes header(8, '\xFF');
-    put(header, 0, record.size(), 2);
-    put(header, 2, record.size(), 2);
-    put(header, 4, 0x40, 2);
-    file += header + record;
-  }
-  return sized(file, size);
+  Bytes content;
+  for (const Bytes& bytes : records) content += record(bytes);
+  return fileOf(kind, appInfo, records.size(), content, size);
 }
 
 /// Where the records of such a file begin.
@@ -69,10 +75,7 @@ inline std::vector<Bytes> records(const Bytes& data) {
 /// An offsets file with those slots.
 inline Bytes offsetsOf(const std::vector<std::uint32_t>& slots) {
   Bytes file(20, '\0');
-  for (const std::uint32_t slot : slots) {
-    file.append(4, '\0');
-    put(file, file.size() - 4, slot, 4);
-  }
+  for (const std::uint32_t slot : slots) file += le(slot);
   return sized(file);
 }
 
@@ -88,8 +91,7 @@ inline Bytes catalog(const std::vector<std::pair<std::string, std::string>>& ent
     Bytes entry(88, '\0');
     entry.replace(0, name.size(), name);
     if (!name.empty()) {
-      for (const int date : {36, 52})
-        put(entry, date, 2026, 2), put(entry, date + 2, 3, 2), put(entry, date + 6, 15, 2);
+      for (const int date : {36, 52}) entry.replace(date, 8, le(2026, 2) + le(3, 2) + le(0, 2) + le(15, 2));
       entry.replace(76, 4, Bytes(type.rbegin(), type.rend()));
       entry.replace(80, 4, "RLLT");
     }

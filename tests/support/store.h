@@ -17,6 +17,18 @@ inline DmOpenRef openStore(const char* name, UInt32 type = 0) {
   return id == 0 ? nullptr : DmOpenDatabase(0, id, 3);
 }
 
+/// Sets what is given about a database.
+struct Settings {
+  const char* name = nullptr;
+  const UInt16 *attributes = nullptr, *version = nullptr;
+  const LocalID* info = nullptr;
+  const UInt32* type = nullptr;
+};
+inline Err setDatabase(const std::string& name, const Settings& to) {
+  return DmSetDatabaseInfo(0, DmFindDatabase(0, name.c_str()), to.name, to.attributes, to.version, nullptr, nullptr,
+                           nullptr, nullptr, to.info, nullptr, to.type, nullptr);
+}
+
 /// The record's bytes; a marker for one that cannot be read.
 inline std::string record(DmOpenRef db, UInt32 index) {
   const MemHandle handle = DmQueryRecord(db, index);

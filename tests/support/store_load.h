@@ -180,15 +180,17 @@ class Load {
     LocalID id = 0;
     if (!step([&] { return (id = MemHandleToLocalID(DmNewHandle(ref(store), size(bytes)))) != 0; })) return;
     step([&] { return DmWrite(MemLocalIDToLockedPtr(id), 0, bytes.data(), size(bytes)) == errNone; });
-    step([&] { return set(store, nullptr, nullptr, &id); }, [&] { store.info = bytes; });
+    step([&] { return setDatabase(store.name(), {.info = &id}) == errNone; }, [&] { store.info = bytes; });
   }
   void attribute(Store& store, UInt32) {
     const auto attributes = static_cast<UInt16>(below(0x10000));
-    step([&] { return set(store, nullptr, &attributes, nullptr); }, [&] { store.attributes = attributes; });
+    step([&] { return setDatabase(store.name(), {.attributes = &attributes}) == errNone; },
+         [&] { store.attributes = attributes; });
   }
   void rename(Store& store, UInt32) {
     const std::string name = store.name(true);
-    step([&] { return set(store, name.c_str(), nullptr, nullptr); }, [&] { store.renamed = !store.renamed; });
+    step([&] { return setDatabase(store.name(), {.name = name.c_str()}) == errNone; },
+         [&] { store.renamed = !store.renamed; });
   }
   void reopen(Store&, UInt32) {
     step([&] { return CloseCatalog(), true; });
@@ -262,11 +264,6 @@ class Load {
     const auto give = [&] { return DmReleaseRecord(ref(store), index, dirty) == errNone; };
     turns ? step(query, change) : step(give, change);
   }
-  bool set(const Store& store, const char* name, const UInt16* attributes, const LocalID* info) {
-    return DmSetDatabaseInfo(0, DmFindDatabase(0, store.name().c_str()), name, attributes, nullptr, nullptr, nullptr,
-                             nullptr, nullptr, info, nullptr, nullptr, nullptr) == errNone;
-  }
-
   Stores& stores_;
   Progress& progress_;
   std::mt19937 random_;
