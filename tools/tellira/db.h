@@ -23,6 +23,7 @@ using SharedDbOptions = std::shared_ptr<const DbOptions>;
 void addDbCheck(CLI::App& group, const SharedDbOptions& options, Action& action);
 void addDbList(CLI::App& group, const SharedDbOptions& options, Action& action);
 void addDbSchema(CLI::App& group, const SharedDbOptions& options, Action& action);
+void addDbSql(CLI::App& group, const SharedDbOptions& options, Action& action);
 
 /// A name or text of the data directory, which is ISO-8859-1, as UTF-8 with card numbers masked.
 std::string shown(std::string_view latin1);

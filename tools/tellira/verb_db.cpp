@@ -67,6 +67,7 @@ void addDb(CLI::App& app, Action& action) {
   group.footer(kFooter);
   addDbList(group, options, action);
   addDbSchema(group, options, action);
+  addDbSql(group, options, action);
   addDbCheck(group, options, action);
 }
 
