@@ -63,6 +63,7 @@ class TablesInSql {
     if (code != SQLITE_OK || vornetab::registerModule(opened) != SQLITE_OK)
       throw Failure(kEnded, std::string("SQLite cannot be used: ") + sqlite3_errmsg(opened) + ".");
     for (const std::string& name : vorne::TableNames(directory)) add(directory, utf8FromLatin1(name));
+    if (!failures_.empty()) connectAgain();
     sqlite3_set_authorizer(opened, allowOnlyReading, nullptr);
   }
 
@@ -81,7 +82,8 @@ class TablesInSql {
     const int kind = code & 0xFF;
     // What the tables' files say goes with its own next step.
     if (kind == SQLITE_BUSY || kind == SQLITE_CORRUPT || kind == SQLITE_CANTOPEN) throw Failure(kNo, words + ".");
-    if (kind == SQLITE_AUTH) throw Failure(kUsage, kReadsOnly);
+    if (words.starts_with("not authorized") || words.ends_with("may not be modified"))
+      throw Failure(kUsage, kReadsOnly);
     constexpr std::string_view kNoTable = "no such table: ";
     if (words.starts_with(kNoTable)) failWithoutTable(words.substr(kNoTable.size()));
     const int at = sqlite3_error_offset(connection_.get());
@@ -103,6 +105,15 @@ class TablesInSql {
     // One damaged table must not keep the others from being asked.
     if (sqlite3_exec(connection_.get(), text.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK)
       failures_[upperCase(name)] = sqlite3_errmsg(connection_.get());
+  }
+
+  // A failed table makes SQLite forget what it knew of the others; it must not ask for them when nothing more may be
+  // made.
+  void connectAgain() const {
+    for (const std::string& name : names_)
+      if (failures_.count(upperCase(name)) == 0)
+        sqlite3_exec(connection_.get(), ("SELECT 1 FROM " + quoted(name, '"') + " LIMIT 0").c_str(), nullptr, nullptr,
+                     nullptr);
   }
 
   Statement prepareFirst(const char* text, const char** rest) const {

@@ -11,7 +11,7 @@ namespace {
 constexpr const char* kFooter = R"(
 All tables of the directory are there by name, to be read only; this may run while the program works. Texts, dates
 (2004-03-17, NULL for the empty date) and memos are texts, logicals 0 and 1. `recno` is the number of a record. Deleted
-records are passed over unless the statement has a condition on `_deleted`.
+records are passed over unless the statement names `_deleted`, which is 1 for them.
 
 Examples:
   tellira db sql "SELECT name, sum(price) FROM SALES GROUP BY name ORDER BY 2 DESC LIMIT 10"

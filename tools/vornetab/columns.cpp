@@ -47,14 +47,13 @@ class Names {
 
 }  // namespace
 
-Columns columnsOf(const std::vector<vorne::TableField>& fields) {
+std::string declarationOf(const std::vector<vorne::TableField>& fields) {
   Names names;
-  Columns columns{static_cast<int>(fields.size()), static_cast<int>(fields.size()) + 1, "CREATE TABLE x("};
+  std::string text = "CREATE TABLE x(" + quoted(names.unique("_deleted")) + " BOOLEAN HIDDEN, " +
+                     quoted(names.unique("recno")) + " INTEGER HIDDEN";
   for (const vorne::TableField& field : fields)
-    columns.declaration += quoted(names.unique(tool::utf8FromLatin1(field.name))) + " " + declaredType(field) + ", ";
-  columns.declaration +=
-      quoted(names.unique("recno")) + " INTEGER HIDDEN, " + quoted(names.unique("_deleted")) + " BOOLEAN HIDDEN)";
-  return columns;
+    text += ", " + quoted(names.unique(tool::utf8FromLatin1(field.name))) + " " + declaredType(field);
+  return text + ")";
 }
 
 }  // namespace vornetab

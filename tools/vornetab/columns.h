@@ -1,4 +1,4 @@
-// The columns that a table has for SQLite: its fields, then two hidden ones.
+// The columns that a table has for SQLite: two hidden ones, then its fields.
 #pragma once
 
 #include <string>
@@ -8,12 +8,12 @@
 
 namespace vornetab {
 
-struct Columns {
-  int recno, deleted;       ///< numbers of the hidden columns
-  std::string declaration;  ///< the CREATE TABLE statement that tells SQLite about them
-};
+// Numbers of the columns. The hidden ones stand first, where SQLite can tell for each by itself whether a query names
+// it.
+inline constexpr int kDeletedColumn = 0, kRecnoColumn = 1, kFirstField = 2;
 
-/// Names that cannot stand beside others get a number behind them.
-Columns columnsOf(const std::vector<vorne::TableField>& fields);
+/// The CREATE TABLE statement that tells SQLite about them. Names that cannot stand beside others get a number behind
+/// them.
+std::string declarationOf(const std::vector<vorne::TableField>& fields);
 
 }  // namespace vornetab

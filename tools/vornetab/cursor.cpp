@@ -22,7 +22,7 @@ void Cursor::start(const Plan& plan, int count, sqlite3_value** values) {
   isWholeTable_ = plan.access == Access::kScan;
   isAtEnd_ = false;
   if (plan.access == Access::kRecord && count > 0) chooseRecord(values[0]);
-  if (plan.access == Access::kIndex) chooseByIndex(count, values);
+  if (plan.access == Access::kIndex) chooseByIndex(values);
   next();
 }
 
@@ -34,7 +34,7 @@ void Cursor::chooseRecord(sqlite3_value* value) {
     positions_ = {static_cast<std::uint32_t>(number) - 1};
 }
 
-void Cursor::chooseByIndex(int, sqlite3_value** values) {
+void Cursor::chooseByIndex(sqlite3_value** values) {
   const std::vector<std::uint32_t>& key = reader_.indexes()[plan_.index].fields;
   const std::vector<vorne::TableField>& fields = reader_.fields();
   vorne::KeyList list = reader_.find(plan_.index, rangesOf(fields[key.front()], plan_, values));
@@ -75,12 +75,10 @@ void Cursor::next() {
 }
 
 void Cursor::column(sqlite3_context* context, int number) const {
-  if (number == columns_.recno)
-    sqlite3_result_int64(context, recno());
-  else if (number == columns_.deleted)
-    sqlite3_result_int(context, row_.isDeleted());
-  else
-    giveField(context, reader_.fields()[static_cast<std::size_t>(number)], row_, static_cast<std::size_t>(number));
+  if (number == kDeletedColumn) return sqlite3_result_int(context, row_.isDeleted());
+  if (number == kRecnoColumn) return sqlite3_result_int64(context, recno());
+  const auto field = static_cast<std::size_t>(number - kFirstField);
+  giveField(context, reader_.fields()[field], row_, field);
 }
 
 }  // namespace vornetab

@@ -10,7 +10,7 @@ namespace vornetab {
 
 class Cursor {
  public:
-  Cursor(vorne::TableReader& reader, const Columns& columns) : reader_(reader), columns_(columns), row_(reader) {}
+  explicit Cursor(vorne::TableReader& reader) : reader_(reader), row_(reader) {}
 
   /// Starts a run with the values that the plan asked for, and goes to its first row.
   void start(const Plan& plan, int count, sqlite3_value** values);
@@ -22,11 +22,10 @@ class Cursor {
 
  private:
   bool readMore();
-  void chooseByIndex(int count, sqlite3_value** values);
+  void chooseByIndex(sqlite3_value** values);
   void chooseRecord(sqlite3_value* value);
 
   vorne::TableReader& reader_;
-  const Columns& columns_;
   vorne::Row row_;
   Plan plan_;
   std::vector<std::uint32_t> positions_;  // still to be read from position next_ on; a scan gets more of them

@@ -11,16 +11,14 @@ namespace vornetab {
 namespace {
 
 struct Table : sqlite3_vtab {
-  Table(const std::string& directory, const std::string& name)
-      : sqlite3_vtab{}, reader(directory, name), columns(columnsOf(reader.fields())) {}
+  Table(const std::string& directory, const std::string& name) : sqlite3_vtab{}, reader(directory, name) {}
 
   vorne::TableReader reader;
-  Columns columns;
   int cursors = 0;
 };
 
 struct OpenCursor : sqlite3_vtab_cursor {
-  explicit OpenCursor(Table& table) : sqlite3_vtab_cursor{}, rows(table.reader, table.columns) {}
+  explicit OpenCursor(Table& table) : sqlite3_vtab_cursor{}, rows(table.reader) {}
   Cursor rows;
 };
 
@@ -84,7 +82,7 @@ int connect(sqlite3* connection, void*, int count, const char* const* words, sql
     }
     auto table =
         std::make_unique<Table>(unquoted(words[kOwnWords]), tool::latin1FromUtf8(unquoted(words[kOwnWords + 1])));
-    const int declared = sqlite3_declare_vtab(connection, table->columns.declaration.c_str());
+    const int declared = sqlite3_declare_vtab(connection, declarationOf(table->reader.fields()).c_str());
     if (declared != SQLITE_OK) {
       *message = sqlite3_mprintf("%s", sqlite3_errmsg(connection));
       return declared;
@@ -103,7 +101,7 @@ int disconnect(sqlite3_vtab* table) {
 
 int bestIndex(sqlite3_vtab* table, sqlite3_index_info* info) {
   return guarded(&table->zErrMsg, [&] {
-    const int chosen = choosePlan(tableOf(table).reader, tableOf(table).columns, info);
+    const int chosen = choosePlan(tableOf(table).reader, info);
     if (tableOf(table).cursors == 0) tableOf(table).reader.rest();
     return chosen;
   });

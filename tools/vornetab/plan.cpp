@@ -36,11 +36,11 @@ struct Choice {
 
 class Chooser {
  public:
-  Chooser(vorne::TableReader& reader, const Columns& columns, sqlite3_index_info& info)
-      : reader_(reader), columns_(columns), info_(info), count_(std::max(1.0, static_cast<double>(reader.count()))) {}
+  Chooser(vorne::TableReader& reader, sqlite3_index_info& info)
+      : reader_(reader), info_(info), count_(std::max(1.0, static_cast<double>(reader.count()))) {}
 
   Choice best() {
-    if (const Conditions number = conditionsOn(columns_.recno, false); number.exact >= 0) return byRecord(number);
+    if (const Conditions number = conditionsOn(kRecnoColumn, false); number.exact >= 0) return byRecord(number);
     Choice choice = scan();
     const std::size_t indexes = std::min<std::size_t>(reader_.indexes().size(), kMostIndexes);
     for (std::size_t i = 0; i < indexes; ++i)
@@ -49,15 +49,17 @@ class Chooser {
   }
 
  private:
-  bool isRecno(int column) const { return column < 0 || column == columns_.recno; }
+  static int columnOf(std::uint32_t field) { return static_cast<int>(field) + kFirstField; }
+  static bool isRecno(int column) { return column < 0 || column == kRecnoColumn; }
+
+  // SQLite tells in one bit about all columns from the 64th on.
+  bool names(std::size_t column) const { return (info_.colUsed >> std::min<std::size_t>(column, 63) & 1) != 0; }
 
   Choice common() const {
     Choice choice;
+    choice.plan.deleted = names(kDeletedColumn);
     for (std::size_t i = 0; i < reader_.fields().size(); ++i)
-      choice.plan.memos |=
-          reader_.fields()[i].type == CellType::kMemo && (info_.colUsed >> std::min<std::size_t>(i, 63) & 1) != 0;
-    // Also one that cannot be used here: the answer must not depend on the plan.
-    for (int i = 0; i < info_.nConstraint; ++i) choice.plan.deleted |= info_.aConstraint[i].iColumn == columns_.deleted;
+      choice.plan.memos |= reader_.fields()[i].type == CellType::kMemo && names(i + kFirstField);
     return choice;
   }
 
@@ -81,7 +83,7 @@ class Chooser {
     const std::vector<std::uint32_t>& key = reader_.indexes()[number].fields;
     Choice choice = common();
     const CellType type = reader_.fields()[key.front()].type;
-    choice.conditions = conditionsOn(static_cast<int>(key.front()), type != CellType::kLogical);
+    choice.conditions = conditionsOn(columnOf(key.front()), type != CellType::kLogical);
     choice.plan.sortedFields = servedOrder(key);
     if (!choice.conditions.any() && choice.plan.sortedFields == 0) return {};
     choice.plan.access = Access::kIndex;
@@ -141,14 +143,13 @@ class Chooser {
     if (wanted == 0 || wanted > key.size() || wanted > kMostSortedFields) return 0;
     for (std::size_t i = 0; i < wanted; ++i) {
       const auto& term = info_.aOrderBy[i];
-      if (term.iColumn != static_cast<int>(key[i]) || term.desc != info_.aOrderBy[0].desc) return 0;
+      if (term.iColumn != columnOf(key[i]) || term.desc != info_.aOrderBy[0].desc) return 0;
       if (reader_.fields()[key[i]].type == CellType::kNumber) return 0;
     }
     return static_cast<unsigned>(wanted);
   }
 
   vorne::TableReader& reader_;
-  const Columns& columns_;
   sqlite3_index_info& info_;
   double count_;
 };
@@ -170,8 +171,8 @@ Plan Plan::fromNumber(int number) {
   return {static_cast<Access>(bits & 3), bit(2), bit(3), bit(4), bit(5), bit(6), bit(7), bits >> 8 & 0xFF, bits >> 16};
 }
 
-int choosePlan(vorne::TableReader& reader, const Columns& columns, sqlite3_index_info* info) {
-  const Choice choice = Chooser(reader, columns, *info).best();
+int choosePlan(vorne::TableReader& reader, sqlite3_index_info* info) {
+  const Choice choice = Chooser(reader, *info).best();
   int arguments = 0;
   for (const int condition : {choice.conditions.exact, choice.conditions.least, choice.conditions.most})
     ask(*info, condition, arguments);

@@ -11,7 +11,7 @@ enum class Access { kScan, kRecord, kIndex };
 struct Plan {
   Access access = Access::kScan;
   bool memos = false;         ///< memo texts are wanted
-  bool deleted = false;       ///< deleted records are shown
+  bool deleted = false;       ///< deleted records are shown: the query names the column that tells them apart
   bool descending = false;    ///< from the greatest key to the smallest
   bool exact = false;         ///< the leading key field (or the record number) equals the first argument
   bool least = false;         ///< the first argument bounds the leading key field from below
@@ -26,6 +26,6 @@ struct Plan {
 /// Chooses a plan for the conditions and the order that a query has, tells SQLite its cost, and asks for the arguments.
 /// Conditions are all checked again by SQLite.
 /// @return a result code of SQLite
-int choosePlan(vorne::TableReader& reader, const Columns& columns, sqlite3_index_info* info);
+int choosePlan(vorne::TableReader& reader, sqlite3_index_info* info);
 
 }  // namespace vornetab

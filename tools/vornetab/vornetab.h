@@ -4,7 +4,7 @@
 //
 // DIR is the working directory that holds "DB". Texts are UTF-8, dates texts like 2004-03-17 (NULL for the empty date),
 // logicals 0 and 1, memos texts. The record number, from 1, is the rowid and the hidden column `recno`. Deleted records
-// are passed over unless the query has a condition on the hidden column `_deleted`.
+// are passed over unless the query names the hidden column `_deleted`.
 #pragma once
 
 #include "sqlite.h"
