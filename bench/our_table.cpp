@@ -7,13 +7,13 @@ namespace {
 
 class Ours : public TableStore {
  public:
-  void load(std::uint32_t rows) override {
+  void load(std::uint32_t rows, bool indexesFirst) override {
     bBatchOper = 1;
     __DBCREATE(text("ROWS"), structure());
     use();
-    __DBCREATEINDEX(text("NAMES"), text("NAME"));
-    __DBCREATEINDEX(text("CODES"), text("CODE"));
+    if (indexesFirst) makeIndexes();
     for (std::uint32_t i = 0; i < rows; ++i) put(RowOf(i));
+    if (!indexesFirst) makeIndexes();
     settle();
   }
 
@@ -55,7 +55,7 @@ class Ours : public TableStore {
   void setCodes(const std::vector<std::uint32_t>& rows) override {
     for (const std::uint32_t row : rows) {
       go(row);
-      __SetField(nullptr, field(kCode), text(RowOf(row, 1).code));
+      __SetField(nullptr, field(kCode), text(MakeRow(row, 1).code));
       __Commit();
     }
     settle();
@@ -81,6 +81,10 @@ class Ours : public TableStore {
     return fields;
   }
 
+  static void makeIndexes() {
+    __DBCREATEINDEX(text("NAMES"), text("NAME"));
+    __DBCREATEINDEX(text("CODES"), text("CODE"));
+  }
   static void use() { __DBUSEAREA(__INIT_BOOL(0), nullptr, text("ROWS")); }
   static void go(std::uint32_t row) { __TBL_GoTo(nullptr, __INIT_DOUBLE(row + 1.0)); }
   // What waits to get into the indexes is part of the work.

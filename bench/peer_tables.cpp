@@ -12,20 +12,21 @@ namespace {
 
 class Sqlite : public TableStore {
  public:
-  void load(std::uint32_t rows) override {
+  void load(std::uint32_t rows, bool indexesFirst) override {
     for (const char* suffix : {"", "-wal", "-shm"}) std::filesystem::remove(std::string(kFile) + suffix);
     want(sqlite3_open(kFile, &db_), SQLITE_OK, "open");
     run("PRAGMA journal_mode = WAL; PRAGMA synchronous = OFF");
-    run("CREATE TABLE t (id INTEGER PRIMARY KEY, code TEXT, name TEXT, price REAL, day INTEGER, flag INTEGER);"
-        "CREATE INDEX codes ON t (code); CREATE INDEX names ON t (name)");
+    run("CREATE TABLE t (id INTEGER PRIMARY KEY, code TEXT, name TEXT, price REAL, day INTEGER, flag INTEGER)");
+    if (indexesFirst) run(kIndexes);
     insert_ = prepare("INSERT INTO t (code, name, price, day, flag) VALUES (?, ?, ?, ?, ?)");
+    run("BEGIN");
+    for (std::uint32_t i = 0; i < rows; ++i) put(RowOf(i));
+    run("COMMIT");
+    if (!indexesFirst) run(kIndexes);
     seek_ = prepare("SELECT price FROM t WHERE code = ?");
     scan_ = prepare("SELECT price FROM t INDEXED BY codes ORDER BY code");
     price_ = prepare("UPDATE t SET price = ?2 WHERE id = ?1");
     code_ = prepare("UPDATE t SET code = ?2 WHERE id = ?1");
-    run("BEGIN");
-    for (std::uint32_t i = 0; i < rows; ++i) put(RowOf(i));
-    run("COMMIT");
   }
 
   void close() override {
@@ -76,7 +77,7 @@ class Sqlite : public TableStore {
   void setCodes(const std::vector<std::uint32_t>& rows) override {
     run("BEGIN");
     for (const std::uint32_t row : rows) {
-      const TableRow changed = RowOf(row, 1);
+      const TableRow changed = MakeRow(row, 1);
       sqlite3_bind_text(code_, 2, changed.code, -1, SQLITE_STATIC);
       update(code_, row);
     }
@@ -85,6 +86,7 @@ class Sqlite : public TableStore {
 
  private:
   static constexpr char kFile[] = "rows.sqlite";
+  static constexpr char kIndexes[] = "CREATE INDEX codes ON t (code); CREATE INDEX names ON t (name)";
 
   static void want(int code, int wanted, const char* what) { Want(code == wanted, what, code); }
   void run(const char* sql) { want(sqlite3_exec(db_, sql, nullptr, nullptr, nullptr), SQLITE_OK, sql); }
@@ -118,7 +120,8 @@ class Sqlite : public TableStore {
 // Rows by number, and for each index a database from key to number, with duplicates.
 class Lmdb : public TableStore {
  public:
-  void load(std::uint32_t rows) override {
+  // Its way from key to number has to be there for every row.
+  void load(std::uint32_t rows, bool) override {
     for (const char* suffix : {"", "-lock"}) std::filesystem::remove(std::string(kFile) + suffix);
     want(mdb_env_create(&env_), "open");
     want(mdb_env_set_mapsize(env_, std::size_t{2} << 30), "open");
@@ -181,7 +184,7 @@ class Lmdb : public TableStore {
       TableRow changed = get(numberOf(row));
       MDB_val key = keyOf(changed.code), number{sizeof row, &row};
       want(mdb_del(transaction_, codes_, &key, &number), "delete");
-      std::memcpy(changed.code, RowOf(row, 1).code, sizeof changed.code);
+      std::memcpy(changed.code, MakeRow(row, 1).code, sizeof changed.code);
       store(row, changed);
       want(mdb_put(transaction_, codes_, &key, &number, 0), "write");
     }
