@@ -15,6 +15,7 @@ constexpr std::uint32_t kScanAtOnce = 1024;  // records; what they take in bytes
 }  // namespace
 
 void Cursor::start(const Plan& plan, int count, sqlite3_value** values) {
+  if (plan.index != plan_.index) made_.reset();
   plan_ = plan;
   positions_.clear();
   next_ = place_ = 0;
@@ -37,7 +38,7 @@ void Cursor::chooseRecord(sqlite3_value* value) {
 void Cursor::chooseByIndex(sqlite3_value** values) {
   const std::vector<std::uint32_t>& key = reader_.indexes()[plan_.index].fields;
   const std::vector<vorne::TableField>& fields = reader_.fields();
-  vorne::KeyList list = reader_.find(plan_.index, rangesOf(fields[key.front()], plan_, values));
+  vorne::KeyList list = reader_.find(plan_.index, rangesOf(fields[key.front()], plan_, values), made_);
   std::vector<vorne::TableField> sorted;
   for (std::size_t i = 0; i < plan_.sortedFields; ++i) sorted.push_back(fields[key[i]]);
   if (!sorted.empty()) vorne::SortByValues(sorted, list);

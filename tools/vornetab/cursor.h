@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "plan.h"
@@ -31,6 +32,7 @@ class Cursor {
   std::vector<std::uint32_t> positions_;  // still to be read from position next_ on; a scan gets more of them
   std::size_t next_ = 0;
   bool isWholeTable_ = false;
+  std::optional<vorne::KeyList> made_;  // of an index that could not be used, for all runs of a query
   vorne::StoredRows rows_;
   std::size_t place_ = 0;  // of the next row in rows_
   bool isAtEnd_ = true;

@@ -35,7 +35,7 @@ int codeOf(const vorne::ReadFailure& failure) {
       return SQLITE_CANTOPEN;
     case vorne::ReadFailure::kDamaged:
       return SQLITE_CORRUPT_VTAB;
-    case vorne::ReadFailure::kBusy:
+    case vorne::ReadFailure::kInUse:
       return SQLITE_BUSY;
     default:
       return SQLITE_ERROR;
