@@ -1,5 +1,6 @@
 // Letting arrays go. An array may hold many others, which may hold more: the walk uses a list of its own instead of
 // the call stack, dead nodes are only marked while it runs, and one pass over the pool takes them out together.
+#include "runtime/array_places.h"
 #include "runtime/arrays.h"
 #include "runtime/memory.h"
 
@@ -24,6 +25,7 @@ using Pending = Obj_Node*;
 void emptyArray(Obj_Node* array, Pending& pending) {
   Arrays& header = *array->objData.mArray;
   Obj_Node* kept = nullptr;
+  ForgetPlaces(header, 0);
   for (Obj_Node* element = header.pFirst; element != nullptr;) {
     Obj_Node* next = element->objpNext;
     if (!dies(element)) {
@@ -43,7 +45,7 @@ void emptyArray(Obj_Node* array, Pending& pending) {
   }
   header.pLast = kept;
   if (header.pFirst != nullptr) return;
-  Release(array->objData.mArray);
+  ReleaseArrayHeader(array->objData.mArray);
   array->objData.mArray = nullptr;
 }
 
@@ -108,7 +110,7 @@ void FreePools() {
         Release(element);
         element = after;
       }
-      Release(array->objData.mArray);
+      ReleaseArrayHeader(array->objData.mArray);
     }
     Release(array);
     array = next;

@@ -5,6 +5,7 @@
 #include <cstdarg>
 #include <span>
 
+#include "runtime/array_places.h"
 #include "runtime/memory.h"
 
 using namespace vorne;
@@ -14,8 +15,7 @@ namespace vorne {
 Obj_Node* Element(const Arrays& header, int i) {
   if (i < 0 || i >= header.amntItens) BoundError();
   if (i == header.amntItens - 1 && header.pLast != nullptr) return header.pLast;
-  Obj_Node* element = header.pFirst;
-  for (int step = 0; step < i && element != nullptr; ++step) element = element->objpNext;
+  Obj_Node* element = ElementAt(header, i);
   if (element == nullptr) BoundError();
   return element;
 }
@@ -43,6 +43,7 @@ Obj_Node* AppendElement(Obj_Node* array) {
 void Truncate(Arrays& header, int kept) {
   if (kept >= header.amntItens) return;
   Obj_Node* last = kept == 0 ? nullptr : Element(header, kept - 1);
+  ForgetPlaces(header, kept);
   Obj_Node*& end = last == nullptr ? header.pFirst : last->objpNext;
   Obj_Node* removed = end;
   end = nullptr;
@@ -163,6 +164,7 @@ Obj_Node* __DelEl(Obj_Node* a, int n, short addNil) {
   Arrays& header = HeaderOrFail(a);
   if (n < 1 || n > header.amntItens) return a;
   Obj_Node* before = n == 1 ? nullptr : Element(header, n - 2);
+  ForgetPlaces(header, n - 1);
   Obj_Node*& link = before == nullptr ? header.pFirst : before->objpNext;
   Obj_Node* element = link;
   const bool heldArray = IsElementWithArray(element);
@@ -204,13 +206,10 @@ Obj_Node* __AIns(Obj_Node* a, Obj_Node* n) {
   if (position == count) return a;
   // Move the new element from the end to its place.
   Obj_Node* newLast = Element(header, count - 2);
+  Obj_Node* before = position > 1 ? Element(header, position - 2) : nullptr;
+  ForgetPlaces(header, position - 1);
   newLast->objpNext = nullptr;
   header.pLast = newLast;
-  Obj_Node* before = nullptr;
-  if (position > 1) {
-    before = header.pFirst;
-    for (int i = 1; i < position - 1; ++i) before = before->objpNext;
-  }
   Obj_Node*& link = before == nullptr ? header.pFirst : before->objpNext;
   element->objpNext = link;
   link = element;

@@ -30,6 +30,7 @@ struct GlobalRecord {
   Obj_Node* settings[kSettings];
   Obj_Node* shared[kSharedRoom];
   Obj_Node sharedNodes[kSharedCount];
+  void* areas[kWorkAreas];
   char emptyText[2];
   char scratch[kScratchSize];
 };
@@ -117,6 +118,8 @@ ObjsGlobals* __RetGlob(short create) {
   makeValueStack(glob);
   glob.LastContext = 1;
   glob.TBL_this = -1;
+  glob.rdd = record->areas;
+  glob.TBL_amnt_open_dbs = kWorkAreas;
   glob.LastConst = -1;
   glob.lang = Portuguese;
   S_GLOB = &glob;

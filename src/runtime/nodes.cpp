@@ -1,6 +1,7 @@
 // Constructors of values, creation and release of variable nodes.
 #include <cstring>
 
+#include "runtime/array_places.h"
 #include "runtime/internal.h"
 #include "runtime/memory.h"
 
@@ -94,10 +95,10 @@ void __InitObjNode(void* n, int varType) {
 
 Obj_Node* __fcpObj_CT(int objType) {
   const bool array = objType == vArray;
-  auto* header = array ? static_cast<Arrays*>(Allocate(sizeof(Arrays))) : nullptr;
+  auto* header = array ? NewArrayHeader() : nullptr;
   auto* n = static_cast<Obj_Node*>(TryAllocate(sizeof(Obj_Node)));
   if (n == nullptr) {
-    Release(header);
+    ReleaseArrayHeader(header);
     __RuntimeError(5, -1);
   }
   n->objType = static_cast<ObjType>(objType);

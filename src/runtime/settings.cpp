@@ -8,7 +8,14 @@ using namespace vorne;
 
 namespace {
 
-enum Setting : int { kDecimals = 3, kDateFormat = 4, kEpoch = 5, kNine = 9, kSoftSeek = 11, kCentury = 12 };
+enum Setting : int {
+  kDecimals = 3,
+  kDateFormat = 4,
+  kEpoch = 5,
+  kNine = 9,
+  kHideDeleted = kHideDeletedSetting,
+  kCentury = 12
+};
 
 Obj_Node*& slot(int n) {
   return S_GLOB->Internal_Sets[n - 1];
@@ -55,7 +62,7 @@ void __InitSets() {
   store(kEpoch, __INIT_DOUBLE(1940));
   store(kDecimals, __INIT_DOUBLE(2));
   store(kNine, __INIT_BOOL(0));
-  store(kSoftSeek, __INIT_BOOL(0));
+  store(kHideDeleted, __INIT_BOOL(0));
   store(kCentury, __INIT_BOOL(0));
 }
 

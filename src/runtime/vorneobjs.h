@@ -145,10 +145,10 @@ struct ObjsGlobals {
   float FMSecsPerDay;
   long LMSecsPerDay;
   Language lang;
-  std::int16_t TBL_this;  // current work area, -1 none
-  std::int16_t TBL_lasttable;
-  std::int16_t TBL_amnt_open_dbs;
-  std::int16_t StackPos;  // next slot to try
+  std::int16_t TBL_this;           // current work area, -1 none
+  std::int16_t TBL_lasttable;      // above the highest area that has been in use
+  std::int16_t TBL_amnt_open_dbs;  // work areas
+  std::int16_t StackPos;           // next slot to try
   std::int16_t AmountmConst;
   std::int16_t LastConst;    // -1: none yet
   Obj_Node** Internal_Sets;  // 14 settings, number n at n - 1
@@ -159,7 +159,7 @@ struct ObjsGlobals {
   Boolean Used;
   void* UI_MyRscDB;
   void* UI_DrawDB;
-  void* rdd;  // work areas
+  void* rdd;  // work areas: VORNE_RDD*[TBL_amnt_open_dbs], null for a free one
   const char* SF;
   std::int16_t SL;
   StackInfo* LastCallStack;
@@ -169,6 +169,11 @@ struct ObjsGlobals {
   execblockinfo* ExecBlock;
   StaticVar* StaticStack;
 };
+
+/// Number of the setting that hides deleted records of tables.
+inline constexpr int kHideDeletedSetting = 11;
+/// Work areas, and so tables that can be open at a time.
+inline constexpr std::int16_t kWorkAreas = 250;
 
 /// Size of ObjsGlobals::mTmp, the terminating zero included.
 inline constexpr int kScratchSize = 1025;

@@ -6,6 +6,7 @@
 
 #include "runtime/hooks.h"
 #include "runtime/internal.h"
+#include "storage/tables/areas.h"
 #include "storage/tempdb.h"
 
 namespace vorne {
@@ -181,6 +182,7 @@ Obj_Node* RestoreArray(const char* name) {
 }  // namespace
 
 bool UseStorage() {
+  hooks.closeWorkAreas = CloseAllAreas;
   hooks.closeCatalogue = CloseCatalog;
   hooks.saveArray = SaveArray;
   hooks.restoreArray = RestoreArray;

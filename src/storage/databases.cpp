@@ -16,6 +16,8 @@
 #include "storage/rebuild.h"
 #include "storage/records.h"
 #include "storage/system.h"
+#include "storage/tables/areas.h"
+#include "storage/waiting_entries.h"
 
 OpenStruct** OpenFiles = nullptr;
 
@@ -55,6 +57,7 @@ void ForgetDatabase(DmOpenRef db) {
 
 void Unmap(DmOpenRef db) {
   FreeHandlesOf(db);
+  DropEntries(db);
   liberarmap(db->hFile);
   liberarmap(db->hOS);
   db->hFile = db->hOS = nullptr;
@@ -294,6 +297,7 @@ Err DmCloseDatabase(DmOpenRef db) {
 Err DmDeleteDatabase(UInt16, LocalID id) {
   DmOpenRef db = DatabaseOf(id);
   if (db == nullptr) return errArgument;
+  CloseAreasOf(db);
   const std::string name = db->fName;
   const UInt32 entry = db->fOffset;
   Unmap(db);
@@ -305,6 +309,7 @@ Err DmDeleteDatabase(UInt16, LocalID id) {
 
 Err DmSyncDatabase(DmOpenRef db) {
   if (!IsOpen(db)) return errArgument;
+  if (db->waiting != nullptr) SettleEntries(db);
   FlushViewOfFile(db->hFile->mapmem, static_cast<std::size_t>(db->hFile->szmap));
   if (db->hOS != nullptr) FlushViewOfFile(db->hOS->mapmem, static_cast<std::size_t>(db->hOS->szmap));
   return errNone;

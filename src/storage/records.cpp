@@ -6,6 +6,7 @@
 #include "storage/app_info.h"
 #include "storage/databases.h"
 #include "storage/offsets.h"
+#include "storage/waiting_entries.h"
 
 namespace vorne {
 
@@ -120,6 +121,15 @@ UInt32 RecordPlace(const OpenStruct& db, UInt32 index) {
   return static_cast<UInt32>(place);
 }
 
+std::span<const char> BytesOf(DmOpenRef db, UInt32 index) {
+  if (!IsOpen(db)) return {};
+  SettleHeld(db);
+  const UInt32 place = index < db->Head.NumberOfRecords ? RecordPlace(*db, index) : 0;
+  if (place == 0) return {};
+  FetchAhead(db->hFile->mapmem + place);
+  return {db->hFile->mapmem + place + kRecordHeaderSize, HeaderAtPlace(*db, place).RecordLen};
+}
+
 RecordStruct* HeldRecord(const OpenStruct& db) {
   return RecordInSlot(db.Record);
 }
@@ -127,6 +137,7 @@ RecordStruct* HeldRecord(const OpenStruct& db) {
 void SettleHeld(DmOpenRef db) {
   const RecordStruct* record = HeldRecord(*db);
   if (record != nullptr && (record->isnew || record->dirty)) __WriteRecordToFile(db, 0);
+  if (db->waiting != nullptr) SettleEntries(db);
 }
 
 Err ResizeRecord(RecordStruct* record, UInt32 size) {
@@ -162,7 +173,9 @@ Err ResizeRecord(RecordStruct* record, UInt32 size) {
 using namespace vorne;
 
 UInt32 DmNumRecords(DmOpenRef db) {
-  return IsOpen(db) ? db->Head.NumberOfRecords : 0;
+  if (!IsOpen(db)) return 0;
+  if (db->waiting != nullptr) SettleEntries(db);
+  return db->Head.NumberOfRecords;
 }
 
 MemHandle DmNewRecord(DmOpenRef db, UInt32* index, UInt32 size) {
@@ -255,6 +268,7 @@ Err DmRemoveRecord(DmOpenRef db, UInt32 index) {
 
 Err DmRecordInfo(DmOpenRef db, UInt32 index, UInt16* attributes, UInt32*, LocalID*) {
   if (!IsOpen(db)) return errArgument;
+  if (db->waiting != nullptr) SettleEntries(db);
   const UInt32 place = index < db->Head.NumberOfRecords ? RecordPlace(*db, index) : 0;
   if (place == 0) return errNoSuchRecord;
   if (attributes != nullptr) *attributes = HeaderAtPlace(*db, place).RecordAttr;
@@ -263,6 +277,7 @@ Err DmRecordInfo(DmOpenRef db, UInt32 index, UInt16* attributes, UInt32*, LocalI
 
 Err DmSetRecordInfo(DmOpenRef db, UInt32 index, const UInt16* attributes, const UInt32*) {
   if (!IsOpen(db)) return errArgument;
+  if (db->waiting != nullptr) SettleEntries(db);
   const UInt32 place = index < db->Head.NumberOfRecords ? RecordPlace(*db, index) : 0;
   if (place == 0) return errNoSuchRecord;
   if (attributes == nullptr) return errNone;

@@ -1,6 +1,9 @@
 // Inside the storage floor: records by their number.
 #pragma once
 
+#include <span>
+#include <vector>
+
 #include "storage/handles.h"
 
 namespace vorne {
@@ -14,14 +17,20 @@ inline RecordHeader HeaderAtPlace(const OpenStruct& db, UInt32 place) {
   return Load<RecordHeader>(db.hFile->mapmem + place);
 }
 
+/// The bytes in use of record `index` where they lie, until something is made, removed or resized in the database;
+/// empty when there is no such record. Takes no handle.
+std::span<const char> BytesOf(DmOpenRef db, UInt32 index);
+
 /// The record that the database holds, null for none.
 RecordStruct* HeldRecord(const OpenStruct& db);
-/// Writes the held record back when it is new or changed.
+/// Writes the held record back when it is new or changed, and puts in the entries that wait.
 void SettleHeld(DmOpenRef db);
 /// See MemHandleResize; `size` is 1 to 65535 and not the present one.
 Err ResizeRecord(RecordStruct* record, UInt32 size);
 
 /// Takes out `count` records from `index` on, which lie from `begin` to `end`; at least one other record is left.
 void RemoveRange(DmOpenRef db, UInt32 index, UInt32 count, UInt32 begin, UInt32 end);
+/// Takes out every record that `which` says true of, all of them or none should the process die.
+void RemoveRecords(DmOpenRef db, const std::vector<bool>& which);
 
 }  // namespace vorne

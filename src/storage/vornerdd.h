@@ -165,6 +165,10 @@ int __GetAPPDir(char* path);                 ///< the program's directory into P
 
 // ------------------------------------------------------------------------------------------ databases and handles
 
+namespace vorne {
+struct WaitingEntries;
+}
+
 /// A database that has been found.
 struct OpenStruct {
   char fName[128];
@@ -179,6 +183,7 @@ struct OpenStruct {
   Boolean bFlushed;
   UInt32 opens;        ///< how many callers hold it open
   UInt16 firstHandle;  ///< its handles, chained by RecordStruct::next; 0xFFFF none
+  vorne::WaitingEntries* waiting;  ///< entries that are not in the file yet; null for nearly all databases
 };
 typedef OpenStruct* DmOpenRef;
 

@@ -3,12 +3,15 @@
 // database (IsOpen's callers that count, read, search, flush or close) has them put in first.
 #pragma once
 
+#include <span>
+
 #include "storage/databases.h"
 
 namespace vorne {
 
 /// Sees to it that whoever finds the index after this process died knows that it is behind. To be called before the
-/// table changes; cheap when entries wait already.
+/// table changes; cheap when entries wait already. Until the next call of InsertEntry or RemoveEntry it stays marked,
+/// whatever settles it.
 void MarkBehind(DmOpenRef index);
 /// `entry`: the record's position (4 bytes) and the key, all entries of a database as long as each other. It goes
 /// behind the entries with an equal key, as DmFindSortPosition would have it.
@@ -19,7 +22,21 @@ void RemoveEntry(DmOpenRef index, std::span<const char> entry);
 void SettleEntries(DmOpenRef index);
 /// Forgets what waits: the database is going to be emptied or deleted.
 void DropEntries(DmOpenRef index);
-/// Replaces all entries by these, sorted already: `bytes` holds them one behind the other, `size` each.
+/// The database has just been emptied: what waited is forgotten, and it is not behind any more.
+void SettleZapped(DmOpenRef index);
+/// Keeps an index marked as being behind while its entries are rewritten.
+class BehindWhile {
+ public:
+  explicit BehindWhile(DmOpenRef index);
+  ~BehindWhile();
+  BehindWhile(const BehindWhile&) = delete;
+  BehindWhile& operator=(const BehindWhile&) = delete;
+
+ private:
+  DmOpenRef index_;
+};
+/// Replaces all entries by these, in any order: `bytes` holds them one behind the other, `size` each. Those with equal
+/// keys stay in the order in which they come. Error 5 when the file cannot grow.
 void ReplaceEntries(DmOpenRef index, std::span<const char> bytes, std::size_t size);
 
 }  // namespace vorne

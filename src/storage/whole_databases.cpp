@@ -9,6 +9,7 @@
 #include "storage/offsets.h"
 #include "storage/records.h"
 #include "storage/unfinished_file.h"
+#include "storage/waiting_entries.h"
 
 namespace vorne {
 
@@ -29,14 +30,17 @@ UInt32 RecordEnd(const OpenStruct& db, UInt32 place) {
   return place + kRecordHeaderSize + HeaderAtPlace(db, place).AllocatedSpace;
 }
 
-// Writes what the database uses, records without spare space; its header gets the new sizes. False for a damaged
-// record.
-bool CopyUsed(const OpenStruct& db, UnfinishedFile& copy, FileHeader& header) {
+// Writes what the database uses, records without spare space and without those to be left out; its header gets the new
+// sizes and count. False for a damaged record.
+bool CopyUsed(const OpenStruct& db, const std::vector<bool>& without, UnfinishedFile& copy, FileHeader& header) {
   copy.put(db.hFile->mapmem, RecordsBegin(header));
   header.szmap = RecordsBegin(header);
-  for (UInt32 i = 0; i < header.NumberOfRecords; ++i) {
+  header.NumberOfRecords = 0;
+  for (UInt32 i = 0; i < db.Head.NumberOfRecords; ++i) {
+    if (i < without.size() && without[i]) continue;
     const UInt32 place = RecordPlace(db, i);
     if (place == 0) return false;
+    ++header.NumberOfRecords;
     RecordHeader record = HeaderAtPlace(db, place);
     if (IsVariable(db)) record.AllocatedSpace = std::max<std::uint16_t>(record.RecordLen, 1);
     copy.put(&record, sizeof record);
@@ -47,7 +51,51 @@ bool CopyUsed(const OpenStruct& db, UnfinishedFile& copy, FileHeader& header) {
   return true;
 }
 
+// Puts a copy without those records in the place of the database's files, or leaves all as it was.
+Err Rewrite(DmOpenRef db, const std::vector<bool>& without) {
+  SettleHeld(db);
+  const std::string name = db->fName;
+  const std::string path = GetWideName(name.c_str());
+  UnfinishedFile copy(GetWideName(kUnfinishedName));
+  FileHeader header = db->Head;
+  if (!CopyUsed(*db, without, copy, header)) return errNoSuchRecord;
+  // Without an offsets file the next opening makes it anew, whichever of the two data files it finds.
+  if (db->hOS != nullptr) DeleteFile((path + kOffsetsSuffix).c_str());
+  copy.finish(header, header.szallocated);
+  const bool packed = copy.become(path, UnfinishedFile::Wait::ForTheDisk);
+  if (packed) {
+    FreeHandlesOf(db);
+    liberarmap(db->hFile);
+    db->hFile = nullptr;
+    db->hFile = mapeararquivo(name.c_str());
+    FollowGrowth(db);
+    __GetAppInfo(db);
+  }
+  if (db->hOS != nullptr) {
+    liberarmap(db->hOS);
+    db->hOS = nullptr;
+    db->hOS = mapeararquivo((name + kOffsetsSuffix).c_str());
+    VerifyFileOffset(db);
+  }
+  return packed ? errNone : errWriteOutOfBounds;
+}
+
 }  // namespace
+
+void RemoveRecords(DmOpenRef db, const std::vector<bool>& which) {
+  const auto begin = which.begin(), end = which.end();
+  if (std::find(begin, end, true) == end) return;
+  if (std::find(begin, end, false) == end) return __InternalZap(db);
+  if (Rewrite(db, which) == errNone) return;
+  // Without room for a copy they go run by run, each time moving what lies behind.
+  for (std::size_t last = which.size(); last-- > 0;) {
+    if (!which[last]) continue;
+    std::size_t first = last;
+    while (first > 0 && which[first - 1]) --first;
+    ExcluirFaixa(db, static_cast<UInt32>(first), static_cast<UInt32>(last));
+    last = first;
+  }
+}
 
 }  // namespace vorne
 
@@ -59,6 +107,7 @@ void __InternalZap(DmOpenRef db) {
   DropRecords(db->hFile);
   if (db->hOS != nullptr) RemoveOffset(db, 0, 0, OffsetSlots(*db));
   FollowGrowth(db);
+  SettleZapped(db);
 }
 
 Err ExcluirFaixa(DmOpenRef db, UInt32 first, UInt32 last) {
@@ -79,32 +128,7 @@ Err ExcluirFaixa(DmOpenRef db, UInt32 first, UInt32 last) {
 }
 
 Err InterNalPack(DmOpenRef db) {
-  if (!IsOpen(db)) return errArgument;
-  SettleHeld(db);
-  const std::string name = db->fName;
-  const std::string path = GetWideName(name.c_str());
-  UnfinishedFile copy(GetWideName(kUnfinishedName));
-  FileHeader header = db->Head;
-  if (!CopyUsed(*db, copy, header)) return errNoSuchRecord;
-  // Without an offsets file the next opening makes it anew, whichever of the two data files it finds.
-  if (db->hOS != nullptr) DeleteFile((path + kOffsetsSuffix).c_str());
-  copy.finish(header, header.szallocated);
-  const bool packed = copy.become(path, UnfinishedFile::Wait::ForTheDisk);
-  if (packed) {
-    FreeHandlesOf(db);
-    liberarmap(db->hFile);
-    db->hFile = nullptr;
-    db->hFile = mapeararquivo(name.c_str());
-    FollowGrowth(db);
-    __GetAppInfo(db);
-  }
-  if (db->hOS != nullptr) {
-    liberarmap(db->hOS);
-    db->hOS = nullptr;
-    db->hOS = mapeararquivo((name + kOffsetsSuffix).c_str());
-    VerifyFileOffset(db);
-  }
-  return packed ? errNone : errWriteOutOfBounds;
+  return IsOpen(db) ? Rewrite(db, {}) : errArgument;
 }
 
 void InCreaseFile(DmOpenRef db, long size, UInt32 count) {

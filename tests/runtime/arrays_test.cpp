@@ -1,4 +1,6 @@
 // Array operations by tables, with the odd ranges that scripts count on, and what sorting, nesting and cycles do.
+#include <random>
+
 #include "values.h"
 
 namespace {
@@ -81,6 +83,49 @@ TEST_F(ArrayTest, SortedTextsKeepTheLengthFieldsOfTheirPlaces) {
   EXPECT_EQ(bytes(__GET_ARRAY_EL(copy, 0)) + bytes(__GET_ARRAY_EL(copy, 1)), std::string(20, '\0') + "a");
   __ASORT(copy, nullptr, nullptr, __INIT_BOOL(0));
   for (int i = 0; i < 4; ++i) bytes(variable(__GET_ARRAY_EL(__CopyArray(copy), i)));
+}
+
+// Rows with equal keys end where the passes of old leave them, whatever way is taken there.
+TEST_F(ArrayTest, SortedRowsKeepTheOrderThatPassesGive) {
+  std::mt19937 random(7);
+  for (int round = 0; round < 200; ++round) {
+    std::vector<std::pair<int, int>> model;
+    std::string rows;
+    for (int i = 0, size = static_cast<int>(random() % 40); i <= size; ++i) {
+      model.emplace_back(static_cast<int>(random() % (round % 3 == 0 ? 1000 : 6)), i);
+      rows += (i == 0 ? "{{" : ",{") + std::to_string(model.back().first) + "," + std::to_string(i) + "}";
+    }
+    for (bool moved = true; moved;) {
+      moved = false;
+      for (std::size_t at = 0; at < model.size(); ++at) {
+        std::size_t ahead = at + 1;
+        while (ahead < model.size() && model[at].first > model[ahead].first) ++ahead;
+        if (ahead == at + 1) continue;
+        std::swap(model[at], model[ahead - 1]);
+        moved = true;
+      }
+    }
+    std::string sorted;
+    for (const auto& [key, id] : model)
+      sorted += (sorted.empty() ? "{{" : ",{") + std::to_string(key) + "," + std::to_string(id) + "}";
+    EXPECT_EQ(describe(__ASORT(value(rows + "}"), nullptr, nullptr, nullptr, number(1))), sorted + "}");
+  }
+}
+
+TEST_F(ArrayTest, LongArraysAreFoundInAfterEveryChange) {
+  constexpr int kLong = 30000;
+  Obj_Node* a = __Array(number(kLong), nullptr);
+  for (int i = 0; i < kLong; ++i) __SET_ARRAY_EL(a, number((i * 7919) % kLong), i);
+  __ASORT(a);
+  for (const int change : {100, kLong - 1, 1, 50}) {
+    __ADel(a, number(change));
+    __AIns(a, number(change));
+    __ASize(a, number(kLong - change));
+    __AAdd(a, number(-change));
+    Obj_Node* element = a->objData.mArray->pFirst;
+    for (int i = 0; i < __Array_Get_Amnt_Itens(a); ++i, element = element->objpNext)
+      ASSERT_EQ(__GET_OBJ_ARRAY_EL(a, i), element) << change << " " << i;
+  }
 }
 
 TEST_F(ArrayTest, MakingAndAccess) {

@@ -7,10 +7,17 @@ namespace vorne {
 
 /// The open area of that number, null for any other number.
 VORNE_RDD* AreaAt(int area);
-/// The number of the area that `alias` means (see tables.h); raises `code`/`aux` when no open area is meant.
+/// The number of the open area that `alias` means (see tables.h); raises `code`/`aux` when there is none.
 int AreaNumber(Obj_Node* alias, int code = 14, int aux = 11);
-/// The area that `alias` means.
+/// That area.
 VORNE_RDD& AreaOf(Obj_Node* alias, int code = 14, int aux = 11);
+
+/// Takes a free area for an open table, which the area owns from now on; -1 when there is none. Error 5.
+int OpenArea(myAppInfoType* table, const std::string& alias, Obj_Node* constant);
+/// Closes the areas that hold a database that is going to be deleted; their changes are dropped.
+void CloseAreasOf(DmOpenRef db);
+/// Closes every area.
+void CloseAllAreas();
 
 inline Fields FieldsOf(const myAppInfoType& table) {
   return {*table.TBL_ctrlFieldTBL, table.TBL_numFields};
@@ -24,18 +31,26 @@ inline KeyFields KeyOf(const IDX_IndexesNames& index) {
 /// The index of that number (from 0), null for any other number.
 IDX_IndexesNames* IndexAt(const VORNE_RDD& area, int index);
 /// The current order, null without one.
-IDX_IndexesNames* OrderOf(const VORNE_RDD& area);
-
-inline int RecordCount(const VORNE_RDD& area) {
-  return static_cast<int>(DmNumRecords(area.TBL_appinfo->TBL_dbRef));
+inline IDX_IndexesNames* OrderOf(const VORNE_RDD& area) {
+  return IndexAt(area, area.TBL_Index);
 }
 
-/// True when deleted records are to be passed over.
-bool HidesDeleted();
+inline DmOpenRef DatabaseOf(const VORNE_RDD& area) {
+  return area.TBL_appinfo->TBL_dbRef;
+}
+inline int RecordCount(const VORNE_RDD& area) {
+  return static_cast<int>(DmNumRecords(DatabaseOf(area)));
+}
+
+/// The text of an alias, a name or a field in capital letters; empty for what is no text.
+std::string CapitalText(const Obj_Node* text);
+
 /// No record is found: both end flags, position -1, a cleared buffer.
 void EnterNotFound(VORNE_RDD& area);
-/// The walk ended at one end: that end's flag alone, position -1, a cleared buffer.
-void EnterEnd(VORNE_RDD& area, bool atEnd, bool atBegin);
+/// The walk ended at one end: that end's flag, position -1, a cleared buffer.
+void EnterEnd(VORNE_RDD& area, bool atEnd);
+/// True when deleted records are to be passed over.
+bool HidesDeleted();
 /// Writes the buffer when it has unsaved changes.
 void WritePending(int area);
 

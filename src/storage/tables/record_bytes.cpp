@@ -1,9 +1,13 @@
 #include "storage/tables/record_bytes.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 #include "storage/tables/swapped.h"
+
+// Records come from machines that keep the highest byte first, whatever the machine that reads them.
+Boolean bswapnum = std::endian::native == std::endian::little;
 
 namespace vorne {
 
@@ -98,7 +102,7 @@ char markOf(std::span<const char> record, std::span<const char> behindFields) {
 }
 
 std::span<const char> fieldBytes(std::span<const char> record) {
-  return record.first(record.size() - std::min(record.size(), kEndMarkSize));
+  return record.first(record.size() - std::min<std::size_t>(record.size(), kEndMarkSize));
 }
 
 }  // namespace

@@ -13,7 +13,7 @@ namespace vorne {
 
 inline constexpr char kDeleted = '*';
 inline constexpr char kLive = '!';
-inline constexpr std::size_t kEndMarkSize = 2;
+inline constexpr std::uint32_t kEndMarkSize = 2;
 
 /// Bytes that a field has in the buffer.
 std::int32_t BufferRoom(const ControlFieldTBL& field);

@@ -1,0 +1,64 @@
+// Inside the storage floor: the entries of an index where they lie in its file, and their order. An entry is the
+// record's position (4 bytes) and its key.
+#pragma once
+
+#include <vector>
+
+#include "storage/vornerdd.h"
+
+namespace vorne {
+
+/// Entries of one size, `stride` bytes from one to the next. Those of a file are valid until something is put in or
+/// taken out.
+struct Entries {
+  char* first = nullptr;
+  std::size_t stride = 0;
+  std::size_t size = 0;  ///< of an entry
+  UInt32 count = 0;
+
+  char* at(std::size_t index) const { return first + index * stride; }
+  std::int32_t record(std::size_t index) const { return Load<std::int32_t>(at(index)); }
+  const char* key(std::size_t index) const { return at(index) + sizeof(std::int32_t); }
+  std::size_t keyLength() const { return size - sizeof(std::int32_t); }
+};
+
+/// The entries that count. None when the file holds no entries, records that are too short for one, or fewer bytes than
+/// it counts records.
+Entries EntriesOf(const OpenStruct& index);
+
+/// The numbers of the entries in the order of their keys; those with equal keys stay as they stand.
+std::vector<std::uint32_t> KeyOrder(const Entries& entries);
+/// True when no key is smaller than the one before.
+bool AreInOrder(const Entries& entries);
+
+/// A key, or its beginning, that entries are held against.
+class SoughtKey {
+ public:
+  SoughtKey(const char* key, std::size_t length) : key_(key), length_(length), start_(length < 8 ? 0 : Start(key)) {}
+
+  /// Below 0, 0, above 0 as the sought key is smaller, the same or greater.
+  int compare(const char* key) const {
+    if (length_ < 8) return std::memcmp(key_, key, length_);
+    const std::uint64_t start = Start(key);
+    if (start_ != start) return start_ < start ? -1 : 1;
+    return std::memcmp(key_ + 8, key + 8, length_ - 8);
+  }
+
+ private:
+  // Eight bytes as a number that is in the same order.
+  static std::uint64_t Start(const char* key) { return __builtin_bswap64(Load<std::uint64_t>(key)); }
+
+  const char* key_;
+  std::size_t length_;
+  std::uint64_t start_;
+};
+
+/// The first of `from` to `to` whose key is greater than the sought one (`to` when there is none); all of them stand in
+/// order. Quick when it is near `from`.
+UInt32 FirstGreater(const Entries& entries, const SoughtKey& key, UInt32 from, UInt32 to);
+/// The same, quick when it is near `to`.
+UInt32 FirstGreaterFromBack(const Entries& entries, const SoughtKey& key, UInt32 from, UInt32 to);
+/// The first of those from `from` to `to` that is not smaller, quick when it is near `to`.
+UInt32 FirstNotSmallerFromBack(const Entries& entries, const SoughtKey& key, UInt32 from, UInt32 to);
+
+}  // namespace vorne

@@ -1,0 +1,155 @@
+// Making, opening and deleting tables.
+#include <cstring>
+
+#include "builtins/arguments.h"
+#include "runtime/internal.h"
+#include "storage/databases.h"
+#include "storage/tables/areas.h"
+#include "storage/tables/index_upkeep.h"
+#include "storage/tables/table_descriptions.h"
+
+using namespace vorne;
+
+namespace {
+
+constexpr int kMissing = 36, kEmptyName = 37, kEmptyStructure = 38, kWrongElement = 39, kNotOpened = 40;
+constexpr int kNoFreeArea = 13, kNoTable = 53;
+constexpr int kDateLength = 8, kMemoLength = 4, kMarkLength = 2;
+// Room for the suffixes of the memo database and of its offsets file.
+constexpr std::size_t kMostLetters = kLongestName - 5;
+
+Obj_Node* arrayIn(Obj_Node* value) {
+  Obj_Node* array = IsElementWithArray(value) ? value->objData.mSubArray : value;
+  return IsArray(array) ? array : nullptr;
+}
+
+std::int32_t lengthOf(FType type, Obj_Node* given) {
+  if (type == TBLDATE) return kDateLength;
+  if (type == TBLMEMO) return kMemoLength;
+  return IntArgument(given);
+}
+
+// One element of the structure: name, type letter, length, decimals.
+ControlFieldTBL fieldOf(Obj_Node* element) {
+  Obj_Node* row = arrayIn(element);
+  if (row == nullptr || __Array_Get_Amnt_Itens(row) < 4) __RuntimeError(6, kWrongElement);
+  const std::string name = CapitalText(__GET_ARRAY_EL(row, 0));
+  const std::string letter = CapitalText(__GET_ARRAY_EL(row, 1));
+  const std::optional<FType> type = letter.empty() ? std::nullopt : TypeOfLetter(letter[0]);
+  if (name.empty() || name.size() > kLongestFieldName || !type) __RuntimeError(6, kWrongElement);
+  const std::int32_t length = lengthOf(*type, __GET_ARRAY_EL(row, 2));
+  const std::int32_t decimals = IntArgument(__GET_ARRAY_EL(row, 3));
+  if (length < 0 || length > kLongestField || decimals < 0 || decimals > kLongestField)
+    __RuntimeError(6, kWrongElement);
+  return MakeField(name, *type, length, decimals);
+}
+
+std::vector<ControlFieldTBL> fieldsOf(Obj_Node* structure) {
+  const int count = __Array_Get_Amnt_Itens(structure);
+  std::vector<ControlFieldTBL> fields;
+  for (int i = 0; i < count; ++i) {
+    const ControlFieldTBL field = fieldOf(__GET_ARRAY_EL(structure, i));
+    // What could not be read back or told apart is not written.
+    if (fields.size() + 1 == kMostFields || FieldNumber(fields, field.FieldName) != 0) __RuntimeError(6, kWrongElement);
+    fields.push_back(field);
+  }
+  fields.push_back(MakeField(kDeletionField, TBLSTRING, kMarkLength, 0));
+  PlaceFields(fields);
+  return fields;
+}
+
+bool hasMemo(const std::vector<ControlFieldTBL>& fields) {
+  for (const ControlFieldTBL& field : fields)
+    if (field.FieldType == TBLMEMO) return true;
+  return false;
+}
+
+bool deleteDatabase(const char* name) {
+  const LocalID id = DmFindDatabase(0, name);
+  return id != 0 && DmDeleteDatabase(0, id) == errNone;
+}
+
+// Its indexes and memo texts go first: what is left when the process dies in between still is a table.
+bool deleteTable(const std::string& name) {
+  UInt32 type = 0;
+  const LocalID id = DmFindDatabase(0, name.c_str());
+  if (id == 0 || DmDatabaseInfo(0, id, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                &type, nullptr) != errNone)
+    return false;
+  if (type != kTypeData) return false;
+  CloseAreasOf(OpenFiles[id - 1]);
+  DeleteIndexes(name.c_str());
+  DeleteMemoDB(name.c_str());
+  return deleteDatabase(name.c_str());
+}
+
+// Scripts compare aliases by the constant that names them.
+Obj_Node* constantOf(Obj_Node* alias, const std::string& text) {
+  if (IsReadableText(alias) && alias->objType == vConst) return alias;
+  for (int i = 0; i <= S_GLOB->LastConst; ++i) {
+    Obj_Node* constant = S_GLOB->mConst[i];
+    if (IsReadableText(constant) && text == constant->objData.mbuff) return constant;
+  }
+  return nullptr;
+}
+
+// The alias is compared as it was passed: areas keep it in capitals.
+void closeAreaWith(Obj_Node* alias, const std::string& name) {
+  const char* text = IsReadableText(alias) ? alias->objData.mbuff : name.c_str();
+  for (int number = 0; number < S_GLOB->TBL_lasttable; ++number) {
+    const VORNE_RDD* area = AreaAt(number);
+    if (area == nullptr) continue;
+    const bool sameConstant = alias != nullptr && area->TBL_constAlias == alias;
+    if (sameConstant || std::strcmp(area->TBL_alias, text) == 0) __CloseTBL(number);
+  }
+}
+
+}  // namespace
+
+Obj_Node* __DBCREATE(Obj_Node* name, Obj_Node* structure, Obj_Node*) {
+  if (IsMissing(name) || IsMissing(structure)) __RuntimeError(3, kMissing);
+  Obj_Node* rows = arrayIn(structure);
+  if (!IsReadableText(name) || rows == nullptr) WrongArgument();
+  const std::string capitals = CapitalText(name);
+  if (capitals.empty() || capitals.size() > kMostLetters) __RuntimeError(6, kEmptyName);
+  if (__Array_Get_Amnt_Itens(rows) < 1) __RuntimeError(6, kEmptyStructure);
+  // The structure is read before anything goes: one that is no table's leaves an old table alone.
+  TableDescription description;
+  description.fields = fieldsOf(rows);
+  deleteTable(capitals);
+  if (DmFindDatabase(0, capitals.c_str()) != 0) return __INIT_BOOL(0);
+
+  description.name = capitals;
+  const bool memo = hasMemo(description.fields);
+  myAppInfoType* table = NewTable(description);
+  if (__TBL_CreateOrOpen(capitals.c_str(), kTypeData, description.openMode, table) == nullptr ||
+      (memo && !CreateMemoDB(capitals.c_str())))
+    __RuntimeError(3, kNotOpened);
+  __TBL_CreateOrChangeMyAppInfo(table);
+  ReleaseTable(table);
+  return __INIT_BOOL(1);
+}
+
+Obj_Node* __DBUSEAREA(Obj_Node* newArea, Obj_Node*, Obj_Node* name, Obj_Node* alias, Obj_Node*, Obj_Node*) {
+  if (!IsReadableText(name)) __RuntimeError(3, kNoTable);
+  const std::string table = CapitalText(name);
+  const std::string capitals = IsReadableText(alias) ? CapitalText(alias) : table;
+  closeAreaWith(alias, table);
+  if (!IsTrue(newArea) && AreaAt(S_GLOB->TBL_this) != nullptr) __CloseTBL(S_GLOB->TBL_this);
+  myAppInfoType* opened = __TBL_CreateOrOpen(table.c_str(), kTypeData, 3);
+  if (opened == nullptr) __RuntimeError(14, kNoTable);
+  const int area = OpenArea(opened, capitals, constantOf(alias, capitals));
+  if (area < 0) {
+    ReleaseTable(opened);
+    __RuntimeError(3, kNoFreeArea);
+  }
+  S_GLOB->TBL_this = static_cast<std::int16_t>(area);
+  OpenMemoDB(area);
+  __GoTo(area, 0, 0, 1);
+  return __INIT_BOOL(1);
+}
+
+Obj_Node* __TBL_DeleteDatabase(Obj_Node* name) {
+  if (!IsReadableText(name)) WrongArgument();
+  return __INIT_BOOL(deleteTable(CapitalText(name)));
+}

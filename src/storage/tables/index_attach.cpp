@@ -1,0 +1,194 @@
+// Which indexes a table has, and opening them.
+#include <algorithm>
+#include <cstring>
+
+#include "runtime/latin1.h"
+#include "runtime/memory.h"
+#include "storage/catalog.h"
+#include "storage/descriptor.h"
+#include "storage/databases.h"
+#include "storage/diagnostic_log.h"
+#include "storage/tables/index_entries.h"
+#include "storage/tables/index_upkeep.h"
+#include "storage/tables/keys.h"
+#include "storage/tables/table_descriptions.h"
+#include "storage/waiting_entries.h"
+
+namespace vorne {
+
+namespace {
+
+constexpr UInt16 kReadWrite = 3;
+
+// The table that an index's head names, read from the file: nothing needs to be opened for it.
+std::string ownerOf(const std::string& index) {
+  constexpr std::size_t kNameAt = 8, kNameRoom = 31;
+  char bytes[kHeaderSize + kDescriptionHead] = {};
+  const int file = OpenFile(GetWideName(index.c_str()), O_RDONLY | O_NONBLOCK);
+  if (file < 0) return {};
+  const ssize_t read = fileSystem.read(file, bytes, sizeof bytes);
+  fileSystem.close(file);
+  if (read != static_cast<ssize_t>(sizeof bytes) || Load<FileHeader>(bytes).AppInfoLen < kDescriptionHead) return {};
+  const char* name = bytes + kHeaderSize + kNameAt;
+  return FoldedName({name, ::strnlen(name, kNameRoom)});
+}
+
+std::vector<std::string> indexesOf(const char* table) {
+  std::vector<std::string> names;
+  const std::string owner = FoldedName(table);
+  if (OpenCatalog() != errNone) return names;
+  const auto end = static_cast<UInt32>(std::min(rwCatalog->szmap, rwCatalog->szallocated));
+  for (UInt32 place = kHeaderSize; place + kCatalogEntrySize <= end; place += kCatalogEntrySize) {
+    if (EntryAt(place).type != kTypeIndex) continue;
+    std::string name(EntryName(place));
+    if (!name.empty() && ownerOf(name) == owner) names.push_back(std::move(name));
+  }
+  return names;
+}
+
+DmOpenRef openDatabase(const char* name) {
+  const LocalID id = DmFindDatabase(0, name);
+  return id == 0 ? nullptr : DmOpenDatabase(0, id, kReadWrite);
+}
+
+// What other areas have open already has been looked at.
+bool isOpenElsewhere(DmOpenRef db) {
+  return db->opens > 1;
+}
+
+void makeAnew(const myAppInfoType& table, IDX_IndexesNames& index, EntryMaker& maker) {
+  ReplaceEntries(index.IDX_dbRef, EntriesOfTable(table.TBL_dbRef, maker), maker.size());
+  index.IDX_recID = -1;
+}
+
+// Makes an open index fit the table. `told` is what its block says. False when no index can be made of that key.
+bool makeFit(myAppInfoType& table, IDX_IndexesNames& index, bool behind) {
+  EntryMaker maker(FieldsOf(table), KeyOf(index));
+  if (maker.size() == 0) {
+    Logar(Message("Índice %s não aberto: a tabela %s não tem os campos da chave"_l1, index.IDX_name, table.TBL_name)
+              .c_str());
+    return false;
+  }
+  index.IDX_tam_max_key = static_cast<std::int32_t>(maker.size() - kEntryKeyAt);
+  if (isOpenElsewhere(index.IDX_dbRef) && !behind) return true;
+  const std::string words =
+      behind ? "ficou atrás da tabela"_l1 : WhatDoesNotFit(table.TBL_dbRef, index.IDX_dbRef, maker);
+  if (words.empty()) return true;
+  Logar(Message("Índice %s da tabela %s refeito: %s"_l1, index.IDX_name, table.TBL_name, words.c_str()).c_str());
+  makeAnew(table, index, maker);
+  return true;
+}
+
+std::optional<IndexDescription> describe(DmOpenRef db) {
+  SettleEntries(db);
+  return ParseIndexBlock(BlockOf(db));
+}
+
+void releaseIndex(IDX_IndexesNames* index) {
+  CloseIndex(*index);
+  Release(index->IDX_ind);
+  Release(index);
+}
+
+}  // namespace
+
+int AddIndex(myAppInfoType& table, const char* name, DmOpenRef db, KeyFields key) {
+  auto* index = static_cast<IDX_IndexesNames*>(Allocate(sizeof(IDX_IndexesNames)));
+  std::string_view(name).substr(0, kLongestTableName).copy(index->IDX_name, kLongestTableName);
+  index->IDX_dbRef = db;
+  index->IDX_recID = -1;
+  index->IDX_tam_max_key = KeyRoom(FieldsOf(table), key);
+  index->IDX_amntFieldKeys = static_cast<std::int32_t>(key.size());
+  index->IDX_ind = static_cast<IDX_Indexes*>(Allocate(key.size_bytes()));
+  std::copy(key.begin(), key.end(), index->IDX_ind);
+  const std::uint32_t count = table.TBL_numIndexes;
+  auto** list = static_cast<IDX_IndexesNames**>(Allocate((count + std::size_t{1}) * sizeof(IDX_IndexesNames*)));
+  std::copy_n(table.TBL_IndexesNames, count, list);
+  list[count] = index;
+  Release(table.TBL_IndexesNames);
+  table.TBL_IndexesNames = list;
+  table.TBL_numIndexes = count + 1;
+  return static_cast<int>(count);
+}
+
+int AttachIndex(myAppInfoType& table, const std::string& name) {
+  DmOpenRef db = openDatabase(name.c_str());
+  if (db == nullptr) return -1;
+  const std::optional<IndexDescription> told = describe(db);
+  if (!told || FoldedName(told->table) != FoldedName(table.TBL_name)) {
+    DmCloseDatabase(db);
+    return -1;
+  }
+  const int number = AddIndex(table, FoldedName(name).c_str(), db, told->keyFields);
+  IDX_IndexesNames& index = *table.TBL_IndexesNames[number];
+  if (!makeFit(table, index, told->entriesWait)) {
+    DetachIndex(table, number);
+    return -1;
+  }
+  if (told->keyLength != index.IDX_tam_max_key) __TBL_CreateOrChangeMyAppInfo(&table);
+  return number;
+}
+
+void AttachIndexes(myAppInfoType& table) {
+  table.TBL_numIndexes = 0;
+  for (const std::string& name : indexesOf(table.TBL_name)) AttachIndex(table, name);
+}
+
+void DetachIndex(myAppInfoType& table, int index) {
+  IDX_IndexesNames** at = table.TBL_IndexesNames + index;
+  releaseIndex(*at);
+  std::copy(at + 1, table.TBL_IndexesNames + table.TBL_numIndexes, at);
+  --table.TBL_numIndexes;
+}
+
+void DetachIndexes(myAppInfoType& table) {
+  for (std::uint32_t i = 0; i < table.TBL_numIndexes; ++i) releaseIndex(table.TBL_IndexesNames[i]);
+  Release(table.TBL_IndexesNames);
+  table.TBL_IndexesNames = nullptr;
+  table.TBL_numIndexes = 0;
+}
+
+void DeleteIndexes(const char* table) {
+  for (const std::string& name : indexesOf(table)) DmDeleteDatabase(0, DmFindDatabase(0, name.c_str()));
+}
+
+bool OpenIndex(myAppInfoType& table, IDX_IndexesNames& index) {
+  if (IsOpen(index.IDX_dbRef)) return true;
+  index.IDX_dbRef = openDatabase(index.IDX_name);
+  if (index.IDX_dbRef == nullptr) return false;
+  const std::optional<IndexDescription> told = describe(index.IDX_dbRef);
+  if (told && makeFit(table, index, told->entriesWait)) return true;
+  CloseIndex(index);
+  return false;
+}
+
+bool CloseIndex(IDX_IndexesNames& index) {
+  if (index.IDX_dbRef == nullptr) return false;
+  DmCloseDatabase(index.IDX_dbRef);
+  index.IDX_dbRef = nullptr;
+  index.IDX_recID = -1;
+  return true;
+}
+
+bool RebuildIndex(myAppInfoType& table, IDX_IndexesNames& index) {
+  if (!IsOpen(index.IDX_dbRef)) index.IDX_dbRef = openDatabase(index.IDX_name);
+  EntryMaker maker(FieldsOf(table), KeyOf(index));
+  if (index.IDX_dbRef == nullptr || maker.size() == 0) return false;
+  makeAnew(table, index, maker);
+  return true;
+}
+
+void RebuildIndexes(myAppInfoType& table) {
+  for (std::uint32_t i = 0; i < table.TBL_numIndexes; ++i) RebuildIndex(table, *table.TBL_IndexesNames[i]);
+}
+
+void ZapIndexes(myAppInfoType& table) {
+  for (std::uint32_t i = 0; i < table.TBL_numIndexes; ++i) {
+    IDX_IndexesNames& index = *table.TBL_IndexesNames[i];
+    if (!IsOpen(index.IDX_dbRef)) index.IDX_dbRef = openDatabase(index.IDX_name);
+    if (index.IDX_dbRef != nullptr) __InternalZap(index.IDX_dbRef);
+    index.IDX_recID = -1;
+  }
+}
+
+}  // namespace vorne

@@ -1,0 +1,88 @@
+// Keeping the entries up to date with the records that are written.
+#include "storage/tables/index_upkeep.h"
+
+#include <cstring>
+
+#include "storage/records.h"
+#include "storage/tables/index_entries.h"
+#include "storage/tables/keys.h"
+#include "storage/waiting_entries.h"
+
+namespace vorne {
+
+namespace {
+
+// One record is written at a time, so that the changes' memory serves again.
+struct Change {
+  IDX_IndexesNames* index;
+  std::string before, after;  // entries; `before` is empty for a new record
+};
+std::vector<Change> changes;
+
+Change& nextChange(std::size_t& count, IDX_IndexesNames& index) {
+  if (count == changes.size()) changes.emplace_back();
+  Change& change = changes[count++];
+  change.index = &index;
+  change.before.clear();
+  return change;
+}
+
+void entryOfBuffer(const VORNE_RDD& area, const IDX_IndexesNames& index, bool swapped, std::string& entry) {
+  entry.resize(kEntryKeyAt + static_cast<std::size_t>(index.IDX_tam_max_key));
+  MakeKey(FieldsOf(area), KeyOf(index), area.TBL_buff, swapped, entry.data() + kEntryKeyAt);
+}
+
+void entryOfRecord(const myAppInfoType& table, const IDX_IndexesNames& index, std::int32_t record, std::string& entry) {
+  EntryMaker maker(FieldsOf(table), KeyOf(index));
+  entry.resize(maker.size());
+  maker.make(record, BytesOf(table.TBL_dbRef, static_cast<UInt32>(record)), entry.data());
+}
+
+}  // namespace
+
+void EntryChanges::addChange(IDX_IndexesNames& index, std::int32_t position, Boolean hostOrder) {
+  if (!OpenIndex(*area_.TBL_appinfo, index)) return;
+  Change& change = nextChange(count_, index);
+  entryOfBuffer(area_, index, bswapnum && hostOrder, change.after);
+  if (position >= 0) {
+    Store(change.after.data(), position);
+    entryOfRecord(*area_.TBL_appinfo, index, position, change.before);
+    if (change.before == change.after) {
+      --count_;
+      return;
+    }
+  }
+  MarkBehind(index.IDX_dbRef);
+}
+
+EntryChanges::EntryChanges(VORNE_RDD& area, std::int32_t position, Boolean hostOrder) : area_(area) {
+  const myAppInfoType& table = *area.TBL_appinfo;
+  for (std::uint32_t i = 0; i < table.TBL_numIndexes; ++i) {
+    IDX_IndexesNames& index = *table.TBL_IndexesNames[i];
+    if (position < 0 || index.IDX_fieldchanged) addChange(index, position, hostOrder);
+  }
+}
+
+void EntryChanges::recordStored(std::int32_t position) {
+  for (std::size_t i = 0; i < count_; ++i) {
+    Change& change = changes[i];
+    Store(change.after.data(), position);
+    if (!change.before.empty()) RemoveEntry(change.index->IDX_dbRef, change.before);
+    InsertEntry(change.index->IDX_dbRef, change.after);
+  }
+  const myAppInfoType& table = *area_.TBL_appinfo;
+  for (std::uint32_t i = 0; i < table.TBL_numIndexes; ++i) table.TBL_IndexesNames[i]->IDX_fieldchanged = 0;
+}
+
+std::int32_t PlaceOfRecord(const myAppInfoType& table, const IDX_IndexesNames& index, std::int32_t record) {
+  if (record < 0 || index.IDX_dbRef == nullptr) return -1;
+  std::string entry;
+  UInt32 place = 0;
+  entryOfRecord(table, index, record, entry);
+  return FindKeyInIndexFile(index.IDX_dbRef, entry.data(), index.IDX_tam_max_key, &place) ||
+                 FindRecnoInIndexFile(index.IDX_dbRef, record, &place)
+             ? static_cast<std::int32_t>(place)
+             : -1;
+}
+
+}  // namespace vorne

@@ -1,0 +1,94 @@
+// Memo texts: records of a database beside the table. A field holds the record's number from 1, 0 for no memo.
+#include <cstring>
+
+#include "builtins/new_text.h"
+#include "storage/journal.h"
+#include "storage/records.h"
+#include "storage/tables/areas.h"
+#include "storage/tables/record_bytes.h"
+
+using namespace vorne;
+
+namespace {
+
+constexpr int kCallsToFlush = 2000;
+
+std::string memoName(const char* table) {
+  return std::string(table) + kMemoSuffix;
+}
+
+// The field's reference in the area's buffer, null for a field that is no memo.
+char* referenceIn(const VORNE_RDD& area, int field) {
+  const Fields fields = FieldsOf(area);
+  if (field < 1 || field > static_cast<int>(fields.size())) return nullptr;
+  const ControlFieldTBL& found = fields[static_cast<std::size_t>(field - 1)];
+  return found.FieldType == TBLMEMO ? area.TBL_buff + found.iOffset : nullptr;
+}
+
+void countCall(VORNE_RDD& area) {
+  if (++area.TBL_sFlush <= kCallsToFlush) return;
+  DmSyncDatabase(area.TBL_memo);
+  area.TBL_sFlush = 0;
+}
+
+bool storeText(DmOpenRef memo, UInt32 position, MemHandle handle, const char* text, UInt32 length) {
+  if (handle == nullptr) return false;
+  const bool stored =
+      MemHandleResize(handle, length) == errNone && DmWrite(MemHandleLock(handle), 0, text, length) == errNone;
+  return DmReleaseRecord(memo, position, 0) == errNone && stored;
+}
+
+}  // namespace
+
+int OpenMemoDB(int number) {
+  VORNE_RDD* area = AreaAt(number);
+  if (area == nullptr) return 0;
+  if (area->TBL_memo != nullptr) return 1;
+  const LocalID id = DmFindDatabase(0, memoName(area->TBL_appinfo->TBL_name).c_str());
+  if (id != 0) area->TBL_memo = DmOpenDatabase(0, id, 3);
+  return area->TBL_memo != nullptr;
+}
+
+int CreateMemoDB(const char* table) {
+  return table != nullptr && DmCreateDatabase(0, memoName(table).c_str(), 0, kTypeMemo, 0) == errNone;
+}
+
+int DeleteMemoDB(const char* table) {
+  const LocalID id = table == nullptr ? 0 : DmFindDatabase(0, memoName(table).c_str());
+  UInt32 type = 0;
+  // A table may have such a name too.
+  return id != 0 &&
+         DmDatabaseInfo(0, id, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &type,
+                        nullptr) == errNone &&
+         type == kTypeMemo && DmDeleteDatabase(0, id) == errNone;
+}
+
+Obj_Node* ReadMemo(int number, int field) {
+  VORNE_RDD* area = AreaAt(number);
+  const char* at = area == nullptr ? nullptr : referenceIn(*area, field);
+  const UInt32 reference = at == nullptr ? 0 : Load<UInt32>(at);
+  if (reference == 0 || !OpenMemoDB(number)) return MakeText("");
+  const std::span<const char> text = BytesOf(area->TBL_memo, reference - 1);
+  countCall(*area);
+  return MakeText({text.data(), ::strnlen(text.data(), text.size())});
+}
+
+int WriteMemo(int number, int field, const char* text, int length) {
+  VORNE_RDD* area = AreaAt(number);
+  char* at = area == nullptr ? nullptr : referenceIn(*area, field);
+  if (at == nullptr || text == nullptr || length < 1 || length > static_cast<int>(kLargestRecord) ||
+      !OpenMemoDB(number))
+    return 0;
+  const ChangeSeenByReaders change;
+  DmOpenRef memo = area->TBL_memo;
+  const auto size = static_cast<UInt32>(length);
+  UInt32 reference = Load<UInt32>(at);
+  // The last memo counts as none too, so that its new text becomes a new record.
+  if (reference >= DmNumRecords(memo)) reference = 0;
+  UInt32 position = reference == 0 ? kAppend : reference - 1;
+  const MemHandle handle = reference == 0 ? DmNewRecord(memo, &position, size) : DmGetRecord(memo, position);
+  if (!storeText(memo, position, handle, text, size)) return 0;
+  Store(at, position + 1);
+  countCall(*area);
+  return 1;
+}

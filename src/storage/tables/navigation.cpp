@@ -1,0 +1,162 @@
+// Going from record to record.
+#include "builtins/arguments.h"
+#include "storage/records.h"
+#include "storage/tables/areas.h"
+#include "storage/tables/record_bytes.h"
+
+using namespace vorne;
+
+namespace {
+
+constexpr int kRecSizeSubcode = 7;
+
+// The position of the record that entry `position` of the order names; -1 when there is no such entry.
+int recordOfEntry(const IDX_IndexesNames& order, int position) {
+  const std::span<const char> entry = BytesOf(order.IDX_dbRef, static_cast<UInt32>(position));
+  return entry.size() < sizeof(std::int32_t) ? -1 : Load<std::int32_t>(entry.data());
+}
+
+bool notFound(VORNE_RDD& area) {
+  EnterNotFound(area);
+  return false;
+}
+
+// Loads what stands at `position` of the order (null: of the table).
+bool loadAt(int number, IDX_IndexesNames* order, bool through, int position) {
+  if (order != nullptr) order->IDX_recID = position;
+  const int record = through && order != nullptr ? recordOfEntry(*order, position) : position;
+  return record >= 0 && __TBL_GetLastData(number, record);
+}
+
+int placeNow(const VORNE_RDD& area) {
+  const IDX_IndexesNames* order = OrderOf(area);
+  return order == nullptr ? area.TBL_recposition : order->IDX_recID;
+}
+
+int lastPosition(const VORNE_RDD& area, bool through) {
+  const IDX_IndexesNames* order = through ? OrderOf(area) : nullptr;
+  return static_cast<int>(DmNumRecords(order == nullptr ? DatabaseOf(area) : order->IDX_dbRef)) - 1;
+}
+
+int directionOf(int step) {
+  return (step > 0) - (step < 0);
+}
+
+int addBounded(int a, int b) {
+  int sum = 0;
+  if (__builtin_add_overflow(a, b, &sum)) return b < 0 ? -1 : static_cast<int>(kAppend) + 1;
+  return sum;
+}
+
+}  // namespace
+
+int __TBL_GetLastData(int number, int position) {
+  VORNE_RDD* area = AreaAt(number);
+  if (area == nullptr) return 0;
+  const std::span<const char> record = BytesOf(DatabaseOf(*area), static_cast<UInt32>(position));
+  if (record.empty()) return 0;
+  LoadFields(FieldsOf(*area), record, bswapnum, area->TBL_buff);
+  area->TBL_recposition = area->TBL_recpos = position;
+  area->TBL_eof = area->TBL_bof = area->TBL_fieldchanged = area->TBL_append = 0;
+  for (std::uint32_t i = 0; i < area->TBL_appinfo->TBL_numIndexes; ++i)
+    area->TBL_appinfo->TBL_IndexesNames[i]->IDX_fieldchanged = 0;
+  return 1;
+}
+
+int ReadData(int number, Boolean through, int position, int direction) {
+  VORNE_RDD* area = AreaAt(number);
+  if (area == nullptr) return 0;
+  IDX_IndexesNames* order = OrderOf(*area);
+  const int count = RecordCount(*area);
+  if (count == 0 || (through && order != nullptr && DmNumRecords(order->IDX_dbRef) == 0)) return notFound(*area);
+  area->TBL_found = 0;
+  const bool hides = direction != 0 && HidesDeleted();
+  // The table's count bounds the walk through an index too.
+  for (; position >= 0 && position < count; position += direction) {
+    if (!loadAt(number, order, through, position)) return notFound(*area);
+    if (!hides || !IsMarkedDeleted(FieldsOf(*area), area->TBL_buff)) return 1;
+  }
+  EnterEnd(*area, direction > 0);
+  return 0;
+}
+
+int __GoTo(int number, int position, Boolean through, int direction) {
+  VORNE_RDD* area = AreaAt(number);
+  if (area == nullptr) return 0;
+  WritePending(number);
+  const int count = RecordCount(*area);
+  if (count == 0) return notFound(*area);
+  if (position == static_cast<int>(kAppend)) position = lastPosition(*area, through);
+  if (position < 0) {
+    ReadData(number, through, 0, 1);
+    area->TBL_bof = 1;
+    return 0;
+  }
+  return position < count ? ReadData(number, through, position, direction) : notFound(*area);
+}
+
+Obj_Node* __TBL_GoTop(Obj_Node* alias) {
+  const int area = AreaNumber(alias);
+  __GoTo(area, 0, 1, 1);
+  Resync(area);
+  return __INIT_NIL();
+}
+
+Obj_Node* __TBL_GoBottom(Obj_Node* alias) {
+  const int area = AreaNumber(alias);
+  __GoTo(area, static_cast<int>(kAppend), 1, -1);
+  Resync(area);
+  return __INIT_NIL();
+}
+
+Obj_Node* __TBL_GoTo(Obj_Node* alias, Obj_Node* n) {
+  const int area = AreaNumber(alias);
+  const int record = IntArgument(n);
+  const int position = record == static_cast<int>(kAppend) ? record : addBounded(record, -1);
+  return __INIT_BOOL(static_cast<short>(__GoTo(area, position, 0, 0)));
+}
+
+Obj_Node* __TBL_GoToI(Obj_Node* alias, Obj_Node* n) {
+  const int area = AreaNumber(alias);
+  return __INIT_BOOL(static_cast<short>(__GoTo(area, addBounded(IntArgument(n), -1), 1, 0)));
+}
+
+Obj_Node* __TBL_Skip(Obj_Node* alias, Obj_Node* n) {
+  const int number = AreaNumber(alias);
+  const int step = OptionalInt(n, 1);
+  // Entries that wait take their places before the place to count from is taken.
+  WritePending(number);
+  const int target = addBounded(placeNow(*AreaAt(number)), step);
+  return __INIT_BOOL(static_cast<short>(__GoTo(number, target, 1, directionOf(step))));
+}
+
+Obj_Node* __TBL_Bof(Obj_Node* alias) {
+  return __INIT_BOOL(AreaOf(alias).TBL_bof);
+}
+
+Obj_Node* __TBL_Eof(Obj_Node* alias) {
+  return __INIT_BOOL(AreaOf(alias).TBL_eof);
+}
+
+Obj_Node* __TBL_Found(Obj_Node* alias) {
+  return __INIT_BOOL(AreaOf(alias).TBL_found);
+}
+
+Obj_Node* __TBL_RecNo(Obj_Node* alias) {
+  const VORNE_RDD& area = AreaOf(alias);
+  const bool none = area.TBL_append || area.TBL_recpos < 0;
+  return __INIT_DOUBLE((none ? RecordCount(area) : area.TBL_recposition) + 1);
+}
+
+Obj_Node* __TBL_RecCount(Obj_Node* alias) {
+  return __INIT_DOUBLE(RecordCount(AreaOf(alias)));
+}
+
+Obj_Node* __TBL_Fcount(Obj_Node* alias) {
+  return __INIT_DOUBLE(static_cast<double>(FieldsOf(AreaOf(alias)).size() - 1));
+}
+
+Obj_Node* __TBL_RecSize(Obj_Node* alias) {
+  VORNE_RDD& area = AreaOf(alias, 3, kRecSizeSubcode);
+  return __INIT_DOUBLE(static_cast<double>(StoredSize(FieldsOf(area), area.TBL_buff)));
+}

@@ -1,0 +1,135 @@
+// Seeking a key in the current order.
+#include <algorithm>
+#include <cstring>
+
+#include "builtins/arguments.h"
+#include "runtime/memory.h"
+#include "storage/databases.h"
+#include "storage/entries.h"
+#include "storage/records.h"
+#include "storage/tables/areas.h"
+#include "storage/tables/keys.h"
+#include "storage/tables/record_bytes.h"
+
+using namespace vorne;
+
+namespace {
+
+constexpr int kNoAreaSubcode = 2, kNoKeySubcode = 3, kNoOrderSubcode = 4;
+constexpr std::size_t kSoughtSpare = 6;  // beside the key: the record's place and a spare zero
+
+int areaSought(Obj_Node* alias) {
+  return IsMissing(alias) ? AreaNumber(alias, 3, kNoAreaSubcode) : AreaNumber(alias);
+}
+
+// The entry that is sought, in the area's second key buffer: no record, then the key as it was given, unpadded.
+char* soughtEntry(VORNE_RDD& area, std::string_view key) {
+  const std::size_t room = key.size() + kSoughtSpare;
+  if (static_cast<std::size_t>(area.TBL_regidxPos) < room || area.TBL_regidxbuff == nullptr) {
+    Release(area.TBL_regidxbuff);
+    area.TBL_regidxbuff = static_cast<char*>(Allocate(room));
+    area.TBL_regidxPos = static_cast<std::int32_t>(room);
+  }
+  std::memset(area.TBL_regidxbuff, 0, static_cast<std::size_t>(area.TBL_regidxPos));
+  key.copy(area.TBL_regidxbuff + kEntryKeyAt, key.size());
+  return area.TBL_regidxbuff;
+}
+
+bool isDeleted(const VORNE_RDD& area) {
+  return IsMarkedDeleted(FieldsOf(area), area.TBL_buff);
+}
+
+// One seek in an area with records and an order.
+class Search {
+ public:
+  Search(int number, VORNE_RDD& area, std::string_view text, Boolean soft)
+      : number_(number),
+        area_(area),
+        order_(*OrderOf(area)),
+        entry_(soughtEntry(area, text)),
+        length_(std::min(text.size(), static_cast<std::size_t>(order_.IDX_tam_max_key))),
+        soft_(soft) {}
+
+  void run() {
+    order_.IDX_recID = -1;
+    const UInt32 place =
+        DmFindSortPosition(order_.IDX_dbRef, entry_, nullptr, __SCmpFunc, static_cast<std::int16_t>(length_));
+    if (place == kAppend || !IsOpen(order_.IDX_dbRef)) return EnterNotFound(area_);
+    entries_ = EntriesOf(*order_.IDX_dbRef);
+    const SoughtKey key(entry_ + kEntryKeyAt, std::min(length_, entries_.count == 0 ? 0 : entries_.keyLength()));
+    const UInt32 before = place == 0 ? 0 : place - 1;
+    if (before < entries_.count && key.compare(entries_.key(before)) == 0)
+      take(FirstNotSmallerFromBack(entries_, key, 0, before), true);
+    else if (soft_ && static_cast<int>(place) < RecordCount(area_))
+      // The table's count, not the index's: an entry that is missing at the end is no end of the table.
+      take(place, false);
+    else
+      EnterEnd(area_, true);
+  }
+
+ private:
+  void take(UInt32 place, bool found) {
+    order_.IDX_recID = static_cast<std::int32_t>(place);
+    const std::int32_t record = place < entries_.count ? entries_.record(place) : -1;
+    if (record < 0 || !__TBL_GetLastData(number_, record)) return EnterNotFound(area_);
+    area_.TBL_found = found;
+    area_.TBL_eof = 0;
+    if (found) area_.TBL_bof = 0;
+    SkipDeleted(number_, static_cast<int>(place), area_.TBL_Index, entry_, static_cast<int>(length_), soft_);
+  }
+
+  int number_;
+  VORNE_RDD& area_;
+  IDX_IndexesNames& order_;
+  char* entry_;
+  std::size_t length_;
+  Boolean soft_;
+  Entries entries_;
+};
+
+// Walks on to the first record without the mark. True when its key is the one sought.
+bool walkToLive(int number, VORNE_RDD& area, IDX_IndexesNames& order, const SoughtKey& key, int position, bool soft) {
+  const Entries entries = EntriesOf(*order.IDX_dbRef);
+  for (auto place = static_cast<UInt32>(position); place < entries.count; ++place) {
+    const bool matches = key.compare(entries.key(place)) == 0;
+    if (matches) order.IDX_recID = static_cast<std::int32_t>(place);
+    if (!__TBL_GetLastData(number, entries.record(place))) return false;
+    if (!isDeleted(area)) return matches;
+    if (!matches && !soft) return false;
+  }
+  return false;
+}
+
+}  // namespace
+
+void SkipDeleted(int number, int position, int index, const char* entry, int length, Boolean soft) {
+  VORNE_RDD* area = AreaAt(number);
+  IDX_IndexesNames* order = area == nullptr ? nullptr : IndexAt(*area, index);
+  if (order == nullptr || position < 0 || !HidesDeleted() || !isDeleted(*area)) return;
+  const auto compared = static_cast<std::size_t>(std::clamp(length, 0, order->IDX_tam_max_key));
+  const Boolean found = area->TBL_found;
+  if (walkToLive(number, *area, *order, SoughtKey(entry + kEntryKeyAt, compared), position, soft)) {
+    area->TBL_found = found;
+    return;
+  }
+  if (!soft) return EnterEnd(*area, true);
+  // Whoever seeks softly among deleted records gets no end flag and a blank record.
+  area->TBL_eof = area->TBL_bof = area->TBL_found = 0;
+  BlankFields(FieldsOf(*area), area->TBL_buff);
+}
+
+Obj_Node* __Seek(Obj_Node* alias, Obj_Node* key, Obj_Node* soft) {
+  const int number = areaSought(alias);
+  VORNE_RDD& area = *AreaAt(number);
+  if (OrderOf(area) == nullptr) __RuntimeError(9, kNoOrderSubcode);
+  WritePending(number);
+  if (RecordCount(area) == 0) {
+    area.TBL_eof = area.TBL_bof = 1;
+    area.TBL_found = 0;
+    return __INIT_BOOL(0);
+  }
+  if (!IsReadableText(key)) __RuntimeError(3, kNoKeySubcode);
+  const bool softly = soft != nullptr && soft->objVarType == varBool && soft->objData.mbool != 0;
+  Search(number, area, TextArgument(key).shown, softly).run();
+  return __INIT_BOOL(static_cast<short>(area.TBL_found));
+}

@@ -1,0 +1,123 @@
+#include "storage/tables/table_descriptions.h"
+
+#include <cstring>
+
+#include "storage/app_info.h"
+#include "storage/databases.h"
+#include "storage/tables/index_upkeep.h"
+
+namespace vorne {
+
+namespace {
+
+constexpr int kNoTableBlock = 33, kNoIndexSpace = 34, kNoIndexBlock = 35, kUnreadable = 55;
+
+// A table as callers see it, and what its pointers lead to. The fields stand one behind the other.
+struct OwnedTable : myAppInfoType {
+  std::vector<ControlFieldTBL> fields;
+  std::vector<ControlFieldTBL*> pointers;
+};
+
+void storeBlock(DmOpenRef db, const std::string& block, int noSpace, int notLockable) {
+  const auto size = static_cast<UInt32>(block.size());
+  const MemHandle handle = DmNewHandle(db, size);
+  if (handle == nullptr) __RuntimeError(3, noSpace);
+  void* at = MemHandleLock(handle);
+  if (at == nullptr || DmWrite(at, 0, block.data(), size) != errNone) __RuntimeError(3, notLockable);
+  const LocalID id = DmFindDatabase(0, db->fName), info = MemHandleToLocalID(handle);
+  if (DmSetDatabaseInfo(0, id, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &info, nullptr, nullptr,
+                        nullptr) != errNone)
+    __RuntimeError(3, noSpace);
+}
+
+DmOpenRef openOfType(const char* name, std::uint32_t type, std::uint32_t mode) {
+  const LocalID id = DmFindDatabase(0, name);
+  UInt32 found = 0;
+  if (id == 0 || DmDatabaseInfo(0, id, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                &found, nullptr) != errNone)
+    return nullptr;
+  return found == type ? DmOpenDatabase(0, id, static_cast<UInt16>(mode)) : nullptr;
+}
+
+}  // namespace
+
+myAppInfoType* NewTable(const TableDescription& description) {
+  auto* owned = new OwnedTable{{}, description.fields, {}};
+  for (ControlFieldTBL& field : owned->fields) owned->pointers.push_back(&field);
+  myAppInfoType& table = *owned;
+  table.TBL_lastupdate = description.lastUpdate;
+  description.name.copy(table.TBL_name, kLongestTableName);
+  table.TBL_cardno = description.cardNumber;
+  table.TBL_type = static_cast<std::int32_t>(description.type);
+  table.TBL_openmode = description.openMode;
+  table.TBL_numFields = static_cast<std::uint32_t>(owned->fields.size());
+  table.TBL_ctrlFieldTBL = owned->pointers.data();
+  return &table;
+}
+
+TableDescription DescriptionOf(const myAppInfoType& table) {
+  const auto fields = Fields(*table.TBL_ctrlFieldTBL, table.TBL_numFields);
+  return {table.TBL_lastupdate,
+          table.TBL_name,
+          table.TBL_cardno,
+          static_cast<std::uint32_t>(table.TBL_type),
+          table.TBL_openmode,
+          table.TBL_numIndexes,
+          {fields.begin(), fields.end()}};
+}
+
+void ReleaseTable(myAppInfoType* table) {
+  if (table == nullptr) return;
+  DetachIndexes(*table);
+  if (table->TBL_dbRef != nullptr) DmCloseDatabase(table->TBL_dbRef);
+  delete static_cast<OwnedTable*>(table);
+}
+
+std::span<const char> BlockOf(DmOpenRef db) {
+  if (!IsOpen(db)) return {};
+  const FileHeader header = HeaderOf(*db->hFile);
+  const std::span<const char> used = UsedBytes(*db->hFile);
+  if (used.size() < kHeaderSize) return {};
+  return used.subspan(kHeaderSize, std::min<std::size_t>(header.AppInfoLen, used.size() - kHeaderSize));
+}
+
+}  // namespace vorne
+
+using namespace vorne;
+
+myAppInfoType* __TBL_CreateOrOpen(const char* name, std::uint32_t type, std::uint32_t mode,
+                                  myAppInfoType* description) {
+  if (name == nullptr) return nullptr;
+  if (description != nullptr && DmCreateDatabase(0, name, 0, type, 0) != errNone) return nullptr;
+  DmOpenRef db = openOfType(name, type, mode);
+  if (db == nullptr) return nullptr;
+  if (description != nullptr) {
+    description->TBL_dbRef = db;
+    return description;
+  }
+  std::optional<TableDescription> read = ParseTableBlock(BlockOf(db));
+  if (!read) {
+    DmCloseDatabase(db);
+    __RuntimeError(3, kUnreadable);
+  }
+  // The database may have been given another name since.
+  read->name = db->fName;
+  myAppInfoType* table = NewTable(*read);
+  table->TBL_dbRef = db;
+  AttachIndexes(*table);
+  return table;
+}
+
+int __TBL_CreateOrChangeMyAppInfo(myAppInfoType* table) {
+  if (table == nullptr || !IsOpen(table->TBL_dbRef)) __RuntimeError(3, kNoTableBlock);
+  const TableDescription description = DescriptionOf(*table);
+  storeBlock(table->TBL_dbRef, TableBlock(description), kNoTableBlock, kNoTableBlock);
+  for (std::uint32_t i = 0; i < table->TBL_numIndexes; ++i) {
+    const IDX_IndexesNames& index = *table->TBL_IndexesNames[i];
+    if (!IsOpen(index.IDX_dbRef)) continue;
+    const std::vector<IDX_Indexes> key(index.IDX_ind, index.IDX_ind + index.IDX_amntFieldKeys);
+    storeBlock(index.IDX_dbRef, IndexBlock(description, {description.name, index.IDX_name, index.IDX_tam_max_key, key}),
+               kNoIndexSpace, kNoIndexBlock);
+  }
+  return 0;
+}

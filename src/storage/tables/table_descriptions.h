@@ -1,0 +1,18 @@
+// Inside the storage floor: descriptions of open tables.
+#pragma once
+
+#include "storage/tables/description.h"
+
+namespace vorne {
+
+/// A description in memory without database and indexes, as the callers know it. Error 5.
+myAppInfoType* NewTable(const TableDescription& description);
+/// What its block says.
+TableDescription DescriptionOf(const myAppInfoType& table);
+/// Closes the table's database and indexes and frees the description. Null is ignored.
+void ReleaseTable(myAppInfoType* table);
+
+/// The application-info block of an open database; empty without one.
+std::span<const char> BlockOf(DmOpenRef db);
+
+}  // namespace vorne

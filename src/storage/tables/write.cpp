@@ -1,0 +1,123 @@
+// From the field buffer to the table.
+#include <cstring>
+
+#include "storage/journal.h"
+#include "storage/records.h"
+#include "storage/tables/index_upkeep.h"
+#include "storage/tables/record_bytes.h"
+
+using namespace vorne;
+
+namespace {
+
+constexpr int kCannotBeStored = 8;
+constexpr char kDeletedMark[kEndMarkSize] = {kDeleted, '\0'};
+
+Boolean dirtyBit(DmOpenRef db, int position) {
+  UInt16 attributes = 0;
+  DmRecordInfo(db, static_cast<UInt32>(position), &attributes);
+  return (attributes & kDirty) != 0;
+}
+
+// Deleting touches nothing but the mark: changes that were not written before are dropped with the record.
+bool storeMark(VORNE_RDD& area) {
+  DmOpenRef db = DatabaseOf(area);
+  const auto position = static_cast<UInt32>(area.TBL_recposition);
+  const Boolean dirty = dirtyBit(db, area.TBL_recposition);
+  const MemHandle handle = DmGetRecord(db, position);
+  if (handle == nullptr) return false;
+  const UInt32 size = MemHandleSize(handle);
+  const bool stored = size >= kEndMarkSize &&
+                      DmWrite(MemHandleLock(handle), size - kEndMarkSize, kDeletedMark, kEndMarkSize) == errNone;
+  return DmReleaseRecord(db, position, dirty) == errNone && stored;
+}
+
+// The record that the buffer makes, at least `least` bytes long.
+const std::string& recordBytes(VORNE_RDD& area, std::size_t least, Boolean hostOrder) {
+  static std::string bytes;
+  const Fields fields = FieldsOf(area);
+  bytes.resize(std::max(StoredSize(fields, area.TBL_buff), least));
+  if (bytes.size() > kLargestRecord) __RuntimeError(3, kCannotBeStored);
+  StoreFields(fields, area.TBL_buff, bswapnum && !hostOrder, bytes.data(), bytes.size());
+  return bytes;
+}
+
+bool storeBytes(DmOpenRef db, UInt32 position, MemHandle handle, const std::string& bytes, Boolean dirty) {
+  const bool stored = DmWrite(MemHandleLock(handle), 0, bytes.data(), static_cast<UInt32>(bytes.size())) == errNone;
+  return DmReleaseRecord(db, position, dirty) == errNone && stored;
+}
+
+bool replaceRecord(VORNE_RDD& area, Boolean dirty, Boolean hostOrder) {
+  DmOpenRef db = DatabaseOf(area);
+  const auto position = static_cast<UInt32>(area.TBL_recposition);
+  const std::size_t old = BytesOf(db, position).size();
+  if (old == 0) return false;
+  const std::string& bytes = recordBytes(area, old, hostOrder);
+  EntryChanges entries(area, area.TBL_recposition);
+  const MemHandle handle = DmGetRecord(db, position);
+  if (handle == nullptr) return false;
+  if (bytes.size() > old && MemHandleResize(handle, static_cast<UInt32>(bytes.size())) != errNone) return false;
+  if (!storeBytes(db, position, handle, bytes, dirty)) return false;
+  entries.recordStored(area.TBL_recposition);
+  return true;
+}
+
+bool appendRecord(VORNE_RDD& area, Boolean dirty, Boolean hostOrder) {
+  DmOpenRef db = DatabaseOf(area);
+  const std::string& bytes = recordBytes(area, 0, hostOrder);
+  EntryChanges entries(area, -1);
+  UInt32 position = kAppend;
+  const MemHandle handle = DmNewRecord(db, &position, static_cast<UInt32>(bytes.size()));
+  if (handle == nullptr || !storeBytes(db, position, handle, bytes, dirty)) return false;
+  area.TBL_recposition = static_cast<std::int32_t>(position);
+  entries.recordStored(area.TBL_recposition);
+  return true;
+}
+
+}  // namespace
+
+int __WriteRecord(int number, char mode, Boolean dirty, Boolean hostOrder) {
+  VORNE_RDD* area = AreaAt(number);
+  if (area == nullptr) return 0;
+  const bool appends = area->TBL_append || mode == 'T';
+  const bool deletes = !appends && IsMarkedDeleted(FieldsOf(*area), area->TBL_buff);
+  if (!appends && area->TBL_recpos < 0) return 0;
+  const ChangeSeenByReaders change;
+  if (!(appends   ? appendRecord(*area, dirty, hostOrder)
+        : deletes ? storeMark(*area)
+                  : replaceRecord(*area, dirty, hostOrder)))
+    return 0;
+  if (deletes) ++area->TBL_sFlush;
+  area->TBL_recpos = area->TBL_recposition;
+  area->TBL_append = area->TBL_fieldchanged = area->TBL_eof = area->TBL_bof = 0;
+  area->TBL_buffPos = 0;
+  return 1;
+}
+
+Obj_Node* __DBAPPEND(Obj_Node* alias) {
+  const int number = AreaNumber(alias);
+  WritePending(number);
+  VORNE_RDD& area = *AreaAt(number);
+  BlankFields(FieldsOf(area), area.TBL_buff);
+  area.TBL_append = area.TBL_fieldchanged = 1;
+  area.TBL_eof = area.TBL_bof = area.TBL_found = 0;
+  return __INIT_BOOL(1);
+}
+
+Obj_Node* __Commit(Obj_Node* alias) {
+  WritePending(AreaNumber(alias));
+  return __INIT_BOOL(1);
+}
+
+Obj_Node* __CommitAll() {
+  for (int area = 0; area < S_GLOB->TBL_lasttable; ++area) WritePending(area);
+  return __INIT_BOOL(1);
+}
+
+Obj_Node* __AbortEdit(Obj_Node* alias) {
+  const int number = AreaNumber(alias);
+  VORNE_RDD& area = *AreaAt(number);
+  area.TBL_append = area.TBL_fieldchanged = 0;
+  if (area.TBL_recpos < 0 || !__TBL_GetLastData(number, area.TBL_recpos)) EnterNotFound(area);
+  return __INIT_NIL();
+}

@@ -1,0 +1,235 @@
+// Tables through the calls that scripts make: the bytes they leave, where a walk ends, what memos and marks do.
+#include "runtime/values.h"
+#include "storage/tables/record_bytes.h"
+#include "support/store.h"
+
+using namespace vorne;
+
+namespace {
+
+using Strings = std::vector<std::string>;
+
+constexpr char kClients[] = "{{'name','c',10,0},{'Price','N',12,2},{'BORN','D',3,0},{'VIP','L',1,0},{'NOTE','M',9,0}}";
+
+bool create(const char* name, const char* structure) {
+  return __DBCREATE(text(name), value(structure))->objData.mbool != 0;
+}
+bool use(const char* name, const char* alias = nullptr, bool newArea = true) {
+  return __DBUSEAREA(__INIT_BOOL(newArea), nullptr, text(name), alias == nullptr ? nullptr : text(alias))
+             ->objData.mbool != 0;
+}
+void set(const char* field, const char* word) {
+  __SetField(nullptr, text(field), value(word));
+}
+std::string get(const char* field) {
+  return describe(__GetField(nullptr, text(field)));
+}
+void append(const char* name, const char* price = "1") {
+  __DBAPPEND();
+  set("NAME", name);
+  set("PRICE", price);
+  __Commit();
+}
+// The record that is current, by its name, and the flags of both ends.
+std::string at() {
+  const VORNE_RDD& area = *static_cast<VORNE_RDD**>(S_GLOB->rdd)[S_GLOB->TBL_this];
+  return (area.TBL_recpos < 0 ? "none" : visible(__GetField(nullptr, text("NAME")))) + (area.TBL_eof ? " eof" : "") +
+         (area.TBL_bof ? " bof" : "");
+}
+std::string zeros(std::size_t n) {
+  return std::string(n, '\0');
+}
+std::string texts(const Strings& all) {
+  std::string joined;
+  for (const std::string& one : all) joined += one + '\0';
+  return joined;
+}
+DmOpenRef stored(const char* name) {
+  return DmOpenDatabase(0, DmFindDatabase(0, name), 0);
+}
+
+class Tables : public StoreTest {
+ protected:
+  void TearDown() override {
+    __dbCloseAll();
+    StoreTest::TearDown();
+  }
+};
+
+}  // namespace
+
+TEST_F(Tables, WriteTheFormat) {
+  ASSERT_TRUE(create("Clientes", kClients) && use("CLIENTES"));
+  append("'AB        '", "3.5");
+  set("BORN", "d38053");
+  set("VIP", "T");
+  set("NOTE", "'said so'");
+  __Commit();
+  __dbCloseAll();
+  const std::string block = readFile(file("CLIENTES")).substr(20);
+  const std::string fields = texts({"NAME", "2", "10", "0", "PRICE", "0", "12", "2", "BORN",       "1", "8", "0",
+                                    "VIP",  "3", "1",  "0", "NOTE",  "4", "4",  "0", "D_E_L_E_T_", "2", "2", "0"});
+  const std::string head = zeros(8) + "CLIENTES" + zeros(23 + 1 + 8) + "ATAD" + "\3" + zeros(3) + "\6" + zeros(3 + 12);
+  EXPECT_EQ(block.substr(0, 72), head);
+  EXPECT_EQ(block.substr(72, 13 + fields.size() + 4), texts({"CLIENTES", "6", "0"}) + fields + zeros(4));
+  // Numbers stand with their highest byte first.
+  EXPECT_EQ(record(stored("CLIENTES"), 0),
+            std::string("AB\0\x40\x0C\0\0\0\0\0\0\x40\xE2\x94\xA0\0\0\0\0\1\0\0\0\1!\0", 26));
+  EXPECT_EQ(record(stored("CLIENTES_M"), 0), std::string("said so\0", 8));
+}
+
+TEST_F(Tables, KeepWhatWasSetAndReadDamagedRecordsAsBlank) {
+  ASSERT_TRUE(create("C", kClients) && use("C"));
+  append("'twelve letters'", "-1.25");
+  EXPECT_EQ(get("NAME") + get("price") + get("BORN") + get("VIP") + get("NOTE"), "'twelve let'-1.25d0F''");
+  for (const char* note : {"'a'", "'a longer text'", "''", "'b'"}) {
+    set("NOTE", note);
+    __Commit();
+    EXPECT_EQ(get("NOTE"), note);
+  }
+  set("NAME", "'x'");
+  EXPECT_EQ(numberOf(__TBL_RecNo()), 1);
+  __AbortEdit();
+  EXPECT_EQ(get("NAME"), "'twelve let'");
+  EXPECT_EQ(describe(__DBStruct()),
+            "{{'NAME','C',10,0},{'PRICE','N',12,2},{'BORN','D',8,0},{'VIP','L',1,0},{'NOTE','M',4,0}}");
+  EXPECT_EQ(visible(__GetFieldContent(nullptr, text("PRICE"))), "-1.25");
+  EXPECT_EQ(numberOf(__TBL_RecSize()), 11 + 8 + 8 + 1 + 4 + 2);
+  DmOpenRef db = stored("C");
+  // Cut short, a text without its zero, a text longer than its field.
+  for (const auto& [bytes, name] :
+       {std::pair("ab", ""), {"!", ""}, {"abc*", "ab"}, {"abcdefghijklmnop!", "abcdefghij"}}) {
+    ASSERT_TRUE(change(db, 0, bytes));
+    __TBL_GoTo(nullptr, number(1));
+    EXPECT_EQ(get("NAME") + get("PRICE") + get("NOTE"), "'" + std::string(name) + "'0''");
+  }
+}
+
+TEST_F(Tables, KeepTheRecordsSpaceAndMark) {
+  ASSERT_TRUE(create("C", "{{'NAME','C',20,0},{'PRICE','N',8,0}}") && use("C"));
+  append("'longest text'");
+  append("'b'");
+  DmOpenRef db = stored("C");
+  const UInt16 clean = 0;
+  __TBL_GoTo(nullptr, number(1));
+  set("NAME", "'a'");
+  __Commit();
+  EXPECT_EQ(record(db, 0), "a" + zeros(1) + "\x3F\xF0" + zeros(6) + zeros(11) + "!" + zeros(1));
+  ASSERT_EQ(DmSetRecordInfo(db, 0, &clean), errNone);
+  for (const bool dirty : {false, true}) {
+    UInt16 attributes = 0;
+    __TBL_Delete();
+    set("NAME", "'not stored'");
+    __Commit();
+    EXPECT_EQ(record(db, 0), "a" + zeros(1) + "\x3F\xF0" + zeros(6) + zeros(11) + "*" + zeros(1));
+    EXPECT_EQ(DmRecordInfo(db, 0, &attributes), errNone);
+    EXPECT_EQ(attributes, dirty ? kDirty : 0);
+    __TBL_Recall();
+    set("NAME", "'text so long'");
+    __Commit();
+    EXPECT_EQ(record(db, 0).substr(0, 13) + record(db, 1).substr(0, 2), "text so long" + zeros(1) + "b" + zeros(1));
+    __TBL_Delete();
+    __Commit();
+    __TBL_Recall();
+    set("NAME", "'a'");
+    __Commit();
+  }
+  // A record that never was one becomes a deleted one as a whole.
+  __DBAPPEND();
+  set("NAME", "'c'");
+  __TBL_Delete();
+  __Commit();
+  EXPECT_EQ(record(db, 2), "c" + zeros(1 + 8) + "*" + zeros(1));
+  EXPECT_EQ(record(db, 1).substr(10), "!" + zeros(1));
+}
+
+TEST_F(Tables, WalkAndStopAtTheEnds) {
+  ASSERT_TRUE(create("C", "{{'NAME','C',20,0},{'PRICE','N',8,0}}") && use("C"));
+  EXPECT_EQ(at(), "none eof bof");
+  for (const char* name : {"'a'", "'b'", "'c'", "'d'"}) append(name);
+  const auto go = [](Obj_Node* (*step)(Obj_Node*, Obj_Node*), double n) {
+    step(nullptr, number(n));
+    return at();
+  };
+  __TBL_GoTop();
+  EXPECT_EQ(at(), "a");
+  EXPECT_EQ(go(__TBL_Skip, -1), "a bof");
+  EXPECT_EQ(go(__TBL_Skip, 2), "c");
+  EXPECT_EQ(go(__TBL_Skip, 2), "none eof bof");
+  EXPECT_EQ(numberOf(__TBL_RecNo()), 5);
+  EXPECT_EQ(go(__TBL_GoTo, 0), "a bof");
+  EXPECT_EQ(go(__TBL_GoTo, 0x0FFFFFFE), "d");
+  for (const double hidden : {1, 3, 4}) {
+    __TBL_GoTo(nullptr, number(hidden));
+    __TBL_Delete();
+    __Commit();
+  }
+  __Set(number(kHideDeletedSetting), __INIT_BOOL(1));
+  __TBL_GoTop();
+  EXPECT_EQ(at(), "b");
+  EXPECT_EQ(go(__TBL_Skip, 1), "none eof");
+  __TBL_GoBottom();
+  EXPECT_EQ(at(), "b");
+  EXPECT_EQ(go(__TBL_Skip, -1), "none bof");
+  EXPECT_EQ(go(__TBL_GoTo, 3), "c");
+  __dbPack();
+  EXPECT_EQ(at() + describe(__TBL_RecCount()), "b1");
+  append("'e'");
+  __dbZap();
+  EXPECT_EQ(at() + describe(__TBL_RecCount()), "none eof bof0");
+  append("'f'");
+  EXPECT_EQ(at() + describe(__TBL_RecNo()), "f1");
+}
+
+TEST_F(Tables, OpenAreasUnderAliases) {
+  ASSERT_TRUE(create("A", "{{'NAME','C',5,0}}") && create("B", "{{'NAME','C',5,0}}"));
+  ASSERT_TRUE(use("a") && use("b", "second"));
+  EXPECT_EQ(visible(__Alias()) + visible(__Alias(number(0))), "SECONDA");
+  EXPECT_EQ(__GetAliasID(text("second")), 1);
+  EXPECT_EQ(__GetAliasID(text("none")), -1);
+  // Areas keep the alias in capitals, and it is looked for as it was passed.
+  ASSERT_TRUE(use("A", "SECOND"));
+  EXPECT_EQ(__GetAliasID(nullptr), 1);
+  ASSERT_TRUE(use("A", "Second"));
+  EXPECT_EQ(S_GLOB->TBL_this, 2);
+  ASSERT_TRUE(use("B", "X", false));
+  EXPECT_EQ(describe(__Used(number(2))) + visible(__Alias(number(2))), "TX");
+  // A table that goes takes its areas along.
+  __TBL_DeleteDatabase(text("A"));
+  EXPECT_EQ(describe(__Used(number(0))) + describe(__Used(number(1))) + describe(__Used(number(2))), "FFT");
+  EXPECT_TRUE(create("B", "{{'OTHER','N',5,0}}"));
+  EXPECT_EQ(S_GLOB->TBL_this, -1);
+}
+
+TEST_F(Tables, RefuseWhatIsWrong) {
+  ASSERT_TRUE(create("C", "{{'NAME','C',5,0},{'WHOLE','I',4,0}}") && use("C"));
+  const std::pair<const char*, int> structures[] = {{"{}", 38},
+                                                    {"{{'A','C',1}}", 39},
+                                                    {"{{'','C',1,0}}", 39},
+                                                    {"{{'A','X',1,0}}", 39},
+                                                    {"{{'A','C',-1,0}}", 39},
+                                                    {"{{'A','C',1,0},{'a','N',1,0}}", 39}};
+  for (const auto& [structure, aux] : structures) {
+    SCOPED_TRACE(structure);
+    EXPECT_EXIT(create("C", structure), ::testing::ExitedWithCode(0), "");
+  }
+  EXPECT_RUNTIME_ERROR(__DBCREATE(nullptr, nullptr), 36);
+  EXPECT_RUNTIME_ERROR(create("", "{{'A','C',1,0}}"), 37);
+  EXPECT_RUNTIME_ERROR(use("NONE"), 53);
+  EXPECT_RUNTIME_ERROR(__TBL_Eof(text("NONE")), 11);
+  EXPECT_RUNTIME_ERROR(__GetAliasID(number(250)), 13);
+  EXPECT_RUNTIME_ERROR(__TBL_Delete(text("NONE")), 16);
+  EXPECT_RUNTIME_ERROR(get("NONE"), 27);
+  EXPECT_RUNTIME_ERROR(__GetField(nullptr, number(4)), 26);
+  EXPECT_RUNTIME_ERROR(set("NAME", "1"), 23);
+  EXPECT_RUNTIME_ERROR((__DBAPPEND(), __Commit()), 8);
+  __dbCloseAll();
+  CloseCatalog();
+  for (const auto& [place, byte] : {std::pair(20 + 72, 'X'), {20 + 74, '0'}, {20 + 78 + 5, '9'}}) {
+    std::string bytes = readFile(file("C"));
+    bytes[static_cast<std::size_t>(place)] = byte;
+    writeFile(file("C"), bytes);
+    if (byte == 'X') continue;
+    EXPECT_RUNTIME_ERROR(use("C"), 55);
+  }
+}
