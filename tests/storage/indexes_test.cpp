@@ -32,7 +32,8 @@ void append(const std::string& name, const char* price = "1") {
   __Commit();
 }
 void makeTable(const Strings& names, const char* name = "T") {
-  __DBCREATE(text(name), value("{{'NAME','C',5,0},{'BORN','D',8,0},{'PRICE','N',6,2},{'VIP','L',1,0},{'NOTE','M',4,0}}"));
+  __DBCREATE(text(name),
+             value("{{'NAME','C',5,0},{'BORN','D',8,0},{'PRICE','N',6,2},{'VIP','L',1,0},{'NOTE','M',4,0}}"));
   __DBUSEAREA(__INIT_BOOL(1), nullptr, text(name));
   for (const std::string& one : names) append(one);
 }
@@ -104,7 +105,8 @@ TEST_F(Indexes, WriteTheFormat) {
   std::replace(texts.begin(), texts.end(), '|', '\0');
   EXPECT_EQ(file.substr(28, 32), "T" + zeros(31));
   EXPECT_EQ(file.substr(92, texts.size()), texts);
-  EXPECT_EQ(file.substr(92 + texts.size(), 8 + 4 + 20), std::string("\x18\0\x18\0\0\0\xFF\xFF", 8) + entry(0, "AB   20040307  3.50\1"));
+  EXPECT_EQ(file.substr(92 + texts.size(), 8 + 4 + 20),
+            std::string("\x18\0\x18\0\0\0\xFF\xFF", 8) + entry(0, "AB   20040307  3.50\1"));
 }
 
 TEST_F(Indexes, EqualKeysAreOneRun) {
@@ -119,8 +121,15 @@ TEST_F(Indexes, EqualKeysAreOneRun) {
   DmComparF* const other = [](void* a, void* b, std::int16_t n, void* x, void* y, MemHandle h) {
     return __SCmpFunc(a, b, n, x, y, h);
   };
-  for (const auto& [key, expected] : {std::pair("A", 1u), {"B", 4u}, {"B    ", 4u}, {"BB", 4u}, {"C", 5u}, {"E", 6u},
-                                      {" ", 0u}, {"", 6u}, {"B    much longer", 4u}}) {
+  for (const auto& [key, expected] : {std::pair("A", 1u),
+                                      {"B", 4u},
+                                      {"B    ", 4u},
+                                      {"BB", 4u},
+                                      {"C", 5u},
+                                      {"E", 6u},
+                                      {" ", 0u},
+                                      {"", 6u},
+                                      {"B    much longer", 4u}}) {
     EXPECT_EQ(position(key), expected) << key;
     EXPECT_EQ(position(key, other), expected) << key;
   }
@@ -131,8 +140,8 @@ TEST_F(Indexes, EqualKeysAreOneRun) {
     const char* key;
     int found;
     UInt32 position;
-  } kRows[] = {{0, "B    ", 1, 1}, {2, "B    ", 1, 2}, {4, "B    ", 1, 3}, {3, "B    ", 0, 0}, {1, "A    ", 1, 0},
-               {1, "AA   ", 0, 0}, {5, "D    ", 1, 5}, {0, "     ", 0, 99}};
+  } kRows[] = {{0, "B    ", 1, 1}, {2, "B    ", 1, 2}, {4, "B    ", 1, 3}, {3, "B    ", 0, 0},
+               {1, "A    ", 1, 0}, {1, "AA   ", 0, 0}, {5, "D    ", 1, 5}, {0, "     ", 0, 99}};
   for (const auto& row : kRows) {
     UInt32 found = 99;
     EXPECT_EQ(FindKeyInIndexFile(index(), entry(row.record, row.key).c_str(), 5, &found), row.found) << row.key;
@@ -304,7 +313,8 @@ TEST_F(Indexes, WhatDoesNotFitIsNoticedAndMadeAnew) {
     if (row.words == nullptr)
       EXPECT_EQ(said, "");
     else
-      EXPECT_TRUE(said.find(std::string("ndice I da tabela T refeito: ")) != said.npos && said.find(row.words) != said.npos)
+      EXPECT_TRUE(said.find(std::string("ndice I da tabela T refeito: ")) != said.npos &&
+                  said.find(row.words) != said.npos)
           << row.words << said;
     __dbCloseAll();
     CloseCatalog();
@@ -324,8 +334,8 @@ TEST_F(Indexes, RefuseWhatCannotBe) {
   const struct {
     const char *name, *expression;
     int aux;
-  } kRows[] = {{"J", "NAME+NONE", 45}, {"J", "NAME+", 45},  {"J", "UPPER(NAME)", 45}, {"J", "D_E_L_E_T_", 45},
-               {"J", " ", 48},         {"J", "NOTE", 19},   {"", "NAME", 47},         {"I", "NAME", 49}};
+  } kRows[] = {{"J", "NAME+NONE", 45}, {"J", "NAME+", 45}, {"J", "UPPER(NAME)", 45}, {"J", "D_E_L_E_T_", 45},
+               {"J", " ", 48},         {"J", "NOTE", 19},  {"", "NAME", 47},         {"I", "NAME", 49}};
   for (const auto& row : kRows) {
     const std::string words = "RunTimeError = " + std::to_string(row.aux) + "($|[^0-9])";
     EXPECT_EXIT((dup2(2, 1), makeIndex(row.name, row.expression)), testing::ExitedWithCode(0), words);

@@ -12,6 +12,7 @@
 #include "storage/repair_copy.h"
 #include "support/child.h"
 #include "support/failing_system.h"
+#include "support/store.h"
 
 using testing::ElementsAre;
 
@@ -98,6 +99,18 @@ TEST_F(RepairTest, TakesWhatADyingProcessLeavesForSound) {
     EXPECT_THAT(words(checked.notes), HasSubstr(expected));
     EXPECT_EQ(checked.notes.empty(), *expected == '\0') << words(checked.notes);
     EXPECT_TRUE(!expectRepairable().changed || *expected != '\0');
+    // A plain opening finds what a repair does, and goes on behind it.
+    const auto repaired = stored();
+    store();
+    for (const auto& database : checked.databases) {
+      SCOPED_TRACE(database.name);
+      auto wanted = images::records(repaired.at(database.name));
+      wanted.emplace_back(24, '+');
+      const DmOpenRef db = openStore(database.name.c_str());
+      EXPECT_TRUE(put(db, wanted.back()));
+      EXPECT_EQ(::records(db), wanted);
+    }
+    CloseCatalog();
   }
 }
 
