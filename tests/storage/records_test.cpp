@@ -160,6 +160,25 @@ TEST_F(Records, EndAtABrokenHeaderAndAreKeptInACopy) {
   EXPECT_EQ(readFile(CopiesDirectory() + "/V"), broken);
 }
 
+// Packing would write what overlaps once for each record, up to files that fill the disk.
+TEST_F(Records, AreNotPackedWhereTheyOverlap) {
+  const Strings all(3, std::string(24, 'r'));
+  for (const UInt32 type : {kTypeData, kTypeIndex}) {
+    const char* name = type == kTypeData ? "V" : "B";
+    std::string damaged = images::dataFile(*name, "", all);
+    openStore(name, type);
+    CloseCatalog();
+    if (type == kTypeData)
+      writeFile(file("V_OS"), images::offsetsOf({20, 20, 84}));
+    else
+      images::put(damaged, 52 + 2, 40, 2);
+    writeFile(file(name), damaged);
+    EXPECT_EQ(InterNalPack(openStore(name)), errNoSuchRecord) << name;
+    CloseCatalog();
+    EXPECT_EQ(readFile(file(name)), damaged);
+  }
+}
+
 TEST_F(Records, CatalogueIsBackedUpAndDatabasesAreRenamed) {
   put(openStore("OLD", kTypeData), "content");
   EXPECT_EQ(VerifyCatalog(), 1) << "no backup yet";
