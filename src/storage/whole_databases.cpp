@@ -26,10 +26,6 @@ void RemoveRange(DmOpenRef db, UInt32 index, UInt32 count, UInt32 begin, UInt32 
 
 namespace {
 
-UInt32 RecordEnd(const OpenStruct& db, UInt32 place) {
-  return place + kRecordHeaderSize + HeaderAtPlace(db, place).AllocatedSpace;
-}
-
 // Writes what the database uses, records without spare space and without those to be left out; its header gets the new
 // sizes and count. False for a damaged record: places that overlap would make the copy many times as large as the file,
 // lengths that differ in a database of equal records would put the ones behind them where nobody looks.
@@ -43,9 +39,9 @@ bool CopyUsed(const OpenStruct& db, const std::vector<bool>& without, Unfinished
     const UInt32 place = RecordPlace(db, i);
     if (place < end) return false;
     end = RecordEnd(db, place);
-    if (!IsVariable(db) && end - place != RecordStride(db)) return false;
-    ++header.NumberOfRecords;
     RecordHeader record = HeaderAtPlace(db, place);
+    if (end - place != kRecordHeaderSize + record.AllocatedSpace) return false;
+    ++header.NumberOfRecords;
     if (IsVariable(db)) record.AllocatedSpace = std::max<std::uint16_t>(record.RecordLen, 1);
     copy.put(&record, sizeof record);
     copy.put(db.hFile->mapmem + place + kRecordHeaderSize, record.AllocatedSpace);

@@ -177,6 +177,9 @@ TEST_F(Records, AreNotPackedWhereTheyOverlap) {
     CloseCatalog();
     EXPECT_EQ(readFile(file(name)), damaged);
   }
+  DmOpenRef db = openStore("B");
+  EXPECT_EQ(DmRemoveRecord(db, 1), errNone);
+  EXPECT_EQ(records(db), Strings(all.begin(), all.end() - 1)) << "the record behind a wrong length stays where it is";
 }
 
 TEST_F(Records, CatalogueIsBackedUpAndDatabasesAreRenamed) {
