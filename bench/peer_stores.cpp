@@ -195,11 +195,6 @@ class Lmdb : public Store {
 
 }  // namespace
 
-void Fail(const char* what, int code) {
-  std::fprintf(stderr, "failed: %s (%d)\n", what, code);
-  std::exit(1);
-}
-
 std::unique_ptr<Store> SqliteStore() {
   return std::make_unique<Sqlite>();
 }

@@ -11,6 +11,8 @@
 #include <random>
 #include <vector>
 
+#include "timing.h"
+
 constexpr std::uint32_t kRecords = 1000000;
 constexpr std::size_t kRecordSize = 100;
 constexpr std::size_t kWords = kRecordSize / 8;  // and four bytes more
@@ -49,12 +51,6 @@ inline const std::vector<std::uint32_t>& Shuffled() {
     return all;
   }();
   return indexes;
-}
-
-/// Ends the program, telling what went wrong; a benchmark of failures would be worth nothing.
-[[noreturn]] void Fail(const char* what, int code);
-inline void Want(bool holds, const char* what, int code = 0) {
-  if (!holds) Fail(what, code);
 }
 
 /// One store, with its files in the working directory. Between `open` and `close` the others may be called.

@@ -11,7 +11,8 @@
 #include <set>
 
 #include "storage/check_catalog.h"
-#include "storage/check_database.h"
+#include "storage/check_indexes.h"
+#include "storage/databases.h"
 #include "storage/descriptor.h"
 #include "storage/journal.h"
 #include "storage/repair_copy.h"
@@ -130,6 +131,7 @@ class Inspection {
     for (const DatabaseHdrType& entry : state.slots) databases_.insert(EntryName(entry));
     for (const DatabaseHdrType& entry : state.slots)
       if (entry.name[0] != 0 && directory_.kindOf(EntryName(entry)) == FileKind::kRegular) checkDatabase(entry);
+    checkIndexes();
   }
 
   void putAway(const std::vector<std::string>& names) {
@@ -139,17 +141,28 @@ class Inspection {
 
   // ------------------------------------------------------------------------------------------------------ databases
 
-  void checkDatabase(const DatabaseHdrType& entry) {
-    const std::string name = EntryName(entry), offsetsName = OffsetsName(name);
+  // Databases of other kinds than 'V' leave that name to another database.
+  FileKind kindOfOffsets(const std::string& name) const {
+    return databases_.contains(OffsetsName(name)) ? FileKind::kMissing : directory_.kindOf(OffsetsName(name));
+  }
+
+  DatabaseFiles readDatabase(const std::string& name) {
     DatabaseFiles files;
     files.data = read(name);
-    // Databases of other kinds than 'V' leave that name to another database.
-    const FileKind offsetsKind = databases_.contains(offsetsName) ? FileKind::kMissing : directory_.kindOf(offsetsName);
-    if (offsetsKind == FileKind::kRegular) files.offsets = read(offsetsName);
+    if (kindOfOffsets(name) == FileKind::kRegular) files.offsets = read(OffsetsName(name));
+    return files;
+  }
+
+  void checkDatabase(const DatabaseHdrType& entry) {
+    const std::string name = EntryName(entry), offsetsName = OffsetsName(name);
+    const FileKind offsetsKind = kindOfOffsets(name);
+    const DatabaseFiles files = readDatabase(name);
     if (isInterrupted(name) || !isReadable(name, files.data) || !isReadable(offsetsName, files.offsets)) return;
 
     Findings data(name), offsets(offsetsName);
     const DatabaseState state = CheckDatabase(entry.type, files, data, offsets);
+    if (const std::optional<IndexDescription> index = ToldIndex(files, state))
+      indexes_[FoldedName(index->table)].push_back(name);
     const bool replaceable = offsetsKind == FileKind::kRegular || offsetsKind == FileKind::kMissing;
     if (state.kind == kVariableDatabase && !replaceable) tellStrange(offsetsName, offsetsKind);
     const bool dataDone = repairs_ && repairData(files, state, name, offsetsName, replaceable);
@@ -159,6 +172,42 @@ class Inspection {
     report_.lostRecords += state.records.lost;
     report_.lostMore = report_.lostMore || state.records.lostMore;
     report_.databases.push_back(ReportOf(entry, files, state));
+  }
+
+  // -------------------------------------------------------------------------------------------------------- indexes
+
+  // Read anew, since a repair may have changed what they are held against. What is damaged has been told already.
+  std::optional<CheckedDatabase> readSound(const std::string& name, std::uint32_t type) {
+    if (std::find(interrupted_.begin(), interrupted_.end(), name) != interrupted_.end()) return {};
+    for (const std::string& file : {name, OffsetsName(name)})
+      if (const auto found = directory_.entries().find(file); found != directory_.entries().end())
+        progress_.allBytes += found->second.size;
+    CheckedDatabase database{readDatabase(name), {}};
+    if (!database.files.data.error.empty() || !database.files.offsets.error.empty()) return {};
+    Findings data(name), offsets(OffsetsName(name));
+    database.state = CheckDatabase(type, database.files, data, offsets);
+    if (!data.sound() || !offsets.sound()) return {};
+    return database;
+  }
+
+  void checkIndexes() {
+    for (const std::string& name : databases_) {
+      const auto indexes = indexes_.find(FoldedName(name));
+      if (indexes == indexes_.end() || directory_.kindOf(name) != FileKind::kRegular) continue;
+      const std::optional<CheckedDatabase> table = readSound(name, kTypeData);
+      if (!table || !IsTable(*table)) continue;
+      for (const std::string& index : indexes->second) checkIndex(*table, index);
+    }
+  }
+
+  void checkIndex(const CheckedDatabase& table, const std::string& name) {
+    const std::optional<CheckedDatabase> index = readSound(name, kTypeIndex);
+    if (!index) return;
+    Findings findings(name);
+    CheckIndex(table, *index, findings);
+    if (findings.sound()) return;
+    const std::vector<char> fresh = repairs_ ? FreshIndex(table, *index) : std::vector<char>();
+    findings.tell(report_, !fresh.empty() && replace(name, fresh));
   }
 
   void tellStrange(const std::string& name, FileKind kind) {
@@ -216,6 +265,7 @@ class Inspection {
   const bool repairs_;
   std::vector<std::string> interrupted_;
   std::set<std::string> databases_;
+  std::map<std::string, std::vector<std::string>> indexes_;  // by the names of their tables in capitals
   CheckProgress progress_{};
   DirectoryReport report_;
 };

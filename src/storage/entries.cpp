@@ -84,7 +84,8 @@ std::vector<std::uint32_t> KeyOrder(const Entries& entries) {
   const std::size_t rest = left - taken, restAt = common + taken;
   std::sort(places.begin(), places.end(), [&](const Place& a, const Place& b) {
     if (a.start != b.start) return a.start < b.start;
-    const int byRest = rest == 0 ? 0 : std::memcmp(entries.key(a.number) + restAt, entries.key(b.number) + restAt, rest);
+    const int byRest =
+        rest == 0 ? 0 : std::memcmp(entries.key(a.number) + restAt, entries.key(b.number) + restAt, rest);
     return byRest != 0 ? byRest < 0 : a.number < b.number;
   });
   std::transform(places.begin(), places.end(), order.begin(), [](const Place& place) { return place.number; });

@@ -31,26 +31,31 @@ std::vector<std::uint32_t> KeyOrder(const Entries& entries);
 /// True when no key is smaller than the one before.
 bool AreInOrder(const Entries& entries);
 
-/// A key, or its beginning, that entries are held against.
+/// A key, or its beginning, that entries are held against. Keys differ in any of their words, so that they are compared
+/// by words; the last one takes in bytes of the one before.
 class SoughtKey {
  public:
-  SoughtKey(const char* key, std::size_t length) : key_(key), length_(length), start_(length < 8 ? 0 : Start(key)) {}
+  SoughtKey(const char* key, std::size_t length) : key_(key), length_(length) {}
 
   /// Below 0, 0, above 0 as the sought key is smaller, the same or greater.
   int compare(const char* key) const {
-    if (length_ < 8) return std::memcmp(key_, key, length_);
-    const std::uint64_t start = Start(key);
-    if (start_ != start) return start_ < start ? -1 : 1;
-    return std::memcmp(key_ + 8, key + 8, length_ - 8);
+    if (length_ < sizeof(std::uint64_t)) return std::memcmp(key_, key, length_);
+    const std::size_t last = length_ - sizeof(std::uint64_t);
+    for (std::size_t at = 0; at < last; at += sizeof(std::uint64_t))
+      if (const int order = compareWord(key, at); order != 0) return order;
+    return compareWord(key, last);
   }
 
  private:
   // Eight bytes as a number that is in the same order.
-  static std::uint64_t Start(const char* key) { return __builtin_bswap64(Load<std::uint64_t>(key)); }
+  static std::uint64_t Word(const char* at) { return __builtin_bswap64(Load<std::uint64_t>(at)); }
+  int compareWord(const char* key, std::size_t at) const {
+    const std::uint64_t sought = Word(key_ + at), word = Word(key + at);
+    return (sought > word) - (sought < word);
+  }
 
   const char* key_;
   std::size_t length_;
-  std::uint64_t start_;
 };
 
 /// The first of `from` to `to` whose key is greater than the sought one (`to` when there is none); all of them stand in

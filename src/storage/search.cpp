@@ -20,7 +20,11 @@ char* EntryBytes(const OpenStruct& db, UInt32 index) {
 class ForeignEntries {
  public:
   ForeignEntries(const OpenStruct& db, void* key, void* info, DmComparF* function, std::int16_t length)
-      : db_(db), key_(key), info_(info), compare_(function), length_(length),
+      : db_(db),
+        key_(key),
+        info_(info),
+        compare_(function),
+        length_(length),
         appInfo_(HandleOf(RecordInSlot(db.appInfoID - 1))) {}
 
   /// None for an entry that cannot be read.

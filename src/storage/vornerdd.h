@@ -181,8 +181,8 @@ struct OpenStruct {
   FileHeader Head;
   Boolean HeadReaded;
   Boolean bFlushed;
-  UInt32 opens;        ///< how many callers hold it open
-  UInt16 firstHandle;  ///< its handles, chained by RecordStruct::next; 0xFFFF none
+  UInt32 opens;                    ///< how many callers hold it open
+  UInt16 firstHandle;              ///< its handles, chained by RecordStruct::next; 0xFFFF none
   vorne::WaitingEntries* waiting;  ///< entries that are not in the file yet; null for nearly all databases
 };
 typedef OpenStruct* DmOpenRef;

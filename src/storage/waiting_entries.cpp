@@ -110,9 +110,7 @@ class EntryFile {
  private:
   UInt32 count() const { return index_->Head.NumberOfRecords; }
   UInt32 used() const { return static_cast<UInt32>(index_->hFile->szmap); }
-  char* record(std::size_t place) const {
-    return index_->hFile->mapmem + RecordsBegin(index_->Head) + place * stride_;
-  }
+  char* record(std::size_t place) const { return index_->hFile->mapmem + RecordsBegin(index_->Head) + place * stride_; }
 
   DmOpenRef index_;
   std::size_t stride_;
@@ -236,7 +234,8 @@ bool CancelInsertion(WaitingEntries& waiting, std::span<const char> entry) {
   const auto [begin, end] = waiting.byRecord.equal_range(Load<std::int32_t>(entry.data()));
   auto last = end;
   for (auto at = begin; at != end; ++at)
-    if ((last == end || at->second > last->second) && std::memcmp(inserted.at(at->second), entry.data(), waiting.size) == 0)
+    if ((last == end || at->second > last->second) &&
+        std::memcmp(inserted.at(at->second), entry.data(), waiting.size) == 0)
       last = at;
   if (last == end) return false;
   if (waiting.cancelled.size() <= last->second) waiting.cancelled.resize(last->second + std::size_t{1});

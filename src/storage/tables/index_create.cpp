@@ -79,7 +79,8 @@ bool deleteUnfinished(const char* name) {
   const LocalID id = DmFindDatabase(0, name);
   DmOpenRef db = id == 0 ? nullptr : DmOpenDatabase(0, id, kReadWrite);
   if (db == nullptr) return false;
-  const bool unfinished = db->Head.Type == kIndexDatabase && db->Head.AppInfoLen == 0 && DmNumRecords(db) == 0 && db->opens == 1;
+  const bool unfinished =
+      db->Head.Type == kIndexDatabase && db->Head.AppInfoLen == 0 && DmNumRecords(db) == 0 && db->opens == 1;
   DmCloseDatabase(db);
   return unfinished && DmDeleteDatabase(0, DmFindDatabase(0, name)) == errNone;
 }

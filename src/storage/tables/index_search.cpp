@@ -40,7 +40,8 @@ Entries StoredEntries(const OpenStruct& index) {
   OpenStruct counted = index;
   const UInt32 stride = RecordStride(index), begin = RecordsBegin(index.Head);
   const auto used = static_cast<UInt32>(index.hFile->szmap);
-  if (index.Head.NumberOfRecords == 0 && stride != 0 && used > begin) counted.Head.NumberOfRecords = (used - begin) / stride;
+  if (index.Head.NumberOfRecords == 0 && stride != 0 && used > begin)
+    counted.Head.NumberOfRecords = (used - begin) / stride;
   return EntriesOf(counted);
 }
 
