@@ -8,6 +8,7 @@
 #include <iterator>
 #include <limits>
 #include <string_view>
+#include <utility>
 
 #include "builtins/vornefun.h"
 
@@ -79,14 +80,7 @@ Obj_Node* argument(char letter, Bytes& in, Obj_Node* earlier) {
     case 'c':
       return __INIT_DOUBLE(in.Next() % 64);
     case '?':
-      switch (in.Next() % 4) {
-        case 0:
-          return nullptr;
-        case 1:
-          return __INIT_NIL();
-        default:
-          break;
-      }
+      if (const int kind = in.Next() % 4; kind < 2) return kind == 0 ? nullptr : __INIT_NIL();
       [[fallthrough]];
     default:
       return __INIT_DOUBLE(anyNumber(in));
@@ -112,61 +106,42 @@ Obj_Node* encode(Obj_Node** a) {
   return __INIT_DATE(value);
 }
 
+Obj_Node* setDateFormat(Obj_Node** a) {
+  return __Set_DateFormat(a[0]), __INIT_NIL();
+}
+Obj_Node* setEpoch(Obj_Node** a) {
+  return __Set(__INIT_DOUBLE(5), a[0]);
+}
+Obj_Node* remainder(Obj_Node** a) {
+  return __FMOD(a[0], __SUM(a[1], __INIT_DOUBLE(0.5)));
+}
+
+/// Arguments left out are null, as in a call without them.
+template <auto Function>
+Obj_Node* of(Obj_Node** a) {
+  return []<class... Node>(Obj_Node* (*function)(Node * ...), Obj_Node** given) {
+    return [&]<std::size_t... I>(std::index_sequence<I...>) {
+      return function(given[I]...);
+    }
+    (std::index_sequence_for<Node...>());
+  }(Function, a);
+}
+
 /// New rows go to the end: the inputs of the corpus choose by index.
 const Builtin kBuiltins[] = {
-    {"tn?", [](Obj_Node** a) { return __SubStr(a[0], a[1], a[2]); }},
-    {"tn", [](Obj_Node** a) { return __Left(a[0], a[1]); }},
-    {"tn", [](Obj_Node** a) { return __Right(a[0], a[1]); }},
-    {"tt", [](Obj_Node** a) { return __At(a[0], a[1]); }},
-    {"tt", [](Obj_Node** a) { return __Rat(a[0], a[1]); }},
-    {"t", [](Obj_Node** a) { return __Upper(a[0]); }},
-    {"t", [](Obj_Node** a) { return __Lower(a[0]); }},
-    {"t", [](Obj_Node** a) { return __LTrim(a[0]); }},
-    {"t", [](Obj_Node** a) { return __RTrim(a[0]); }},
-    {"t", [](Obj_Node** a) { return __AllTrim(a[0]); }},
-    {"tw", [](Obj_Node** a) { return __PadR(a[0], a[1]); }},
-    {"twt", [](Obj_Node** a) { return __PadR(a[0], a[1], a[2]); }},
-    {"twt", [](Obj_Node** a) { return __PadL(a[0], a[1], a[2]); }},
-    {"twt", [](Obj_Node** a) { return __PadC(a[0], a[1], a[2]); }},
-    {"c", [](Obj_Node** a) { return __Space(a[0]); }},
-    {"tc", [](Obj_Node** a) { return __Replicate(a[0], a[1]); }},
-    {"ttt??", [](Obj_Node** a) { return __StrTran(a[0], a[1], a[2], a[3], a[4]); }},
-    {"tnnt", [](Obj_Node** a) { return __Stuff(a[0], a[1], a[2], a[3]); }},
-    {"t", [](Obj_Node** a) { return __Asc(a[0]); }},
-    {"n", [](Obj_Node** a) { return __Chr(a[0]); }},
-    {"n??", [](Obj_Node** a) { return __Str(a[0], a[1], a[2]); }},
-    {"n??", [](Obj_Node** a) { return __StrZero(a[0], a[1], a[2]); }},
-    {"t", [](Obj_Node** a) { return __Val(a[0]); }},
-    {"t", [](Obj_Node** a) { return __GetLastZero(a[0]); }},
-    {"t", [](Obj_Node** a) { return __DoEncode(a[0]); }},
-    {"t", [](Obj_Node** a) { return __DoDecode(a[0]); }},
-    {"tt", [](Obj_Node** a) { return __SUM(a[0], a[1]); }},
-    {"tt", [](Obj_Node** a) { return __EQ(a[0], a[1]); }},
-    {"tt", [](Obj_Node** a) { return __Ctod(a[0], a[1]); }},
-    {"t", [](Obj_Node** a) { return __Ctod(a[0]); }},
-    {"dt", [](Obj_Node** a) { return __Dtoc(a[0], a[1]); }},
-    {"d", [](Obj_Node** a) { return __Dtoc(a[0]); }},
-    {"t", [](Obj_Node** a) { return __Set_DateFormat(a[0]), __INIT_NIL(); }},
-    {"n", [](Obj_Node** a) { return __Set(__INIT_DOUBLE(5), a[0]); }},
-    {"nnnn", encode},
-    {"yc", [](Obj_Node** a) { return __AddTod(a[0], a[1]); }},
-    {"yc", [](Obj_Node** a) { return __SubTod(a[0], a[1]); }},
-    {"d", [](Obj_Node** a) { return __Dtos(a[0]); }},
-    {"d", [](Obj_Node** a) { return __JulianDate(a[0]); }},
-    {"d", [](Obj_Node** a) { return __CMonth(a[0]); }},
-    {"d", [](Obj_Node** a) { return __CDow(a[0]); }},
-    {"d", [](Obj_Node** a) { return __GenTMS(a[0]); }},
-    {"tt", [](Obj_Node** a) { return __ElapTime(a[0], a[1]); }},
-    {"nn", [](Obj_Node** a) { return __Round(a[0], a[1]); }},
-    {"nn", [](Obj_Node** a) { return NOROUND(a[0], a[1]); }},
-    {"n", [](Obj_Node** a) { return __Int(a[0]); }},
-    {"nc", [](Obj_Node** a) { return __FMOD(a[0], __SUM(a[1], __INIT_DOUBLE(0.5))); }},
-    {"t", [](Obj_Node** a) { return __Empty(a[0]); }},
-    {"t", [](Obj_Node** a) { return __Len(a[0]); }},
-    {"t", [](Obj_Node** a) { return __IsAlpha(a[0]); }},
-    {"t", [](Obj_Node** a) { return __ValidCPF(a[0]); }},
-    {"t", [](Obj_Node** a) { return __ValidCGC(a[0]); }},
-};
+    {"tn?", of<__SubStr>},    {"tn", of<__Left>},     {"tn", of<__Right>},     {"tt", of<__At>},
+    {"tt", of<__Rat>},        {"t", of<__Upper>},     {"t", of<__Lower>},      {"t", of<__LTrim>},
+    {"t", of<__RTrim>},       {"t", of<__AllTrim>},   {"tw", of<__PadR>},      {"twt", of<__PadR>},
+    {"twt", of<__PadL>},      {"twt", of<__PadC>},    {"c", of<__Space>},      {"tc", of<__Replicate>},
+    {"ttt??", of<__StrTran>}, {"tnnt", of<__Stuff>},  {"t", of<__Asc>},        {"n", of<__Chr>},
+    {"n??", of<__Str>},       {"n??", of<__StrZero>}, {"t", of<__Val>},        {"t", of<__GetLastZero>},
+    {"t", of<__DoEncode>},    {"t", of<__DoDecode>},  {"tt", of<__SUM>},       {"tt", of<__EQ>},
+    {"tt", of<__Ctod>},       {"t", of<__Ctod>},      {"dt", of<__Dtoc>},      {"d", of<__Dtoc>},
+    {"t", setDateFormat},     {"n", setEpoch},        {"nnnn", encode},        {"yc", of<__AddTod>},
+    {"yc", of<__SubTod>},     {"d", of<__Dtos>},      {"d", of<__JulianDate>}, {"d", of<__CMonth>},
+    {"d", of<__CDow>},        {"d", of<__GenTMS>},    {"tt", of<__ElapTime>},  {"nn", of<__Round>},
+    {"nn", of<NOROUND>},      {"n", of<__Int>},       {"nc", remainder},       {"t", of<__Empty>},
+    {"t", of<__Len>},         {"t", of<__IsAlpha>},   {"t", of<__ValidCPF>},   {"t", of<__ValidCGC>}};
 
 /// Every text is terminated behind its content, whatever its length field says; a field that is one short (__SubStr)
 /// has the terminator one place further on.

@@ -1,7 +1,8 @@
 // A directory of databases whose files hold anything: used as programs use it, checked, repaired. Errors end the
-// process by design; here they end the step. Whatever stood in the files, after a repair the check finds nothing, the
-// store reads as many records as the check counted, every change does what it says and nothing else, and the check
-// finds nothing in what is left.
+// process by design; here they end the step. Whatever stood in the files, a check changes nothing; after a repair,
+// which lost what the check had told, the check finds nothing, a second repair has nothing to do, the store reads as
+// many records as the check counted, every change does what it says and nothing else, and the check finds nothing in
+// what is left.
 //
 // An input is a byte of switches (bit 0: repair first; the others choose what is changed) and the files.
 #include <unistd.h>
@@ -10,12 +11,13 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
+#include <map>
 #include <string>
 #include <vector>
 
 #include "directory_input.h"
 #include "runtime/process.h"
+#include "scratch_directory.h"
 #include "storage/directory_check.h"
 #include "storage/vornerdd.h"
 
@@ -54,6 +56,16 @@ void requireSound(const DirectoryReport& report, int line = __builtin_LINE()) {
     std::fprintf(stderr, "%s, record %lld: %s\n", found.file.c_str(), static_cast<long long>(found.record),
                  found.problem.c_str());
   require(report.sound, line);
+}
+
+std::map<std::string, std::string> stored() {
+  std::map<std::string, std::string> files;
+  for (const auto& entry : std::filesystem::directory_iterator("DB"))
+    if (entry.is_regular_file()) {
+      std::ifstream file(entry.path(), std::ios::binary);
+      files[entry.path()] = {std::istreambuf_iterator<char>(file), {}};
+    }
+  return files;
 }
 
 /// Changes one database. `sound`: its files have been repaired, so that everything must work.
@@ -142,15 +154,8 @@ void useSound(const DatabaseReport& database, UInt32 choice) {
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
   self = getpid();
-  static std::string directory =
-      std::filesystem::exists("/dev/shm") ? "/dev/shm" : std::filesystem::temp_directory_path();
-  directory += "/tellira-fuzz-XXXXXX";
-  require(mkdtemp(directory.data()) != nullptr);
-  std::filesystem::current_path(directory);
-  std::atexit([] { std::filesystem::remove_all(directory); });
+  enterScratchDirectory();
   endProcessHook = endStep;
-  // The library's own words would bury the fuzzer's.
-  require(std::freopen("/dev/null", "w", stdout) != nullptr);
   return 0;
 }
 
@@ -165,7 +170,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (const std::string& name : names) done([&] { use(name, choice); });
     require(done(CloseCatalog));
   }
-  require(done([] { RepairDirectory("."); }));
+  const auto before = stored();
+  const DirectoryReport checked = CheckDirectory(".");
+  require(stored() == before);
+  DirectoryReport repaired;
+  require(done([&] { repaired = RepairDirectory("."); }));
+  const bool finished = std::any_of(repaired.problems.begin(), repaired.problems.end(), [](const Problem& found) {
+    return found.problem.starts_with("a change was inter");
+  });
+  require(finished || repaired.lostRecords == checked.lostRecords);
+  require(!RepairDirectory(".").changed);
   const DirectoryReport report = CheckDirectory(".");
   requireSound(report);
   require(done([&] {

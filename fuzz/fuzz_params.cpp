@@ -1,8 +1,6 @@
 // Whatever a host may pass as the parameter text, against vendor libraries that do nothing. An even first byte means
 // that the rest is the text as it stands, an odd one that it is encoded first, so that most inputs get past the
 // decoder. Errors end the process; here they only end the call.
-#include <unistd.h>
-
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -13,6 +11,7 @@
 #include "bridge/host_entry.h"
 #include "builtins/vornefun.h"
 #include "runtime/process.h"
+#include "scratch_directory.h"
 
 namespace {
 
@@ -22,29 +21,14 @@ void endCall(int) {
   throw CallEnded{};
 }
 
-/// A directory of vendor libraries, in memory where there is such a place: every call writes its log file there.
-void enterVendorDirectory() {
-  char name[] = "/dev/shm/tellira-fuzz-XXXXXX";
-  char fallback[] = "/tmp/tellira-fuzz-XXXXXX";
-  const char* directory = mkdtemp(name);
-  if (directory == nullptr) directory = mkdtemp(fallback);
-  if (directory == nullptr) std::abort();
-  std::filesystem::current_path(directory);
-  for (const char* library : {"libconvecf.so", "bemafi32.so", "libclisitef.so"}) {
-    std::filesystem::create_symlink(NOTHING_VENDOR, library);
-  }
-  static const std::string remembered = directory;
-  std::atexit([] { std::filesystem::remove_all(remembered); });
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  enterVendorDirectory();
+  enterScratchDirectory();
+  for (const char* library : {"libconvecf.so", "bemafi32.so", "libclisitef.so"})
+    std::filesystem::create_symlink(NOTHING_VENDOR, library);
   vorne::endProcessHook = endCall;
-  // The library's own words would bury the fuzzer's.
-  if (std::freopen("/dev/null", "w", stdout) == nullptr || std::freopen("/dev/null", "r", stdin) == nullptr)
-    std::abort();
+  if (std::freopen("/dev/null", "r", stdin) == nullptr) std::abort();
   return 0;
 }
 

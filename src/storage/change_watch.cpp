@@ -6,7 +6,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstddef>
+#include <cstring>
 #include <ctime>
 #include <thread>
 #include <utility>
@@ -68,6 +70,9 @@ ChangeWatch::Counter ChangeWatch::counterOf(std::size_t journal) {
     if (file >= 0) ::close(file);
     file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     opened_[journal] = counter;
+    if (file < 0 && errno != ENOENT)
+      throw ReadFailure(ReadFailure::kSystem, path + " cannot be read: " + std::strerror(errno) +
+                                                  "; without it nobody knows what the program is changing");
   }
   JournalHead head;
   // One that is just being made has no magic yet, and its writer has changed nothing.
@@ -154,8 +159,8 @@ void ChangeWatch::askForPause(std::chrono::microseconds takes) {
 }
 
 void ChangeWatch::throwBusy() const {
-  throw ReadFailure(ReadFailure::kBusy, "another process kept changing records in " + directory_ +
-                                            " for ten seconds; try again when it is less busy");
+  throw ReadFailure(ReadFailure::kInUse, "another process kept changing records in " + directory_ +
+                                             " for ten seconds; try again when it is less busy");
 }
 
 }  // namespace vorne

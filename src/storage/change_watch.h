@@ -29,7 +29,7 @@ class ChangeWatch {
   /// says that something may have changed since the last successful reading, `attempt` counts from 0: later ones should
   /// read less. `takes` is how long a writer is to pause for one
   /// reading; `read` may change it.
-  /// @throws ReadFailure kBusy after ten seconds, kInterrupted when a dead process left a change half-done
+  /// @throws ReadFailure kInUse after ten seconds, kInterrupted when a dead process left a change half-done
   template <class Read>
   void consistently(const std::chrono::microseconds& takes, Read read) {
     const Clock::time_point deadline = Clock::now() + kPatience;

@@ -16,7 +16,7 @@ std::string plural(std::uint64_t count) {
 }  // namespace
 
 DatabaseReader::DatabaseReader(const std::string& path, DatabaseKind kind)
-    : name_(path.substr(path.rfind('/') + 1)), kind_(kind), data_(path) {
+    : name_(path.substr(path.rfind('/') + 1)), data_(path) {
   if (kind == kVariableDatabase) offsets_.emplace_back(path + kOffsetsSuffix);
 }
 

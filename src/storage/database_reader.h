@@ -40,7 +40,6 @@ class DatabaseReader {
   [[noreturn]] void throwDamaged(const std::string& what) const;
 
   std::string name_;
-  DatabaseKind kind_;
   ReadFile data_;
   std::vector<ReadFile> offsets_;  // one for a database with records of any length, else none
   Layout layout_ = {};

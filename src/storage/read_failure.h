@@ -13,7 +13,7 @@ class ReadFailure : public std::runtime_error {
     kMissing,      ///< no such directory, table or file
     kDamaged,      ///< the files contradict each other
     kChanged,      ///< the table has other fields than when it was opened
-    kBusy,         ///< another process kept changing records
+    kInUse,        ///< another process kept changing records
     kInterrupted,  ///< another process died in the middle of a change
     kSystem,       ///< the system refused
   };

@@ -23,7 +23,7 @@ ReadFile::ReadFile(ReadFile&& other) noexcept
       kept_(std::move(other.kept_)) {}
 
 void ReadFile::forget() {
-  for (const std::uint64_t number : kept_) blocks_[number] = {};
+  for (const std::size_t number : kept_) blocks_[number] = {};
   kept_.clear();
 }
 
@@ -54,7 +54,7 @@ void ReadFile::open() {
   size_ = std::min<std::uint64_t>(static_cast<std::uint64_t>(found.st_size), kLargestFile);
 }
 
-const ReadFile::Block& ReadFile::block(std::uint64_t number) {
+const ReadFile::Block& ReadFile::block(std::size_t number) {
   if (number >= blocks_.size()) blocks_.resize(number + 1);
   if (blocks_[number].length == 0) {
     if (kept_.size() >= kMostBlocks) forget();
@@ -80,7 +80,7 @@ const char* ReadFile::at(std::uint64_t offset, std::size_t length) {
                                                   "; `tellira db check` tells what can be saved");
   };
   if (offset > size_ || length > size_ - offset) throw failure();
-  std::uint64_t number = offset / kBlock;
+  auto number = static_cast<std::size_t>(offset / kBlock);
   std::size_t place = offset % kBlock;
   if (length <= kBlock - place) {
     const Block& only = block(number);

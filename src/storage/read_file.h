@@ -44,7 +44,7 @@ class ReadFile {
   };
 
   void open();
-  const Block& block(std::uint64_t number);
+  const Block& block(std::size_t number);
   void forget();
   std::string name() const { return path_.substr(path_.rfind('/') + 1); }
 
@@ -52,8 +52,8 @@ class ReadFile {
   int file_ = -1;
   std::uint64_t device_ = 0, inode_ = 0, size_ = 0;
   std::vector<Block> blocks_;
-  std::vector<std::uint64_t> kept_;  // numbers of the blocks that have bytes
-  std::string joined_;               // what lies in two blocks
+  std::vector<std::size_t> kept_;  // numbers of the blocks that have bytes
+  std::string joined_;             // what lies in two blocks
 };
 
 }  // namespace vorne

@@ -1,5 +1,6 @@
 #include "storage/records.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -128,6 +129,11 @@ std::span<const char> BytesOf(DmOpenRef db, UInt32 index) {
   if (place == 0) return {};
   FetchAhead(db->hFile->mapmem + place);
   return {db->hFile->mapmem + place + kRecordHeaderSize, HeaderAtPlace(*db, place).RecordLen};
+}
+
+UInt32 RecordEnd(const OpenStruct& db, UInt32 place) {
+  if (IsVariable(db)) return place + kRecordHeaderSize + HeaderAtPlace(db, place).AllocatedSpace;
+  return std::min(place + RecordStride(db), UsedEnd(db));
 }
 
 RecordStruct* HeldRecord(const OpenStruct& db) {
@@ -269,7 +275,7 @@ Err DmRemoveRecord(DmOpenRef db, UInt32 index) {
     __InternalZap(db);
     return errNone;
   }
-  RemoveRange(db, index, 1, place, place + kRecordHeaderSize + HeaderAtPlace(*db, place).AllocatedSpace);
+  RemoveRange(db, index, 1, place, RecordEnd(*db, place));
   return errNone;
 }
 

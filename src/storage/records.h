@@ -16,6 +16,8 @@ UInt32 RecordStride(const OpenStruct& db);
 inline RecordHeader HeaderAtPlace(const OpenStruct& db, UInt32 place) {
   return Load<RecordHeader>(db.hFile->mapmem + place);
 }
+/// Where the record at `place` ends. Equal records follow each other by their step, whatever a damaged header says.
+UInt32 RecordEnd(const OpenStruct& db, UInt32 place);
 
 /// The bytes in use of record `index` where they lie, until something is made, removed or resized in the database;
 /// empty when there is no such record. Takes no handle.

@@ -229,7 +229,6 @@ KeyList TableReader::State::entriesOf(IndexFile& index, const KeyRanges& ranges)
   return list;
 }
 
-// As the index would be at this moment, all of it.
 KeyList TableReader::State::keysOfRecords(TableReader& reader, const IndexFile& index) {
   KeyList list{kEntryKeyAt + index.keyLength, {}};
   std::vector<std::uint32_t> positions(reader.count());
@@ -250,23 +249,33 @@ KeyList TableReader::State::keysOfRecords(TableReader& reader, const IndexFile& 
 
 namespace {
 
-KeyList sortedWithin(const KeyList& all, const KeyRanges& ranges) {
-  const auto key = [&all](std::size_t i) {
-    return std::string_view(all.bytes).substr(i * all.entrySize + kEntryKeyAt, all.entrySize - kEntryKeyAt);
-  };
-  std::vector<std::uint32_t> order(all.count());
+std::string_view keyOf(const KeyList& list, std::size_t entry) {
+  return std::string_view(list.bytes).substr(entry * list.entrySize + kEntryKeyAt, list.entrySize - kEntryKeyAt);
+}
+
+KeyList sorted(const KeyList& list) {
+  std::vector<std::uint32_t> order(list.count());
   std::iota(order.begin(), order.end(), 0U);
-  std::stable_sort(order.begin(), order.end(), [&](std::uint32_t a, std::uint32_t b) { return key(a) < key(b); });
-  KeyList list{all.entrySize, {}};
-  const auto keyAt = [&](std::uint32_t i) { return key(order[i]); };
-  for (const auto& [from, to] : PositionsOf(ranges, static_cast<std::uint32_t>(order.size()), keyAt))
-    for (std::uint32_t i = from; i < to; ++i) list.bytes.append(all.bytes, order[i] * all.entrySize, all.entrySize);
-  return list;
+  std::stable_sort(order.begin(), order.end(),
+                   [&](std::uint32_t a, std::uint32_t b) { return keyOf(list, a) < keyOf(list, b); });
+  KeyList result{list.entrySize, {}};
+  result.bytes.reserve(list.bytes.size());
+  for (const std::uint32_t entry : order) result.bytes.append(list.bytes, entry * list.entrySize, list.entrySize);
+  return result;
+}
+
+KeyList within(const KeyList& list, const KeyRanges& ranges) {
+  KeyList found{list.entrySize, {}};
+  const auto keyAt = [&list](std::uint32_t i) { return keyOf(list, i); };
+  for (const auto& [from, to] : PositionsOf(ranges, static_cast<std::uint32_t>(list.count()), keyAt))
+    found.bytes.append(list.bytes, from * list.entrySize, (to - from) * list.entrySize);
+  return found;
 }
 
 }  // namespace
 
-KeyList TableReader::find(std::size_t number, const KeyRanges& ranges) {
+KeyList TableReader::find(std::size_t number, const KeyRanges& ranges, std::optional<KeyList>& made) {
+  if (made) return within(*made, ranges);
   IndexFile& index = state_->indexFiles.at(number);
   std::optional<KeyList> list;
   std::chrono::microseconds pause = kPause;
@@ -278,7 +287,8 @@ KeyList TableReader::find(std::size_t number, const KeyRanges& ranges) {
     pause = kPause + std::chrono::microseconds(list->bytes.size() / kBytesInAMicrosecond);
   });
   if (list) return *std::move(list);
-  return sortedWithin(state_->keysOfRecords(*this, index), ranges);
+  made = sorted(state_->keysOfRecords(*this, index));
+  return within(*made, ranges);
 }
 
 // ----------------------------------------------------------------------------------------------------- the reader

@@ -61,8 +61,13 @@ class TableReader {
   /// Reads the first of those records, at least one and as many as are worth it at once. Memo texts only with `memos`.
   void read(std::span<const std::uint32_t> positions, bool memos, StoredRows& rows);
   /// The entries of an index with keys in the ranges, in the order of the keys. An index that does not fit the table at
-  /// this moment is not used: the entries are made of the records then.
-  KeyList find(std::size_t index, const KeyRanges& ranges);
+  /// this moment (its writer may keep entries back for long) is not used: all its entries are made of the records then
+  /// and kept in `made`, where the next searches of the same query find them.
+  KeyList find(std::size_t index, const KeyRanges& ranges, std::optional<KeyList>& made);
+  KeyList find(std::size_t index, const KeyRanges& ranges) {
+    std::optional<KeyList> made;
+    return find(index, ranges, made);
+  }
   /// Gives the files back until the next reading.
   void rest();
 

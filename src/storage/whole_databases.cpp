@@ -26,22 +26,22 @@ void RemoveRange(DmOpenRef db, UInt32 index, UInt32 count, UInt32 begin, UInt32 
 
 namespace {
 
-UInt32 RecordEnd(const OpenStruct& db, UInt32 place) {
-  return place + kRecordHeaderSize + HeaderAtPlace(db, place).AllocatedSpace;
-}
-
 // Writes what the database uses, records without spare space and without those to be left out; its header gets the new
-// sizes and count. False for a damaged record.
+// sizes and count. False for a damaged record: places that overlap would make the copy many times as large as the file,
+// lengths that differ in a database of equal records would put the ones behind them where nobody looks.
 bool CopyUsed(const OpenStruct& db, const std::vector<bool>& without, UnfinishedFile& copy, FileHeader& header) {
   copy.put(db.hFile->mapmem, RecordsBegin(header));
   header.szmap = RecordsBegin(header);
   header.NumberOfRecords = 0;
+  UInt32 end = RecordsBegin(header);
   for (UInt32 i = 0; i < db.Head.NumberOfRecords; ++i) {
     if (i < without.size() && without[i]) continue;
     const UInt32 place = RecordPlace(db, i);
-    if (place == 0) return false;
-    ++header.NumberOfRecords;
+    if (place < end) return false;
+    end = RecordEnd(db, place);
     RecordHeader record = HeaderAtPlace(db, place);
+    if (end - place != kRecordHeaderSize + record.AllocatedSpace) return false;
+    ++header.NumberOfRecords;
     if (IsVariable(db)) record.AllocatedSpace = std::max<std::uint16_t>(record.RecordLen, 1);
     copy.put(&record, sizeof record);
     copy.put(db.hFile->mapmem + place + kRecordHeaderSize, record.AllocatedSpace);

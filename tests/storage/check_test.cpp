@@ -1,8 +1,6 @@
 // Checking and repairing, by damage with coordinates: what is said about it, and which records come through.
 #include <sys/stat.h>
 
-#include <random>
-
 #include "check_fixture.h"
 #include "storage/repair_copy.h"
 

@@ -3,7 +3,6 @@
 
 #include <sched.h>
 #include <sys/mount.h>
-#include <sys/resource.h>
 
 #include "storage/journal.h"
 #include "support/file_images.h"
@@ -197,18 +196,6 @@ TEST_F(HalfWay, ANewRecordWhoseEndIsStoredFirst) {
   EXPECT_NE(result.status, kCameBack);
   CloseCatalog();
   EXPECT_EQ(records(openStore("A")).size(), 1u);
-}
-
-TEST_F(FailingSystem, FilesMayNotGrow) {
-  for (const rlim_t limit : {0, 100, 15360, 20000, 30720, 100000, 135168, 140000, 200000, 400000}) {
-    SCOPED_TRACE(limit);
-    work(task, emptyStores(0), [limit] {
-      const rlimit size{limit, RLIM_INFINITY};
-      setrlimit(RLIMIT_FSIZE, &size);
-    });
-    expectNothingLost(task, emptyStores(0));
-    std::filesystem::remove_all("DB");
-  }
 }
 
 TEST_F(FailingSystem, DiskIsFull) {

@@ -299,9 +299,7 @@ TEST_F(Indexes, RefuseWhatCannotBe) {
     EXPECT_EXIT((dup2(2, 1), makeIndex(part[0].c_str(), part[1].c_str())), testing::ExitedWithCode(0),
                 "RunTimeError = " + part[2] + "($|[^0-9])");
   }
-  EXPECT_RUNTIME_ERROR(__DBCREATEINDEX(nullptr, text("NAME")), 46);
   EXPECT_RUNTIME_ERROR(__DBCREATEINDEX(text("J"), nullptr), 44);
-  EXPECT_RUNTIME_ERROR(__DBDROPINDEX(nullptr), 42);
   EXPECT_RUNTIME_ERROR(__DBDROPINDEX(text("")), 43);
   EXPECT_RUNTIME_ERROR(__OpenIDX(0, -1), 16);
   EXPECT_RUNTIME_ERROR(__GetFirstOpenIDX(250), 14);

@@ -1,4 +1,4 @@
-// Cuts the power while a process writes: what was not flushed is on the disk or is not, page by page and name by name.
+// Cuts the power while a process writes: what was not flushed is on the disk or is not, page by page.
 // The repair must end with a sound directory whose databases can be opened and read to the end; how much it could not
 // save is told. A directory with everything on the disk holds what a killed process leaves: nothing is lost.
 //   power_loss [--images 200] [--seed 1]
@@ -51,11 +51,8 @@ class PowerLoss {
     work(run, [=](UInt32 number) {
       if (number == chosen) endIn(own);
     });
-    bool sound = inImage(0, 1, 1, [&] { return isOutcome(stores_, progress_, seed_, run); });
-    for (unsigned i = 0; sound && i < kImages; ++i) {
-      const double names = std::uniform_real_distribution<>()(random);
-      sound = inImage(random(), 0.1 + 0.2 * i, names, [&] { return repair(); });
-    }
+    bool sound = inImage(0, 1, [&] { return isOutcome(stores_, progress_, seed_, run); });
+    for (unsigned i = 0; sound && i < kImages; ++i) sound = inImage(random(), 0.1 + 0.2 * i, [&] { return repair(); });
     return sound;
   }
 
@@ -68,7 +65,7 @@ class PowerLoss {
           for (Store& store : stores) load.pack(store, 0);
         },
         {});
-    return inImage(0, 0, 1, [&] { return repair(); }) && totals_->lost == 0;
+    return inImage(0, 0, [&] { return repair(); }) && totals_->lost == 0;
   }
 
   const Totals& totals() const { return *totals_; }
@@ -83,12 +80,11 @@ class PowerLoss {
       load.ahead = ahead;
       what(load, stores);
     });
-    recording::catchUp();
   }
 
   template <class Body>
-  bool inImage(std::mt19937::result_type seed, double pages, double names, Body body) {
-    recording::makeImage("image/DB", seed, pages, names);
+  bool inImage(std::mt19937::result_type seed, double pages, Body body) {
+    recording::makeImage("image/DB", seed, pages);
     std::filesystem::current_path("image");
     const bool sound = body();
     std::filesystem::current_path("..");

@@ -21,9 +21,10 @@ inline std::uint32_t get(const Bytes& file, std::size_t offset, int size) {
   return value;
 }
 
+/// The same as bytes of their own.
 inline Bytes le(std::uint64_t value, int size = 4) {
   Bytes bytes(static_cast<std::size_t>(size), '\0');
-  put(bytes, 0, value, size);
+  put(bytes, 0, value, std::min<int>(size, sizeof value));
   return bytes;
 }
 

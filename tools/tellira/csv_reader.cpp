@@ -45,9 +45,9 @@ bool CsvReader::fill() {
       fail(nextLine_, "the row is longer than 64 MB.\n  next: look for a quote that is not closed.");
     buffer_.resize(buffer_.size() * 2);
   }
-  ssize_t got = -1;
-  do got = ::read(file_, buffer_.data() + end_, buffer_.size() - end_);
-  while (got < 0 && errno == EINTR);
+  const ssize_t got = ::read(file_, buffer_.data() + end_, buffer_.size() - end_);
+  // The user wants it to end, even when nothing comes.
+  if (got < 0 && errno == EINTR) throw Failure(kNo, "interrupted while " + name_ + " was being read.");
   if (got < 0)
     throw Failure(kEnded, name_ + " cannot be read: " + std::strerror(errno) + ".\n  next: look at the file.");
   atEnd_ = got == 0;

@@ -33,6 +33,7 @@ void addDbCheck(CLI::App& group, const SharedDbOptions& options, Action& action)
 
 /// Adds the name that most verbs begin with.
 CLI::Option& addName(CLI::App& verb, const char* name, std::string& value, const char* description);
+void addDbSql(CLI::App& group, const SharedDbOptions& options, Action& action);
 
 /// A name or text of the data directory, which is ISO-8859-1, as UTF-8 with card numbers masked.
 std::string shown(std::string_view latin1);

@@ -24,29 +24,46 @@ bool cutOff(const std::string& name, std::uint32_t first) {
   return cut;
 }
 
+/// A cell for an error text: no longer than a line, without control characters, and UTF-8 in any case.
+std::string readable(std::string_view cell, bool latin1) {
+  std::string text(cell.substr(0, kMostShown));
+  for (char& c : text)
+    if (static_cast<unsigned char>(c) < ' ') c = '?';
+  const std::string end = text.size() < cell.size() ? "..." : "";
+  // The cut may have left a part of a character.
+  while (!latin1 && !end.empty() && !text.empty() && static_cast<unsigned char>(text.back()) >= 0x80) text.pop_back();
+  try {
+    if (!latin1) latin1FromUtf8(text);
+  } catch (const ConversionError& error) {
+    latin1 = std::string_view(error.what()).ends_with("UTF-8");
+  }
+  return (latin1 ? utf8FromLatin1(text) : text) + end;
+}
+
 }  // namespace
 
-TableLoader::TableLoader(TableSession& session, const Dictionary::Table& table, const std::vector<std::string>& header,
+std::vector<std::size_t> columnsOf(const Dictionary::Table& table, const std::vector<std::string>& names) {
+  std::vector<std::size_t> columns;
+  for (const std::string& name : names) {
+    const std::size_t field = name == kDeletedColumn ? table.fields().size() : table.field(name) - 1;
+    if (std::find(columns.begin(), columns.end(), field) != columns.end())
+      throw Failure(kUsage, "the field " + name + " is named twice.\n  next: give each column a field of its own.");
+    columns.push_back(field);
+  }
+  return columns;
+}
+
+TableLoader::TableLoader(TableSession& session, const Dictionary::Table& table, std::vector<std::size_t> columns,
                          ValueRules rules)
     : table_(table),
       area_(session.open(shown(table.name))),
       rdd_(*vorne::AreaAt(area_)),
       fields_(vorne::FieldsOf(rdd_)),
+      columns_(std::move(columns)),
       latin1_(rules.latin1),
       values_(rules),
       firstRecord_(DmNumRecords(rdd_.TBL_appinfo->TBL_dbRef)),
-      firstMemo_(DmNumRecords(rdd_.TBL_memo)) {
-  const std::size_t mark = fields_.size() - 1;
-  for (const std::string& name : header) {
-    const std::size_t field = name == kDeletedColumn ? mark : table.field(name) - 1;
-    if (std::find(columns_.begin(), columns_.end(), field) != columns_.end())
-      throw Failure(kUsage, "the first line names " + name + " twice.\n  next: give each column a field of its own.");
-    columns_.push_back(field);
-  }
-  for (std::size_t field = 0; field < mark; ++field)
-    if (std::find(columns_.begin(), columns_.end(), field) == columns_.end())
-      unnamed_.push_back(shown(fields_[field].FieldName));
-}
+      firstMemo_(DmNumRecords(rdd_.TBL_memo)) {}
 
 std::string TableLoader::storeMemo(std::size_t field, std::string_view cell) {
   std::string problem;
@@ -71,14 +88,7 @@ std::string TableLoader::store(std::size_t column, std::string_view cell) {
 std::string TableLoader::columnText(std::size_t column, std::string_view cell, const std::string& problem) const {
   const bool isMark = columns_[column] + 1 == fields_.size();
   const std::string name = isMark ? kDeletedColumn : shown(fields_[columns_[column]].FieldName);
-  std::string value = latin1_ ? utf8FromLatin1(cell) : std::string(cell);
-  if (value.size() > kMostShown) {
-    // Not in the middle of a character.
-    std::size_t cut = kMostShown;
-    while (cut > 0 && (static_cast<unsigned char>(value[cut]) & 0xC0) == 0x80) --cut;
-    value.resize(cut);
-    value += "...";
-  }
+  const std::string value = readable(cell, latin1_);
   return "column " + std::to_string(column + 1) + " (" + name + "): \"" + value + "\" " + problem;
 }
 

@@ -15,16 +15,20 @@ namespace tool {
 /// The name of the column that tells whether a record is deleted.
 inline constexpr char kDeletedColumn[] = "_deleted";
 
+/// The field, from 0, that each of the names in the first line means; the one behind the last for kDeletedColumn.
+/// @param names in any order and letters, in UTF-8
+/// @throws Failure (kUsage) for a name that is no field, or is there twice
+std::vector<std::size_t> columnsOf(const Dictionary::Table& table, const std::vector<std::string>& names);
+
 /// Rows are appended as they come, in constant memory. What must not stay is cut off the end of the table again, so a
 /// process that is killed leaves a sound table with the rows that it had come to.
 class TableLoader {
  public:
-  /// @param header names of fields in any order and letters, in UTF-8
-  /// @throws Failure (kUsage) for a name that is no field, or is there twice
-  TableLoader(TableSession& session, const Dictionary::Table& table, const std::vector<std::string>& header,
+  /// @param columns the field, from 0, that each column fills; see columnsOf()
+  TableLoader(TableSession& session, const Dictionary::Table& table, std::vector<std::size_t> columns,
               ValueRules rules);
 
-  /// Appends a row with one cell for each name of the header.
+  /// Appends a row with one cell for each column.
   /// @return empty, or what is wrong with which cell, as in `column 2 (PRICE): "abc" is not a number.\n  next: ...`
   std::string add(const std::vector<std::string_view>& cells);
   /// Removes all rows that were added, with their memo texts; the indexes become what they were.
@@ -32,8 +36,6 @@ class TableLoader {
   bool takeBack();
 
   std::uint64_t added() const { return added_; }
-  /// Fields that the header does not name; they stay empty.
-  const std::vector<std::string>& unnamed() const { return unnamed_; }
 
  private:
   std::string store(std::size_t column, std::string_view cell);
@@ -43,9 +45,8 @@ class TableLoader {
   const Dictionary::Table& table_;
   int area_;
   VORNE_RDD& rdd_;
-  vorne::Fields fields_;              // the deletion mark included
-  std::vector<std::size_t> columns_;  // the field, from 0, that each column fills
-  std::vector<std::string> unnamed_;
+  vorne::Fields fields_;  // the deletion mark included
+  std::vector<std::size_t> columns_;
   bool latin1_;
   ValueReader values_;
   std::string memo_;

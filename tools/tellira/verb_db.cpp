@@ -80,6 +80,7 @@ void addDb(CLI::App& app, Action& action) {
   addDbIndex(group, options, action);
   addDbSeek(group, options, action);
   addDbRecords(group, options, action);
+  addDbSql(group, options, action);
   addDbCheck(group, options, action);
 }
 

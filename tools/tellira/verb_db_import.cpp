@@ -3,10 +3,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <filesystem>
 
 #include "console.h"
 #include "csv.h"
@@ -97,13 +97,27 @@ class InputFile {
   std::uint64_t size_ = 0;
 };
 
-std::vector<std::string> headerOf(CsvReader& reader, bool latin1) {
+/// The fields that the first line names.
+std::vector<std::size_t> readHeader(CsvReader& reader, const Dictionary::Table& table, bool latin1) {
   if (!reader.next())
     throw Failure(kUsage, reader.name() + " is empty.\n  next: its first line must name fields of the table.");
   std::vector<std::string> names;
   for (const std::string_view cell : reader.cells())
     names.push_back(latin1 ? utf8FromLatin1(trimmed(cell)) : std::string(trimmed(cell)));
-  return names;
+  try {
+    return columnsOf(table, names);
+  } catch (const Failure& failure) {
+    throw Failure(failure.status, reader.place() + ": " + failure.what());
+  }
+}
+
+/// Says which fields had no column.
+std::string leftEmpty(const Dictionary::Table& table, const std::vector<std::size_t>& columns) {
+  std::string text;
+  for (std::size_t field = 0; field < table.fields().size(); ++field)
+    if (std::find(columns.begin(), columns.end(), field) == columns.end())
+      text += (text.empty() ? "; fields left empty: " : ", ") + shown(table.fields()[field].FieldName);
+  return text;
 }
 
 /// @throws Failure for the first row that cannot be stored
@@ -143,15 +157,12 @@ int runImport(const DbOptions& group, const ImportOptions& options) {
   const InputFile input(options.file);
   const Dictionary::Table table = Dictionary(directory).table(options.table);
   CsvReader reader(input.file(), input.name(), separatorIn(options.separator));
-  const std::vector<std::string> header = headerOf(reader, latin1);
+  const std::vector<std::size_t> columns = readHeader(reader, table, latin1);
   TableSession session(directory);
-  TableLoader loader(session, table, header, {latin1, options.truncate});
+  TableLoader loader(session, table, columns, {latin1, options.truncate});
   loadOrTakeBack(reader, loader, input.size(), shown(table.name));
   session.close();
-  std::string text = counted(loader.added(), "row") + " imported into " + shown(table.name);
-  for (std::size_t i = 0; i < loader.unnamed().size(); ++i)
-    text += (i == 0 ? "; fields left empty: " : ", ") + loader.unnamed()[i];
-  note(text + ".");
+  note(counted(loader.added(), "row") + " imported into " + shown(table.name) + leftEmpty(table, columns) + ".");
   return kDone;
 }
 

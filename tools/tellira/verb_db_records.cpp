@@ -78,8 +78,8 @@ int runRemoval(const DbOptions& group, const RecordsOptions& options, bool all) 
     __dbPack();
   const int removed = before - vorne::RecordCount(area);
   session.close();
-  note("removed " + counted(static_cast<std::uint64_t>(removed), "record") + " of " +
-       counted(static_cast<std::uint64_t>(before), "record") + " from " + shown(table.name) + ".");
+  note("removed " + std::to_string(removed) + " of " + counted(static_cast<std::uint64_t>(before), "record") +
+       " from " + shown(table.name) + ".");
   return kDone;
 }
 

@@ -53,7 +53,7 @@ bool replaceRecord(VORNE_RDD& area, Boolean dirty, Boolean hostOrder) {
   const std::size_t old = BytesOf(db, position).size();
   if (old == 0) return false;
   const std::string& bytes = recordBytes(area, old, hostOrder);
-  EntryChanges entries(area, area.TBL_recposition);
+  EntryChanges entries(area, area.TBL_recposition, hostOrder);
   const MemHandle handle = DmGetRecord(db, position);
   if (handle == nullptr) return false;
   if (bytes.size() > old && GrowRecord(*handle, static_cast<UInt32>(bytes.size())) != errNone) return false;
@@ -65,7 +65,7 @@ bool replaceRecord(VORNE_RDD& area, Boolean dirty, Boolean hostOrder) {
 bool appendRecord(VORNE_RDD& area, Boolean dirty, Boolean hostOrder) {
   DmOpenRef db = DatabaseOf(area);
   const std::string& bytes = recordBytes(area, 0, hostOrder);
-  EntryChanges entries(area, -1);
+  EntryChanges entries(area, -1, hostOrder);
   UInt32 position = kAppend;
   const MemHandle handle = DmNewRecord(db, &position, static_cast<UInt32>(bytes.size()));
   if (handle == nullptr || !storeBytes(db, position, handle, bytes, dirty)) return false;

@@ -1,0 +1,327 @@
+// Tables through the finished tool, from `db create` to `db drop`: what goes in comes out the same, and what is refused
+// leaves everything as it was.
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/file.h>
+
+#include <nlohmann/json.hpp>
+
+#include "run_tool.h"
+
+using nlohmann::json;
+using testing::EndsWith;
+using testing::HasSubstr;
+
+using Words = std::vector<std::string>;
+
+class Tables : public ToolTest {
+ protected:
+  void SetUp() override {
+    ToolTest::SetUp();
+    ok({"create", "GOODS", "CODE:C:6", "NAME:C:20", "PRICE:N:8:2", "SINCE:D", "SOLD:L", "NOTES:M"});
+  }
+  Ran db(Words words, const std::string& input = "") const {
+    words.insert(words.begin(), "db");
+    return run(words, input);
+  }
+  // Runs what must succeed; its standard output.
+  std::string ok(const Words& words, const std::string& input = "") const {
+    const Ran ran = db(words, input);
+    EXPECT_EQ(ran.status, 0) << words[0] << ": " << ran.err;
+    return ran.out;
+  }
+  void import(const std::string& csv, Words options = {}) const {
+    options.insert(options.begin(), {"import", "goods", "-"});
+    ok(options, csv);
+  }
+  std::string exported(Words options = {}) const {
+    options.insert(options.begin(), {"export", "GOODS"});
+    return ok(options);
+  }
+  // The records and their numbers by an index, as seek tells them.
+  json sought(const Words& words, int status) const {
+    Words all{"seek", "GOODS"};
+    all.insert(all.end(), words.begin(), words.end());
+    all.push_back("--json");
+    const Ran ran = db(all);
+    EXPECT_EQ(ran.status, status) << words.back() << ran.err;
+    return json::parse(ran.out);
+  }
+  // All that is told of the table, its indexes and its memo texts.
+  std::string files() const {
+    std::string all;
+    for (const char* name : {"GOODS", "GOODS_M", "BYCODE", "BYPRICE"}) all += ok({"schema", name, "--json"});
+    return all + exported({"--deleted", "--order", "BYCODE"}) + exported({"--deleted", "--order", "BYPRICE"});
+  }
+
+  static constexpr const char* kHead = "CODE,NAME,PRICE,SINCE,SOLD,NOTES\n";
+};
+
+TEST_F(Tables, ExportGivesBackWhatWasImported) {
+  const std::string rows = std::string(kHead) +
+                           "A,\"quoted, \"\"twice\"\"\",1.50,2004-03-17,true,\"two\nlines\"\n"
+                           "B,  leading,-0.07,1850-12-31,false,\"\r\"\n"
+                           ",,0.00,,false,\n"
+                           "Ação,ÿ,12345.678,9999-12-31,true,a;b\n"
+                           "C,\x01\t,99999.99,0001-01-01,false," +
+                           std::string(60000, 'm') + "\n";
+  import(rows);
+  EXPECT_EQ(exported(), rows);
+  EXPECT_EQ(ok({"check"}).substr(0, 6), "GOODS:");
+  ok({"delete", "GOODS", "2"});
+  EXPECT_THAT(exported(), Not(HasSubstr("leading")));
+  const std::string all = exported({"--deleted"});
+  EXPECT_THAT(all, HasSubstr(",NOTES,_deleted\nA,"));
+  ok({"zap", "GOODS", "--yes"});
+  import(all);
+  EXPECT_EQ(exported({"--deleted"}), all);
+  ok({"recall", "GOODS", "2"});
+  EXPECT_EQ(exported(), rows);
+  ok({"export", "GOODS", "semicolons.csv", "--separator", ";"});
+  ok({"zap", "GOODS", "--yes"});
+  ok({"import", "GOODS", "semicolons.csv"});
+  EXPECT_EQ(exported(), rows);
+}
+
+TEST_F(Tables, ReadsFilesAsTheyAreMetInTheWild) {
+  const std::string first = "A,x y,1.50,2004-03-17,true,n\n", second = "B,,0.00,,false,\n";
+  const std::tuple<const char*, std::string, Words> cases[] = {
+      {"order and letters", "since, Code ,notes,price,NAME,sold\n2004-03-17,A,n,1.5,x y,TRUE\n,B,,,,\n", {}},
+      {"byte order mark", "\xEF\xBB\xBF" + (kHead + first) + second, {}},
+      {"CRLF", "CODE,NAME,PRICE,SINCE,SOLD,NOTES\r\nA,x y,1.5,2004-03-17,true,n\r\nB,,,,,\r\n", {}},
+      {"CR, no last end", "CODE,NAME,PRICE,SINCE,SOLD,NOTES\rA,x y,+1.5,2004-03-17,true,n\rB,,,,,", {}},
+      {"blank lines", kHead + first + "\n\r\n" + second + "\n\n", {}},
+      {"semicolons", "CODE;NAME;PRICE;SINCE;SOLD;NOTES\nA;x y;1.5;2004-03-17;true;n\nB;;;;;\n", {}},
+      {"tabs, quotes",
+       "\"CODE\"\tNAME\tPRICE\tSINCE\tSOLD\tNOTES\nA\t\"x y\"\t\"1.5\"\t2004-03-17\ttrue\tn\nB\t\t\t\t\t",
+       {}},
+      {"one column", "CODE|NAME|PRICE|SINCE|SOLD|NOTES\nA|x y|15e-1|2004-03-17|true|n\nB|||||\n", {"--separator", "|"}},
+      {"blanks behind",
+       kHead + std::string("A ,x y                                 , 1.5 ,2004-03-17,true,n\n") + second,
+       {}},
+  };
+  for (const auto& [what, csv, options] : cases) {
+    import(csv, options);
+    EXPECT_EQ(exported(), kHead + first + second) << what;
+    ok({"zap", "GOODS", "--yes"});
+  }
+  import(
+      "CODE,NAME\n\xC7"
+      "A,\xE3\n",
+      {"--encoding", "latin1"});
+  import("CODE,PRICE\n1234567,123456789012\n\"\",1\n", {"--truncate"});
+  EXPECT_EQ(exported(), std::string(kHead) + "ÇA,ã,0.00,,false,\n123456,,123456789012.00,,false,\n,,1.00,,false,\n");
+  // Rows as large as what is read at once, and larger: every place of a row meets the end of the buffer.
+  std::string large = kHead;
+  for (int i = 0; i < 900; ++i)
+    large += "R" + std::to_string(i) + ",n,1.00,,true,\"" + std::string(i, 'x') + "\r\n\"\n";
+  ok({"zap", "GOODS", "--yes"});
+  import(large);
+  EXPECT_EQ(exported(), large);
+}
+
+TEST_F(Tables, AFailedImportLeavesTheTableAsItWas) {
+  ok({"index", "create", "GOODS", "BYCODE", "CODE,NAME"});
+  ok({"index", "create", "GOODS", "BYPRICE", "PRICE"});
+  import(std::string(kHead) + "A,x,1,2004-03-17,true,memo\nB,y,2,,false,\n");
+  const std::string before = files();
+  const std::string good = "A1,z,-5,,true,\"a memo\nof two lines\"\n";
+  const std::pair<std::string, const char*> cases[] = {
+      {"A,n,1,5,,true\n", "line 4, column 4 (SINCE): \"5\" is not a date"},
+      {"A,n,\"1,5\",,true,\n", "line 4, column 3 (PRICE): \"1,5\" is not a number: decimals stand behind a point"},
+      {"A,n,1x,,true,\n", "column 3 (PRICE): \"1x\" is not a number.\n  next: write it like 1234.50"},
+      {"A,n,inf,,true,\n", "\"inf\" is not a number"},
+      {"A,n,123456.00,,,\n", "\"123456.00\" does not fit the field, which is N:8:2"},
+      {"A,n,-99999.99,,,\n", "does not fit"},
+      {"A,n,,2004-02-30,,\n", "\"2004-02-30\" is not a date"},
+      {"A,n,,1899-12-30,,\n", "stands for the empty date"},
+      {"A,n,,,sim,\n", "column 5 (SOLD): \"sim\" is no logical.\n  next: write true or false"},
+      {"1234567,n,,,,\n", "column 1 (CODE): \"1234567\" has 7 characters, the field has room for 6"},
+      {"A,€,,,,\n", "column 2 (NAME): \"€\" cannot be stored: the character '€' does not exist in ISO-8859-1"},
+      {"A,\xE3,,,,\n", "\"ã\" cannot be stored: the byte at position 1 is not UTF-8.\n  next: import with --encoding"},
+      {std::string("A,a\0b,,,,\n", 10), "\"a?b\" holds a zero byte"},
+      {"A,n,1\n", "line 4, there are too few columns: 3, where the first line names 6"},
+      {"A,n,1,,,,\n", "too many columns: 7"},
+      {"A,\"n\"x,1,,,\n", "line 4: there is text behind the closing quote of cell 2"},
+      {"A,n,1,,,\"\nx\n", "line 4: the quote of cell 6 is never closed"},
+      {"A,n,1,,," + std::string(65535, 'm') + "\n", "column 6 (NOTES): \"mmm"},
+  };
+  for (const auto& [row, words] : cases) {
+    const Ran ran = db({"import", "GOODS", "-"}, kHead + good + row);
+    EXPECT_EQ(ran.status, 2) << words;
+    EXPECT_THAT(ran.err, HasSubstr(words));
+    EXPECT_THAT(ran.err, EndsWith("Nothing was imported; GOODS is as it was.\n"));
+  }
+  EXPECT_EQ(files(), before);
+  const std::pair<std::string, const char*> heads[] = {
+      {"", "standard input is empty"},
+      {"CODE,NAMES\n", "standard input, line 1: there is no field \"NAMES\" in GOODS.\n  near to it: NAME, "},
+      {"CODE,code\n", "the field code is named twice"},
+      {"\xFF\xFE"
+       "C\0",
+       "UTF-16"},
+  };
+  for (const auto& [head, words] : heads) {
+    const Ran ran = db({"import", "GOODS", "-"}, head);
+    EXPECT_EQ(ran.status, 2);
+    EXPECT_THAT(ran.err, HasSubstr(words));
+  }
+  EXPECT_EQ(files(), before);
+  EXPECT_EQ(db({"check"}).status, 0);
+}
+
+// A pipe that stays open until the import was interrupted, or killed.
+TEST_F(Tables, AnImportThatIsStoppedLeavesASoundTable) {
+  ok({"index", "create", "GOODS", "BYCODE", "CODE"});
+  import(std::string(kHead) + "OLD,,,,,kept\n");
+  for (const int number : {SIGINT, SIGKILL}) {
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+      dup2(ends[0], 0);
+      close(ends[1]);
+      if (chdir(directory.c_str()) == 0 && freopen("stderr", "w", stderr) != nullptr)
+        execl(TOOL, TOOL, "db", "import", "GOODS", "-", nullptr);
+      _exit(99);
+    }
+    close(ends[0]);
+    std::string text = kHead;
+    for (int i = 0; i < 20000; ++i) text += "N" + std::to_string(i) + ",n,1,,,memo\n";
+    EXPECT_EQ(write(ends[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    usleep(300000);
+    kill(child, number);
+    int status = 0;
+    waitpid(child, &status, 0);
+    close(ends[1]);
+    if (number == SIGKILL) break;
+    EXPECT_EQ(WEXITSTATUS(status), 1);
+    EXPECT_THAT(contents(directory / "stderr"), HasSubstr("Nothing was imported; GOODS is as it was."));
+    EXPECT_EQ(db({"check"}).status, 0);
+    EXPECT_EQ(exported(), std::string(kHead) + "OLD,,0.00,,false,kept\n");
+  }
+  EXPECT_THAT(exported(), HasSubstr("OLD,,0.00,,false,kept\nN0,n,1.00,,false,memo\nN1,"));
+  ok({"delete", "GOODS", "1"});  // opening notices what the index lacks
+  EXPECT_EQ(sought({"BYCODE", "N100"}, 0)["recno"], 102);
+  EXPECT_EQ(db({"check"}).status, 0);
+}
+
+TEST_F(Tables, SeeksByTextNumberDateAndLogical) {
+  import(std::string(kHead) +
+         "B,Bia,12.5,2004-03-17,true,\nA,Ana,-3,1999-01-01,false,\nC,Caio,7,,true,\nAB,Ana,100,2026-01-31,false,\n");
+  for (const char* index : {"BYNAME NAME,CODE", "BYPRICE PRICE", "BYDATE since", "BYSOLD SOLD"}) {
+    const std::string text = index;
+    const auto blank = text.find(' ');
+    ok({"index", "create", "goods", text.substr(0, blank), text.substr(blank + 1)});
+  }
+  ok({"delete", "GOODS", "3"});
+  // Index, key, soft, the record found (negative: landed on), 0 nothing.
+  const std::tuple<const char*, const char*, bool, int> cases[] = {
+      {"BYNAME", "Ana", false, 2},        {"BYNAME", "Ana                 AB", false, 4},
+      {"byname", "An", false, 2},         {"BYNAME", "", false, 2},
+      {"BYNAME", "Anb", true, -1},        {"BYNAME", "Caio", false, 0},
+      {"BYNAME", "Caio", true, 0},        {"BYPRICE", "12.5", false, 1},
+      {"BYPRICE", "   12.50", false, 1},  {"BYPRICE", "99", true, -4},
+      {"BYDATE", "2004-03-17", false, 1}, {"BYDATE", "2004", false, 1},
+      {"BYDATE", "2004-03-18", true, -4}, {"BYSOLD", "true", false, 1},
+      {"BYSOLD", "false", false, 2},      {"BYNAME", "Z", true, 0},
+  };
+  for (const auto& [index, key, soft, record] : cases) {
+    const json answer = sought(soft ? Words{index, key, "--soft"} : Words{index, key}, record > 0 ? 0 : 1);
+    EXPECT_EQ(answer["found"], record > 0) << index << key;
+    EXPECT_EQ(answer.value("recno", 0), std::abs(record)) << index << key;
+  }
+  EXPECT_EQ(sought({"BYDATE", "2004-03-17"}, 0)["record"],
+            json::parse(R"({"CODE":"B","NAME":"Bia","PRICE":12.5,"SINCE":"2004-03-17","SOLD":true,"NOTES":""})"));
+  EXPECT_EQ(sought({"BYNAME", "Caio", "--deleted"}, 0)["record"]["_deleted"], true);
+  EXPECT_THAT(ok({"seek", "GOODS", "BYNAME", "Bia"}), testing::StartsWith("record 1\n  CODE   B\n  NAME   Bia\n"));
+  EXPECT_EQ(exported({"--order", "BYPRICE", "--format", "jsonl"}).substr(0, 20), "{\"CODE\":\"A\",\"NAME\":\"");
+  EXPECT_EQ(json::parse(exported({"--format", "json", "--order", "byname"}))[2]["CODE"], "B");
+  EXPECT_EQ(json::parse(exported({"--format", "json"})).size(), 3U);
+  ok({"pack", "GOODS", "--yes"});
+  EXPECT_EQ(sought({"BYNAME", "Ana                 AB"}, 0)["recno"], 3);
+  ok({"zap", "GOODS", "--yes"});
+  EXPECT_EQ(exported({"--format", "json"}), "[]\n");
+  EXPECT_EQ(exported({"--format", "jsonl"}), "");
+}
+
+TEST_F(Tables, SchemaTellsTheCommandsThatWouldMakeTheTable) {
+  ok({"index", "create", "GOODS", "BYNAME", "NAME,CODE"});
+  const std::string text = ok({"schema", "GOODS"});
+  const auto commands = text.find("tellira db create");
+  ASSERT_NE(commands, std::string::npos);
+  EXPECT_EQ(text.substr(commands),
+            "tellira db create GOODS CODE:C:6 NAME:C:20 PRICE:N:8:2 SINCE:D SOLD:L NOTES:M\n"
+            "tellira db index create GOODS BYNAME NAME,CODE\n");
+  const json schema = json::parse(ok({"schema", "goods", "--json"}));
+  EXPECT_EQ(schema["fields"][2], json::parse(R"({"name":"PRICE","type":"N","length":8,"decimals":2})"));
+  EXPECT_EQ(schema["fields"].size(), 6U);
+  EXPECT_EQ(schema["indexes"], json::parse(R"([{"name":"BYNAME","fields":["NAME","CODE"]}])"));
+  EXPECT_EQ(json::parse(ok({"list", "--json"}))[0]["indexes"], 1);
+  ok({"reindex", "GOODS"});
+  ok({"index", "drop", "GOODS", "byname"});
+  EXPECT_EQ(json::parse(ok({"list", "--json"}))[0]["indexes"], 0);
+  ok({"drop", "goods", "--yes"});
+  EXPECT_EQ(ok({"list", "--json"}), "[]\n");
+}
+
+TEST_F(Tables, RefusesWithTheReasonAndTheNextStep) {
+  import("CODE\nA\n");
+  ok({"index", "create", "GOODS", "BYCODE", "CODE"});
+  const std::tuple<Words, int, const char*> cases[] = {
+      {{"create", "GOODS", "A:C:3"}, 2, "there is a database \"GOODS\" already"},
+      {{"create", "GOODS_m", "A:C:3"}, 2, "there is a database \"GOODS_M\" already"},
+      {{"create", "A/B", "A:C:3"}, 2, "\"A/B\" cannot be the name of a table"},
+      {{"create", "T", "A:X:3"}, 2, "has no type that can be stored"},
+      {{"create", "T", "A:B:3"}, 2, "has no type that can be stored"},
+      {{"create", "T", "A:C"}, 2, "has no length.\n  next: write one, as in A:C:10"},
+      {{"create", "T", "A:N:5:4"}, 2, "write a number from 0 to 3"},
+      {{"create", "T", "A:C:5:1"}, 2, "says more than a field of type C has"},
+      {{"create", "T", "A:C:5", "a:D"}, 2, "two fields A"},
+      {{"create", "T", "A:C:32767", "B:C:32767"}, 2, "longer than the longest, 65535"},
+      {{"export", "GOOD"}, 1, "there is no table \"GOOD\" in "},
+      {{"export", "GOODS", "--order", "CODE"}, 1, "no index \"CODE\" in GOODS.\n  near to it: BYCODE"},
+      {{"export", "GOODS", "--format", "xml"}, 2, "--format"},
+      {{"export", "GOODS", "no/such/place.csv"}, 2, "cannot be written: No such file"},
+      {{"import", "GOODS", "none.csv"}, 2, "none.csv cannot be read: No such file"},
+      {{"import", "BYCODE", "-"}, 2, "BYCODE is no table that can be opened: its type is INDX"},
+      {{"index", "create", "GOODS", "BYCODE", "NAME"}, 2, "there is a database \"BYCODE\" already"},
+      {{"index", "create", "GOODS", "X", "NAMEN"}, 2, "no field \"NAMEN\" in GOODS.\n  near to it: NAME"},
+      {{"index", "create", "GOODS", "X", "NOTES"}, 2, "NOTES cannot be part of a key"},
+      {{"index", "drop", "GOODS", "X"}, 1, "there is no index \"X\""},
+      {{"seek", "GOODS", "BYCODE", "€"}, 2, "no key can be \"€\""},
+      {{"delete", "GOODS", "2"}, 1, "there is no record 2 of GOODS, which has 1 record"},
+      {{"recall", "GOODS", "0"}, 1, "there is no record 0"},
+      {{"pack", "GOODS"}, 2, "add --yes"},
+      {{"zap", "GOODS"}, 2, "add --yes"},
+      {{"drop", "GOODS"}, 2, "add --yes"},
+  };
+  for (const auto& [words, status, text] : cases) {
+    const Ran ran = db(words);
+    EXPECT_EQ(ran.status, status) << text;
+    EXPECT_EQ(ran.out, "") << text;
+    EXPECT_THAT(ran.err, HasSubstr(text));
+  }
+  EXPECT_EQ(json::parse(ok({"list", "--json"})).size(), 3U);
+}
+
+// A program that has the databases open holds a lock on the catalogue.
+TEST_F(Tables, KeepsAwayFromWhatAProgramHasOpen) {
+  import("CODE\nA\n");
+  const std::string catalogue = directory / "DB" / "catalog.plm";
+  const int held = open(catalogue.c_str(), O_RDONLY);
+  ASSERT_EQ(flock(held, LOCK_SH), 0);
+  for (const Words& words : {Words{"create", "T", "A:D"},
+                             {"import", "GOODS", "-"},
+                             {"delete", "GOODS", "1"},
+                             {"reindex", "GOODS"},
+                             {"zap", "GOODS", "--yes"},
+                             {"drop", "GOODS", "--yes"}}) {
+    const Ran ran = db(words, "CODE\nB\n");
+    EXPECT_EQ(ran.status, 2) << words[0];
+    EXPECT_THAT(ran.err, HasSubstr("a program has the databases of "));
+  }
+  EXPECT_EQ(exported(), std::string(kHead) + "A,,0.00,,false,\n");
+  close(held);
+  EXPECT_EQ(db({"delete", "GOODS", "1"}).status, 0);
+}
