@@ -22,8 +22,8 @@ constexpr int kFieldCount = 4, kMostRows = 50;
 #define NAME "printf('%-8.8s', name)"
 #define BORN "CASE born WHEN 0 THEN '00000000' ELSE strftime('%Y%m%d', born + 2415018.5) END"
 #define PRICE "substr(printf('%8.2f', price), 1, 8)"
-const std::map<std::string, std::array<const char*, 2>> kKeys = {
-    {"BYNAME", {"name+DTOS(born)", NAME "||" BORN}}, {"BYPRICE", {"STR(price,8,2)+name", PRICE "||" NAME}}};
+const std::map<std::string, std::array<const char*, 2>> kKeys = {{"BYNAME", {"name+DTOS(born)", NAME "||" BORN}},
+                                                                 {"BYPRICE", {"STR(price,8,2)+name", PRICE "||" NAME}}};
 
 class Sql {
  public:
@@ -42,7 +42,8 @@ class Sql {
   /// The rows of the answer.
   std::vector<Strings> run(const std::string& sql, const Strings& arguments = {}) {
     sqlite3_stmt*& statement = statements_[sql];
-    if (statement == nullptr && sqlite3_prepare_v2(db_, sql.c_str(), -1, &statement, nullptr) != SQLITE_OK) std::abort();
+    if (statement == nullptr && sqlite3_prepare_v2(db_, sql.c_str(), -1, &statement, nullptr) != SQLITE_OK)
+      std::abort();
     for (std::size_t i = 0; i < arguments.size(); ++i)
       sqlite3_bind_text(statement, static_cast<int>(i) + 1, arguments[i].c_str(), -1, SQLITE_TRANSIENT);
     std::vector<Strings> rows;
@@ -101,16 +102,13 @@ class Model {
       differs = key.empty() || key.mapped() != rows[i][0] || entries[i].substr(4) != rows[i][0];
     }
     if (differs) std::printf("the entries of %s do not fit the records\n", index.c_str());
-    for (std::size_t i = 0; differs && i < std::max(entries.size(), rows.size()); ++i)
-      std::printf("  %s, should be %s\n",
-                  i < entries.size() ? (entries[i].substr(4) + std::to_string(Load<std::int32_t>(entries[i].data()))).c_str() : "none",
-                  i < rows.size() ? (rows[i][0] + rows[i][1]).c_str() : "none");
     order.resize(rows.size());
     return order;
   }
 
   bool load(Area& a, int place) {
-    const auto rows = sql.run("SELECT name, born, price, vip, memo, deleted FROM r WHERE place = ?", {std::to_string(place)});
+    const auto rows =
+        sql.run("SELECT name, born, price, vip, memo, deleted FROM r WHERE place = ?", {std::to_string(place)});
     if (rows.empty()) return false;
     a.buffer = {{rows[0].begin(), rows[0].begin() + kFieldCount}, std::stoi(rows[0][4]), rows[0][5] == "1"};
     a.place = a.record = place;
@@ -127,7 +125,8 @@ class Model {
   Strings keys(int place) {
     Strings keys;
     for (const auto& [index, key] : kKeys)
-      for (const Strings& row : sql.run(std::string("SELECT ") + key[1] + " FROM r WHERE place = ?", {std::to_string(place)}))
+      for (const Strings& row :
+           sql.run(std::string("SELECT ") + key[1] + " FROM r WHERE place = ?", {std::to_string(place)}))
         if (__GetIdxInd(0, index.c_str()) >= 0) keys.push_back(row[0]);
     return keys;
   }
@@ -238,11 +237,12 @@ class Runs {
       const char* name;
       UInt32 weight;
       void (R::*make)(Area&);
-    } kCalls[] = {{"append", 6, &R::append},  {"set", 14, &R::set},       {"note", 4, &R::note},     {"mark", 4, &R::mark},
-                  {"commit", 4, &R::commit},  {"abort", 2, &R::abort},    {"skip", 14, &R::skip},    {"top", 3, &R::top},
-                  {"bottom", 3, &R::bottom},  {"goto", 5, &R::go},        {"order", 4, &R::setOrder}, {"seek", 10, &R::seek},
-                  {"hide", 1, &R::hide},      {"pack", 1, &R::pack},      {"index", 2, &R::index},   {"reopen", 1, &R::reopen},
-                  {"second", 1, &R::second},  {"zap or walk", 1, &R::walkOrZap}};
+    } kCalls[] = {{"append", 6, &R::append}, {"set", 14, &R::set},       {"note", 4, &R::note},
+                  {"mark", 4, &R::mark},     {"commit", 4, &R::commit},  {"abort", 2, &R::abort},
+                  {"skip", 14, &R::skip},    {"top", 3, &R::top},        {"bottom", 3, &R::bottom},
+                  {"goto", 5, &R::go},       {"order", 4, &R::setOrder}, {"seek", 10, &R::seek},
+                  {"hide", 1, &R::hide},     {"pack", 1, &R::pack},      {"index", 2, &R::index},
+                  {"reopen", 1, &R::reopen}, {"second", 1, &R::second},  {"zap or walk", 1, &R::walkOrZap}};
     UInt32 chosen = below(80);
     const auto* call = kCalls;
     while (chosen >= call->weight) chosen -= call++->weight;
@@ -261,7 +261,8 @@ class Runs {
   std::string found(const Area& a) {
     std::string all;
     for (const char* field : kFields) all += describe(__GetField(alias(a), text(field))) + " ";
-    for (const auto query : {__TBL_RecNo, __TBL_RecCount, __TBL_Eof, __TBL_Bof, __TBL_Found, __TBL_Deleted, __TBL_INDEX_POS})
+    for (const auto query :
+         {__TBL_RecNo, __TBL_RecCount, __TBL_Eof, __TBL_Bof, __TBL_Found, __TBL_Deleted, __TBL_INDEX_POS})
       all += describe(query(alias(a))) + " ";
     return all;
   }
