@@ -19,6 +19,7 @@
 #include "runtime/process.h"
 #include "scratch_directory.h"
 #include "storage/directory_check.h"
+#include "storage/tables/areas.h"
 #include "storage/vornerdd.h"
 
 namespace {
@@ -143,6 +144,45 @@ void use(const std::string& name, UInt32 choice) {
   DmCloseDatabase(db);
 }
 
+// Opens it as a table, should it have a description, reads all of it, seeks, writes one record.
+void useTable(const std::string& name, UInt32 choice) {
+  constexpr int kMostSteps = 3000;
+  const LocalID id = DmFindDatabase(0, name.c_str());
+  UInt32 type = 0;
+  if (id == 0 || DmDatabaseInfo(0, id, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                &type, nullptr) != errNone)
+    return;
+  if (type != kTypeData) return;
+  __DBUSEAREA(__INIT_BOOL(1), nullptr, __INIT_CHARPTR(name.c_str()));
+  const int area = S_GLOB->TBL_this, fields = ToInt(__TBL_Fcount()->objData.mdbl);
+  __GoTo(area, 0, 0, 1);
+  for (int step = 0; step < kMostSteps && __TBL_Eof()->objData.mbool == 0; ++step) {
+    for (int field = 1; field <= fields; ++field) __GetFieldByID(area, field);
+    __TBL_Skip();
+  }
+  if (const int index = __GetFirstOpenIDX(area); index >= 0) {
+    const double records = __TBL_RecCount()->objData.mdbl;
+    require(AreaAt(area)->TBL_appinfo->TBL_IndexesNames[index]->IDX_dbRef->Head.NumberOfRecords == records);
+    __TBL_SetOrder(nullptr, __INIT_DOUBLE(index + 1));
+    __Seek(nullptr, __INIT_CHARPTR(choice % 2 == 0 ? "" : "B"), __INIT_BOOL(choice % 4 < 2));
+    __TBL_Skip();
+  }
+  if (choice % 8 < 4) __DBAPPEND();
+  for (int field = 1; field <= fields; ++field) {
+    const char letter = __FieldType(nullptr, __INIT_DOUBLE(field))->objData.mbuff[0];
+    if (letter == 'C' || letter == 'M') __SetField(nullptr, __INIT_DOUBLE(field), __INIT_CHARPTR("written"));
+  }
+  __DB_CloseArea();
+}
+
+// What an error leaves open is closed; what cannot be written is dropped then.
+void useTables(const std::string& name, UInt32 choice) {
+  if (done([&] { useTable(name, choice); })) return;
+  for (int area = 0; area < S_GLOB->TBL_lasttable; ++area)
+    if (VORNE_RDD* open = AreaAt(area)) open->TBL_fieldchanged = 0;
+  done([] { __dbCloseAll(); });
+}
+
 void useSound(const DatabaseReport& database, UInt32 choice) {
   DmOpenRef db = DmOpenDatabase(0, DmFindDatabase(0, database.name.c_str()), 0);
   require(db != nullptr && DmNumRecords(db) == database.records);
@@ -167,6 +207,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   CheckDirectory(".");
   ListDirectory(".");
   if (data[0] % 2 == 0) {
+    for (const std::string& name : names) useTables(name, choice);
     for (const std::string& name : names) done([&] { use(name, choice); });
     require(done(CloseCatalog));
   }
@@ -180,7 +221,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   });
   require(finished || repaired.lostRecords == checked.lostRecords);
   require(!RepairDirectory(".").changed);
-  const DirectoryReport report = CheckDirectory(".");
+  DirectoryReport report = CheckDirectory(".");
+  requireSound(report);
+  for (const DatabaseReport& database : report.databases) useTables(database.name, choice);
+  require(done(CloseCatalog));
+  report = CheckDirectory(".");
   requireSound(report);
   require(done([&] {
     for (const DatabaseReport& database : report.databases) useSound(database, choice);
