@@ -277,6 +277,8 @@ void RemoveEntry(DmOpenRef index, std::span<const char> entry) {
 
 void SettleEntries(DmOpenRef index) {
   if (!IsOpen(index) || index->waiting == nullptr) return;
+  const bool staysBehind = index->waiting->announced || index->waiting->behind;
+  if (!index->waiting->isPending() && staysBehind) return;
   // Out of the database first: should the file not grow, the way out closes it, and that must not try again.
   std::unique_ptr<WaitingEntries> waiting(std::exchange(index->waiting, nullptr));
   if (waiting->isPending()) Settle(index, *waiting);

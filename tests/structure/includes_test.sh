@@ -15,7 +15,7 @@ src/adapters   adapters/|runtime/|builtins/
 src/generated  generated/|runtime/|builtins/|adapters/
 src/bridge     bridge/|runtime/|builtins/|adapters/|generated/|screen/
 src/vorne.h    runtime/|builtins/|storage/|adapters/|generated/|screen/|bridge/
-tools          generated/|adapters/native\.h[">]|storage/(disk_layout|directory_check|table_reader)\.h[">]
+tools          generated/|adapters/native\.h[">]|storage/(disk_layout|directory_check|table_reader|tables)\.h[">]|storage/tables/(areas|description|keys|record_bytes)\.h[">]|runtime/process\.h[">]
 devices        generated/|adapters/native\.h[">]
 '
 floors=$(cd src && printf '%s|' */)none/

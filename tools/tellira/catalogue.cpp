@@ -4,8 +4,8 @@
 #include <array>
 #include <charconv>
 #include <climits>
-#include <numeric>
 
+#include "nearest.h"
 #include "text.h"
 
 namespace tool {
@@ -14,8 +14,6 @@ namespace {
 using generated::Argument;
 using generated::Command;
 using generated::Output;
-
-constexpr std::size_t kLongestCompared = 200;
 
 FieldKind kindOf(Argument argument) {
   switch (argument) {
@@ -33,29 +31,6 @@ FieldKind kindOf(Argument argument) {
     default:
       return FieldKind::kUnused;
   }
-}
-
-/// Number of single-letter edits (insert, delete, replace) between two names.
-std::size_t editDistance(std::string_view a, std::string_view b) {
-  std::vector<std::size_t> row(b.size() + 1);
-  std::iota(row.begin(), row.end(), std::size_t{0});
-  for (std::size_t i = 1; i <= a.size(); ++i) {
-    std::size_t diagonal = row[0];
-    row[0] = i;
-    for (std::size_t j = 1; j <= b.size(); ++j) {
-      const std::size_t replaced = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
-      diagonal = row[j];
-      row[j] = std::min({replaced, row[j] + 1, row[j - 1] + 1});
-    }
-  }
-  return row[b.size()];
-}
-
-/// Nearness for suggestions: edits, where a name that holds the whole of the other counts as near.
-std::size_t distance(std::string_view wanted, std::string_view name) {
-  const std::size_t edits = editDistance(wanted, name);
-  const bool held = wanted.size() >= 4 && name.find(wanted) != std::string_view::npos;
-  return held ? std::min<std::size_t>(edits, 3) : edits;
 }
 
 std::string missingText(const Command& command, int field, std::size_t given) {
@@ -106,28 +81,14 @@ std::size_t numberOf(const Command& command) {
 }
 
 std::vector<std::string_view> nearestCommands(std::string_view name) {
-  const std::string wanted = upperCase(trimmed(name)).substr(0, kLongestCompared);
-  const std::size_t limit = std::max<std::size_t>(3, wanted.size() / 3);
-  std::vector<std::pair<std::size_t, std::string_view>> near;
-  for (const Command& command : generated::kCommands) {
-    const std::size_t far = distance(wanted, upperCase(command.name));
-    if (far <= limit) near.emplace_back(far, command.name);
-  }
-  std::stable_sort(near.begin(), near.end(), [](const auto& a, const auto& b) {
-    return std::pair(a.first, a.second.size()) < std::pair(b.first, b.second.size());
-  });
   std::vector<std::string_view> names;
-  for (std::size_t i = 0; i < near.size() && i < 5; ++i) names.push_back(near[i].second);
-  return names;
+  for (const Command& command : generated::kCommands) names.emplace_back(command.name);
+  return nearestNames(name, names);
 }
 
 std::string unknownCommandText(std::string_view name) {
-  std::string text = "there is no command \"" + std::string(trimmed(name)) + "\".";
-  const auto names = nearestCommands(name);
-  for (std::size_t i = 0; i < names.size(); ++i) {
-    text += (i == 0 ? "\n  near to it: " : ", ") + std::string(names[i]);
-  }
-  return text + "\n  `tellira commands` lists all " + std::to_string(generated::kCommandCount) +
+  return "there is no command \"" + std::string(trimmed(name)) + "\"." + nearText(nearestCommands(name)) +
+         "\n  `tellira commands` lists all " + std::to_string(generated::kCommandCount) +
          "; `tellira commands PATTERN` searches them.";
 }
 

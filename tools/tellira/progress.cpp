@@ -12,11 +12,11 @@ namespace {
 constexpr auto kFirst = std::chrono::seconds(1);
 constexpr auto kBetween = std::chrono::milliseconds(200);
 constexpr const char* kClearLine = "\r\033[K";
-constexpr double kMegabyte = 1e6;
 
 }  // namespace
 
-Progress::Progress() : terminal_(isatty(STDERR_FILENO) == 1), start_(Clock::now()), next_(start_ + kFirst) {}
+Progress::Progress(const char* unit, double size)
+    : unit_(unit), size_(size), terminal_(isatty(STDERR_FILENO) == 1), start_(Clock::now()), next_(start_ + kFirst) {}
 
 Progress::~Progress() {
   if (shown_) std::fputs(kClearLine, stderr);
@@ -28,9 +28,9 @@ void Progress::show(const std::string& label, std::uint64_t done, std::uint64_t 
   next_ = now + kBetween;
   shown_ = true;
   const double seconds = std::chrono::duration<double>(now - start_).count();
-  const double megabytes = static_cast<double>(done) / kMegabyte;
-  std::fprintf(stderr, "%s%.0f of %.0f MB, %.0f MB/s, %s", kClearLine, megabytes,
-               static_cast<double>(std::max(done, all)) / kMegabyte, megabytes / seconds, label.c_str());
+  const double units = static_cast<double>(done) / size_;
+  std::fprintf(stderr, "%s%.0f of %.0f %s, %.0f %s/s, %s", kClearLine, units,
+               static_cast<double>(std::max(done, all)) / size_, unit_, units / seconds, unit_, label.c_str());
   std::fflush(stderr);
 }
 

@@ -16,10 +16,12 @@ The directory is the one that the program works in; its databases are in the sub
 
 Examples:
   tellira db --dir /srv/pos list
-  tellira db schema SALES
+  tellira db create CUSTOMER CODE:C:12 NAME:C:30 LIMIT:N:12:2
+  tellira db import CUSTOMER customers.csv
   tellira db check --repair
 
-Exit status: 0 done, 1 done but the answer is no (damage found, records lost), 2 wrong usage or input.)";
+Exit status: 0 done, 1 done but the answer is no (not found, damage found, records lost), 2 wrong usage or input, 3 the
+runtime could not go on.)";
 
 }  // namespace
 
@@ -44,8 +46,8 @@ std::string codeText(std::uint32_t code) {
   return text;
 }
 
-std::string counted(std::uint64_t count, const std::string& noun) {
-  return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+std::string counted(std::uint64_t count, const std::string& noun, const std::string& many) {
+  return std::to_string(count) + " " + (count == 1 ? noun : many.empty() ? noun + "s" : many);
 }
 
 std::string sizeText(std::uint64_t bytes) {
@@ -58,15 +60,26 @@ std::string sizeText(std::uint64_t bytes) {
   return text;
 }
 
+CLI::Option& addName(CLI::App& verb, const char* name, std::string& value, const char* description) {
+  const auto take = [&value](const std::string& text) { value = unguarded(text); };
+  return *verb.add_option_function<std::string>(name, take, description)->type_name("")->required();
+}
+
 void addDb(CLI::App& app, Action& action) {
   auto options = std::make_shared<DbOptions>();
-  CLI::App& group = *app.add_subcommand("db", "List, describe, check and repair the databases of a working directory");
+  CLI::App& group = *app.add_subcommand("db", "Work with the tables and databases of a working directory");
   group.add_option("--dir", options->directory, "Working directory that holds DB (default: the current one)")
       ->type_name("DIR");
   group.require_subcommand(1);
   group.footer(kFooter);
   addDbList(group, options, action);
   addDbSchema(group, options, action);
+  addDbCreate(group, options, action);
+  addDbImport(group, options, action);
+  addDbExport(group, options, action);
+  addDbIndex(group, options, action);
+  addDbSeek(group, options, action);
+  addDbRecords(group, options, action);
   addDbSql(group, options, action);
   addDbCheck(group, options, action);
 }

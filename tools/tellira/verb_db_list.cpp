@@ -3,6 +3,7 @@
 
 #include "console.h"
 #include "db.h"
+#include "dictionary.h"
 #include "json_text.h"
 #include "table.h"
 
@@ -19,24 +20,30 @@ std::uint64_t bytesOf(const vorne::DatabaseReport& database) {
   return database.dataFileBytes + database.offsetsFileBytes;
 }
 
-Json jsonOf(const vorne::DatabaseReport& database) {
+/// Only tables have any.
+std::size_t indexesOf(const Dictionary& dictionary, const vorne::DatabaseReport& database) {
+  return database.entry.type == vorne::kTypeData ? dictionary.indexesOf(database.name) : 0;
+}
+
+Json jsonOf(const vorne::DatabaseReport& database, std::size_t indexes) {
   Json json;
   json["name"] = shown(database.name);
   json["type"] = codeText(database.entry.type);
   json["records"] = database.records;
-  json["indexes"] = 0;  // of the tables among them, once there are any
+  json["indexes"] = indexes;
   json["bytes"] = bytesOf(database);
   return json;
 }
 
 int runList(const DbOptions& options, bool json) {
-  const vorne::DirectoryReport report = vorne::ListDirectory(options.checkedDirectory());
+  const Dictionary dictionary(options.checkedDirectory());
   Json list = Json::array();
-  Table<4> table{{"Name", "Type", "Records", "Size"}};
-  for (const vorne::DatabaseReport& database : report.databases) {
-    list.push_back(jsonOf(database));
+  Table<5> table{{"Name", "Type", "Records", "Indexes", "Size"}};
+  for (const vorne::DatabaseReport& database : dictionary.databases()) {
+    const std::size_t indexes = indexesOf(dictionary, database);
+    list.push_back(jsonOf(database, indexes));
     table.add({shown(database.name), codeText(database.entry.type), std::to_string(database.records),
-               sizeText(bytesOf(database))});
+               std::to_string(indexes), sizeText(bytesOf(database))});
   }
   if (json)
     printJson(list);
@@ -49,7 +56,7 @@ int runList(const DbOptions& options, bool json) {
 
 void addDbList(CLI::App& group, const SharedDbOptions& options, Action& action) {
   auto json = std::make_shared<bool>(false);
-  CLI::App& verb = *group.add_subcommand("list", "List the databases: type, records, size");
+  CLI::App& verb = *group.add_subcommand("list", "List the databases: type, records, indexes, size");
   verb.add_flag("--json", *json, "Print a JSON array");
   verb.footer(kFooter);
   verb.callback([options, json, &action] { action = [options, json] { return runList(*options, *json); }; });

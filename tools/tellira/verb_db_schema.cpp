@@ -1,18 +1,22 @@
 // `tellira db schema`: what there is to know about one database.
 #include <cstdio>
+#include <optional>
 #include <utility>
 #include <vector>
 
 #include "console.h"
 #include "db.h"
+#include "dictionary.h"
 #include "json_text.h"
+#include "table.h"
 #include "text.h"
 
 namespace tool {
 namespace {
 
 constexpr const char* kFooter = R"(
-Nothing is changed. The name may be written in small or capital letters.
+A table is described with its fields and indexes, and with the command lines that would make it. Nothing is changed. The
+name may be written in small or capital letters.
 
 Example:
   tellira db schema SALES --json)";
@@ -40,6 +44,39 @@ std::string dateText(const SYSTEMTIME& date) {
   return text;
 }
 
+/// The names of an index's key fields; a number that names none as it stands.
+std::vector<std::string> keyNames(const Dictionary::Table& table, const vorne::IndexDescription& index) {
+  std::vector<std::string> names;
+  for (const IDX_Indexes& key : index.keyFields)
+    names.push_back(key.KeyField >= 1 && key.KeyField <= table.fields().size()
+                        ? shown(table.fields()[key.KeyField - 1].FieldName)
+                        : std::to_string(key.KeyField));
+  return names;
+}
+
+std::string joined(const std::vector<std::string>& names) {
+  std::string text;
+  for (const std::string& name : names) text += (text.empty() ? "" : ",") + name;
+  return text;
+}
+
+// ------------------------------------------------------------------------------------------------------------ JSON
+
+Json jsonOf(const ControlFieldTBL& field) {
+  Json json;
+  json["name"] = shown(field.FieldName);
+  json["type"] = std::string(1, vorne::TypeLetter(field.FieldType));
+  json["length"] = field.FieldLen;
+  json["decimals"] = field.FieldDecLen;
+  return json;
+}
+
+void describe(const Dictionary::Table& table, Json& json) {
+  for (const ControlFieldTBL& field : table.fields()) json["fields"].push_back(jsonOf(field));
+  for (const vorne::IndexDescription& index : table.indexes)
+    json["indexes"].push_back({{"name", shown(index.name)}, {"fields", keyNames(table, index)}});
+}
+
 Json jsonOf(const vorne::DatabaseReport& database) {
   Json json;
   json["table"] = shown(database.name);
@@ -59,6 +96,8 @@ Json jsonOf(const vorne::DatabaseReport& database) {
   json["offsetsFileBytes"] = database.offsetsFileBytes;
   return json;
 }
+
+// ------------------------------------------------------------------------------------------------------------ text
 
 std::string sizesInWords(const vorne::DatabaseReport& database) {
   if (database.records == 0) return "-";
@@ -94,27 +133,61 @@ void printText(const vorne::DatabaseReport& database) {
   }
 }
 
-std::string storedName(const std::string& name) {
+/// A word of a command line as a shell takes it.
+std::string quoted(const std::string& word) {
+  return word.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_-:,") ==
+                 std::string::npos
+             ? word
+             : "'" + word + "'";
+}
+
+void printText(const Dictionary::Table& table) {
+  print("\n");
+  Table<4> fields{{"Field", "Type", "Length", "Decimals"}};
+  for (const ControlFieldTBL& field : table.fields())
+    fields.add({shown(field.FieldName), std::string(1, vorne::TypeLetter(field.FieldType)),
+                std::to_string(field.FieldLen), std::to_string(field.FieldDecLen)});
+  fields.print();
+  print("\n");
+  if (!table.indexes.empty()) {
+    Table<2> indexes{{"Index", "Key fields"}};
+    for (const vorne::IndexDescription& index : table.indexes)
+      indexes.add({shown(index.name), joined(keyNames(table, index))});
+    indexes.print();
+    print("\n");
+  }
+  print("tellira db create " + quoted(shown(table.name)));
+  for (const ControlFieldTBL& field : table.fields()) print(" " + quoted(fieldText(field)));
+  print("\n");
+  for (const vorne::IndexDescription& index : table.indexes)
+    print("tellira db index create " + quoted(shown(table.name)) + " " + quoted(shown(index.name)) + " " +
+          quoted(joined(keyNames(table, index))) + "\n");
+}
+
+/// The database as a table, when it is one.
+std::optional<Dictionary::Table> tableOf(const Dictionary& dictionary, const vorne::DatabaseReport& database) {
+  if (database.entry.type != vorne::kTypeData) return std::nullopt;
   try {
-    return latin1FromUtf8(name);
-  } catch (const ConversionError& error) {
-    throw Failure(kUsage, "the name \"" + name + "\" cannot be a database's: " + error.what() +
-                              ".\n  next: `tellira db list` shows all of them.");
+    return dictionary.table(shown(database.name));
+  } catch (const Failure&) {
+    return std::nullopt;
   }
 }
 
 int runSchema(const DbOptions& group, const SchemaOptions& options) {
   const std::string directory = group.checkedDirectory();
   const auto database = vorne::DescribeDatabase(directory, storedName(options.name));
-  if (!database) {
-    complain("there is no database \"" + options.name + "\" in " + directory +
-             ".\n  next: `tellira db list` shows all of them.");
-    return kNo;
-  }
-  if (options.json)
-    printJson(jsonOf(*database));
-  else
+  const Dictionary dictionary(directory);
+  if (!database) throw Failure(kNo, dictionary.unknownText(options.name, "database"));
+  const auto table = tableOf(dictionary, *database);
+  if (!options.json) {
     printText(*database);
+    if (table) printText(*table);
+    return kDone;
+  }
+  Json json = jsonOf(*database);
+  if (table) describe(*table, json);
+  printJson(json);
   return kDone;
 }
 
@@ -122,7 +195,8 @@ int runSchema(const DbOptions& group, const SchemaOptions& options) {
 
 void addDbSchema(CLI::App& group, const SharedDbOptions& shared, Action& action) {
   auto options = std::make_shared<SchemaOptions>();
-  CLI::App& verb = *group.add_subcommand("schema", "Describe one database: kind, dates, records, files");
+  CLI::App& verb =
+      *group.add_subcommand("schema", "Describe one database: kind, records, files; a table's fields and indexes");
   verb.add_flag("--json", options->json, "Print a JSON object");
   verb.add_option("NAME", options->name, "Name of the database")->type_name("")->required();
   verb.footer(kFooter);

@@ -38,6 +38,11 @@ void entryOfRecord(const myAppInfoType& table, const IDX_IndexesNames& index, st
   maker.make(record, BytesOf(table.TBL_dbRef, static_cast<UInt32>(record)), entry.data());
 }
 
+// Entries move when others come and go. Where the current record's entry is now is found out when a walk goes on.
+void forgetPlaces(const myAppInfoType& table) {
+  for (std::uint32_t i = 0; i < table.TBL_numIndexes; ++i) table.TBL_IndexesNames[i]->IDX_recID = -1;
+}
+
 }  // namespace
 
 void EntryChanges::addChange(IDX_IndexesNames& index, std::int32_t position, Boolean hostOrder) {
@@ -70,6 +75,8 @@ void EntryChanges::recordStored(std::int32_t position) {
     if (!change.before.empty()) RemoveEntry(change.index->IDX_dbRef, change.before);
     InsertEntry(change.index->IDX_dbRef, change.after);
   }
+  if (count_ != 0)
+    ForEachAreaOf(area_.TBL_appinfo->TBL_dbRef, [](int, VORNE_RDD& area) { forgetPlaces(*area.TBL_appinfo); });
   const myAppInfoType& table = *area_.TBL_appinfo;
   for (std::uint32_t i = 0; i < table.TBL_numIndexes; ++i) table.TBL_IndexesNames[i]->IDX_fieldchanged = 0;
 }

@@ -32,7 +32,7 @@ bool CloseIndex(IDX_IndexesNames& index);  ///< false when it was not open
 /// Calls `visit(area number, table)` for every area that has the database of `table` open: each has a list of its own.
 template <class Visit>
 void ForEachAreaOf(DmOpenRef table, Visit visit) {
-  for (int number = 0; number < S_GLOB->TBL_amnt_open_dbs; ++number)
+  for (int number = 0; number < S_GLOB->TBL_lasttable; ++number)
     if (VORNE_RDD* area = AreaAt(number); area != nullptr && area->TBL_appinfo->TBL_dbRef == table)
       visit(number, *area);
 }

@@ -1,0 +1,40 @@
+// The runtime at work on the tables of one directory, as the verbs that change something need it.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "storage/tables.h"
+#include "storage/tables/areas.h"
+
+namespace tool {
+
+/// One at a time, and one in a process: it makes DIR the working directory and starts the runtime, which ends with it.
+/// While it lives, standard output belongs to the runtime; the verb prints before or afterwards.
+///
+/// Whatever the runtime says in ending the process becomes a Failure (kEnded) with its words.
+class TableSession {
+ public:
+  /// @param directory absolute path of the working directory; its "DB" is made when missing
+  /// @throws Failure (kUsage) when a program has its databases open
+  explicit TableSession(const std::string& directory);
+  ~TableSession();
+  TableSession(const TableSession&) = delete;
+  TableSession& operator=(const TableSession&) = delete;
+
+  /// Opens a table; the number of its area, which becomes the current one.
+  /// @throws Failure (kNo) when there is none
+  int open(std::string_view name);
+  /// Writes and closes everything. The verb is done only when this has returned.
+  void close();
+
+ private:
+  void lockDirectory() const;
+  void end();
+
+  std::string directory_;
+  int lock_ = -1;
+  bool running_ = false;
+};
+
+}  // namespace tool
