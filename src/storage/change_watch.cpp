@@ -23,7 +23,7 @@ using namespace std::chrono_literals;
 // may change once more without showing it.
 constexpr std::int64_t kTimeSteps = 20'000'000;
 // How long a change must stand still before its writer is suspected to be dead.
-constexpr auto kSuspicion = 200ms;
+constexpr auto kSuspicion = 20ms;
 constexpr auto kBetweenLooks = 50us;
 constexpr int kLooksWithoutSleep = 20;
 

@@ -28,12 +28,12 @@ void addDbExport(CLI::App& group, const SharedDbOptions& options, Action& action
 void addDbIndex(CLI::App& group, const SharedDbOptions& options,
                 Action& action);  ///< index create, index drop, reindex
 void addDbSeek(CLI::App& group, const SharedDbOptions& options, Action& action);
+void addDbSql(CLI::App& group, const SharedDbOptions& options, Action& action);
 void addDbRecords(CLI::App& group, const SharedDbOptions& options, Action& action);  ///< delete, recall, pack, zap
 void addDbCheck(CLI::App& group, const SharedDbOptions& options, Action& action);
 
 /// Adds the name that most verbs begin with.
 CLI::Option& addName(CLI::App& verb, const char* name, std::string& value, const char* description);
-void addDbSql(CLI::App& group, const SharedDbOptions& options, Action& action);
 
 /// A name or text of the data directory, which is ISO-8859-1, as UTF-8 with card numbers masked.
 std::string shown(std::string_view latin1);

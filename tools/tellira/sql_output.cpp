@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "console.h"
+#include "csv.h"
 #include "json_text.h"
 #include "text.h"
 
@@ -83,7 +84,7 @@ class CsvOutput : public SqlOutput {
 
  private:
   static std::string quoted(const std::string& text) {
-    if (text.find_first_of(",;\"\r\n") == std::string::npos && trimmed(text).size() == text.size()) return text;
+    if (!needsQuotes(text, ',')) return text;
     std::string result = "\"";
     for (const char c : text) result += c == '"' ? "\"\"" : std::string(1, c);
     return result + "\"";
