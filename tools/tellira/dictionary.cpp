@@ -59,7 +59,7 @@ std::string fieldText(const ControlFieldTBL& field) {
 Dictionary::Dictionary(std::string directory)
     : directory_(std::move(directory)), databases_(vorne::ListDirectory(directory_).databases) {}
 
-const DatabaseReport* Dictionary::database(std::string_view name) const {
+const DatabaseReport* Dictionary::database(std::string_view name) const& {
   const std::string wanted = storedName(name);
   const auto found = std::find_if(databases_.begin(), databases_.end(),
                                   [&](const DatabaseReport& database) { return isSameName(database.name, wanted); });

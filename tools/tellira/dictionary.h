@@ -32,8 +32,9 @@ class Dictionary {
   explicit Dictionary(std::string directory);
 
   const std::vector<vorne::DatabaseReport>& databases() const { return databases_; }
-  /// The database of that name (UTF-8, any letters), null for none.
-  const vorne::DatabaseReport* database(std::string_view name) const;
+  /// The database of that name (UTF-8, any letters), null for none. It lives as long as the dictionary.
+  const vorne::DatabaseReport* database(std::string_view name) const&;
+  const vorne::DatabaseReport* database(std::string_view name) const&& = delete;
   /// @param name in UTF-8, any letters
   /// @throws Failure (kNo) when there is no such table, with the nearest names; (kUsage) for a damaged description
   Table table(std::string_view name) const;

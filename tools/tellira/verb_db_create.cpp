@@ -160,7 +160,8 @@ int runCreate(const DbOptions& group, const CreateOptions& options) {
   const std::string name = checkedName(options.table, "table", kLongestName, "_-");
   const std::vector<ControlFieldTBL> fields = parsedFields(options.fields);
   TableSession session(directory);
-  if (const auto* taken = inTheWay(Dictionary(directory), name))
+  const Dictionary dictionary(directory);
+  if (const auto* taken = inTheWay(dictionary, name))
     refuse("there is a database \"" + shown(taken->name) + "\" already",
            "take another name, or drop the table first (`tellira db drop " + shown(taken->name) + "`)");
   const Obj_Node* made = __DBCREATE(__INIT_CHARPTR(name.c_str()), structureOf(fields));

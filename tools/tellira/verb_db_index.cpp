@@ -78,7 +78,8 @@ int runCreate(const DbOptions& group, const IndexOptions& options) {
   std::vector<std::uint32_t> fields;
   for (const IDX_Indexes& part : keyFields(table, options.fields)) fields.push_back(part.KeyField);
   TableSession session(directory);
-  if (const auto* taken = Dictionary(directory).database(name))
+  const Dictionary dictionary(directory);
+  if (const auto* taken = dictionary.database(name))
     refuse("there is a database \"" + shown(taken->name) + "\" already", "take another name");
   const int area = session.open(shown(table.name));
   if (__TrataCriaIndice(area, name.c_str(), fields.data(), static_cast<int>(fields.size())) != 1)
