@@ -18,8 +18,8 @@ namespace {
 
 constexpr const char* kFooter = R"(
 The key is the text that the key fields make, one behind the other, each padded to its length; a shorter text finds the
-first key that begins with it. For an index on one number, date or logical the value itself will do: 12.5, 2004-03-17,
-true. Deleted records are passed over unless --deleted shows them.
+first key that begins with it. Where the first key field is a number, date or logical, its value will do: 12.5,
+2004-03-17, true. Deleted records are passed over unless --deleted shows them.
 
 Nothing is changed, so that this may run beside the program.
 
@@ -46,7 +46,7 @@ std::string keyBytes(const Dictionary::Table& table, const vorne::IndexDescripti
   const std::uint32_t number = index.keyFields.front().KeyField;
   std::string bytes;
   double value = 0;
-  if (index.keyFields.size() == 1 && number >= 1 && number <= fields.size()) {
+  if (number >= 1 && number <= fields.size()) {
     const ControlFieldTBL& field = fields[number - 1];
     const std::string word = upperCase(key);
     if (field.FieldType == TBLNUM && readNumber(key, value)) bytes = vorne::NumberKey(field, value);
