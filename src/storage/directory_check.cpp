@@ -161,7 +161,8 @@ class Inspection {
 
     Findings data(name), offsets(offsetsName);
     const DatabaseState state = CheckDatabase(entry.type, files, data, offsets);
-    if (const std::optional<IndexDescription> index = ToldIndex(files, state))
+    // Under another type code it belongs to no table, whatever its head names.
+    if (const std::optional<IndexDescription> index = ToldIndex(files, state); index && entry.type == kTypeIndex)
       indexes_[FoldedName(index->table)].push_back(name);
     const bool replaceable = offsetsKind == FileKind::kRegular || offsetsKind == FileKind::kMissing;
     if (state.kind == kVariableDatabase && !replaceable) tellStrange(offsetsName, offsetsKind);

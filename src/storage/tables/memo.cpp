@@ -71,7 +71,8 @@ Obj_Node* ReadMemo(int number, int field) {
   if (reference == 0 || !OpenMemoDB(number)) return MakeText("");
   const std::span<const char> text = BytesOf(area->TBL_memo, reference - 1);
   countCall(*area);
-  return MakeText({text.data(), ::strnlen(text.data(), text.size())});
+  const std::string_view stored(text.data(), text.size());
+  return MakeText(stored.substr(0, stored.find('\0')));
 }
 
 int WriteMemo(int number, int field, const char* text, int length) {

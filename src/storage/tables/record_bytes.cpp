@@ -50,9 +50,8 @@ class StoredFields {
 
   /// Up to the next zero, which is passed over.
   std::string_view text() {
-    const std::size_t length = ::strnlen(rest_.data(), rest_.size());
-    const std::string_view found(rest_.data(), length);
-    rest_ = rest_.subspan(std::min(length + 1, rest_.size()));
+    const std::string_view rest(rest_.data(), rest_.size()), found = rest.substr(0, rest.find('\0'));
+    rest_ = rest_.subspan(std::min(found.size() + 1, rest_.size()));
     return found;
   }
 
