@@ -25,10 +25,11 @@ async function makeParsers() {
 const bytesOf = (name) => fs.readFileSync(path.join(databases, name));
 const hex = (bytes) => Buffer.from(bytes ?? []).toString('hex');
 
-function parse(className, name) {
+function parseBytes(className, bytes, ...parameters) {
   const parser = require(path.resolve(parsers, className));
-  return new (parser[className] ?? parser)(new Stream(bytesOf(name)));
+  return new (parser[className] ?? parser)(new Stream(bytes), null, null, ...parameters);
 }
+const parse = (className, name) => parseBytes(className, bytesOf(name));
 
 // What the sizes in a header say about the file itself; a database that was never opened is a header alone.
 function checkSizes(header, name, used, opened = true) {
@@ -43,7 +44,7 @@ function checkEntry(entry, wanted) {
     assert.ok(entry.isFree && entry.name === '', 'a deleted database leaves its entry free');
     return;
   }
-  const {name, type, creator, attributes, version, backedUp, modification} = wanted;
+  const {name, type, creator = 0, attributes = 0, version = 0, backedUp = 0, modification = 0} = wanted;
   assert.deepStrictEqual(
       {name: entry.name, type: entry.type, creator: entry.creator, attributes: entry.attributes, version: entry.version,
        backedUp: entry.lastBackupDate, modification: entry.modificationNumber, seed: entry.uniqueIdSeed, free: entry.isFree},
@@ -63,9 +64,9 @@ function checkCatalog() {
 }
 
 // Where each record begins, and behind the last one where the used bytes end.
-function placesOf(database) {
-  const places = [20 + database.appInfo.length / 2];
-  for (const record of database.records) places.push(places.at(-1) + 8 + record.space);
+function placesOf({header, body}) {
+  const places = [20 + header.appInfoLen];
+  for (const record of body?.records ?? []) places.push(places.at(-1) + 8 + record.header.allocatedSpace);
   return places;
 }
 
@@ -80,28 +81,63 @@ function checkData(database) {
       database.records, database.name);
   assert.ok(records.every(({header}) => header.counts && !header.busy), database.name);
   // Where no record was ever made the end is not yet put behind the header.
-  const used = database.records.length > 0 ? placesOf(database).at(-1) : undefined;
+  const used = database.records.length > 0 ? placesOf(data).at(-1) : undefined;
   checkSizes(data.header, database.name, used, database.opened);
 }
 
 function checkOffsets(database) {
   const name = `${database.name}_OS`;
-  const places = placesOf(database).slice(0, -1);
+  const places = placesOf(parse('DataFile', database.name)).slice(0, -1);
   const {header, offsets} = parse('OffsetsFile', name);
   assert.deepStrictEqual(offsets, places, name);
   checkSizes(header, name, places.length > 0 ? 20 + 4 * places.length : undefined);
 }
 
+// Head and spare bytes of a description of the sample table or of one of its indexes.
+function checkDescription({head, spare}, entriesWait) {
+  const {tableName, type, numFields, openMode, lastUpdate, cardNumber} = head;
+  assert.deepStrictEqual(
+      [tableName, type, numFields, openMode, lastUpdate, cardNumber, head.entriesWait, hex(spare)],
+      ['CLIENTES', 0x44415441, 6, 3, 0, 0, entriesWait, '00000000']);
+}
+
+function checkTable({name, fields, rows}) {
+  const {description, records} = parse('TableFile', name);
+  checkDescription(description, false);
+  assert.strictEqual(description.name, name);
+  assert.deepStrictEqual(description.fields.map((field) => [field.name, field.type, field.length, field.decimals]), fields);
+  assert.deepStrictEqual(
+      records.all.map(({data}) => ({values: data.values.map(({value}) => value.value), behind: data.behindFields.length,
+                                    deleted: data.isDeleted, growing: data.wasGrowing})), rows);
+}
+
+function checkMemo({name, texts}) {
+  assert.deepStrictEqual(parse('MemoFile', name).records.all.map(({data}) => data.text), texts);
+}
+
+function checkIndex({name, keyFields, keyLength, entries}) {
+  const {description, ...index} = parse('IndexFile', name);
+  const table = parse('TableFile', 'CLIENTES').description;
+  checkDescription(description, false);
+  assert.deepStrictEqual([description.name, description.keyLength, description.keyFieldTexts.map(({number}) => number)],
+                         [name, keyLength, keyFields]);
+  const partsOf = (key) => parseBytes('IndexKey', key, table, description).parts.map(({text}) => text);
+  assert.deepStrictEqual(index.entries.map(({position, key}) => [position, ...partsOf(key)]), entries);
+}
+
+const shapes = {table: checkTable, memo: checkMemo, index: checkIndex};
+
 function check() {
   const files = ['catalog.plm', 'catalog.bck'];
   checkCatalog();
   for (const database of expected.filter((database) => database !== null)) {
-    checkData(database);
+    (shapes[database.shape] ?? checkData)(database);
     files.push(database.name);
-    if (String.fromCharCode(database.kind) !== 'V' || !database.opened) continue;
+    if (String.fromCharCode(database.kind) !== 'V' || database.opened === false) continue;
     checkOffsets(database);
     files.push(`${database.name}_OS`);
   }
+  checkDescription(parse('IndexFile', '../waiting_index').description, true);
   assert.deepStrictEqual(fs.readdirSync(databases).sort(), files.sort(), 'nothing else is left in DB');
 }
 

@@ -12,7 +12,7 @@ fresh() {
   mkdir -p "$1"
 }
 
-# The reference was made by `sample_databases write` and `tar czf reference.tar.gz DB`. It is made anew only when what the
+# The reference was made by `sample_databases write` and `tar czf reference.tar.gz DB waiting_index`. It is made anew only when what the
 # files hold changes on purpose; what is in the field must be readable all the same.
 reference() {
   fresh "$work/written"

@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "runtime/local_clock.h"
+#include "runtime/values.h"
 #include "support/store.h"
 
 std::tm vorne::LocalNow() {
@@ -166,12 +167,88 @@ json describe(const Sample& sample) {
           {"records", records}};
 }
 
+// One table. In a row, "behind" is the number of bytes between the fields and the end mark; the row that is "growing"
+// was made longer by a process that died before it wrote it. A number that is too long for its field is cut in a key.
+const json kTables = json::parse(R"([
+  {"name": "CLIENTES", "type": 1145132097, "kind": 86, "shape": "table",
+   "fields": [["NAME", 2, 18, 0], ["PRICE", 0, 8, 2], ["BORN", 1, 8, 0], ["VIP", 3, 1, 0], ["NOTE", 4, 4, 0],
+              ["D_E_L_E_T_", 2, 2, 0]],
+   "rows": [
+     {"values": ["José Melo", 12.5, 29280, true, 2], "behind": 0, "deleted": false, "growing": false},
+     {"values": ["Ana", -3, 0, false, 0], "behind": 15, "deleted": false, "growing": false},
+     {"values": ["Rui", 0, 1, false, 0], "behind": 5, "deleted": true, "growing": true},
+     {"values": ["Bia", 0.25, 36526.5, true, 3], "behind": 0, "deleted": true, "growing": false},
+     {"values": ["", 1234567.89, 38053, false, 0], "behind": 0, "deleted": false, "growing": false}]},
+  {"name": "CLIENTES_M", "type": 1296387407, "kind": 86, "shape": "memo",
+   "texts": ["José's first note", "takes no aspirin", "moved away"]},
+  {"name": "BYNAME", "type": 1229866072, "kind": 66, "shape": "index", "keyFields": [1], "keyLength": 18,
+   "entries": [[4, "                  "], [1, "Ana               "], [3, "Bia               "],
+               [0, "José Melo         "], [2, "Rui               "]]},
+  {"name": "BYDAY", "type": 1229866072, "kind": 66, "shape": "index", "keyFields": [3, 2, 4], "keyLength": 17,
+   "entries": [[1, "00000000", "   -3.00", "\u0000"], [2, "18991231", "    0.00", "\u0000"],
+               [0, "19800229", "   12.50", "\u0001"], [3, "20000101", "    0.25", "\u0001"],
+               [4, "20040307", "1234567.", "\u0000"]]}
+])");
+
+// Of a JSON text; letters outside of ASCII are those that UTF-8 writes behind a byte of 0xC3.
+Obj_Node* latin1(const std::string& utf8) {
+  std::string latin1;
+  for (const char c : utf8)
+    if (!latin1.empty() && latin1.back() == '\xC3')
+      latin1.back() = static_cast<char>(c | 0x40);
+    else
+      latin1 += c;
+  return text(latin1);
+}
+
+void set(const char* field, Obj_Node* value) {
+  __SetField(nullptr, text(field), value);
+  __Commit();
+}
+
+void grow(UInt32 position, UInt32 bytes) {
+  DmOpenRef table = openStore("CLIENTES");
+  const MemHandle handle = DmGetRecord(table, position);
+  MemHandleResize(handle, MemHandleSize(handle) + bytes);
+  DmReleaseRecord(table, position, 0);
+}
+
+void appendRow(const json& row, UInt32 position) {
+  const json &values = row["values"], &notes = kTables[1]["texts"];
+  __DBAPPEND();
+  if (row["behind"] != 0 && !row["growing"]) set("NAME", text(std::string(18, '.')));
+  set("NAME", latin1(values[0]));
+  set("PRICE", number(values[1]));
+  set("BORN", __INIT_DATE(values[2].get<double>()));
+  set("VIP", __INIT_BOOL(values[3].get<bool>()));
+  if (position == 0) set("NOTE", latin1(notes[0]));
+  if (const unsigned note = values[4]; note != 0) set("NOTE", latin1(notes[note - 1]));
+  if (row["deleted"]) __TBL_Delete();
+  __Commit();
+  if (row["growing"]) grow(position, row["behind"]);
+}
+
+// A copy of one index stays beside them from when entries waited.
+void writeTable() {
+  __DBCREATE(text("Clientes"),
+             value("{{'NAME','C',18,0},{'PRICE','N',8,2},{'BORN','D',8,0},{'VIP','L',1,0},{'NOTE','M',4,0}}"));
+  __DBUSEAREA(__INIT_BOOL(1), nullptr, text("CLIENTES"));
+  __DBCREATEINDEX(text("BYNAME"), text("Name"));
+  __DBCREATEINDEX(text("BYDAY"), text("DTOS(BORN) + STR(PRICE) + VIP"));
+  UInt32 position = 0;
+  for (const json& row : kTables[0]["rows"]) appendRow(row, position++);
+  std::filesystem::copy_file("DB/BYDAY", "waiting_index");
+  __dbCloseAll();
+}
+
 void write() {
   json entries = json::array();
   for (const Sample& sample : samples()) {
     make(sample);
     entries.push_back(describe(sample));
   }
+  writeTable();
+  entries.insert(entries.end(), kTables.begin(), kTables.end());
   for (const Sample& sample : samples())
     if (sample.deleted) DmDeleteDatabase(0, DmFindDatabase(0, sample.name.c_str()));
   std::puts(entries.dump().c_str());
