@@ -1,0 +1,12 @@
+# The documents show the examples to the letter.
+cmake_minimum_required(VERSION 3.25)
+foreach(row "README.md c host.c" "README.pt-BR.md c host.c" "docs/tables.md cpp customers.cpp")
+  separate_arguments(row)
+  list(POP_FRONT row document language example)
+  file(READ ${ROOT}/examples/${example} code)
+  file(READ ${ROOT}/${document} text)
+  string(FIND "${text}" "```${language}\n${code}```" at)
+  if(at EQUAL -1)
+    message(FATAL_ERROR "${document} does not show examples/${example} as it is")
+  endif()
+endforeach()
