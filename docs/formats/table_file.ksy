@@ -43,6 +43,7 @@ types:
         repeat-expr: _root.description.fields.size - 1
       - id: behind_fields
         size: _io.size - _io.pos - 2
+        type: left_over
         doc: what a record keeps when its texts become shorter
       - id: mark
         type: u1
@@ -53,8 +54,19 @@ types:
         value: mark == 0 and zero == 0 and behind_fields.size > 0
         doc: made longer by a process that died before it wrote the fields
       is_deleted:
-        value: '(was_growing ? behind_fields[0] : mark) == 0x2a'
+        value: '(was_growing ? behind_fields.bytes.last : mark) == 0x2a'
         doc: marked by a star; live records have an exclamation mark
+  left_over:
+    seq:
+      - id: bytes
+        type: u1
+        repeat: until
+        repeat-until: _ != 0 or _io.eof
+        if: not _io.eof
+        doc: up to the first that is not zero
+    instances:
+      size:
+        value: _io.size
   field_value:
     params:
       - id: type

@@ -12,8 +12,6 @@ namespace vorne {
 
 namespace {
 
-constexpr UInt32 kLargestNewSpace = 15360;
-
 // Gives the block at the file's start `length` bytes, and those of `info` as its content; the records move by the
 // difference. As a whole or not at all, also when the process dies. False when the file cannot grow.
 bool SetBlockLength(DmOpenRef db, UInt32 length, std::span<const char> info = {}) {

@@ -213,6 +213,7 @@ typedef RecordStruct** MemHandle;
 inline constexpr UInt32 kHandles = 7168;
 inline constexpr UInt32 kOpenFiles = 5120;
 inline constexpr UInt32 kAppend = 0x0FFFFFFE;  ///< index that stands for the end
+inline constexpr UInt32 kLargestNewSpace = 15360;
 
 extern RecordStruct** MemHandles;  ///< null while the catalogue is closed
 extern OpenStruct** OpenFiles;
@@ -290,8 +291,8 @@ UInt32 DmFindSortPosition(DmOpenRef db, void* key, void* info, DmComparF* compar
 Err DmFindRecordByID(DmOpenRef db, UInt32 id, UInt32* index);
 
 // Handles.
-/// A zero-filled space of at most 15360 bytes. In a database that has nothing yet it is the application-info block; in
-/// any other it becomes that by DmSetDatabaseInfo. 0 when there is no handle. Error 5.
+/// A zero-filled space of at most kLargestNewSpace bytes. In a database that has nothing yet it is the application-info
+/// block; in any other it becomes that by DmSetDatabaseInfo. 0 when there is no handle. Error 5.
 MemHandle DmNewHandle(DmOpenRef db, UInt32 size);
 void* MemHandleLock(MemHandle handle);  ///< the data; null for a handle that is none
 Err MemHandleUnlock(MemHandle handle);

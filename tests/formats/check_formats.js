@@ -107,7 +107,7 @@ function checkTable({name, fields, rows}) {
   assert.strictEqual(description.name, name);
   assert.deepStrictEqual(description.fields.map((field) => [field.name, field.type, field.length, field.decimals]), fields);
   assert.deepStrictEqual(
-      records.all.map(({data}) => ({values: data.values.map(({value}) => value.value), behind: data.behindFields.length,
+      records.all.map(({data}) => ({values: data.values.map(({value}) => value.value), behind: data.behindFields.size,
                                     deleted: data.isDeleted, growing: data.wasGrowing})), rows);
 }
 

@@ -96,6 +96,10 @@ TEST_F(Tables, KeepWhatWasSetAndReadDamagedRecordsAsBlank) {
   EXPECT_EQ(visible(__GetFieldContent(nullptr, text("PRICE"))), "-1.25");
   EXPECT_EQ(numberOf(__TBL_RecSize()), 11 + 8 + 8 + 1 + 4 + 2);
   DmOpenRef db = stored("C");
+  // Deleted, and then made longer by a process that died before it wrote: what was left between fields and mark stays.
+  ASSERT_TRUE(change(db, 0, "ab" + zeros(1 + 8 + 8 + 1 + 4 + 3) + "*" + zeros(5)));
+  __TBL_GoTo(nullptr, number(1));
+  EXPECT_EQ(get("NAME") + describe(__TBL_Deleted()), "'ab'T");
   // Cut short, a text without its zero, a text longer than its field.
   for (const auto& [bytes, name] :
        {std::pair("ab", ""), {"!", ""}, {"abc*", "ab"}, {"abcdefghijklmnop!", "abcdefghij"}}) {

@@ -116,10 +116,11 @@ Obj_Node* __DBCREATE(Obj_Node* name, Obj_Node* structure, Obj_Node*) {
   // The structure is read before anything goes: one that is no table's leaves an old table alone.
   TableDescription description;
   description.fields = fieldsOf(rows);
+  description.name = capitals;
+  if (TableBlock(description).size() > kLargestNewSpace) __RuntimeError(6, kWrongElement);
   deleteTable(capitals);
   if (DmFindDatabase(0, capitals.c_str()) != 0) return __INIT_BOOL(0);
 
-  description.name = capitals;
   const bool memo = hasMemo(description.fields);
   myAppInfoType* table = NewTable(description);
   if (__TBL_CreateOrOpen(capitals.c_str(), kTypeData, description.openMode, table) == nullptr ||

@@ -96,8 +96,9 @@ void loadField(const ControlFieldTBL& field, StoredFields& from, bool swapped, c
 char markOf(std::span<const char> record, std::span<const char> behindFields) {
   if (record.size() < kEndMarkSize) return kLive;
   const char* end = record.data() + record.size() - kEndMarkSize;
-  if (end[0] != '\0' || end[1] != '\0' || behindFields.empty()) return end[0];
-  return behindFields.front();
+  if (end[0] != '\0' || end[1] != '\0') return end[0];
+  const auto mark = std::find_if(behindFields.begin(), behindFields.end(), [](char c) { return c != '\0'; });
+  return mark == behindFields.end() ? kLive : *mark;
 }
 
 std::span<const char> fieldBytes(std::span<const char> record) {
