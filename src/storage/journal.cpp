@@ -2,6 +2,7 @@
 
 #include <sys/file.h>
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -91,6 +92,18 @@ JournalFile* MapJournal(int file) {
 // True when no living process holds that journal; it is ours from then on.
 bool Claim(int file) {
   return fileSystem.flock(file, LOCK_EX | LOCK_NB) == 0;
+}
+
+// The same, where taking a dead process's journal for a living one's would leave its change half-done: a reader that
+// looks whether the writer lives holds the lock for an instant.
+bool ClaimFromReaders(int file) {
+  constexpr int kTries = 5;
+  constexpr useconds_t kBetween = 1000;
+  for (int tries = 1; !Claim(file); ++tries) {
+    if (tries == kTries || errno != EWOULDBLOCK) return false;
+    ::usleep(kBetween);
+  }
+  return true;
 }
 
 bool OpenJournalFile(const std::string& path) {
@@ -258,7 +271,7 @@ class DeadJournal {
     struct stat found;
     failure_ = errno;
     if (file_ < 0) return;
-    const bool claimed = Claim(file_);
+    const bool claimed = ClaimFromReaders(file_);
     failure_ = claimed ? 0 : errno;
     if (!claimed || ::fstat(file_, &found) != 0 || found.st_size != static_cast<off_t>(sizeof(JournalFile))) return;
     at_ = MapJournal(file_);
