@@ -310,3 +310,18 @@ TEST_F(Indexes, RefuseWhatCannotBe) {
   EXPECT_EQ(numberOf(__IndexOrd()) + numberOf(__TBL_INDEX_POS()), 0);
   EXPECT_EQ(visible(__IndexKey(nullptr)) + visible(__IndexKey(nullptr, text("i"))), "NAME");
 }
+
+// A process that died while it made an index leaves a database without a description, or with an empty one.
+TEST_F(Indexes, TakeTheNameOfOneThatWasNeverFinished) {
+  makeTable({"B", "A"});
+  for (const UInt32 block : {0u, 80u}) {
+    ASSERT_EQ(DmCreateDatabase(0, "I", 0, kTypeIndex, 0), errNone);
+    if (block != 0) DmNewHandle(openStore("I"), block);
+    __dbCloseAll();
+    CloseCatalog();
+    __DBUSEAREA(__INIT_BOOL(1), nullptr, text("T"));
+    EXPECT_TRUE(makeIndex("I", "NAME"));
+    EXPECT_EQ(records(index()).size(), 2u);
+    __DBDROPINDEX(text("I"));
+  }
+}

@@ -6,6 +6,7 @@
 #include "storage/databases.h"
 #include "storage/tables/index_upkeep.h"
 #include "storage/tables/keys.h"
+#include "storage/tables/table_descriptions.h"
 
 using namespace vorne;
 
@@ -74,13 +75,13 @@ std::vector<IDX_Indexes> keyOf(const std::uint32_t* keyFields, int count) {
   return key;
 }
 
-// An index database whose making was interrupted belongs to nobody.
+// An index database whose making was interrupted belongs to nobody: its block says nothing yet, or is not there.
 bool deleteUnfinished(const char* name) {
   const LocalID id = DmFindDatabase(0, name);
   DmOpenRef db = id == 0 ? nullptr : DmOpenDatabase(0, id, kReadWrite);
   if (db == nullptr) return false;
   const bool unfinished =
-      db->Head.Type == kIndexDatabase && db->Head.AppInfoLen == 0 && DmNumRecords(db) == 0 && db->opens == 1;
+      db->Head.Type == kIndexDatabase && DmNumRecords(db) == 0 && db->opens == 1 && !ParseIndexBlock(BlockOf(db));
   DmCloseDatabase(db);
   return unfinished && DmDeleteDatabase(0, DmFindDatabase(0, name)) == errNone;
 }
