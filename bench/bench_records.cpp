@@ -21,7 +21,7 @@
 #include <string>
 #include <vector>
 
-#include "storage/directory_check.h"
+#include "storage/repair/directory_check.h"
 #include "storage/vornerdd.h"
 #include "stores.h"
 

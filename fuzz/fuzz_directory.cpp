@@ -18,7 +18,7 @@
 #include "directory_input.h"
 #include "runtime/process.h"
 #include "scratch_directory.h"
-#include "storage/directory_check.h"
+#include "storage/repair/directory_check.h"
 #include "storage/tables/areas.h"
 #include "storage/vornerdd.h"
 

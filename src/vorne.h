@@ -2,9 +2,9 @@
 #pragma once
 
 #include "adapters/vorneadapters.h"
-#include "bridge/message_log.h"
 #include "builtins/vornefun.h"
 #include "generated/adapters.h"
+#include "log/message_log.h"
 #include "runtime/vorneobjs.h"
 #include "screen/vornewin.h"
 #include "storage/vornerdd.h"

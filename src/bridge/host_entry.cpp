@@ -5,8 +5,8 @@
 #include <cstring>
 
 #include "bridge/dispatcher.h"
-#include "bridge/message_log.h"
 #include "generated/constants.h"
+#include "log/message_log.h"
 #include "runtime/internal.h"
 #include "runtime/process.h"
 

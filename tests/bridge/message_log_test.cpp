@@ -2,8 +2,8 @@
 #include <fstream>
 #include <iterator>
 
-#include "bridge/message_log.h"
 #include "host.h"
+#include "log/message_log.h"
 #include "runtime/vorneobjs.h"
 
 namespace {

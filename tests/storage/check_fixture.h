@@ -6,8 +6,8 @@
 #include <map>
 #include <vector>
 
-#include "storage/directory_check.h"
-#include "storage/system.h"
+#include "storage/files/system.h"
+#include "storage/repair/directory_check.h"
 #include "support/file_images.h"
 #include "support/scratch_directory.h"
 

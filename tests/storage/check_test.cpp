@@ -2,7 +2,7 @@
 #include <sys/stat.h>
 
 #include "check_fixture.h"
-#include "storage/repair_copy.h"
+#include "storage/files/kept_copies.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 
 #include <csignal>
 
-#include "storage/diagnostic_log.h"
-#include "storage/system.h"
+#include "storage/files/diagnostic_log.h"
+#include "storage/files/system.h"
 #include "support/child.h"
 #include "support/store.h"
 

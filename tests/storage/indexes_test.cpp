@@ -4,11 +4,11 @@
 #include <sstream>
 
 #include "runtime/values.h"
-#include "storage/directory_check.h"
-#include "storage/system.h"
+#include "storage/files/system.h"
+#include "storage/format/keys.h"
+#include "storage/records/waiting_entries.h"
+#include "storage/repair/directory_check.h"
 #include "storage/tables/index_upkeep.h"
-#include "storage/tables/keys.h"
-#include "storage/waiting_entries.h"
 #include "support/store.h"
 
 using namespace vorne;

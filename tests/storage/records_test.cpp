@@ -1,8 +1,8 @@
 // The record database through its own calls: what they answer, what they leave in the files, byte for byte.
 #include <gmock/gmock.h>
 
-#include "storage/repair_copy.h"
-#include "storage/tempdb.h"
+#include "storage/databases/tempdb.h"
+#include "storage/files/kept_copies.h"
 #include "support/file_images.h"
 #include "support/store.h"
 

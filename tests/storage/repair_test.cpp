@@ -7,9 +7,9 @@
 #include <random>
 
 #include "check_fixture.h"
-#include "storage/journal.h"
-#include "storage/mapped.h"
-#include "storage/repair_copy.h"
+#include "storage/files/kept_copies.h"
+#include "storage/files/mapped_file.h"
+#include "storage/journal/journal.h"
 #include "support/child.h"
 #include "support/failing_system.h"
 #include "support/store.h"

@@ -3,9 +3,9 @@
 // made anew.
 //   tables_killed [--kills 300] [--seed 1]
 #include "runtime/values.h"
-#include "storage/journal.h"
+#include "storage/format/record_bytes.h"
+#include "storage/journal/journal.h"
 #include "storage/tables/areas.h"
-#include "storage/tables/record_bytes.h"
 #include "support/failing_system.h"
 #include "support/store_load.h"
 

@@ -1,6 +1,6 @@
 // Tables through the calls that scripts make: the bytes they leave, where a walk ends, what memos and marks do.
 #include "runtime/values.h"
-#include "storage/tables/record_bytes.h"
+#include "storage/format/record_bytes.h"
 #include "support/store.h"
 
 using namespace vorne;

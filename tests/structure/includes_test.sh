@@ -8,14 +8,15 @@ status=0
 # folder: what it may include of the folders of src/, as the beginnings of paths.
 allowed='
 src/runtime    runtime/
+src/log        log/|runtime/
 src/screen     screen/|runtime/
 src/builtins   builtins/|runtime/
 src/storage    storage/|runtime/|builtins/
 src/adapters   adapters/|runtime/|builtins/
 src/generated  generated/|runtime/|builtins/|adapters/
-src/bridge     bridge/|runtime/|builtins/|adapters/|generated/|screen/
-src/vorne.h    runtime/|builtins/|storage/|adapters/|generated/|screen/|bridge/
-tools          generated/|adapters/native\.h[">]|storage/(disk_layout|directory_check|table_reader|tables)\.h[">]|storage/tables/(areas|description|keys|record_bytes)\.h[">]|runtime/process\.h[">]
+src/bridge     bridge/|runtime/|log/|builtins/|adapters/|generated/|screen/
+src/vorne.h    runtime/|log/|builtins/|storage/|adapters/|generated/|screen/|bridge/
+tools          generated/|adapters/native\.h[">]|storage/(disk_layout|tables)\.h[">]|storage/(repair/directory_check|reading/table_reader|tables/areas)\.h[">]|storage/format/(description|keys|record_bytes)\.h[">]|runtime/process\.h[">]
 devices        generated/|adapters/native\.h[">]
 '
 floors=$(cd src && printf '%s|' */)none/

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <type_traits>
 
-#include "storage/system.h"
+#include "storage/files/system.h"
 
 namespace failing {
 

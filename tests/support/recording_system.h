@@ -13,7 +13,7 @@
 #include <random>
 #include <string>
 
-#include "storage/system.h"
+#include "storage/files/system.h"
 #include "support/scratch_directory.h"
 
 namespace recording {

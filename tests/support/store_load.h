@@ -18,7 +18,7 @@
 #include <random>
 #include <thread>
 
-#include "storage/directory_check.h"
+#include "storage/repair/directory_check.h"
 #include "support/child.h"
 #include "support/store.h"
 

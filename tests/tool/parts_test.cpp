@@ -2,13 +2,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "base64.h"
-#include "catalogue.h"
-#include "masking.h"
-#include "page.h"
-#include "parameter.h"
-#include "script_words.h"
-#include "text.h"
+#include "edge/masking.h"
+#include "library/base64.h"
+#include "library/commands.h"
+#include "library/parameter.h"
+#include "sale/page.h"
+#include "sale/script_words.h"
+#include "text/text.h"
 
 using namespace tool;
 using testing::ElementsAre;

@@ -4,8 +4,8 @@
 #include <exception>
 #include <vector>
 
-#include "cli.h"
-#include "console.h"
+#include "edge/cli.h"
+#include "edge/console.h"
 
 #ifndef TELLIRA_VERSION
 #error "TELLIRA_VERSION comes from the build"

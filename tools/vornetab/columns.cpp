@@ -2,7 +2,7 @@
 
 #include <set>
 
-#include "text.h"
+#include "text/text.h"
 
 namespace vornetab {
 namespace {

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "storage/table_reader.h"
+#include "storage/reading/table_reader.h"
 
 namespace vornetab {
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "cursor.h"
-#include "text.h"
+#include "text/text.h"
 #include "vornetab.h"
 
 namespace vornetab {

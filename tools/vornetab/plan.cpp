@@ -5,7 +5,7 @@
 #include <cstring>
 #include <optional>
 
-#include "text.h"
+#include "text/text.h"
 
 namespace vornetab {
 namespace {

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "text.h"
+#include "text/text.h"
 
 namespace vornetab {
 namespace {

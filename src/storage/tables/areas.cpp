@@ -7,8 +7,8 @@
 
 #include "builtins/arguments.h"
 #include "runtime/memory.h"
+#include "storage/format/record_bytes.h"
 #include "storage/tables/index_upkeep.h"
-#include "storage/tables/record_bytes.h"
 #include "storage/tables/table_descriptions.h"
 
 namespace vorne {

@@ -1,7 +1,7 @@
 // Inside the storage floor: the work areas and what an area is made of.
 #pragma once
 
-#include "storage/tables/description.h"
+#include "storage/format/description.h"
 
 namespace vorne {
 

@@ -5,9 +5,9 @@
 #include "builtins/arguments.h"
 #include "builtins/new_text.h"
 #include "runtime/internal.h"
+#include "storage/format/keys.h"
+#include "storage/format/record_bytes.h"
 #include "storage/tables/areas.h"
-#include "storage/tables/keys.h"
-#include "storage/tables/record_bytes.h"
 
 using namespace vorne;
 

@@ -4,15 +4,15 @@
 
 #include "runtime/latin1.h"
 #include "runtime/memory.h"
-#include "storage/catalog.h"
-#include "storage/databases.h"
-#include "storage/descriptor.h"
-#include "storage/diagnostic_log.h"
+#include "storage/databases/catalog.h"
+#include "storage/databases/databases.h"
+#include "storage/files/descriptor.h"
+#include "storage/files/diagnostic_log.h"
+#include "storage/format/keys.h"
+#include "storage/records/waiting_entries.h"
 #include "storage/tables/index_entries.h"
 #include "storage/tables/index_upkeep.h"
-#include "storage/tables/keys.h"
 #include "storage/tables/table_descriptions.h"
-#include "storage/waiting_entries.h"
 
 namespace vorne {
 

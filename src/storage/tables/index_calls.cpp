@@ -3,11 +3,11 @@
 
 #include "builtins/arguments.h"
 #include "runtime/memory.h"
-#include "storage/databases.h"
-#include "storage/entries.h"
-#include "storage/records.h"
+#include "storage/databases/databases.h"
+#include "storage/format/entry_order.h"
+#include "storage/format/keys.h"
+#include "storage/records/records.h"
 #include "storage/tables/index_upkeep.h"
-#include "storage/tables/keys.h"
 
 using namespace vorne;
 

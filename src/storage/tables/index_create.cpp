@@ -3,9 +3,9 @@
 #include <cctype>
 
 #include "builtins/arguments.h"
-#include "storage/databases.h"
+#include "storage/databases/databases.h"
+#include "storage/format/keys.h"
 #include "storage/tables/index_upkeep.h"
-#include "storage/tables/keys.h"
 #include "storage/tables/table_descriptions.h"
 
 using namespace vorne;

@@ -3,11 +3,11 @@
 #include <algorithm>
 
 #include "runtime/latin1.h"
-#include "storage/databases.h"
-#include "storage/entries.h"
-#include "storage/records.h"
-#include "storage/tables/keys.h"
-#include "storage/tables/record_bytes.h"
+#include "storage/databases/databases.h"
+#include "storage/format/entry_order.h"
+#include "storage/format/keys.h"
+#include "storage/format/record_bytes.h"
+#include "storage/records/records.h"
 
 namespace vorne {
 

@@ -3,10 +3,10 @@
 
 #include <cstring>
 
-#include "storage/records.h"
+#include "storage/format/keys.h"
+#include "storage/records/records.h"
+#include "storage/records/waiting_entries.h"
 #include "storage/tables/index_entries.h"
-#include "storage/tables/keys.h"
-#include "storage/waiting_entries.h"
 
 namespace vorne {
 

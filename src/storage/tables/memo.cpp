@@ -2,10 +2,10 @@
 #include <cstring>
 
 #include "builtins/new_text.h"
-#include "storage/journal.h"
-#include "storage/records.h"
+#include "storage/format/record_bytes.h"
+#include "storage/journal/journal.h"
+#include "storage/records/records.h"
 #include "storage/tables/areas.h"
-#include "storage/tables/record_bytes.h"
 
 using namespace vorne;
 

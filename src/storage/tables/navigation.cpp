@@ -1,10 +1,10 @@
 // Going from record to record.
 #include "builtins/arguments.h"
-#include "storage/entries.h"
-#include "storage/offsets.h"
-#include "storage/records.h"
+#include "storage/format/entry_order.h"
+#include "storage/format/record_bytes.h"
+#include "storage/records/offsets.h"
+#include "storage/records/records.h"
 #include "storage/tables/areas.h"
-#include "storage/tables/record_bytes.h"
 
 using namespace vorne;
 

@@ -1,11 +1,11 @@
 // Removing deleted records, or all.
 #include <algorithm>
 
-#include "storage/journal.h"
-#include "storage/records.h"
+#include "storage/format/record_bytes.h"
+#include "storage/journal/journal.h"
+#include "storage/records/records.h"
+#include "storage/records/waiting_entries.h"
 #include "storage/tables/index_upkeep.h"
-#include "storage/tables/record_bytes.h"
-#include "storage/waiting_entries.h"
 
 using namespace vorne;
 

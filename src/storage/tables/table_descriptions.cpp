@@ -2,8 +2,8 @@
 
 #include <cstring>
 
-#include "storage/app_info.h"
-#include "storage/databases.h"
+#include "storage/databases/databases.h"
+#include "storage/records/app_info.h"
 #include "storage/tables/index_upkeep.h"
 
 namespace vorne {

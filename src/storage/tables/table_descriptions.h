@@ -1,7 +1,7 @@
 // Inside the storage floor: descriptions of open tables.
 #pragma once
 
-#include "storage/tables/description.h"
+#include "storage/format/description.h"
 
 namespace vorne {
 

@@ -1,10 +1,10 @@
 // From the field buffer to the table.
 #include <cstring>
 
-#include "storage/journal.h"
-#include "storage/records.h"
+#include "storage/format/record_bytes.h"
+#include "storage/journal/journal.h"
+#include "storage/records/records.h"
 #include "storage/tables/index_upkeep.h"
-#include "storage/tables/record_bytes.h"
 
 using namespace vorne;
 

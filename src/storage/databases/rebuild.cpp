@@ -1,0 +1,187 @@
+#include "storage/databases/rebuild.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "storage/databases/databases.h"
+#include "storage/files/diagnostic_log.h"
+#include "storage/files/kept_copies.h"
+#include "storage/format/chain.h"
+#include "storage/records/offsets.h"
+#include "storage/records/records.h"
+
+namespace vorne {
+
+namespace {
+
+// Bytes behind the used ones that are zero in a file that was left in order.
+constexpr std::int32_t kQuietTail = 128;
+
+bool HasQuietTail(const mymap& map) {
+  return map.szallocated - map.szmap > kQuietTail;
+}
+
+bool IsTailQuiet(const mymap& map) {
+  const char* tail = map.mapmem + map.szmap;
+  return !HasQuietTail(map) || std::all_of(tail, tail + kQuietTail, [](char byte) { return byte == 0; });
+}
+
+// What a walk along the chain finds.
+struct Walk {
+  UInt32 records = 0;
+  UInt32 end = 0;
+  UInt32 abandoned = 0;  // place of a record begun and never released, with others behind it; 0 none
+};
+
+// Calls `visit(number, place)` for every record that counts.
+template <class Visit>
+Walk WalkChain(FileBytes bytes, UInt32 appInfoLen, Visit visit) {
+  Walk walk;
+  std::uint64_t place = FirstRecord(bytes, appInfoLen);
+  while (IsRecord(bytes, place)) {
+    visit(walk.records++, static_cast<UInt32>(place));
+    place += RecordSpan(HeaderAt(bytes, place));
+  }
+  walk.end = static_cast<UInt32>(std::min<std::uint64_t>(place, bytes.size()));
+  if (IsAbandoned(bytes, place) && place + RecordSpan(HeaderAt(bytes, place)) < bytes.size()) walk.abandoned = walk.end;
+  return walk;
+}
+
+// The bytes that may hold records: an end that cannot be is not believed.
+FileBytes ChainBytes(const mymap& map) {
+  const bool plausible = map.szmap >= static_cast<std::int32_t>(RecordsBegin(HeaderOf(map)));
+  return plausible ? UsedBytes(map) : AllBytes(map);
+}
+
+void CloseGap(DmOpenRef db, UInt32 place, UInt32 span) {
+  TailMove move = MoveOf(*db->hFile, place, -static_cast<std::int64_t>(span));
+  move.offsetsFollow = db->hOS != nullptr;
+  const ProtectedMove made(db->hFile, move);
+}
+
+// The walk after everything that was begun and not released has been taken out.
+Walk WalkRepaired(DmOpenRef db) {
+  const auto walk = [db] {
+    return WalkChain(ChainBytes(*db->hFile), HeaderOf(*db->hFile).AppInfoLen, [](UInt32, UInt32) {});
+  };
+  Walk found = walk();
+  for (; found.abandoned != 0; found = walk())
+    CloseGap(db, found.abandoned, RecordSpan(HeaderAtPlace(*db, found.abandoned)));
+  return found;
+}
+
+void StoreSlots(DmOpenRef db, const Walk& walk) {
+  const std::int64_t end = kHeaderSize + static_cast<std::int64_t>(walk.records) * kOffsetSize;
+  WriteUsedSize(db->hOS, kHeaderSize);
+  if (!EnsureRoom(db->hOS, static_cast<long>(end - kHeaderSize))) GrowthFailure(*db->hOS);
+  char* slots = db->hOS->mapmem + kHeaderSize;
+  WalkChain(ChainBytes(*db->hFile), db->Head.AppInfoLen,
+            [slots](UInt32 number, UInt32 place) { Store(slots + number * kOffsetSize, place); });
+  WriteUsedSize(db->hOS, end);
+}
+
+void StoreEnd(DmOpenRef db, const Walk& walk) {
+  const auto old = static_cast<UInt32>(db->hFile->szmap);
+  db->Head.NumberOfRecords = walk.records;
+  db->hFile->szmap = static_cast<std::int32_t>(walk.end);
+  WriteHeader(db->hFile, db->Head);
+  UInt32 behind = std::max(walk.end, old);
+  if (HasQuietTail(*db->hFile)) behind = std::max(behind, walk.end + kQuietTail);
+  std::memset(db->hFile->mapmem + walk.end, 0, behind - walk.end);
+  db->Head = HeaderOf(*db->hFile);
+}
+
+// The place behind the last record, as far as the offsets file can tell; 0 when that record cannot be.
+std::int64_t LastRecordEnd(DmOpenRef db) {
+  const UInt32 place = GetRecOffSet(db, db->Head.NumberOfRecords - 1);
+  if (place > static_cast<UInt32>(db->hFile->szmap))
+    Logar(Message("%s%s offset > hFile->szmap", db->fName, kOffsetsSuffix).c_str());
+  const FileBytes bytes = AllBytes(*db->hFile);
+  const RecordHeader header = HeaderAt(bytes, place);
+  const std::uint64_t end = std::uint64_t{place} + RecordSpan(header);
+  const bool sound = place >= RecordsBegin(db->Head) && header.AllocatedSpace != 0 &&
+                     header.AllocatedSpace >= header.RecordLen && end <= bytes.size();
+  return sound ? static_cast<std::int64_t>(end) : 0;
+}
+
+bool AreOffsetsConsistent(DmOpenRef db) {
+  for (UInt32 i = 0; i < db->Head.NumberOfRecords; ++i)
+    if (RecordPlace(*db, i) == 0) return false;
+  return LastRecordEnd(db) == db->hFile->szmap;
+}
+
+bool NeedsRebuild(DmOpenRef db) {
+  if (OffsetSlots(*db) < db->Head.NumberOfRecords) return true;
+  if (!IsTailQuiet(*db->hFile)) {
+    if (!AreOffsetsConsistent(db)) return true;
+    std::memset(db->hFile->mapmem + db->hFile->szmap, 0, kQuietTail);
+  }
+  // Records that were written and not counted, or begun and not released, lie behind the last one that counts.
+  return LastRecordEnd(db) < db->hFile->szmap;
+}
+
+}  // namespace
+
+bool IsSoundHeader(const mymap& map) {
+  const FileHeader header = HeaderOf(map);
+  const bool known = header.Type == kVariableDatabase || header.Type == kIndexDatabase || header.Type == kFixedDatabase;
+  const UInt32 used = std::max(static_cast<UInt32>(map.szmap), kHeaderSize) - kHeaderSize;
+  return known && header.AppInfoLen <= used &&
+         (header.Type == kVariableDatabase || header.NumberOfRecords <= used / kRecordHeaderSize);
+}
+
+void VerifyEqualRecords(DmOpenRef db) {
+  const UInt32 stride = RecordStride(*db);
+  const UInt32 begin = RecordsBegin(db->Head);
+  const std::uint64_t counted = begin + static_cast<std::uint64_t>(db->Head.NumberOfRecords) * stride;
+  const auto used = static_cast<std::uint64_t>(db->hFile->szmap);
+  if (stride <= kRecordHeaderSize || used <= counted || (used - counted) % stride != 0) return;
+
+  UInt32 unmarked = 0, gap = 0;
+  for (std::uint64_t place = begin; place < used; place += stride) {
+    const RecordHeader header = HeaderAtPlace(*db, static_cast<UInt32>(place));
+    if (RecordSpan(header) != stride) return;
+    if (IsMarked(header)) continue;
+    ++unmarked;
+    gap = static_cast<UInt32>(place);
+  }
+  if (unmarked == 1 && used - counted == stride) {
+    CloseGap(db, gap, stride);
+  } else if (unmarked == 0) {
+    db->Head.NumberOfRecords = static_cast<UInt32>((used - begin) / stride);
+    WriteHeader(db->hFile, db->Head);
+  }
+  db->Head = HeaderOf(*db->hFile);
+}
+
+}  // namespace vorne
+
+using namespace vorne;
+
+void VerifyFileOffset(DmOpenRef db) {
+  if (!IsOpen(db) || db->hOS == nullptr) return;
+  if (db->Head.NumberOfRecords == 0) {
+    const FileBytes bytes = UsedBytes(*db->hFile);
+    if (IsRecord(bytes, FirstRecord(bytes, db->Head.AppInfoLen))) RefazerOS(db);
+  } else {
+    if (NeedsRebuild(db)) RefazerOS(db);
+    const std::int64_t end = db->Head.NumberOfRecords == 0 ? 0 : LastRecordEnd(db);
+    if (end > db->hFile->szmap) WriteUsedSize(db->hFile, end);
+  }
+  if (OffsetSlots(*db) > db->Head.NumberOfRecords)
+    WriteUsedSize(db->hOS, kHeaderSize + static_cast<std::int64_t>(db->Head.NumberOfRecords) * kOffsetSize);
+}
+
+void RefazerOS(DmOpenRef db) {
+  if (!IsOpen(db) || db->hOS == nullptr) return;
+  const Walk walk = WalkRepaired(db);
+  // What the rebuild is going to leave out can still be had from the copies.
+  if (walk.records < db->Head.NumberOfRecords)
+    for (const char* suffix : {"", kOffsetsSuffix}) KeepCopy(wcDir, (std::string(db->fName) + suffix).c_str());
+  StoreSlots(db, walk);
+  StoreEnd(db, walk);
+}
+
+int FindEor(DmOpenRef db, UInt32 offset) {
+  return IsOpen(db) && IsRecord(UsedBytes(*db->hFile), offset);
+}

@@ -1,0 +1,50 @@
+#include "storage/files/diagnostic_log.h"
+
+#include <cstdarg>
+#include <cstdio>
+
+#include "storage/files/descriptor.h"
+#include "storage/vornerdd.h"
+
+namespace {
+
+int logFile = -1;
+
+}  // namespace
+
+namespace vorne {
+
+std::string Message(const char* format, ...) {
+  char text[PATH_MAX + 512];
+  va_list arguments;
+  va_start(arguments, format);
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+  std::vsnprintf(text, sizeof text, format, arguments);
+#pragma GCC diagnostic pop
+  va_end(arguments);
+  return text;
+}
+
+void StorageFailure(const char* message) {
+  Logar(message);
+  std::printf("%s", message);
+  __RuntimeError(5, -1);
+}
+
+void CloseDiagnosticLog() {
+  if (logFile >= 0) fileSystem.close(logFile);
+  logFile = -1;
+}
+
+}  // namespace vorne
+
+using namespace vorne;
+
+void Logar(const char* message) {
+  if (logFile < 0) logFile = OpenFile("saida.txt", O_WRONLY | O_CREAT | O_APPEND, 0666);
+  if (logFile < 0 || message == nullptr) return;
+  const std::string line = std::string(message) + "\n";
+  // The only place where a failure could be told is this one.
+  static_cast<void>(fileSystem.write(logFile, line.data(), line.size()));
+}

@@ -1,0 +1,108 @@
+#include "storage/files/kept_copies.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <ctime>
+#include <memory>
+
+#include "runtime/local_clock.h"
+#include "storage/files/descriptor.h"
+#include "storage/files/unfinished_file.h"
+
+namespace vorne {
+
+namespace {
+
+constexpr std::size_t kPiece = 1 << 16;
+constexpr int kSuffixes = 1000;  // repairs within one second
+
+std::string copies;
+
+bool Exists(const std::string& path) {
+  struct stat found;
+  return fileSystem.stat(path.c_str(), &found) == 0;
+}
+
+bool MakeCopiesDirectory(const std::string& directory) {
+  const std::tm now = LocalNow();
+  char stamp[32];
+  std::strftime(stamp, sizeof stamp, "/repair-%Y%m%d-%H%M%S", &now);
+  for (int i = 1; i <= kSuffixes; ++i) {
+    const std::string path = directory + stamp + (i == 1 ? "" : "-" + std::to_string(i));
+    if (fileSystem.mkdir(path.c_str(), 0770) == 0) {
+      copies = path;
+      return true;
+    }
+    if (errno != EEXIST) return false;
+  }
+  return false;
+}
+
+bool PutAll(int from, UnfinishedFile& to) {
+  const std::unique_ptr<char[]> piece(new char[kPiece]);
+  for (;;) {
+    const ssize_t n = fileSystem.read(from, piece.get(), kPiece);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) return n == 0;
+    to.put(piece.get(), static_cast<std::size_t>(n));
+  }
+}
+
+// Names in a directory are on the disk only after this; a file system that cannot do it has no more to offer.
+void SyncDirectory(const std::string& path) {
+  const int directory = OpenFile(path.c_str(), O_RDONLY | O_DIRECTORY);
+  if (directory < 0) return;
+  fileSystem.fsync(directory);
+  fileSystem.close(directory);
+}
+
+// The program that goes on with the file may be another user than the technician who repairs it.
+void GiveToOwnerOf(const std::string& directory, const std::string& path) {
+  struct stat owner;
+  if (fileSystem.stat(directory.c_str(), &owner) == 0 && ::chown(path.c_str(), owner.st_uid, owner.st_gid) != 0)
+    errno = 0;  // only the superuser can, and needs to
+}
+
+bool Copy(int from, const std::string& name) {
+  UnfinishedFile copy(copies + "/" + kUnfinishedName);
+  return PutAll(from, copy) && copy.become(copies + "/" + name, UnfinishedFile::Wait::ForTheDisk);
+}
+
+}  // namespace
+
+bool KeepCopy(const char* directory, const char* file) {
+  const std::string place = directory, name = file;
+  const int from = OpenFile((place + "/" + name).c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+  if (from < 0) return errno == ENOENT;
+  const bool usable = copies.starts_with(place + "/") && !Exists(copies + "/" + name);
+  const bool kept = (usable || MakeCopiesDirectory(place)) && Copy(from, name);
+  const int failure = errno;
+  fileSystem.close(from);
+  if (kept) SyncDirectory(copies);
+  errno = failure;
+  return kept;
+}
+
+const std::string& CopiesDirectory() {
+  return copies;
+}
+
+void BeginCopies() {
+  copies.clear();
+}
+
+bool ReplaceFile(const std::string& directory, const std::string& file, FileBytes content) {
+  const std::string path = directory + "/" + file;
+  const bool isNew = !Exists(path);
+  UnfinishedFile replacement(directory + "/" + kUnfinishedName);
+  for (std::size_t done = 0; done < content.size(); done += kPiece)
+    replacement.put(content.data() + done, std::min(kPiece, content.size() - done));
+  if (!replacement.become(path, UnfinishedFile::Wait::ForTheDisk)) return false;
+  if (isNew) GiveToOwnerOf(directory, path);
+  SyncDirectory(directory);
+  return true;
+}
+
+}  // namespace vorne

@@ -1,0 +1,319 @@
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "runtime/latin1.h"
+#include "storage/files/descriptor.h"
+#include "storage/files/diagnostic_log.h"
+#include "storage/files/mapped_file.h"
+#include "storage/files/system.h"
+
+char wcDir[PATH_MAX];
+char wcName[PATH_MAX + 256];
+Boolean bBatchOper = 0;
+
+namespace {
+
+using namespace vorne;
+
+constexpr std::size_t kNameLimit = 128;
+
+// With 64-bit addresses the largest size is held from the start, so that growth never moves what callers look at.
+constexpr std::uint32_t kHeldAddresses = sizeof(void*) == 8 ? 0x10000000 : 0;
+
+// A file that is used a lot grows in larger steps.
+std::int64_t GrowthStep(int resize) {
+  if (resize < 3) return kSmallestFile;
+  return resize < 5 ? 61440 : 92160;
+}
+
+// Not a rounding up to the next multiple: files in the field carry sizes made by this rule.
+std::int64_t FieldSize(std::int64_t size) {
+  const std::int64_t grown = size + size % kSmallestFile;
+  return grown > kLargestFile ? size : grown;
+}
+
+// A map's used size; a file just made has none.
+std::int64_t UsedSize(const mymap& map) {
+  return map.szmap == kNewFile ? 0 : map.szmap;
+}
+
+void FlushHeader(const mymap& map) {
+  FlushViewOfFile(map.mapmem, kHeaderSize);
+}
+
+void FlushUsed(const mymap& map) {
+  FlushViewOfFile(map.mapmem, static_cast<std::size_t>(map.szmap));
+}
+
+void StoreAllocated(pmymap map, std::int64_t size) {
+  map->szallocated = static_cast<std::int32_t>(size);
+  Store(map->mapmem + offsetof(FileHeader, szallocated), map->szallocated);
+}
+
+void StoreUsed(pmymap map, std::int64_t size) {
+  map->szmap = static_cast<std::int32_t>(size);
+  StoreBarrier();
+  Store(map->mapmem + offsetof(FileHeader, szmap), map->szmap);
+  StoreBarrier();
+}
+
+// Sizes here never pass kLargestFile, or are those of a file that there is.
+bool Cut(int file, std::int64_t size) {
+  return fileSystem.ftruncate(file, static_cast<off_t>(size)) == 0;
+}
+
+// Real space from `from` to `to`, so that a full disk is told here and not by a signal at the first store. File systems
+// that cannot reserve are taken at their word.
+bool ReserveSpace(int file, std::int64_t from, std::int64_t to) {
+  if (to <= from || fileSystem.fallocate(file, static_cast<off_t>(from), static_cast<off_t>(to - from)) == 0)
+    return true;
+  return errno == EOPNOTSUPP || errno == EINVAL || errno == ENOSYS;
+}
+
+// Stores the zeros that the new part of a file reads as anyway: the system then keeps it in few large pieces, where the
+// first touch of each page through the mapping would make a piece of its own. Nothing depends on it.
+void TouchAtOnce(int file, std::int64_t from, std::int64_t to) {
+  static char zeros[1 << 17];
+  const auto size = static_cast<std::size_t>(to > from ? to - from : 0);
+  if (size <= sizeof zeros && fileSystem.lseek(file, static_cast<off_t>(from), SEEK_SET) == from)
+    static_cast<void>(fileSystem.write(file, zeros, size) < 0);
+}
+
+// Real space up to the end of the file for what is going to be written behind the used size. What other programs made
+// may have holes there.
+bool ReserveAhead(pmymap map, std::int64_t needed) {
+  if (needed <= map->reserved) return true;
+  const std::int64_t from = map->reserved > map->szmap ? map->reserved : map->szmap;
+  std::int64_t to = needed + GrowthStep(map->resize);
+  if (to > map->szallocated) to = map->szallocated;
+  if (!ReserveSpace(map->hFile, from, to)) return false;
+  map->reserved = static_cast<std::int32_t>(to);
+  return true;
+}
+
+// The size that a growth to hold `used` bytes leads to; 0 when it would pass the largest file.
+std::int64_t GrownSize(const mymap& map, std::int64_t used) {
+  if (used > kLargestFile) return 0;
+  std::int64_t size = map.szallocated + GrowthStep(map.resize);
+  if (size < used) size = used + kSmallestFile;
+  size = FieldSize(size);
+  return size > kLargestFile ? kLargestFile : size;
+}
+
+bool Grow(pmymap map, std::int64_t used) {
+  ++map->resize;
+  const std::int64_t size = GrownSize(*map, used);
+  if (size != 0 && setfilesz(map, static_cast<long>(size))) return true;
+  --map->resize;
+  return false;
+}
+
+// The sizes that a header stands for. What it cannot say truly is replaced by what the file shows: a file is never cut
+// at open, and nothing is used behind its end.
+struct Sizes {
+  std::int64_t allocated;
+  std::int64_t used;
+  bool fresh;  // the header must be written
+};
+
+Sizes SizesOf(const FileHeader& header, std::int64_t fileSize) {
+  if (fileSize == 0) return {kSmallestFile, kNewFile, true};
+  Sizes sizes{header.szallocated, header.szmap, fileSize < kSmallestFile};
+  const std::int64_t least = fileSize < kSmallestFile ? kSmallestFile : fileSize;
+  if (sizes.used == 0) sizes.used = kHeaderSize;
+  if (sizes.allocated < kHeaderSize || sizes.allocated > kLargestFile || sizes.allocated < fileSize)
+    sizes.allocated = least;
+  if (sizes.allocated < sizes.used || (sizes.used < kHeaderSize && sizes.used != kNewFile)) {
+    sizes.used = sizes.allocated;
+    sizes.fresh = true;
+  }
+  return sizes;
+}
+
+[[noreturn]] void MapFailure(const char* format, const char* name) {
+  StorageFailure(Message(format, name, __MemoryReport()).c_str());
+}
+[[noreturn]] void MapFailure(const char* format, const char* name, long size) {
+  StorageFailure(Message(format, name, size, __MemoryReport()).c_str());
+}
+
+// Brings the file to `size` bytes, with real space where it had none; its old size comes back when that fails.
+bool SizeFile(int file, std::int64_t oldSize, std::int64_t size) {
+  if (size <= oldSize) return true;
+  const bool sized = Cut(file, size) && (oldSize >= kSmallestFile || ReserveSpace(file, 0, kSmallestFile));
+  if (!sized) Cut(file, oldSize);
+  return sized;
+}
+
+}  // namespace
+
+const char* GetWideName(const char* name) {
+  if (name == nullptr)
+    wcName[0] = 0;
+  else
+    std::snprintf(wcName, sizeof wcName, "%s/%s", wcDir, name);
+  return wcName;
+}
+
+int GetHeaderAndSize(const char* name, FileHeader* header, long* size) {
+  if (name == nullptr) return 0;
+  *header = {};
+  *size = 0;
+  const HANDLE file = CreateFile(GetWideName(name), GENERIC_READ | GENERIC_WRITE);
+  if (file == INVALID_HANDLE_VALUE) return 0;
+  int count = 0;
+  *size = GetFileSize(file);
+  const bool readable = *size >= 0 && (*size < static_cast<long>(kHeaderSize) ||
+                                       ReadFile(file, header, kHeaderSize, &count) == static_cast<int>(kHeaderSize));
+  CloseHandle(file);
+  if (!readable) MapFailure("falhou ReadFile do arquivo %s %s", name);
+  return 1;
+}
+
+pmymap mapeararquivo(const char* name) {
+  if (name == nullptr || std::strlen(name) >= kNameLimit) StorageFailure("Nome muito extenso");
+  MapOwner map(static_cast<pmymap>(std::calloc(1, sizeof(mymap))));
+  if (map == nullptr) StorageFailure("Falha de alocação mp"_l1);
+  map->hFile = -1;
+  std::strcpy(map->cfile, name);
+
+  FileHeader header;
+  long fileSize = 0;
+  // An open that fails here must not look like a new file: its header would be written over the old one.
+  if (!GetHeaderAndSize(name, &header, &fileSize)) MapFailure("falhou abertura do arquivo %s %s", name);
+  if (fileSize > static_cast<long>(kLargestFile)) MapFailure("falhou GetFileSize do arquivo %s %s", name);
+
+  const Sizes sizes = SizesOf(header, fileSize);
+  const std::int64_t size = FieldSize(sizes.allocated);
+  map->szmap = static_cast<std::int32_t>(sizes.used);
+  if (!GetMappedFile(map.get(), static_cast<long>(size)))
+    StorageFailure(Message("Falha na criação do Mapeamento %s"_l1, name).c_str());
+  if (sizes.fresh || sizes.allocated != size || header.szmap != static_cast<std::uint32_t>(map->szmap)) {
+    header.szmap = static_cast<std::uint32_t>(map->szmap);
+    header.szallocated = static_cast<std::uint32_t>(size);
+    Store(map->mapmem, header);
+    FlushHeader(*map);
+  }
+  return map.release();
+}
+
+int GetMappedFile(pmymap map, long size) {
+  if (map == nullptr) return 0;
+  map->hFile = OpenFile(wcName, O_RDWR | O_NONBLOCK);
+  if (map->hFile < 1) map->hFile = OpenFile(wcName, O_RDWR | O_NONBLOCK | O_CREAT, 0660);
+  if (map->hFile < 1) return 0;
+  const std::int64_t oldSize = GetFileSize(map->hFile);
+  if (oldSize < 0 || !SizeFile(map->hFile, oldSize, size)) return 0;
+  if (oldSize > size) size = static_cast<long>(oldSize);
+
+  const auto length = static_cast<UInt32>(size) > kHeldAddresses ? static_cast<UInt32>(size) : kHeldAddresses;
+  const HANDLE mapping = CreateFileMapping(map->hFile, nullptr, PAGE_READWRITE, 0, length);
+  if (mapping == INVALID_HANDLE_VALUE) {
+    Cut(map->hFile, oldSize);
+    MapFailure("falhou CreateFileMapping do arquivo %s sz=%ld %s", map->cfile, size);
+  }
+  map->hFileMap = MapViewOfFile(mapping);
+  if (map->hFileMap == nullptr) MapFailure("falhou MapViewOfFile do arquivo %s sz=%ld %s", map->cfile, size);
+  map->mapmem = static_cast<char*>(map->hFileMap);
+  map->mapped = length;
+  StoreAllocated(map, size);
+  FlushHeader(*map);
+  return 1;
+}
+
+namespace vorne {
+
+bool EnsureRoom(pmymap map, long n) {
+  const std::int64_t used = UsedSize(*map) + n;
+  if (map->szallocated <= map->szmap + static_cast<std::int64_t>(n) && !Grow(map, used)) return false;
+  return ReserveAhead(map, used);
+}
+
+void WriteHeader(pmymap map, FileHeader header) {
+  header.szallocated = static_cast<std::uint32_t>(map->szallocated);
+  header.szmap = Load<FileHeader>(map->mapmem).szmap;
+  Store(map->mapmem, header);
+  StoreUsed(map, map->szmap);
+  if (!bBatchOper) FlushHeader(*map);
+}
+
+void WriteUsedSize(pmymap map, std::int64_t size) {
+  StoreUsed(map, size);
+  if (!bBatchOper) FlushUsed(*map);
+}
+
+void ExtendUsed(pmymap map, std::int64_t n) {
+  const std::int64_t old = UsedSize(*map);
+  map->offset = static_cast<std::int32_t>(old);
+  StoreUsed(map, std::max<std::int64_t>(old + n, kHeaderSize));
+}
+
+void StoreCount(pmymap map, UInt32 count) {
+  Store(map->mapmem + offsetof(FileHeader, NumberOfRecords), count);
+  StoreBarrier();
+}
+
+}  // namespace vorne
+
+int increasefilesz(pmymap map, long n) {
+  if (map == nullptr) {
+    Logar("Falha de increase !mp");
+    __RuntimeError(0, -1);
+  }
+  const bool grows = map->szallocated <= map->szmap + static_cast<std::int64_t>(n);
+  const long added = grows && n < 0 ? static_cast<long>(kSmallestFile) : n;
+  if (!EnsureRoom(map, added)) return 0;
+  ExtendUsed(map, added);
+  if (grows || !bBatchOper) FlushHeader(*map);
+  return 1;
+}
+
+int setfilesz(pmymap map, long size) {
+  if (map == nullptr || size < map->szmap || size > static_cast<long>(kLargestFile)) return 0;
+  FlushUsed(*map);
+  const std::int64_t old = map->szallocated;
+  if (!Cut(map->hFile, size)) return 0;
+  const bool real = ReserveSpace(map->hFile, old, size);
+  if (real) TouchAtOnce(map->hFile, old, size);
+  if (real && static_cast<std::size_t>(size) > map->mapped) {
+    void* moved = fileSystem.mremap(map->mapmem, map->mapped, static_cast<std::size_t>(size));
+    if (moved != MAP_FAILED) {
+      map->mapmem = static_cast<char*>(moved);
+      map->mapped = static_cast<std::size_t>(size);
+    }
+  }
+  if (!real || static_cast<std::size_t>(size) > map->mapped) {
+    Cut(map->hFile, old);
+    return 0;
+  }
+  if (map->reserved >= old) map->reserved = static_cast<std::int32_t>(size);
+  map->hFileMap = map->mapmem;
+  StoreAllocated(map, size);
+  FlushHeader(*map);
+  return 1;
+}
+
+int UnmapViewOfFile(pmymap map) {
+  if (map != nullptr && map->mapmem != nullptr) fileSystem.munmap(map->mapmem, map->mapped);
+  return 1;
+}
+
+int liberarmap(pmymap map) {
+  if (map == nullptr) return 0;
+  if (map->mapmem != nullptr) FlushUsed(*map);
+  if (!UnmapViewOfFile(map)) std::printf("erro unmap 1");
+  if (map->hFile >= 0) CloseHandle(map->hFile);
+  std::free(map);
+  return 1;
+}
+
+void TruncateFile(const char* name) {
+  // OPEN_ALWAYS is what empties a file; cutting at position 0 would do nothing.
+  const HANDLE file = CreateFile(name, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS);
+  if (file != INVALID_HANDLE_VALUE) CloseHandle(file);
+}

@@ -1,0 +1,55 @@
+#include "storage/format/chain.h"
+
+namespace vorne {
+
+namespace {
+
+// Headers without marks come from early versions, whose records were never larger.
+constexpr std::uint32_t kLargestUnmarked = 15360;
+constexpr std::uint16_t kImplausibleAttributes = 241;
+
+bool Fits(FileBytes bytes, std::uint64_t offset, const RecordHeader& header) {
+  return header.AllocatedSpace != 0 && header.AllocatedSpace >= header.RecordLen &&
+         RecordSpan(header) <= BytesBehind(bytes, offset);
+}
+
+bool EndsWithDeletionMark(FileBytes bytes, std::uint64_t offset, const RecordHeader& header) {
+  if (header.RecordLen < 2) return false;
+  const char mark = bytes[static_cast<std::size_t>(offset) + kRecordHeaderSize + header.RecordLen - 2];
+  return mark == '!' || mark == '*';
+}
+
+}  // namespace
+
+RecordHeader HeaderAt(FileBytes bytes, std::uint64_t offset) {
+  if (BytesBehind(bytes, offset) < kRecordHeaderSize) return {};
+  return Load<RecordHeader>(bytes.data() + static_cast<std::size_t>(offset));
+}
+
+bool IsRecord(FileBytes bytes, std::uint64_t offset) {
+  const RecordHeader header = HeaderAt(bytes, offset);
+  if (!Fits(bytes, offset, header)) return false;
+  if (IsMarked(header)) return true;
+  return header.AllocatedSpace <= kLargestUnmarked && EndsWithDeletionMark(bytes, offset, header);
+}
+
+bool IsAbandoned(FileBytes bytes, std::uint64_t offset) {
+  const RecordHeader header = HeaderAt(bytes, offset);
+  if (!Fits(bytes, offset, header) || header.marca1 != 0 || header.marca2 != 0 || header.RecordAttr != 0 ||
+      header.RecordLen != header.AllocatedSpace)
+    return false;
+  const std::uint64_t next = offset + RecordSpan(header);
+  return next == bytes.size() || IsRecord(bytes, next);
+}
+
+std::uint64_t FirstRecord(FileBytes bytes, std::uint32_t appInfoLen) {
+  const std::uint64_t usual = kHeaderSize + static_cast<std::uint64_t>(appInfoLen);
+  if (IsMarked(HeaderAt(bytes, usual)) || IsRecord(bytes, usual)) return usual;
+  const std::uint64_t further = usual + kRecordHeaderSize;
+  const RecordHeader header = HeaderAt(bytes, further);
+  const bool plausible = Fits(bytes, further, header) && header.RecordAttr < kImplausibleAttributes &&
+                         (IsMarked(header) || header.AllocatedSpace <= kLargestUnmarked);
+  return plausible ? further : usual;
+}
+
+}  // namespace vorne

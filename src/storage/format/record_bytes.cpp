@@ -1,0 +1,214 @@
+#include "storage/format/record_bytes.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+#include "storage/format/swapped.h"
+
+// Records come from machines that keep the highest byte first, whatever the machine that reads them.
+Boolean bswapnum = std::endian::native == std::endian::little;
+
+namespace vorne {
+
+namespace {
+
+constexpr std::int32_t kNumberRoom = 8, kLogicalRoom = 1, kMemoRoom = 4;
+// Behind a text: its zero, and one byte more.
+constexpr std::int32_t kTextSpare = 2;
+constexpr int kRecordSubcode = 8;
+
+// The record holds the mark at its end, not as a field.
+Fields stored(Fields fields) {
+  return fields.first(fields.size() - 1);
+}
+
+std::size_t textLength(const ControlFieldTBL& field, const char* at) {
+  return ::strnlen(at, static_cast<std::size_t>(field.FieldLen));
+}
+
+std::size_t withoutBlanks(const char* at, std::size_t length) {
+  while (length > 0 && at[length - 1] == ' ') --length;
+  return length;
+}
+
+// Reads a record field by field; what lies behind its end is missing.
+class StoredFields {
+ public:
+  explicit StoredFields(std::span<const char> bytes) : rest_(bytes) {}
+
+  /// `size` bytes, or null when there are not as many left.
+  const char* take(std::size_t size) {
+    if (rest_.size() < size) {
+      rest_ = {};
+      return nullptr;
+    }
+    const char* at = rest_.data();
+    rest_ = rest_.subspan(size);
+    return at;
+  }
+
+  /// Up to the next zero, which is passed over.
+  std::string_view text() {
+    const std::string_view rest(rest_.data(), rest_.size()), found = rest.substr(0, rest.find('\0'));
+    rest_ = rest_.subspan(std::min(found.size() + 1, rest_.size()));
+    return found;
+  }
+
+  /// Bytes that have not been read.
+  std::span<const char> rest() const { return rest_; }
+
+ private:
+  std::span<const char> rest_;
+};
+
+void loadText(const ControlFieldTBL& field, StoredFields& from, char* at) {
+  const std::string_view text = from.text();
+  const std::size_t used = text.copy(at, static_cast<std::size_t>(field.FieldLen));
+  std::memset(at + used, 0, static_cast<std::size_t>(BufferRoom(field)) - used);
+}
+
+template <class T>
+void loadSwapped(StoredFields& from, bool swapped, char* at) {
+  const char* bytes = from.take(sizeof(T));
+  const T value = bytes == nullptr ? T{} : Load<T>(bytes);
+  Store(at, swapped ? SwapBytes(value) : value);
+}
+
+void loadField(const ControlFieldTBL& field, StoredFields& from, bool swapped, char* at) {
+  switch (field.FieldType) {
+    case TBLNUM:
+    case TBLDATE:
+      return loadSwapped<std::uint64_t>(from, swapped, at);
+    case TBLMEMO:
+      return loadSwapped<std::uint32_t>(from, swapped, at);
+    case TBLBOOL: {
+      const char* byte = from.take(1);
+      *at = byte == nullptr ? '\0' : *byte;
+      return;
+    }
+    default:
+      return loadText(field, from, at);
+  }
+}
+
+// What a dying process had made longer, but not written yet, ends with zeros: its mark stands where it stood before.
+char markOf(std::span<const char> record, std::span<const char> behindFields) {
+  if (record.size() < kEndMarkSize) return kLive;
+  const char* end = record.data() + record.size() - kEndMarkSize;
+  if (end[0] != '\0' || end[1] != '\0') return end[0];
+  const auto mark = std::find_if(behindFields.begin(), behindFields.end(), [](char c) { return c != '\0'; });
+  return mark == behindFields.end() ? kLive : *mark;
+}
+
+std::span<const char> fieldBytes(std::span<const char> record) {
+  return record.first(record.size() - std::min<std::size_t>(record.size(), kEndMarkSize));
+}
+
+}  // namespace
+
+std::int32_t BufferRoom(const ControlFieldTBL& field) {
+  switch (field.FieldType) {
+    case TBLNUM:
+    case TBLDATE:
+      return kNumberRoom;
+    case TBLBOOL:
+      return kLogicalRoom;
+    case TBLMEMO:
+      return kMemoRoom;
+    default:
+      return field.FieldLen + kTextSpare;
+  }
+}
+
+void BlankFields(Fields fields, char* buffer) {
+  const ControlFieldTBL& last = fields.back();
+  std::memset(buffer, 0, static_cast<std::size_t>(last.iOffset + BufferRoom(last)));
+}
+
+bool IsMarkedDeleted(Fields fields, const char* buffer) {
+  return buffer[fields.back().iOffset] == kDeleted;
+}
+
+void MarkDeleted(Fields fields, char* buffer, bool deleted) {
+  buffer[fields.back().iOffset] = deleted ? kDeleted : '\0';
+}
+
+std::size_t StoredSize(Fields fields, char* buffer) {
+  std::size_t size = kEndMarkSize;
+  for (const ControlFieldTBL& field : stored(fields)) {
+    if (field.FieldType > TBLMEMO) __RuntimeError(3, kRecordSubcode);
+    if (field.FieldType != TBLSTRING) {
+      size += static_cast<std::size_t>(BufferRoom(field));
+      continue;
+    }
+    char* at = buffer + field.iOffset;
+    const std::size_t length = textLength(field, at);
+    const std::size_t used = withoutBlanks(at, length);
+    std::memset(at + used, 0, length - used);
+    size += used + 1;
+  }
+  return size;
+}
+
+void StoreFields(Fields fields, const char* buffer, bool swapped, char* record, std::size_t size) {
+  char* to = record;
+  for (const ControlFieldTBL& field : stored(fields)) {
+    const char* at = buffer + field.iOffset;
+    const auto room = static_cast<std::size_t>(BufferRoom(field));
+    if (field.FieldType == TBLSTRING) {
+      const std::size_t length = textLength(field, at);
+      std::memcpy(to, at, length);
+      to[length] = '\0';
+      to += length + 1;
+      continue;
+    }
+    std::memcpy(to, at, room);
+    if (swapped && room == kNumberRoom) Store(to, SwapBytes(Load<std::uint64_t>(to)));
+    if (swapped && room == kMemoRoom) Store(to, SwapBytes(Load<std::uint32_t>(to)));
+    to += room;
+  }
+  char* end = record + size - kEndMarkSize;
+  std::memset(to, 0, static_cast<std::size_t>(end - to));
+  end[0] = IsMarkedDeleted(fields, buffer) ? kDeleted : kLive;
+  end[1] = '\0';
+}
+
+void LoadFields(Fields fields, std::span<const char> record, bool swapped, char* buffer) {
+  StoredFields from(fieldBytes(record));
+  for (const ControlFieldTBL& field : stored(fields)) loadField(field, from, swapped, buffer + field.iOffset);
+  const ControlFieldTBL& mark = fields.back();
+  std::memset(buffer + mark.iOffset, 0, static_cast<std::size_t>(BufferRoom(mark)));
+  buffer[mark.iOffset] = markOf(record, from.rest()) == kDeleted ? kDeleted : '\0';
+}
+
+bool IsDeletedRecord(Fields fields, std::span<const char> record) {
+  const char* end = record.data() + record.size() - kEndMarkSize;
+  if (record.size() >= kEndMarkSize && (end[0] != '\0' || end[1] != '\0')) return end[0] == kDeleted;
+  StoredFields from(fieldBytes(record));
+  for (const ControlFieldTBL& field : stored(fields))
+    if (field.FieldType == TBLSTRING)
+      from.text();
+    else
+      from.take(static_cast<std::size_t>(BufferRoom(field)));
+  return markOf(record, from.rest()) == kDeleted;
+}
+
+double NumberIn(const ControlFieldTBL& field, const char* buffer) {
+  return Load<double>(buffer + field.iOffset);
+}
+
+bool LogicalIn(const ControlFieldTBL& field, const char* buffer) {
+  return buffer[field.iOffset] != 0;
+}
+
+std::uint32_t MemoIn(const ControlFieldTBL& field, const char* buffer) {
+  return Load<std::uint32_t>(buffer + field.iOffset);
+}
+
+std::string_view TextIn(const ControlFieldTBL& field, const char* buffer) {
+  const char* at = buffer + field.iOffset;
+  return {at, withoutBlanks(at, textLength(field, at))};
+}
+
+}  // namespace vorne

@@ -1,0 +1,43 @@
+// Inside the storage floor: a table's record as bytes, and the field buffer that it is loaded into. Pure functions.
+//
+// In the buffer every field has a place of its own size: numbers and dates 8 bytes, logicals 1, memo references 4, all
+// others their length and 2 bytes more. In the record the fields stand one behind the other, texts without trailing
+// blanks and with a zero; the deletion mark and a zero are its last two bytes.
+#pragma once
+
+#include <cstddef>
+
+#include "storage/format/description.h"
+
+namespace vorne {
+
+inline constexpr char kDeleted = '*';
+inline constexpr char kLive = '!';
+inline constexpr std::uint32_t kEndMarkSize = 2;
+
+/// Bytes that a field has in the buffer.
+std::int32_t BufferRoom(const ControlFieldTBL& field);
+/// Blank texts, zeros elsewhere, no deletion mark: as a new record begins.
+void BlankFields(Fields fields, char* buffer);
+/// True when the buffer carries the deletion mark.
+bool IsMarkedDeleted(Fields fields, const char* buffer);
+void MarkDeleted(Fields fields, char* buffer, bool deleted);
+
+/// Bytes of the record that the buffer makes, the end mark included. Trailing blanks of texts become zero bytes in the
+/// buffer. Error 3/8 for a field that cannot be stored.
+std::size_t StoredSize(Fields fields, char* buffer);
+/// Writes the record into `size` bytes (at least StoredSize), zeros before the end mark included.
+void StoreFields(Fields fields, const char* buffer, bool swapped, char* record, std::size_t size);
+/// Loads a record of any bytes; what it does not have is blank or 0.
+void LoadFields(Fields fields, std::span<const char> record, bool swapped, char* buffer);
+/// True when the record carries the deletion mark.
+bool IsDeletedRecord(Fields fields, std::span<const char> record);
+
+/// A field's value in a buffer.
+double NumberIn(const ControlFieldTBL& field, const char* buffer);
+bool LogicalIn(const ControlFieldTBL& field, const char* buffer);
+std::uint32_t MemoIn(const ControlFieldTBL& field, const char* buffer);
+/// Up to its terminator, without trailing blanks.
+std::string_view TextIn(const ControlFieldTBL& field, const char* buffer);
+
+}  // namespace vorne

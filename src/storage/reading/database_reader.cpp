@@ -1,0 +1,106 @@
+#include "storage/reading/database_reader.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "storage/reading/read_failure.h"
+
+namespace vorne {
+
+namespace {
+
+std::string plural(std::uint64_t count) {
+  return std::to_string(count) + (count == 1 ? " record" : " records");
+}
+
+}  // namespace
+
+DatabaseReader::DatabaseReader(const std::string& path, DatabaseKind kind)
+    : name_(path.substr(path.rfind('/') + 1)), data_(path) {
+  if (kind == kVariableDatabase) offsets_.emplace_back(path + kOffsetsSuffix);
+}
+
+void DatabaseReader::renew() {
+  known_ = false;
+  data_.renew();
+  for (ReadFile& file : offsets_) file.renew();
+}
+
+void DatabaseReader::rest() {
+  known_ = false;
+  data_.close();
+  for (ReadFile& file : offsets_) file.close();
+}
+
+void DatabaseReader::throwDamaged(const std::string& what) const {
+  throw ReadFailure(ReadFailure::kDamaged, name_ + " is damaged: " + what + "; `tellira db check` tells more");
+}
+
+std::uint32_t DatabaseReader::offsetSlots() {
+  return static_cast<std::uint32_t>((offsets_.front().used() - kHeaderSize) / kOffsetSize);
+}
+
+const DatabaseReader::Layout& DatabaseReader::layout() {
+  if (known_) return layout_;
+  const FileHeader header = data_.header();
+  layout_ = {std::uint64_t{kHeaderSize} + header.AppInfoLen, data_.used(), header.NumberOfRecords, 0};
+  if (layout_.count == 0) {
+    known_ = true;
+    return layout_;
+  }
+  if (layout_.firstRecord + kRecordHeaderSize > layout_.end) throwDamaged("it ends before its first record");
+  if (offsets_.empty()) {
+    layout_.step = kRecordHeaderSize + data_.get<RecordHeader>(layout_.firstRecord).RecordLen;
+    const std::uint64_t room = (layout_.end - layout_.firstRecord) / layout_.step;
+    if (layout_.count > room) throwDamaged("it has room for " + plural(room) + " of " + std::to_string(layout_.count));
+  } else if (const std::uint32_t slots = offsetSlots(); slots < layout_.count) {
+    // The slot is the last thing that a record gets: without it the record was never reported as stored.
+    if (layout_.count - slots > 1)
+      throwDamaged("its offsets file knows " + plural(slots) + " of " + std::to_string(layout_.count));
+    layout_.count = slots;
+  }
+  known_ = true;
+  return layout_;
+}
+
+std::uint32_t DatabaseReader::count() {
+  return layout().count;
+}
+
+std::span<const char> DatabaseReader::record(std::uint32_t position) {
+  const Layout& file = layout();
+  if (position >= file.count) throwDamaged("there is no record " + std::to_string(std::uint64_t{position} + 1));
+  const std::uint64_t place =
+      offsets_.empty() ? file.firstRecord + std::uint64_t{position} * file.step
+                       : offsets_.front().get<std::uint32_t>(kHeaderSize + std::uint64_t{position} * kOffsetSize);
+  const auto outside = [&](std::uint64_t length) { return place > file.end || length > file.end - place; };
+  RecordHeader header = {};
+  if (place >= file.firstRecord && !outside(kRecordHeaderSize)) header = data_.get<RecordHeader>(place);
+  if (header.AllocatedSpace == 0 || header.RecordLen > header.AllocatedSpace ||
+      outside(kRecordHeaderSize + std::uint64_t{header.RecordLen}))
+    throwDamaged("record " + std::to_string(std::uint64_t{position} + 1) + " cannot be found");
+  return {data_.at(place + kRecordHeaderSize, header.RecordLen), header.RecordLen};
+}
+
+std::span<const char> DatabaseReader::info(std::size_t most) {
+  const std::size_t length = std::min<std::size_t>(data_.header().AppInfoLen, most);
+  return {data_.at(kHeaderSize, length), length};
+}
+
+std::string NameOf(const DatabaseHdrType& entry) {
+  return {entry.name, ::strnlen(entry.name, kLongestName)};
+}
+
+std::vector<DatabaseHdrType> ReadCatalogue(ReadFile& catalogue) {
+  std::vector<DatabaseHdrType> entries;
+  const std::uint64_t end = catalogue.used();
+  for (std::uint64_t place = kHeaderSize; end - place >= kCatalogEntrySize; place += kCatalogEntrySize) {
+    const auto entry = catalogue.get<DatabaseHdrType>(place);
+    const std::string name = NameOf(entry);
+    const bool isUsed = Load<std::uint32_t>(entry.name) != 0 && name != "." && name != "..";
+    if (isUsed && name.find('/') == std::string::npos && !IsReservedName(name)) entries.push_back(entry);
+  }
+  return entries;
+}
+
+}  // namespace vorne

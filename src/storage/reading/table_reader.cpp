@@ -1,0 +1,378 @@
+#include "storage/reading/table_reader.h"
+
+#include <algorithm>
+#include <cstring>
+#include <numeric>
+#include <utility>
+
+#include "storage/databases/databases.h"
+#include "storage/format/keys.h"
+#include "storage/format/record_bytes.h"
+#include "storage/reading/change_watch.h"
+#include "storage/reading/database_reader.h"
+
+namespace vorne {
+
+namespace {
+
+constexpr std::size_t kRowsBytes = 65536;  // of records and memo texts that are read at once
+constexpr std::chrono::microseconds kPause{200};
+constexpr std::size_t kBytesInAMicrosecond = 500;  // that are surely read
+
+CellType cellType(FType type) {
+  constexpr CellType kTypes[] = {CellType::kNumber, CellType::kDate, CellType::kText, CellType::kLogical,
+                                 CellType::kMemo,   CellType::kNone, CellType::kNone};
+  return kTypes[type];
+}
+
+bool isSameField(const ControlFieldTBL& a, const ControlFieldTBL& b) {
+  return std::strcmp(a.FieldName, b.FieldName) == 0 && a.FieldType == b.FieldType && a.FieldLen == b.FieldLen &&
+         a.FieldDecLen == b.FieldDecLen;
+}
+
+struct IndexFile {
+  DatabaseReader database;
+  std::vector<IDX_Indexes> key;
+  std::size_t keyLength;
+};
+
+}  // namespace
+
+struct TableReader::State {
+  explicit State(const std::string& directory) : path(directory + "/DB/"), watch(directory + "/DB") {}
+
+  void open(std::string_view wanted);
+  void attachIndexes(const std::vector<DatabaseHdrType>& entries);
+  void addIndex(const DatabaseHdrType& entry);
+  void checkDescription();
+  void renew();
+  bool fits(IndexFile& index);
+  KeyList entriesOf(IndexFile& index, const KeyRanges& ranges);
+  void addRow(std::uint32_t position, bool withMemos, StoredRows& rows);
+  std::string memoText(std::uint32_t reference);
+  KeyList keysOfRecords(TableReader& reader, const IndexFile& index);
+
+  std::string path, name;
+  ChangeWatch watch;
+  std::vector<DatabaseReader> table;  // one, once it is found
+  std::vector<DatabaseReader> memo;   // one, or none
+  std::vector<ControlFieldTBL> described;
+  std::vector<TableField> fields;
+  std::vector<TableIndex> indexes;
+  std::vector<IndexFile> indexFiles;  // of `indexes`
+  std::vector<char> buffer;
+  std::size_t memoFields = 0;
+};
+
+// ------------------------------------------------------------------------------------------------------- opening
+
+void TableReader::State::open(std::string_view wanted) {
+  ReadFile file(path + kCatalogName);
+  const std::vector<DatabaseHdrType> entries = ReadCatalogue(file);
+  const auto find = [&](std::string_view sought, std::uint32_t type) {
+    return std::find_if(entries.begin(), entries.end(), [&](const DatabaseHdrType& entry) {
+      return entry.type == type && FoldedName(NameOf(entry)) == FoldedName(std::string(sought));
+    });
+  };
+  const auto found = find(wanted, kTypeData);
+  if (found == entries.end())
+    throw ReadFailure(ReadFailure::kMissing,
+                      "there is no table \"" + std::string(wanted) + "\" in " + path + "; `tellira db list` shows all");
+  name = NameOf(*found);
+  table.clear();
+  table.emplace_back(path + name, kVariableDatabase);
+  checkDescription();
+  const auto memos = find(name + kMemoSuffix, kTypeMemo);
+  memo.clear();
+  if (memos != entries.end()) memo.emplace_back(path + NameOf(*memos), kVariableDatabase);
+  attachIndexes(entries);
+}
+
+// An index that cannot be read is none: the table can do without.
+void TableReader::State::attachIndexes(const std::vector<DatabaseHdrType>& entries) {
+  indexes.clear();
+  indexFiles.clear();
+  for (const DatabaseHdrType& entry : entries) {
+    if (entry.type != kTypeIndex) continue;
+    try {
+      addIndex(entry);
+    } catch (const ReadFailure&) {
+      continue;
+    }
+  }
+}
+
+void TableReader::State::addIndex(const DatabaseHdrType& entry) {
+  DatabaseReader database(path + NameOf(entry), kIndexDatabase);
+  const std::optional<IndexDescription> description = ParseIndexBlock(database.info());
+  if (!description || FoldedName(description->table) != FoldedName(name)) return;
+  if (KeyRoom(described, description->keyFields) != description->keyLength) return;
+  TableIndex index{description->name, {}};
+  for (const IDX_Indexes& part : description->keyFields) index.fields.push_back(part.KeyField - 1);
+  if (std::any_of(index.fields.begin(), index.fields.end(), [&](std::uint32_t f) { return f >= fields.size(); }))
+    return;
+  indexes.push_back(std::move(index));
+  indexFiles.push_back({std::move(database), description->keyFields, static_cast<std::size_t>(description->keyLength)});
+}
+
+void TableReader::State::checkDescription() {
+  const std::optional<TableDescription> description = ParseTableBlock(table.front().info());
+  if (!description || description->fields.size() < 2)
+    throw ReadFailure(ReadFailure::kDamaged,
+                      "the description of " + name + " cannot be read; `tellira db check` tells more");
+  if (!described.empty()) {
+    if (!std::equal(described.begin(), described.end(), description->fields.begin(), description->fields.end(),
+                    isSameField))
+      throw ReadFailure(ReadFailure::kChanged, name + " was made anew with other fields; open it again");
+    return;
+  }
+  described = description->fields;
+  fields.clear();
+  for (const ControlFieldTBL& field : Fields(described).first(described.size() - 1))
+    fields.push_back({field.FieldName, cellType(field.FieldType), field.FieldLen, field.FieldDecLen});
+  memoFields = static_cast<std::size_t>(
+      std::count_if(fields.begin(), fields.end(), [](const TableField& f) { return f.type == CellType::kMemo; }));
+  buffer.resize(static_cast<std::size_t>(described.back().iOffset + BufferRoom(described.back())));
+}
+
+void TableReader::State::renew() {
+  table.front().renew();
+  for (DatabaseReader& database : memo) database.renew();
+  for (IndexFile& index : indexFiles) index.database.renew();
+  checkDescription();
+}
+
+// ------------------------------------------------------------------------------------------------------- records
+
+void StoredRows::clear() {
+  bytes.clear();
+  places.clear();
+  memos.clear();
+  taken = 0;
+}
+
+// A field names its memo by the record's number; one that is not there is empty, as for everybody.
+std::string TableReader::State::memoText(std::uint32_t reference) {
+  if (reference == 0 || memo.empty() || reference > memo.front().count()) return {};
+  const std::span<const char> text = memo.front().record(reference - 1);
+  return {text.data(), ::strnlen(text.data(), text.size())};
+}
+
+void TableReader::State::addRow(std::uint32_t position, bool withMemos, StoredRows& rows) {
+  const std::span<const char> record = table.front().record(position);
+  rows.places.push_back({position, rows.bytes.size(), record.size(), rows.memos.size()});
+  rows.bytes.append(record.data(), record.size());
+  if (!withMemos) return;
+  LoadFields(described, record, true, buffer.data());
+  for (std::size_t i = 0; i < fields.size(); ++i)
+    if (fields[i].type == CellType::kMemo) rows.memos.push_back(memoText(MemoIn(described[i], buffer.data())));
+}
+
+void TableReader::read(std::span<const std::uint32_t> positions, bool memos, StoredRows& rows) {
+  const bool withMemos = memos && state_->memoFields > 0;
+  state_->watch.consistently(kPause, [&](bool changed, int attempt) {
+    if (changed) state_->renew();
+    rows.clear();
+    const std::uint32_t count = state_->table.front().count();
+    const std::size_t enough = kRowsBytes >> std::min(2 * attempt, 16);
+    std::size_t size = 0;
+    for (const std::uint32_t position : positions) {
+      if (position < count) {
+        state_->addRow(position, withMemos, rows);
+        size = rows.bytes.size();
+        for (const std::string& memo : rows.memos) size += memo.size();
+      }
+      ++rows.taken;
+      if (size >= enough) break;
+    }
+  });
+}
+
+std::uint32_t TableReader::count() {
+  std::uint32_t count = 0;
+  state_->watch.consistently(kPause, [&](bool changed, int) {
+    if (changed) state_->renew();
+    count = state_->table.front().count();
+  });
+  return count;
+}
+
+// ------------------------------------------------------------------------------------------------------- indexes
+
+// One that was made anew with another key, or that is behind its table, or that a foreign program changed, does not.
+bool TableReader::State::fits(IndexFile& index) {
+  try {
+    const std::optional<IndexDescription> now = ParseIndexBlock(index.database.info());
+    if (!now || now->entriesWait || static_cast<std::size_t>(now->keyLength) != index.keyLength) return false;
+    const auto isSamePart = [](IDX_Indexes a, IDX_Indexes b) { return a.KeyField == b.KeyField; };
+    if (!std::equal(now->keyFields.begin(), now->keyFields.end(), index.key.begin(), index.key.end(), isSamePart))
+      return false;
+    const std::uint32_t count = index.database.count();
+    return count == table.front().count() &&
+           (count == 0 || index.database.record(0).size() == kEntryKeyAt + index.keyLength);
+  } catch (const ReadFailure&) {
+    return false;
+  }
+}
+
+KeyList TableReader::State::entriesOf(IndexFile& index, const KeyRanges& ranges) {
+  KeyList list{kEntryKeyAt + index.keyLength, {}};
+  const auto keyAt = [&](std::uint32_t i) {
+    const std::span<const char> entry = index.database.record(i);
+    if (entry.size() != list.entrySize)
+      throw ReadFailure(ReadFailure::kDamaged,
+                        "an index of " + name + " is damaged; `tellira db reindex` makes it anew");
+    return std::string_view(entry.data() + kEntryKeyAt, index.keyLength);
+  };
+  for (const auto& [from, to] : PositionsOf(ranges, index.database.count(), keyAt))
+    for (std::uint32_t i = from; i < to; ++i) list.bytes.append(keyAt(i).data() - kEntryKeyAt, list.entrySize);
+  return list;
+}
+
+KeyList TableReader::State::keysOfRecords(TableReader& reader, const IndexFile& index) {
+  KeyList list{kEntryKeyAt + index.keyLength, {}};
+  std::vector<std::uint32_t> positions(reader.count());
+  std::iota(positions.begin(), positions.end(), 0U);
+  StoredRows rows;
+  std::string entry(list.entrySize, '\0');
+  for (std::span<const std::uint32_t> rest(positions); !rest.empty(); rest = rest.subspan(rows.taken)) {
+    reader.read(rest, false, rows);
+    for (const StoredRows::Place& place : rows.places) {
+      LoadFields(described, {rows.bytes.data() + place.offset, place.size}, true, buffer.data());
+      Store(entry.data(), place.position);
+      MakeKey(described, index.key, buffer.data(), false, entry.data() + kEntryKeyAt);
+      list.bytes += entry;
+    }
+  }
+  return list;
+}
+
+namespace {
+
+std::string_view keyOf(const KeyList& list, std::size_t entry) {
+  return std::string_view(list.bytes).substr(entry * list.entrySize + kEntryKeyAt, list.entrySize - kEntryKeyAt);
+}
+
+KeyList sorted(const KeyList& list) {
+  std::vector<std::uint32_t> order(list.count());
+  std::iota(order.begin(), order.end(), 0U);
+  std::stable_sort(order.begin(), order.end(),
+                   [&](std::uint32_t a, std::uint32_t b) { return keyOf(list, a) < keyOf(list, b); });
+  KeyList result{list.entrySize, {}};
+  result.bytes.reserve(list.bytes.size());
+  for (const std::uint32_t entry : order) result.bytes.append(list.bytes, entry * list.entrySize, list.entrySize);
+  return result;
+}
+
+KeyList within(const KeyList& list, const KeyRanges& ranges) {
+  KeyList found{list.entrySize, {}};
+  const auto keyAt = [&list](std::uint32_t i) { return keyOf(list, i); };
+  for (const auto& [from, to] : PositionsOf(ranges, static_cast<std::uint32_t>(list.count()), keyAt))
+    found.bytes.append(list.bytes, from * list.entrySize, (to - from) * list.entrySize);
+  return found;
+}
+
+}  // namespace
+
+KeyList TableReader::find(std::size_t number, const KeyRanges& ranges, std::optional<KeyList>& made) {
+  if (made) return within(*made, ranges);
+  IndexFile& index = state_->indexFiles.at(number);
+  std::optional<KeyList> list;
+  std::chrono::microseconds pause = kPause;
+  state_->watch.consistently(pause, [&](bool changed, int) {
+    if (changed) state_->renew();
+    list.reset();
+    if (!state_->fits(index)) return;
+    list = state_->entriesOf(index, ranges);
+    pause = kPause + std::chrono::microseconds(list->bytes.size() / kBytesInAMicrosecond);
+  });
+  if (list) return *std::move(list);
+  made = sorted(state_->keysOfRecords(*this, index));
+  return within(*made, ranges);
+}
+
+// ----------------------------------------------------------------------------------------------------- the reader
+
+TableReader::TableReader(const std::string& directory, std::string_view name)
+    : state_(std::make_unique<State>(directory)) {
+  state_->watch.consistently(kPause, [&](bool, int) {
+    state_->described.clear();
+    state_->open(name);
+  });
+}
+
+TableReader::~TableReader() = default;
+
+const std::string& TableReader::name() const {
+  return state_->name;
+}
+
+const std::vector<TableField>& TableReader::fields() const {
+  return state_->fields;
+}
+
+const std::vector<TableIndex>& TableReader::indexes() const {
+  return state_->indexes;
+}
+
+void TableReader::rest() {
+  state_->watch.rest();
+  state_->table.front().rest();
+  for (DatabaseReader& database : state_->memo) database.rest();
+  for (IndexFile& index : state_->indexFiles) index.database.rest();
+}
+
+std::vector<std::string> TableNames(const std::string& directory) {
+  ChangeWatch watch(directory + "/DB");
+  std::vector<std::string> names;
+  watch.consistently(kPause, [&](bool, int) {
+    names.clear();
+    ReadFile catalogue(directory + "/DB/" + kCatalogName);
+    for (const DatabaseHdrType& entry : ReadCatalogue(catalogue))
+      if (entry.type == kTypeData) names.push_back(NameOf(entry));
+  });
+  return names;
+}
+
+// -------------------------------------------------------------------------------------------------------- one row
+
+Row::Row(const TableReader& table) : table_(table.state_.get()), buffer_(table.state_->buffer.size()) {}
+
+void Row::load(const StoredRows& rows, std::size_t place) {
+  const StoredRows::Place& at = rows.places[place];
+  LoadFields(table_->described, {rows.bytes.data() + at.offset, at.size}, true, buffer_.data());
+  rows_ = &rows;
+  firstMemo_ = at.firstMemo;
+  position_ = at.position;
+}
+
+bool Row::isDeleted() const {
+  return IsMarkedDeleted(table_->described, buffer_.data());
+}
+
+double Row::number(std::size_t field) const {
+  return NumberIn(table_->described[field], buffer_.data());
+}
+
+std::string Row::date(std::size_t field) const {
+  const std::string digits = DateKey(number(field));
+  if (digits == kNoDateKey || digits == kBeyondDatesKey) return {};
+  return digits.substr(0, 4) + '-' + digits.substr(4, 2) + '-' + digits.substr(6);
+}
+
+std::string_view Row::text(std::size_t field) const {
+  return TextIn(table_->described[field], buffer_.data());
+}
+
+bool Row::logical(std::size_t field) const {
+  return LogicalIn(table_->described[field], buffer_.data());
+}
+
+std::string_view Row::memo(std::size_t field) const {
+  const auto before = std::count_if(table_->fields.begin(), table_->fields.begin() + static_cast<std::ptrdiff_t>(field),
+                                    [](const TableField& f) { return f.type == CellType::kMemo; });
+  const std::size_t number = firstMemo_ + static_cast<std::size_t>(before);
+  return rows_ != nullptr && number < rows_->memos.size() ? std::string_view(rows_->memos[number]) : std::string_view();
+}
+
+}  // namespace vorne

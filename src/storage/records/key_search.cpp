@@ -1,0 +1,110 @@
+// Entries of an index: how they compare, where one stands, sorting them in the file.
+#include <algorithm>
+#include <memory>
+
+#include "storage/format/entry_order.h"
+#include "storage/format/keys.h"
+#include "storage/records/records.h"
+#include "storage/records/waiting_entries.h"
+
+using namespace vorne;
+
+namespace {
+
+constexpr int kUnknownKeySubcode = 2;
+constexpr UInt32 kStepsAFlush = 2000;  // who walks long through an index gives the system time to write it
+
+// The entries of an open index, all of them in the file.
+Entries SettledEntries(DmOpenRef index) {
+  if (!IsOpen(index)) return {};
+  SettleHeld(index);
+  return EntriesOf(*index);
+}
+
+std::size_t KeyBytes(const Entries& entries, int length) {
+  return std::min(static_cast<std::size_t>(std::max(length, 0)), entries.keyLength());
+}
+
+// What the entry at `b` has for a key, when it lies in the database whose application-info block that is.
+int KeyLengthThere(const char* b, MemHandle appInfo, int length) {
+  const RecordStruct* block = RecordOf(appInfo);
+  if (block == nullptr || !IsOpen(block->father)) return length;
+  const mymap& map = *block->father->hFile;
+  if (b < map.mapmem + kHeaderSize + kRecordHeaderSize || b >= map.mapmem + map.szmap) return length;
+  const int has = Load<RecordHeader>(b - kRecordHeaderSize).RecordLen;
+  return std::min(length, has - static_cast<int>(kEntryKeyAt));
+}
+
+// Entries as they stand in the file, counted or not.
+Entries StoredEntries(const OpenStruct& index) {
+  OpenStruct counted = index;
+  const UInt32 stride = RecordStride(index), begin = RecordsBegin(index.Head);
+  const auto used = static_cast<UInt32>(index.hFile->szmap);
+  if (index.Head.NumberOfRecords == 0 && stride != 0 && used > begin)
+    counted.Head.NumberOfRecords = (used - begin) / stride;
+  return EntriesOf(counted);
+}
+
+}  // namespace
+
+std::int16_t __SCmpFunc(void* a, void* b, std::int16_t length, void*, void*, MemHandle appInfo) {
+  if (a == nullptr || b == nullptr) __RuntimeError(3, kUnknownKeySubcode);
+  const auto *sought = static_cast<const char*>(a), *entry = static_cast<const char*>(b);
+  const int compared = std::max(KeyLengthThere(entry, appInfo, length), 0);
+  return static_cast<std::int16_t>(
+      CompareKeys(sought + kEntryKeyAt, entry + kEntryKeyAt, static_cast<std::size_t>(compared)));
+}
+
+int FindKeyInIndexFile(DmOpenRef index, const char* entry, int length, UInt32* position) {
+  const Entries entries = SettledEntries(index);
+  if (entries.count == 0 || entry == nullptr || position == nullptr) return 0;
+  const SoughtKey key(entry + kEntryKeyAt, KeyBytes(entries, length));
+  UInt32 at = 0;
+  if (entries.count > 1) {
+    at = __FindBinary(index, const_cast<char*>(entry), nullptr, __SCmpFunc, static_cast<std::int16_t>(length)) - 1;
+    if (at >= entries.count) return 0;
+  }
+  *position = at;
+  if (key.compare(entries.key(at)) != 0) return 0;
+  const auto record = Load<std::int32_t>(entry);
+  const UInt32 first = FirstNotSmallerFromBack(entries, key, 0, at);
+  for (UInt32 steps = 1;; --at, ++steps) {
+    *position = at;
+    if (entries.record(at) == record) return 1;
+    if (steps % kStepsAFlush == 0) DmSyncDatabase(index);
+    if (at == first) break;
+  }
+  *position = first == 0 ? 0 : first - 1;
+  return 0;
+}
+
+int FindRecnoInIndexFile(DmOpenRef index, std::int32_t record, UInt32* position) {
+  const Entries entries = SettledEntries(index);
+  for (UInt32 i = 0; i < entries.count; ++i) {
+    if (entries.record(i) != record) continue;
+    if (position != nullptr) *position = i;
+    return 1;
+  }
+  return 0;
+}
+
+int OrdenarIndice(DmOpenRef index) {
+  if (!IsOpen(index)) return 0;
+  DmSyncDatabase(index);
+  const Entries entries = StoredEntries(*index);
+  if (entries.count != 0 && !AreInOrder(entries)) {
+    const ChangeSeenByReaders change;
+    FreeHandle(HeldRecord(*index));
+    const BehindWhile behind(index);
+    const std::size_t bytes = entries.count * entries.stride;
+    const auto sorted = std::make_unique<char[]>(bytes);
+    char* to = sorted.get();
+    for (const std::uint32_t number : KeyOrder(entries)) {
+      std::memcpy(to, entries.at(number) - kRecordHeaderSize, entries.stride);
+      to += entries.stride;
+    }
+    std::memcpy(entries.at(0) - kRecordHeaderSize, sorted.get(), bytes);
+  }
+  DmSyncDatabase(index);
+  return 1;
+}

@@ -1,0 +1,77 @@
+#include "storage/records/moves.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "storage/databases/databases.h"
+#include "storage/records/offsets.h"
+
+namespace vorne {
+
+TailMove MoveOf(const mymap& map, UInt32 offset, std::int64_t n) {
+  TailMove move{};
+  move.from = n >= 0 ? offset : static_cast<UInt32>(offset - n);
+  move.to = n >= 0 ? static_cast<UInt32>(offset + n) : offset;
+  move.after = HeaderOf(map);
+  move.after.szmap = std::max(kHeaderSize, static_cast<UInt32>(map.szmap + n));
+  return move;
+}
+
+void DropRecords(pmymap map) {
+  TailMove move{};
+  move.after = HeaderOf(*map);
+  move.from = static_cast<UInt32>(map->szmap);
+  move.to = std::min(RecordsBegin(move.after), move.from);
+  move.after.NumberOfRecords = 0;
+  move.after.szmap = move.to;
+  move.offsetsFollow = true;
+  const ProtectedMove made(map, move);
+}
+
+}  // namespace vorne
+
+using namespace vorne;
+
+int MoveFwd(pmymap map, long n) {
+  if (map == nullptr || n <= 0) return 0;
+  const std::int64_t position = map->offset;
+  if (position > map->szmap) return increasefilesz(map, static_cast<long>(position - map->szmap));
+  if (position < 0 || !EnsureRoom(map, n)) return 0;
+  const ProtectedMove made(map, MoveOf(*map, static_cast<UInt32>(position), n));
+  return 1;
+}
+
+int MoveBwd(pmymap map, long n) {
+  if (map == nullptr) return 0;
+  if (map->szmap < static_cast<std::int32_t>(kHeaderSize)) {
+    FileHeader header = HeaderOf(*map);
+    map->szmap = static_cast<std::int32_t>(kHeaderSize);
+    WriteHeader(map, header);
+    return 0;
+  }
+  const std::int64_t position = map->offset;
+  // Kept as it is known: a position that cannot be a record's means that no record is wanted any more.
+  if (position < RecordsBegin(HeaderOf(*map)) || position >= map->szmap) {
+    DropRecords(map);
+    return 0;
+  }
+  if (n <= 0) return 1;
+  const std::int64_t closed = std::min<std::int64_t>(n, map->szmap - position);
+  const ProtectedMove made(map, MoveOf(*map, static_cast<UInt32>(position), -closed));
+  return 1;
+}
+
+int __MoveDataBk(DmOpenRef db, long n, UInt32 index) {
+  if (!IsOpen(db) || n <= 0 || index > kAppend) return 0;
+  const UInt32 position = __PositionOnRecordBegin(db, index);
+  if (position < RecordsBegin(db->Head) || position >= static_cast<UInt32>(db->hFile->szmap))
+    return MoveBwd(db->hFile, n);
+  TailMove move = MoveOf(*db->hFile, position, -std::min<std::int64_t>(n, db->hFile->szmap - position));
+  move.offsetsFollow = true;
+  {
+    const ProtectedMove made(db->hFile, move);
+    RemoveOffset(db, index, move.from - move.to);
+  }
+  FollowMove(db, move);
+  return 1;
+}

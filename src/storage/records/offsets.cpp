@@ -1,0 +1,86 @@
+#include "storage/records/offsets.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "storage/databases/databases.h"
+#include "storage/files/diagnostic_log.h"
+#include "storage/files/mapped_file.h"
+
+namespace vorne {
+
+namespace {
+
+// How many slots the offsets file holds from then on.
+void SetSlots(const OpenStruct& db, UInt32 slots) {
+  WriteUsedSize(db.hOS, kHeaderSize + static_cast<std::int64_t>(slots) * kOffsetSize);
+}
+
+void AddTo(const OpenStruct& db, UInt32 first, UInt32 end, std::int64_t moved) {
+  for (UInt32 i = first; i < end; ++i)
+    Store(OffsetSlot(db, i), static_cast<UInt32>(Load<UInt32>(OffsetSlot(db, i)) + moved));
+}
+
+}  // namespace
+
+void AppendOffset(DmOpenRef db, UInt32 index, UInt32 offset) {
+  if (db->hOS == nullptr) return;
+  const std::int64_t end = kHeaderSize + (static_cast<std::int64_t>(index) + 1) * kOffsetSize;
+  if (end > db->hOS->szmap && !EnsureRoom(db->hOS, static_cast<long>(end - db->hOS->szmap)))
+    StorageFailure(Message("Falha de increase !mp").c_str());
+  Store(OffsetSlot(*db, index), offset);
+  StoreBarrier();
+  SetSlots(*db, std::max(OffsetSlots(*db), index + 1));
+}
+
+void InsertOffset(DmOpenRef db, UInt32 index, UInt32 offset, UInt32 moved) {
+  if (db->hOS == nullptr) return;
+  const UInt32 slots = OffsetSlots(*db);
+  std::memmove(OffsetSlot(*db, index + 1), OffsetSlot(*db, index),
+               static_cast<std::size_t>(slots - index) * kOffsetSize);
+  Store(OffsetSlot(*db, index), offset);
+  AddTo(*db, index + 1, slots + 1, moved);
+  SetSlots(*db, slots + 1);
+}
+
+void RemoveOffset(DmOpenRef db, UInt32 index, UInt32 moved, UInt32 count) {
+  if (db->hOS == nullptr) return;
+  const UInt32 slots = OffsetSlots(*db);
+  if (index >= slots) return;
+  const UInt32 left = slots - std::min(count, slots - index);
+  std::memmove(OffsetSlot(*db, index), OffsetSlot(*db, index + slots - left),
+               static_cast<std::size_t>(left - index) * kOffsetSize);
+  AddTo(*db, index, left, -static_cast<std::int64_t>(moved));
+  std::memset(OffsetSlot(*db, left), 0, static_cast<std::size_t>(slots - left) * kOffsetSize);
+  SetSlots(*db, left);
+}
+
+void ShiftOffsets(DmOpenRef db, UInt32 index, std::int64_t moved) {
+  if (db->hOS == nullptr) return;
+  AddTo(*db, index, OffsetSlots(*db), moved);
+  if (!bBatchOper) FlushViewOfFile(db->hOS->mapmem, static_cast<std::size_t>(db->hOS->szmap));
+}
+
+}  // namespace vorne
+
+using namespace vorne;
+
+void PutRecOffSet(DmOpenRef db, UInt32 index, UInt32 offset, Boolean insert, long shift) {
+  if (!IsOpen(db) || db->hOS == nullptr) return;
+  const UInt32 slots = OffsetSlots(*db);
+  if (insert && index < slots) {
+    if (!EnsureRoom(db->hOS, kOffsetSize)) StorageFailure(Message("Falha de increase !mp").c_str());
+    InsertOffset(db, index, offset, static_cast<UInt32>(shift));
+  } else {
+    AppendOffset(db, index, offset);
+    if (shift != 0) ShiftOffsets(db, index + 1, shift);
+  }
+}
+
+UInt32 GetRecOffSet(DmOpenRef db, UInt32 index) {
+  if (!IsOpen(db) || db->hOS == nullptr || index >= OffsetSlots(*db)) {
+    Logar(Message("GetRecOffSet %s %ld", db == nullptr ? "" : db->fName, static_cast<long>(index)).c_str());
+    __RuntimeError(0, -1);
+  }
+  return OffsetOf(*db, index);
+}

@@ -1,0 +1,134 @@
+// Searches in databases whose records are entries in order.
+#include <algorithm>
+#include <optional>
+
+#include "storage/databases/databases.h"
+#include "storage/format/entry_order.h"
+#include "storage/records/records.h"
+
+using namespace vorne;
+
+namespace {
+
+// An entry's bytes where they lie, without taking a handle; null when it cannot be read.
+char* EntryBytes(const OpenStruct& db, UInt32 index) {
+  const UInt32 place = RecordPlace(db, index);
+  return place == 0 ? nullptr : db.hFile->mapmem + place + kRecordHeaderSize;
+}
+
+// Entries of any database, compared by a function of the caller's.
+class ForeignEntries {
+ public:
+  ForeignEntries(const OpenStruct& db, void* key, void* info, DmComparF* function, std::int16_t length)
+      : db_(db),
+        key_(key),
+        info_(info),
+        compare_(function),
+        length_(length),
+        appInfo_(HandleOf(RecordInSlot(db.appInfoID - 1))) {}
+
+  /// None for an entry that cannot be read.
+  std::optional<int> compare(UInt32 probe) const {
+    char* entry = EntryBytes(db_, probe);
+    if (entry == nullptr) return {};
+    return compare_(key_, entry, length_, info_, nullptr, appInfo_);
+  }
+  void expect(std::int64_t, std::int64_t) const {}
+  // What an unknown function takes for equal need not end where a search by halves would find the end.
+  UInt32 runFrom(UInt32 probe) const { return probe; }
+
+ private:
+  const OpenStruct& db_;
+  void *key_, *info_;
+  DmComparF* compare_;
+  std::int16_t length_;
+  MemHandle appInfo_;
+};
+
+// Entries of an index, by their keys.
+class IndexEntries {
+ public:
+  IndexEntries(const Entries& entries, const char* key, std::size_t length) : entries_(entries), key_(key, length) {}
+
+  std::optional<int> compare(UInt32 probe) const {
+    const auto header = Load<RecordHeader>(entries_.at(probe) - kRecordHeaderSize);
+    if (header.RecordLen != entries_.size || header.AllocatedSpace < header.RecordLen) return {};
+    return key_.compare(entries_.key(probe));
+  }
+  // Fetches the two entries of which one comes next while the present one is compared.
+  void expect(std::int64_t smaller, std::int64_t greater) const {
+    __builtin_prefetch(entries_.key(static_cast<std::size_t>(std::max<std::int64_t>(smaller, 0))));
+    __builtin_prefetch(entries_.key(static_cast<std::size_t>(greater)));
+  }
+  UInt32 runFrom(UInt32 probe) const { return FirstGreater(entries_, key_, probe, entries_.count); }
+
+ private:
+  const Entries& entries_;
+  SoughtKey key_;
+};
+
+template <class Searched>
+UInt32 SortPosition(std::int64_t count, const Searched& entries) {
+  std::int64_t low = 0, high = count - 1, seen = -1;
+  // The first probe is entry 0, not the middle, and equal entries are walked from where they are met: where a run of
+  // equal keys begins and ends for the callers depends on both.
+  for (std::int64_t probe = 0; probe < count && low <= high;) {
+    entries.expect((low + probe - 1) / 2, (probe + 1 + high) / 2);
+    const std::optional<int> order = entries.compare(static_cast<UInt32>(probe));
+    if (!order) return probe == 0 ? kAppend : static_cast<UInt32>(seen >= 0 ? seen : low);
+    if (*order == 0) {
+      seen = probe = entries.runFrom(static_cast<UInt32>(probe) + 1);
+      continue;
+    }
+    if (seen >= 0) return static_cast<UInt32>(seen);
+    if (*order > 0)
+      low = probe + 1;
+    else
+      high = probe - 1;
+    probe = (low + high) / 2;
+  }
+  return static_cast<UInt32>(seen >= 0 ? seen : low);
+}
+
+}  // namespace
+
+UInt32 __FindBinary(DmOpenRef db, void* key, void* info, DmComparF* compare, std::int16_t length) {
+  if (!IsOpen(db) || key == nullptr || compare == nullptr) return kAppend;
+  SettleHeld(db);
+  const Entries entries = compare == __SCmpFunc ? EntriesOf(*db) : Entries();
+  if (entries.count == 0)
+    return SortPosition(db->Head.NumberOfRecords, ForeignEntries(*db, key, info, compare, length));
+  const auto compared = std::min(static_cast<std::size_t>(std::max<std::int16_t>(length, 0)), entries.keyLength());
+  return SortPosition(entries.count,
+                      IndexEntries(entries, static_cast<const char*>(key) + sizeof(std::int32_t), compared));
+}
+
+UInt32 DmFindSortPosition(DmOpenRef db, void* key, void* info, DmComparF* compare, std::int16_t length) {
+  return __FindBinary(db, key, info, compare, length);
+}
+
+UInt32 __FindSequential(DmOpenRef db, void* key, void* info, DmComparF* compare, std::int16_t length) {
+  if (!IsOpen(db) || key == nullptr || compare == nullptr) return kAppend;
+  SettleHeld(db);
+  const ForeignEntries entries(*db, key, info, compare, length);
+  const UInt32 count = db->Head.NumberOfRecords;
+  for (UInt32 i = 0; i < count; ++i) {
+    const std::optional<int> order = entries.compare(i);
+    if (!order) return i == 0 ? kAppend : i;
+    if (*order <= 0) return i;
+  }
+  return count;
+}
+
+Err DmFindRecordByID(DmOpenRef db, UInt32 id, UInt32* index) {
+  if (!IsOpen(db) || index == nullptr) return errArgument;
+  SettleHeld(db);
+  for (UInt32 i = 0; i < db->Head.NumberOfRecords; ++i) {
+    const char* entry = EntryBytes(*db, i);
+    if (entry == nullptr || HeaderAtPlace(*db, RecordPlace(*db, i)).RecordLen < sizeof id) continue;
+    if (Load<UInt32>(entry) != id) continue;
+    *index = i;
+    return errNone;
+  }
+  return errNoSuchRecord;
+}

@@ -1,0 +1,328 @@
+#include "storage/records/waiting_entries.h"
+
+#include <algorithm>
+#include <memory>
+#include <unordered_map>
+#include <utility>
+
+#include "storage/format/description.h"
+#include "storage/format/entry_order.h"
+#include "storage/records/records.h"
+
+namespace vorne {
+
+// What waits for one index. Insertions keep the order in which they came.
+struct WaitingEntries {
+  std::size_t size = 0;  // of an entry
+  std::vector<char> inserted, removed;
+  std::vector<bool> cancelled;  // insertions that were removed again; as long as the last of them
+  UInt32 insertions = 0, removals = 0;
+  std::unordered_multimap<std::int32_t, UInt32> byRecord;  // insertions; filled by the first removal
+  bool ascending = true;                                   // the insertions came in the order of their keys
+  bool announced = false;                                  // a change of the table is under way
+  bool behind = false;  // an entry came that the file cannot take: the mark stays, so that the index is made anew
+
+  bool isPending() const { return insertions + removals != 0; }
+  Entries insertedEntries() { return {inserted.data(), size, size, insertions}; }
+  Entries removedEntries() { return {removed.data(), size, size, removals}; }
+  bool isCancelled(UInt32 insertion) const { return insertion < cancelled.size() && cancelled[insertion]; }
+};
+
+namespace {
+
+// More than these take their pass over the file at once, so that memory stays bounded and the passes stay few.
+constexpr UInt32 kLeastEntriesKept = 65536, kFileShareKept = 4;
+constexpr std::size_t kMostBytesKept = 64u << 20;
+constexpr std::size_t kBytesBesideEntry = 24;  // for the sorting
+
+void StoreMark(const OpenStruct& index, std::uint32_t mark) {
+  if (index.Head.AppInfoLen < kDescriptionHead) return;
+  StoreBarrier();
+  Store(index.hFile->mapmem + kHeaderSize + kEntriesWaitAt, mark);
+  StoreBarrier();
+}
+
+std::vector<char> RecordOf(std::size_t entrySize) {
+  const auto length = static_cast<std::uint16_t>(entrySize);
+  std::vector<char> record(kRecordHeaderSize + entrySize);
+  Store(record.data(), RecordHeader{length, length, 0, kMark, kMark});
+  return record;
+}
+
+// --------------------------------------------------------------------------------------------------- the file's array
+
+// The array of an index file while it changes. What moves are whole records with equal headers, and the count and the
+// used size follow each other record by record: whoever finds the file after a kill finds sound records, one of them
+// uncounted at most.
+class EntryFile {
+ public:
+  EntryFile(DmOpenRef index, std::size_t entrySize)
+      : index_(index), stride_(entrySize + kRecordHeaderSize), record_(RecordOf(entrySize)) {
+    FreeHandle(HeldRecord(*index));
+  }
+  ~EntryFile() {
+    FollowGrowth(index_);
+    if (!bBatchOper) FlushViewOfFile(index_->hFile->mapmem, static_cast<std::size_t>(index_->hFile->szmap));
+  }
+  EntryFile(const EntryFile&) = delete;
+  EntryFile& operator=(const EntryFile&) = delete;
+
+  Entries entries() const { return {record(0) + kRecordHeaderSize, stride_, stride_ - kRecordHeaderSize, count()}; }
+  /// False when the file's records are others than such entries, or do not all lie inside it.
+  bool isSound() const {
+    return RecordsBegin(index_->Head) + std::uint64_t{count()} * stride_ <= used() &&
+           (count() == 0 || RecordStride(*index_) == stride_);
+  }
+
+  /// Room for `count` more entries; what lies behind the last one counts for nothing. Error 5.
+  void reserve(UInt32 count) {
+    const auto end = static_cast<UInt32>(record(this->count()) - index_->hFile->mapmem);
+    if (end < used()) {
+      std::memset(index_->hFile->mapmem + end, 0, used() - end);
+      WriteUsedSize(index_->hFile, end);
+    }
+    const std::uint64_t bytes = std::uint64_t{count} * stride_;
+    if (bytes > kLargestFile || !EnsureRoom(index_->hFile, static_cast<long>(bytes))) GrowthFailure(*index_->hFile);
+  }
+  void store(std::size_t place, const char* entry) {
+    std::memcpy(record_.data() + kRecordHeaderSize, entry, stride_ - kRecordHeaderSize);
+    std::memcpy(record(place), record_.data(), stride_);
+  }
+  void move(std::size_t from, std::size_t to, std::size_t entries) {
+    if (entries != 0) std::memmove(record(to), record(from), entries * stride_);
+  }
+  /// Lets `count` stored entries behind the last one count.
+  void extend(UInt32 count) {
+    for (UInt32 i = 0; i < count; ++i) {
+      ExtendUsed(index_->hFile, static_cast<std::int64_t>(stride_));
+      StoreCount(index_->hFile, ++index_->Head.NumberOfRecords);
+    }
+  }
+  /// Leaves out the last `count` entries.
+  void cut(UInt32 count) {
+    for (UInt32 i = 0; i < count; ++i) {
+      StoreCount(index_->hFile, --index_->Head.NumberOfRecords);
+      ExtendUsed(index_->hFile, -static_cast<std::int64_t>(stride_));
+    }
+    std::memset(record(this->count()), 0, count * stride_);
+  }
+
+ private:
+  UInt32 count() const { return index_->Head.NumberOfRecords; }
+  UInt32 used() const { return static_cast<UInt32>(index_->hFile->szmap); }
+  char* record(std::size_t place) const { return index_->hFile->mapmem + RecordsBegin(index_->Head) + place * stride_; }
+
+  DmOpenRef index_;
+  std::size_t stride_;
+  std::vector<char> record_;  // an entry as a record
+};
+
+// ------------------------------------------------------------------------------------------------------- taking out
+
+// The places of the entries that the removals from `begin` to `end`, which have one key, take out. Of equal entries the
+// last one goes, as whoever searches for it would find.
+void FindRemoved(const Entries& file, const Entries& removed, const std::uint32_t* begin, const std::uint32_t* end,
+                 UInt32& from, std::vector<UInt32>& found) {
+  const SoughtKey key(removed.key(*begin), removed.keyLength());
+  const UInt32 behind = FirstGreater(file, key, from, file.count);
+  from = FirstNotSmallerFromBack(file, key, from, behind);
+  std::vector<std::int32_t> records;
+  for (const std::uint32_t* number = begin; number != end; ++number) records.push_back(removed.record(*number));
+  std::sort(records.begin(), records.end());
+  std::vector<bool> taken(records.size());
+  const std::size_t first = found.size();
+  for (UInt32 place = behind; place > from && found.size() - first < records.size(); --place) {
+    const std::int32_t record = file.record(place - 1);
+    auto wanted = static_cast<std::size_t>(std::lower_bound(records.begin(), records.end(), record) - records.begin());
+    while (wanted < records.size() && records[wanted] == record && taken[wanted]) ++wanted;
+    if (wanted == records.size() || records[wanted] != record) continue;
+    taken[wanted] = true;
+    found.push_back(place - 1);
+  }
+  std::reverse(found.begin() + static_cast<std::ptrdiff_t>(first), found.end());
+  from = behind;
+}
+
+void TakeOut(EntryFile& file, const Entries& removed) {
+  const std::vector<std::uint32_t> order = KeyOrder(removed);
+  const Entries entries = file.entries();
+  std::vector<UInt32> places;
+  UInt32 from = 0;
+  for (auto begin = order.begin(), end = begin; begin != order.end(); begin = end) {
+    while (end != order.end() && std::memcmp(removed.key(*begin), removed.key(*end), removed.keyLength()) == 0) ++end;
+    FindRemoved(entries, removed, &*begin, &*begin + (end - begin), from, places);
+  }
+  for (std::size_t i = 0; i < places.size(); ++i) {
+    const UInt32 next = i + 1 < places.size() ? places[i + 1] : entries.count;
+    file.move(places[i] + 1, places[i] - i, next - places[i] - 1);
+  }
+  file.cut(static_cast<UInt32>(places.size()));
+}
+
+// ------------------------------------------------------------------------------------------------------- putting in
+
+std::vector<std::uint32_t> InsertionOrder(WaitingEntries& waiting) {
+  std::vector<std::uint32_t> order;
+  if (waiting.ascending) {
+    order.resize(waiting.insertions);
+    for (UInt32 i = 0; i < waiting.insertions; ++i) order[i] = i;
+  } else {
+    order = KeyOrder(waiting.insertedEntries());
+  }
+  if (!waiting.cancelled.empty())
+    std::erase_if(order, [&](std::uint32_t insertion) { return waiting.isCancelled(insertion); });
+  return order;
+}
+
+// From the back, so that every entry moves once, and to where nothing is needed any more.
+void PutIn(EntryFile& file, const Entries& inserted, const std::vector<std::uint32_t>& order) {
+  const auto count = static_cast<UInt32>(order.size());
+  file.reserve(count);
+  const Entries entries = file.entries();
+  UInt32 rest = entries.count;
+  for (UInt32 left = count; left > 0; --left) {
+    const char* entry = inserted.at(order[left - 1]);
+    const SoughtKey key(inserted.key(order[left - 1]), inserted.keyLength());
+    const UInt32 place = FirstGreaterFromBack(entries, key, 0, rest);
+    file.move(place, place + left, rest - place);
+    file.store(place + left - 1, entry);
+    rest = place;
+  }
+  file.extend(count);
+}
+
+void Settle(DmOpenRef index, WaitingEntries& waiting) {
+  const ChangeSeenByReaders change;
+  EntryFile file(index, waiting.size);
+  if (!file.isSound()) {
+    waiting.behind = true;
+    return;
+  }
+  if (waiting.removals != 0) TakeOut(file, waiting.removedEntries());
+  const std::vector<std::uint32_t> order = InsertionOrder(waiting);
+  if (!order.empty()) PutIn(file, waiting.insertedEntries(), order);
+}
+
+// --------------------------------------------------------------------------------------------------------- the queue
+
+// What takes the entry, null for one that cannot be.
+WaitingEntries* QueueFor(DmOpenRef index, std::span<const char> entry) {
+  if (!IsOpen(index)) return nullptr;
+  if (index->waiting == nullptr) MarkBehind(index);
+  WaitingEntries& waiting = *index->waiting;
+  waiting.announced = false;
+  if (!waiting.isPending()) waiting.size = entry.size();
+  waiting.behind |= entry.size() != waiting.size || entry.size() <= sizeof(std::int32_t);
+  return waiting.behind ? nullptr : &waiting;
+}
+
+void SettleWhenMany(DmOpenRef index) {
+  const WaitingEntries& waiting = *index->waiting;
+  const UInt32 count = waiting.insertions + waiting.removals;
+  if (count > std::max(kLeastEntriesKept, index->Head.NumberOfRecords / kFileShareKept) ||
+      count * (waiting.size + kBytesBesideEntry) > kMostBytesKept)
+    SettleEntries(index);
+}
+
+// True when such an entry waited to be put in, which is forgotten. The last of them, as it would stand last.
+bool CancelInsertion(WaitingEntries& waiting, std::span<const char> entry) {
+  if (waiting.insertions == 0) return false;
+  const Entries inserted = waiting.insertedEntries();
+  if (waiting.byRecord.empty())
+    for (UInt32 i = 0; i < waiting.insertions; ++i)
+      if (!waiting.isCancelled(i)) waiting.byRecord.emplace(inserted.record(i), i);
+  const auto [begin, end] = waiting.byRecord.equal_range(Load<std::int32_t>(entry.data()));
+  auto last = end;
+  for (auto at = begin; at != end; ++at)
+    if ((last == end || at->second > last->second) &&
+        std::memcmp(inserted.at(at->second), entry.data(), waiting.size) == 0)
+      last = at;
+  if (last == end) return false;
+  if (waiting.cancelled.size() <= last->second) waiting.cancelled.resize(last->second + std::size_t{1});
+  waiting.cancelled[last->second] = true;
+  waiting.byRecord.erase(last);
+  return true;
+}
+
+}  // namespace
+
+void MarkBehind(DmOpenRef index) {
+  if (!IsOpen(index)) return;
+  if (index->waiting == nullptr) {
+    index->waiting = new WaitingEntries;
+    StoreMark(*index, kEntriesWait);
+  }
+  index->waiting->announced = true;
+}
+
+void InsertEntry(DmOpenRef index, std::span<const char> entry) {
+  WaitingEntries* waiting = QueueFor(index, entry);
+  if (waiting == nullptr) return;
+  waiting->inserted.insert(waiting->inserted.end(), entry.begin(), entry.end());
+  const UInt32 number = waiting->insertions++;
+  const Entries inserted = waiting->insertedEntries();
+  if (waiting->ascending && number != 0)
+    waiting->ascending = std::memcmp(inserted.key(number - 1), inserted.key(number), inserted.keyLength()) <= 0;
+  if (!waiting->byRecord.empty()) waiting->byRecord.emplace(inserted.record(number), number);
+  SettleWhenMany(index);
+}
+
+void RemoveEntry(DmOpenRef index, std::span<const char> entry) {
+  WaitingEntries* waiting = QueueFor(index, entry);
+  if (waiting == nullptr || CancelInsertion(*waiting, entry)) return;
+  waiting->removed.insert(waiting->removed.end(), entry.begin(), entry.end());
+  ++waiting->removals;
+  SettleWhenMany(index);
+}
+
+void SettleEntries(DmOpenRef index) {
+  if (!IsOpen(index) || index->waiting == nullptr) return;
+  const bool staysBehind = index->waiting->announced || index->waiting->behind;
+  if (!index->waiting->isPending() && staysBehind) return;
+  // Out of the database first: should the file not grow, the way out closes it, and that must not try again.
+  std::unique_ptr<WaitingEntries> waiting(std::exchange(index->waiting, nullptr));
+  if (waiting->isPending()) Settle(index, *waiting);
+  if (!waiting->announced && !waiting->behind) return StoreMark(*index, 0);
+  index->waiting = new WaitingEntries;
+  index->waiting->announced = waiting->announced;
+  index->waiting->behind = waiting->behind;
+}
+
+void DropEntries(DmOpenRef index) {
+  delete std::exchange(index->waiting, nullptr);
+}
+
+void SettleZapped(DmOpenRef index) {
+  if (index->waiting == nullptr) return;
+  DropEntries(index);
+  StoreMark(*index, 0);
+}
+
+BehindWhile::BehindWhile(DmOpenRef index) : index_(index) {
+  StoreMark(*index, kEntriesWait);
+}
+BehindWhile::~BehindWhile() {
+  if (index_->waiting == nullptr) StoreMark(*index_, 0);
+}
+
+void ReplaceEntries(DmOpenRef index, std::span<const char> bytes, std::size_t size) {
+  if (!IsOpen(index)) return;
+  const ChangeSeenByReaders change;
+  DropEntries(index);
+  const BehindWhile behind(index);
+  __InternalZap(index);
+  if (size > sizeof(std::int32_t) && bytes.size() >= size) {
+    const auto count = static_cast<UInt32>(bytes.size() / size);
+    const Entries entries{const_cast<char*>(bytes.data()), size, size, count};
+    EntryFile file(index, size);
+    file.reserve(count);
+    std::size_t place = 0;
+    if (AreInOrder(entries))
+      for (; place < count; ++place) file.store(place, entries.at(place));
+    else
+      for (const std::uint32_t number : KeyOrder(entries)) file.store(place++, entries.at(number));
+    file.extend(count);
+  }
+}
+
+}  // namespace vorne

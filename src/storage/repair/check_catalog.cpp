@@ -1,0 +1,274 @@
+#include "storage/repair/check_catalog.h"
+
+#include <algorithm>
+#include <cstring>
+#include <ctime>
+#include <set>
+#include <utility>
+
+#include "runtime/local_clock.h"
+#include "storage/databases/databases.h"
+#include "storage/repair/check_sizes.h"
+
+namespace vorne {
+
+namespace {
+
+constexpr std::uint32_t kAssumedType = FourChars("OTHR");
+
+bool IsFree(const DatabaseHdrType& entry) {
+  return Load<std::uint32_t>(&entry) == 0;
+}
+
+bool IsNamed(const DatabaseHdrType& entry) {
+  return std::memchr(entry.name, 0, sizeof entry.name) != nullptr && IsDatabaseName(EntryName(entry));
+}
+
+std::uint32_t TypeOfKind(std::uint8_t kind) {
+  if (kind == kIndexDatabase) return kTypeIndex;
+  return kind == kVariableDatabase ? kTypeData : kAssumedType;
+}
+
+const char* TypeWords(std::uint32_t type) {
+  if (type == kTypeIndex) return "INDX";
+  return type == kTypeData ? "DATA" : "OTHR";
+}
+
+SYSTEMTIME Now() {
+  const std::tm now = LocalNow();
+  const auto narrow = [](int n) { return static_cast<std::uint16_t>(n); };
+  return {narrow(now.tm_year + 1900), narrow(now.tm_mon + 1), narrow(now.tm_wday), narrow(now.tm_mday),
+          narrow(now.tm_hour),        narrow(now.tm_min),     narrow(now.tm_sec),  0};
+}
+
+std::vector<DatabaseHdrType> EntriesBetween(FileBytes bytes, std::uint64_t from, std::uint64_t end) {
+  std::vector<DatabaseHdrType> entries;
+  end = std::min<std::uint64_t>(end, bytes.size());
+  for (std::uint64_t at = from; at < end && end - at >= kCatalogEntrySize; at += kCatalogEntrySize)
+    entries.push_back(Load<DatabaseHdrType>(bytes.data() + at));
+  return entries;
+}
+
+// What a data file without an entry tells of itself.
+enum class Stray { kNone, kEmpty, kHolding };
+
+Stray StrayKind(const FileHeader& header, std::uint64_t size) {
+  const bool known = header.Version == 2 && (header.Type == kVariableDatabase || header.Type == kIndexDatabase ||
+                                             header.Type == kFixedDatabase);
+  if (!known || header.szmap > size || header.NumberOfRecords > size) return Stray::kNone;
+  if (header.szmap <= kHeaderSize && header.NumberOfRecords == 0 && header.AppInfoLen == 0) return Stray::kEmpty;
+  return header.szmap >= kHeaderSize && header.AppInfoLen <= header.szmap - kHeaderSize ? Stray::kHolding
+                                                                                        : Stray::kNone;
+}
+
+DatabaseHdrType StrayEntry(const std::string& name, const FileHeader& header) {
+  DatabaseHdrType entry = {};
+  std::memcpy(entry.name, name.data(), name.size());
+  entry.type = TypeOfKind(header.Type);
+  entry.creationDate = entry.modificationDate = Now();
+  return entry;
+}
+
+class CatalogCheck {
+ public:
+  CatalogCheck(const DataDirectory& directory, const RawFile& catalog, Findings& findings, DirectoryReport& report)
+      : directory_(directory), catalog_(catalog), findings_(findings), report_(report) {}
+
+  CatalogState run() {
+    const std::uint32_t end = lastSlotEnd();
+    state_.slots = EntriesBetween(catalog_.bytes(), kHeaderSize, end);
+    for (std::size_t i = 0; i < state_.slots.size(); ++i) checkSlot(i);
+    readLost(end);
+    for (const auto& [name, entry] : directory_.entries()) checkFile(name, entry);
+    while (!state_.slots.empty() && IsFree(state_.slots.back())) state_.slots.pop_back();
+    state_.rewrite = complete_ && !findings_.sound();
+    return std::move(state_);
+  }
+
+ private:
+  // ------------------------------------------------------------------------------------------------------- entries
+
+  // The end of the last whole slot that is used: what a wrong end cuts in two is read as lost, from its beginning.
+  std::uint32_t lastSlotEnd() {
+    if (catalog_.length == 0) return kHeaderSize;
+    const std::uint32_t end = UsedEnd(catalog_, kHeaderSize, findings_).value_or(kHeaderSize);
+    const std::uint32_t cut = (end - kHeaderSize) % kCatalogEntrySize;
+    if (cut != 0) findings_.damage(Message("its header says %u bytes used, which ends within an entry", end));
+    return end - cut;
+  }
+
+  void checkSlot(std::size_t index) {
+    DatabaseHdrType& entry = state_.slots[index];
+    if (!IsFree(entry)) {
+      const std::string words = faultOf(entry);
+      if (words.empty()) return takeName(entry);
+      findings_.damage(words, static_cast<std::int64_t>(index) + 1);
+    }
+    entry = {};
+  }
+
+  // What makes an entry useless; empty when it is good, or its name was put right.
+  std::string faultOf(DatabaseHdrType& entry) {
+    if (!IsNamed(entry)) return "its name cannot be a database's";
+    const std::string name = EntryName(entry);
+    if (names_.contains(FoldedName(name))) return name + " has another entry";
+    if (clashes(name, KindOfType(entry.type))) return name + " shares its file with another entry's offsets file";
+    const FileKind kind = directory_.kindOf(name);
+    if (kind == FileKind::kLink)
+      report_.notes.push_back({name, -1, "it is a symbolic link; what it leads to was not looked at", false});
+    if (kind == FileKind::kOther) return name + " is not a file";
+    if (kind == FileKind::kMissing) {
+      const std::string other = otherSpelling(name);
+      if (other.empty()) return "the data file of " + name + " is missing";
+      findings_.damage(name + " is spelled " + other + " by its data file");
+      std::memset(entry.name, 0, sizeof entry.name);
+      std::memcpy(entry.name, other.data(), other.size());
+    }
+    return {};
+  }
+
+  // The name of a file that differs from `name` in small and capital letters only; empty without one.
+  std::string otherSpelling(const std::string& name) {
+    if (spellings_.empty())
+      for (const auto& [file, entry] : directory_.entries())
+        if (entry.kind == FileKind::kRegular && IsDatabaseName(file)) spellings_.emplace(FoldedName(file), file);
+    const auto found = spellings_.find(FoldedName(name));
+    return found == spellings_.end() ? std::string() : found->second;
+  }
+
+  // A 'V' database's offsets file has a name that another database could have.
+  bool clashes(const std::string& name, DatabaseKind kind) const {
+    return offsets_.contains(FoldedName(name)) ||
+           (kind == kVariableDatabase && names_.contains(FoldedName(OffsetsName(name))));
+  }
+
+  void takeName(const DatabaseHdrType& entry) {
+    const std::string name = EntryName(entry);
+    names_.insert(FoldedName(name));
+    files_.insert(name);
+    if (KindOfType(entry.type) == kVariableDatabase) {
+      files_.insert(OffsetsName(name));
+      offsets_.insert(FoldedName(OffsetsName(name)));
+    }
+    const auto found = directory_.entries().find(name);
+    if (found != directory_.entries().end()) owners_[found->second.inode] = name;
+  }
+
+  // Entries that the catalogue has behind its end, and those of its backup, by the names of their files.
+  void readLost(std::uint32_t end) {
+    const RawFile backup = directory_.read(kCatalogBackupName);
+    complete_ = backup.error.empty() || directory_.kindOf(kCatalogBackupName) != FileKind::kRegular;
+    if (!complete_) report_.problems.push_back({kCatalogBackupName, -1, "it cannot be read: " + backup.error, false});
+    for (const DatabaseHdrType& entry : EntriesBetween(catalog_.bytes(), end, kLargestFile)) addLost(entry);
+    for (const DatabaseHdrType& entry : EntriesBetween(backup.bytes(), kHeaderSize, kLargestFile)) addLost(entry);
+    const bool same =
+        backup.length == catalog_.length &&
+        (backup.length == 0 || std::memcmp(backup.memory.get(), catalog_.memory.get(), backup.length) == 0);
+    if (backup.length != 0 && catalog_.length != 0 && !same)
+      report_.notes.push_back(
+          {kCatalogBackupName, -1, "it differs from the catalogue; it is written when the catalogue is closed", false});
+    if (catalog_.length == 0 && backup.length != 0) findings_.damage("it is missing, or empty");
+  }
+
+  void addLost(const DatabaseHdrType& entry) {
+    if (!IsFree(entry) && IsNamed(entry) && directory_.kindOf(EntryName(entry)) == FileKind::kRegular)
+      lost_.emplace(EntryName(entry), entry);
+  }
+
+  // --------------------------------------------------------------------------------------------------------- files
+
+  static bool isOwnFile(const std::string& name, const DataDirectory::Entry& entry) {
+    return IsReservedName(name) || (name.starts_with("repair-") && entry.kind == FileKind::kOther);
+  }
+
+  void checkFile(const std::string& name, const DataDirectory::Entry& entry) {
+    if (files_.contains(name) || isOwnFile(name, entry)) return;
+    const auto owner = owners_.find(entry.inode);
+    const auto lost = lost_.find(name);
+    if (entry.kind != FileKind::kRegular || !IsDatabaseName(name) || name.size() > kLongestName)
+      return foreign(name, "it belongs to no database");
+    if (owner != owners_.end()) {
+      state_.extraNames.push_back(name);
+      return foreign(name, "it is a second name of the file " + owner->second);
+    }
+    if (names_.contains(FoldedName(name))) return foreign(name, "a database has this name in other letters");
+    const RawFile start = directory_.read(name, kHeaderSize);
+    const FileHeader header = FileHeaderOf(start.bytes());
+    const Stray stray = StrayKind(header, entry.size);
+    if (stray == Stray::kEmpty)
+      return foreign(name, "it is an empty database without an entry, left when one was being made");
+    if (stray == Stray::kNone && lost == lost_.end()) return foreign(name, "it belongs to no database");
+    DatabaseHdrType found = lost == lost_.end() ? StrayEntry(name, header) : lost->second;
+    if (clashes(name, KindOfType(found.type)))
+      return foreign(name, "it shares its file with a database's offsets file");
+    findings_.damage(lost == lost_.end() ? Message("%s has no entry; by its kind '%c' its type code is taken to be %s",
+                                                   name.c_str(), header.Type, TypeWords(found.type))
+                                         : "the entry of " + name + " is missing");
+    restore(found);
+  }
+
+  void foreign(const std::string& name, std::string words) {
+    report_.notes.push_back({name, -1, std::move(words), false});
+  }
+
+  void restore(const DatabaseHdrType& entry) {
+    const auto free = std::find_if(state_.slots.begin(), state_.slots.end(), IsFree);
+    if (free == state_.slots.end())
+      state_.slots.push_back(entry);
+    else
+      *free = entry;
+    takeName(entry);
+  }
+
+  const DataDirectory& directory_;
+  const RawFile& catalog_;
+  Findings& findings_;
+  DirectoryReport& report_;
+  CatalogState state_;
+  bool complete_ = true;           // without the backup's entries a rewritten catalogue would have lost them for good
+  std::set<std::string> names_;    // of databases, folded
+  std::set<std::string> offsets_;  // names of offsets files, folded
+  std::set<std::string> files_;    // of databases
+  std::map<std::string, std::string> spellings_;  // file names by their folded form
+  std::map<ino_t, std::string> owners_;           // data files
+  std::map<std::string, DatabaseHdrType> lost_;
+};
+
+}  // namespace
+
+bool IsDatabaseName(const std::string& name) {
+  const bool printable = std::all_of(
+      name.begin(), name.end(), [](char c) { return static_cast<unsigned char>(c) >= ' ' && c != 0x7F && c != '/'; });
+  return printable && !name.empty() && name != "." && name != ".." && !IsReservedName(name);
+}
+
+std::string EntryName(const DatabaseHdrType& entry) {
+  return {entry.name, ::strnlen(entry.name, kLongestName)};
+}
+
+std::vector<DatabaseHdrType> CatalogEntries(const RawFile& catalog) {
+  return EntriesBetween(catalog.bytes(), kHeaderSize, FileHeaderOf(catalog.bytes()).szmap);
+}
+
+std::string OffsetsName(const std::string& name) {
+  return name + kOffsetsSuffix;
+}
+
+CatalogState CheckCatalog(const DataDirectory& directory, const RawFile& catalog, Findings& findings,
+                          DirectoryReport& report) {
+  return CatalogCheck(directory, catalog, findings, report).run();
+}
+
+std::vector<char> RepairedCatalog(const RawFile& catalog, const CatalogState& state) {
+  const std::uint64_t used = kHeaderSize + state.slots.size() * kCatalogEntrySize;
+  std::vector<char> bytes(RepairedSize(used, catalog.length));
+  FileHeader header = {};
+  header.szallocated = static_cast<std::uint32_t>(bytes.size());
+  header.szmap = static_cast<std::uint32_t>(used);
+  Store(bytes.data(), header);
+  for (std::size_t i = 0; i < state.slots.size(); ++i)
+    Store(bytes.data() + kHeaderSize + i * kCatalogEntrySize, state.slots[i]);
+  return bytes;
+}
+
+}  // namespace vorne

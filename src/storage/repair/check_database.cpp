@@ -1,0 +1,202 @@
+#include "storage/repair/check_database.h"
+
+#include <algorithm>
+
+#include "storage/repair/check_sizes.h"
+
+namespace vorne {
+
+namespace {
+
+constexpr std::uint32_t kQuietTail = 128;
+constexpr std::uint32_t kSmallestSpan = kRecordHeaderSize + 1;
+
+bool IsKnownKind(std::uint8_t type) {
+  return type == kVariableDatabase || type == kIndexDatabase || type == kFixedDatabase;
+}
+
+// The header's kind, unless the presence of an offsets file stands with the catalogue's against it.
+DatabaseKind ChooseKind(std::uint32_t type, const DatabaseFiles& files, Findings& findings) {
+  const FileHeader header = FileHeaderOf(files.data.bytes());
+  const DatabaseKind expected = KindOfType(type);
+  if (!IsKnownKind(header.Type)) {
+    if (files.data.length >= kHeaderSize)
+      findings.damage(
+          Message("its header has no known kind (0x%02X), its type code means '%c'", header.Type, expected));
+    return expected;
+  }
+  if (header.Type == expected) return expected;
+  const bool variable = files.offsets.length >= kHeaderSize;
+  if (variable == (header.Type == kVariableDatabase) || variable != (expected == kVariableDatabase)) {
+    findings.note(Message("its type code means kind '%c', it is of kind '%c'", expected, header.Type));
+    return static_cast<DatabaseKind>(header.Type);
+  }
+  findings.damage(
+      Message("its header says kind '%c', its type code and its offsets file say '%c'", header.Type, expected));
+  return expected;
+}
+
+// How much of the header can be believed. Without version and kind it is none.
+DataFile Believed(const DatabaseFiles& files, Findings& findings) {
+  DataFile file{files.data.bytes(), {}, {}, {}, {}};
+  const FileHeader header = FileHeaderOf(file.bytes);
+  if (file.bytes.size() < kHeaderSize) {
+    findings.damage(Message("it has %zu bytes, its header alone takes %u", file.bytes.size(), kHeaderSize));
+    return file;
+  }
+  if (header.Version != 2) findings.damage(Message("its header has version %u, not 2", header.Version));
+  if (header.Version != 2 && !IsKnownKind(header.Type)) return file;
+  if (header.AppInfoLen <= file.bytes.size() - kHeaderSize)
+    file.appInfoLen = header.AppInfoLen;
+  else
+    findings.damage(Message("its header says %u bytes of application information, the file has %zu", header.AppInfoLen,
+                            file.bytes.size()));
+  file.end = UsedEnd(files.data, kHeaderSize + file.appInfoLen.value_or(0), findings);
+  const std::uint64_t most = std::max<std::uint64_t>(file.bytes.size(), std::min(header.szmap, kLargestFile));
+  if (header.NumberOfRecords <= most / kSmallestSpan)
+    file.count = header.NumberOfRecords;
+  else
+    findings.damage(Message("its header counts %u records, it has no room for that many", header.NumberOfRecords));
+  return file;
+}
+
+// ------------------------------------------------------------------------------------------------- offsets files
+
+Slots SlotsOf(const RawFile& offsets, std::uint32_t counted, Findings& findings) {
+  if (offsets.length == 0) return {};
+  const std::optional<std::uint32_t> end = UsedEnd(offsets, kHeaderSize, findings);
+  if (offsets.length < kHeaderSize) return {};
+  const auto room = static_cast<std::uint32_t>((offsets.length - kHeaderSize) / kOffsetSize);
+  return {offsets.bytes(), end ? (*end - kHeaderSize) / kOffsetSize : std::min(counted, room)};
+}
+
+// The slots follow the records, with or without one for each record begun and not finished.
+bool SlotsFollow(const Slots& slots, const Records& records, Findings& findings) {
+  std::uint32_t slot = 0;
+  auto unfinished = records.unfinished.begin();
+  for (std::size_t i = 0; i < records.places.size(); ++i, ++slot) {
+    for (; unfinished != records.unfinished.end() && *unfinished < records.places[i]; ++unfinished)
+      if (slots[slot] == *unfinished) ++slot;
+    if (slot >= slots.size()) break;
+    if (slots[slot] != records.places[i])
+      findings.damage(Message("its place is given as %u, the record begins at %u", slots[slot], records.places[i]),
+                      static_cast<std::int64_t>(i) + 1);
+  }
+  return findings.sound();
+}
+
+// True when the file must be written anew.
+bool CheckSlots(const DataFile& file, const Records& records, Findings& findings) {
+  const std::size_t there = records.places.size();
+  const std::uint32_t slots = file.slots.size();
+  if (!SlotsFollow(file.slots, records, findings)) return true;
+  if (slots == there || (slots > there && slots <= there + records.unfinished.size())) return false;
+  if (slots == 0 || slots + std::size_t{1} == there)
+    findings.note(Message("it has %u places for %zu records; the next opening makes it anew", slots, there));
+  else
+    findings.damage(Message("it has %u places for %zu records", slots, there));
+  return true;
+}
+
+bool IsTailQuiet(FileBytes bytes, std::uint32_t end) {
+  const FileBytes tail = bytes.subspan(end, std::min<std::size_t>(kQuietTail, bytes.size() - end));
+  return std::all_of(tail.begin(), tail.end(), [](char byte) { return byte == 0; });
+}
+
+}  // namespace
+
+DatabaseState CheckDatabase(std::uint32_t type, const DatabaseFiles& files, Findings& data, Findings& offsets) {
+  DatabaseState state;
+  state.kind = ChooseKind(type, files, data);
+  DataFile file = Believed(files, data);
+  const bool variable = state.kind == kVariableDatabase;
+  if (variable) file.slots = SlotsOf(files.offsets, file.count.value_or(0), offsets);
+  state.records = variable ? SalvageChain(file, data) : SalvageEqualRecords(file, data);
+  if (!data.sound()) state.records.rewrite = true;
+  if (variable) {
+    const bool anew = !offsets.sound() || (!state.records.rewrite && CheckSlots(file, state.records, offsets));
+    state.rewriteOffsets = anew || state.records.rewrite;
+  }
+  if (!state.records.rewrite && !IsTailQuiet(file.bytes, state.records.end))
+    data.note("what follows its last record is not empty");
+  return state;
+}
+
+DatabaseReport ReportOf(const DatabaseHdrType& entry, const DatabaseFiles& files, const DatabaseState& state) {
+  DatabaseReport report;
+  report.entry = entry;
+  report.name = {entry.name, ::strnlen(entry.name, kLongestName)};
+  report.kind = state.kind;
+  report.appInfoBytes = state.records.appInfoLen;
+  report.records = state.records.places.size();
+  report.damagedRecords = state.records.damaged;
+  report.dataFileBytes = files.data.fileSize;
+  report.offsetsFileBytes = state.kind == kVariableDatabase ? files.offsets.fileSize : 0;
+  report.smallest = report.records == 0 ? 0 : kLargestRecord;
+  for (const std::uint32_t place : state.records.places) {
+    const std::uint32_t length = SavedHeader(files.data.bytes(), state.records, place).RecordLen;
+    report.smallest = std::min(report.smallest, length);
+    report.largest = std::max(report.largest, length);
+    report.recordBytes += length;
+  }
+  return report;
+}
+
+// -------------------------------------------------------------------------------------------------- repaired files
+
+namespace {
+
+std::vector<char> NewFile(FileHeader header, std::uint64_t used, std::uint64_t oldSize) {
+  std::vector<char> bytes(RepairedSize(used, oldSize));
+  header.szallocated = static_cast<std::uint32_t>(bytes.size());
+  header.szmap = static_cast<std::uint32_t>(used);
+  Store(bytes.data(), header);
+  return bytes;
+}
+
+// Calls `visit(place, header, new place)` for each record, and returns the end of what is used then.
+template <class Visit>
+std::uint64_t ForEachNewPlace(const DatabaseFiles& files, const Records& records, Visit visit) {
+  std::uint64_t place = std::uint64_t{kHeaderSize} + records.appInfoLen;
+  for (const std::uint32_t old : records.places) {
+    const RecordHeader header = SavedHeader(files.data.bytes(), records, old);
+    visit(old, header, place);
+    place += RecordSpan(header);
+  }
+  return place;
+}
+
+}  // namespace
+
+std::vector<char> RepairedData(const DatabaseFiles& files, const DatabaseState& state) {
+  const FileBytes old = files.data.bytes();
+  const Records& records = state.records;
+  const auto count = static_cast<std::uint32_t>(records.places.size());
+  const std::uint64_t used = ForEachNewPlace(files, records, [](auto...) {});
+  std::vector<char> bytes = NewFile({2, state.kind, 0, records.appInfoLen, count, 0, 0}, used, old.size());
+  if (records.appInfoLen != 0) std::memcpy(bytes.data() + kHeaderSize, old.data() + kHeaderSize, records.appInfoLen);
+  ForEachNewPlace(files, records, [&](std::uint32_t from, const RecordHeader& header, std::uint64_t to) {
+    std::memcpy(bytes.data() + to, old.data() + from, RecordSpan(header));
+    Store(bytes.data() + to, Mended(header, header.AllocatedSpace));
+  });
+  return bytes;
+}
+
+std::vector<char> RepairedOffsets(const DatabaseFiles& files, const DatabaseState& state) {
+  const std::uint64_t used = kHeaderSize + std::uint64_t{state.records.places.size()} * kOffsetSize;
+  std::vector<char> bytes = NewFile({}, used, files.offsets.length);
+  char* slot = bytes.data() + kHeaderSize;
+  const auto store = [&](std::uint32_t place) {
+    Store(slot, place);
+    slot += kOffsetSize;
+  };
+  if (!state.records.rewrite)
+    for (const std::uint32_t place : state.records.places) store(place);
+  else
+    ForEachNewPlace(files, state.records, [&](std::uint32_t, const RecordHeader&, std::uint64_t to) {
+      store(static_cast<std::uint32_t>(to));
+    });
+  return bytes;
+}
+
+}  // namespace vorne

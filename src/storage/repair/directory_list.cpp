@@ -1,0 +1,59 @@
+#include "storage/databases/databases.h"
+#include "storage/repair/check_catalog.h"
+#include "storage/repair/check_database.h"
+
+namespace vorne {
+
+namespace {
+
+std::uint64_t SizeOf(const DataDirectory& directory, const std::string& name) {
+  const auto found = directory.entries().find(name);
+  return found == directory.entries().end() ? 0 : found->second.size;
+}
+
+DatabaseReport ListedDatabase(const DataDirectory& directory, const DatabaseHdrType& entry) {
+  DatabaseReport report;
+  report.entry = entry;
+  report.name = EntryName(entry);
+  const FileHeader header = FileHeaderOf(directory.read(report.name, kHeaderSize).bytes());
+  report.kind = static_cast<DatabaseKind>(header.Type);
+  report.appInfoBytes = header.AppInfoLen;
+  report.records = header.NumberOfRecords;
+  report.dataFileBytes = SizeOf(directory, report.name);
+  report.offsetsFileBytes = header.Type == kVariableDatabase ? SizeOf(directory, OffsetsName(report.name)) : 0;
+  return report;
+}
+
+std::vector<DatabaseReport> ListedDatabases(const DataDirectory& directory) {
+  std::vector<DatabaseReport> databases;
+  const RawFile catalog = directory.read(kCatalogName);
+  for (const DatabaseHdrType& entry : CatalogEntries(catalog))
+    if (IsDatabaseName(EntryName(entry)) && directory.kindOf(EntryName(entry)) == FileKind::kRegular)
+      databases.push_back(ListedDatabase(directory, entry));
+  return databases;
+}
+
+}  // namespace
+
+DirectoryReport ListDirectory(const std::string& directory) {
+  const DataDirectory data(directory + kDataDirectory);
+  DirectoryReport report;
+  report.exists = data.exists();
+  report.databases = ListedDatabases(data);
+  return report;
+}
+
+std::optional<DatabaseReport> DescribeDatabase(const std::string& directory, const std::string& name) {
+  const DataDirectory data(directory + kDataDirectory);
+  for (const DatabaseReport& found : ListedDatabases(data)) {
+    if (FoldedName(found.name) != FoldedName(name)) continue;
+    DatabaseFiles files;
+    files.data = data.read(found.name);
+    if (data.kindOf(OffsetsName(found.name)) == FileKind::kRegular) files.offsets = data.read(OffsetsName(found.name));
+    Findings ignored(found.name);
+    return ReportOf(found.entry, files, CheckDatabase(found.entry.type, files, ignored, ignored));
+  }
+  return std::nullopt;
+}
+
+}  // namespace vorne

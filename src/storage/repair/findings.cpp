@@ -1,0 +1,31 @@
+#include "storage/repair/findings.h"
+
+namespace vorne {
+
+namespace {
+
+constexpr std::size_t kListed = 100;
+
+void Append(std::vector<Problem>& to, const std::vector<Problem>& from, std::uint64_t count, bool repaired) {
+  for (Problem problem : from) {
+    problem.repaired = repaired;
+    to.push_back(std::move(problem));
+  }
+  if (count > from.size())
+    to.push_back({from.front().file, -1,
+                  Message("... and %llu more of this kind", static_cast<unsigned long long>(count - from.size())),
+                  repaired});
+}
+
+}  // namespace
+
+void Findings::add(std::vector<Problem>& list, std::uint64_t& count, std::string text, std::int64_t record) {
+  if (++count <= kListed) list.push_back({file_, record, std::move(text), false});
+}
+
+void Findings::tell(DirectoryReport& report, bool repaired) const {
+  Append(report.problems, problems_, problemCount_, repaired);
+  Append(report.notes, notes_, noteCount_, false);
+}
+
+}  // namespace vorne

@@ -1,0 +1,31 @@
+// What is found in one file, bounded: a file of garbage must not make a report as long as itself.
+#pragma once
+
+#include "storage/files/diagnostic_log.h"
+#include "storage/repair/directory_check.h"
+
+namespace vorne {
+
+class Findings {
+ public:
+  explicit Findings(std::string file) : file_(std::move(file)) {}
+
+  /// `record` counts from 1.
+  void damage(std::string text, std::int64_t record = -1) { add(problems_, problemCount_, std::move(text), record); }
+  void note(std::string text, std::int64_t record = -1) { add(notes_, noteCount_, std::move(text), record); }
+
+  bool sound() const { return problemCount_ == 0; }
+  const std::string& file() const { return file_; }
+
+  /// Appends all of it to the report; `repaired` is for the damage.
+  void tell(DirectoryReport& report, bool repaired) const;
+
+ private:
+  void add(std::vector<Problem>& list, std::uint64_t& count, std::string text, std::int64_t record);
+
+  std::string file_;
+  std::vector<Problem> problems_, notes_;
+  std::uint64_t problemCount_ = 0, noteCount_ = 0;
+};
+
+}  // namespace vorne

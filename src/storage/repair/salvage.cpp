@@ -1,0 +1,66 @@
+#include "storage/repair/salvage.h"
+
+namespace vorne {
+
+namespace {
+
+constexpr int kReliable = 3;
+
+bool RecordsFollow(FileBytes bytes, std::uint64_t place, std::uint64_t limit) {
+  for (int i = 0; i < kReliable; ++i) {
+    if (i > 0 && (place == limit || IsEmptyHeader(bytes, place))) return true;
+    if (place >= limit || !IsPlainRecord(bytes, place)) return false;
+    place += RecordSpan(HeaderAt(bytes, place));
+  }
+  return place <= limit;
+}
+
+}  // namespace
+
+RecordHeader SavedHeader(FileBytes bytes, const Records& records, std::uint32_t place) {
+  const auto mended = records.mended.find(place);
+  return mended == records.mended.end() ? HeaderAt(bytes, place) : mended->second;
+}
+
+RecordHeader Mended(RecordHeader header, std::uint32_t space) {
+  const bool fits = header.RecordLen != 0 && header.RecordLen <= space;
+  return {fits ? header.RecordLen : static_cast<std::uint16_t>(space), static_cast<std::uint16_t>(space),
+          static_cast<std::uint16_t>(header.RecordAttr & kKnownAttributes), kMark, kMark};
+}
+
+bool IsEmptyHeader(FileBytes bytes, std::uint64_t place) {
+  return BytesBehind(bytes, place) >= kRecordHeaderSize && Load<std::uint64_t>(bytes.data() + place) == 0;
+}
+
+bool IsPlainRecord(FileBytes bytes, std::uint64_t place) {
+  const RecordHeader header = HeaderAt(bytes, place);
+  return IsMarked(header) && (header.RecordAttr & ~kKnownAttributes) == 0 && header.RecordLen != 0 &&
+         IsRecord(bytes, place);
+}
+
+std::string HeaderWords(FileBytes bytes, std::uint64_t place) {
+  const std::uint64_t left = BytesBehind(bytes, place);
+  if (left < kRecordHeaderSize) return Message("only %u bytes are left for it", static_cast<unsigned>(left));
+  const RecordHeader header = HeaderAt(bytes, place);
+  if (IsEmptyHeader(bytes, place)) return "its header is empty";
+  if (header.AllocatedSpace < header.RecordLen)
+    return Message("its header says %u bytes used of %u reserved", header.RecordLen, header.AllocatedSpace);
+  if (RecordSpan(header) > left)
+    return Message("its header says %u bytes reserved, %u are left", header.AllocatedSpace,
+                   static_cast<unsigned>(left - kRecordHeaderSize));
+  if (header.RecordLen == 0)
+    return Message("its header says that none of %u reserved bytes is used", header.AllocatedSpace);
+  if (!IsMarked(header)) return "its header lacks the marks of a finished record";
+  if ((header.RecordAttr & ~kKnownAttributes) != 0)
+    return Message("its header has unknown attributes (0x%04X)", header.RecordAttr);
+  return Message("its header says %u bytes used of %u reserved, which leads to no other record", header.RecordLen,
+                 header.AllocatedSpace);
+}
+
+std::uint64_t FindRecords(FileBytes bytes, std::uint64_t from, std::uint64_t to, std::uint64_t limit) {
+  for (std::uint64_t place = from; place < to; ++place)
+    if (IsMarked(HeaderAt(bytes, place)) && RecordsFollow(bytes, place, limit)) return place;
+  return to;
+}
+
+}  // namespace vorne

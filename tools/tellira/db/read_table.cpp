@@ -1,0 +1,72 @@
+#include "db/read_table.h"
+
+#include <algorithm>
+#include <numeric>
+#include <span>
+
+#include "edge/console.h"
+#include "text/text.h"
+
+namespace tool {
+namespace {
+
+constexpr std::uint32_t kRecordsAtOnce = 4096;
+
+/// Calls `take` with the records at these positions; false when some lie beyond the table's end.
+bool takeRecords(vorne::TableReader& table, std::span<const std::uint32_t> positions, vorne::Row& row,
+                 vorne::StoredRows& rows, const std::function<void(const vorne::Row&)>& take) {
+  bool all = true;
+  for (; !positions.empty(); positions = positions.subspan(rows.taken)) {
+    table.read(positions, true, rows);
+    for (std::size_t place = 0; place < rows.places.size(); ++place) {
+      row.load(rows, place);
+      take(row);
+    }
+    all = all && rows.places.size() == rows.taken;
+  }
+  return all;
+}
+
+}  // namespace
+
+int reading(const std::function<int()>& action) {
+  try {
+    return action();
+  } catch (const vorne::ReadFailure& failure) {
+    throw Failure(failure.kind == vorne::ReadFailure::kSystem ? kEnded : kNo, utf8FromLatin1(failure.what()));
+  }
+}
+
+std::size_t indexNumber(const vorne::TableReader& table, const std::string& index) {
+  const auto& indexes = table.indexes();
+  const auto found = std::find_if(indexes.begin(), indexes.end(), [&](const auto& one) { return one.name == index; });
+  if (found == indexes.end())
+    throw Failure(kNo,
+                  "the index " + utf8FromLatin1(index) + " cannot be read.\n  next: `tellira db check` tells why.");
+  return static_cast<std::size_t>(found - indexes.begin());
+}
+
+std::vector<std::uint32_t> positionsInOrder(vorne::TableReader& table, const std::string& index) {
+  const vorne::KeyList list = table.find(indexNumber(table, index), {{"", ""}});
+  std::vector<std::uint32_t> positions(list.count());
+  for (std::size_t i = 0; i < positions.size(); ++i) positions[i] = list.position(i);
+  return positions;
+}
+
+void forEachRecord(vorne::TableReader& table, const std::function<void(const vorne::Row&)>& take) {
+  vorne::Row row(table);
+  vorne::StoredRows rows;
+  std::vector<std::uint32_t> positions(kRecordsAtOnce);
+  std::iota(positions.begin(), positions.end(), 0U);
+  while (takeRecords(table, positions, row, rows, take))
+    for (std::uint32_t& position : positions) position += kRecordsAtOnce;
+}
+
+void forEachRecord(vorne::TableReader& table, const std::vector<std::uint32_t>& positions,
+                   const std::function<void(const vorne::Row&)>& take) {
+  vorne::Row row(table);
+  vorne::StoredRows rows;
+  takeRecords(table, positions, row, rows, take);
+}
+
+}  // namespace tool

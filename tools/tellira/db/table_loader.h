@@ -1,0 +1,57 @@
+// Appending rows of text to a table, all of them or none.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "db/dictionary.h"
+#include "db/field_values.h"
+#include "db/table_session.h"
+
+namespace tool {
+
+/// The name of the column that tells whether a record is deleted.
+inline constexpr char kDeletedColumn[] = "_deleted";
+
+/// The field, from 0, that each of the names in the first line means; the one behind the last for kDeletedColumn.
+/// @param names in any order and letters, in UTF-8
+/// @throws Failure (kUsage) for a name that is no field, or is there twice
+std::vector<std::size_t> columnsOf(const Dictionary::Table& table, const std::vector<std::string>& names);
+
+/// Rows are appended as they come, in constant memory. What must not stay is cut off the end of the table again, so a
+/// process that is killed leaves a sound table with the rows that it had come to.
+class TableLoader {
+ public:
+  /// @param columns the field, from 0, that each column fills; see columnsOf()
+  TableLoader(TableSession& session, const Dictionary::Table& table, std::vector<std::size_t> columns,
+              ValueRules rules);
+
+  /// Appends a row with one cell for each column.
+  /// @return empty, or what is wrong with which cell, as in `column 2 (PRICE): "abc" is not a number.\n  next: ...`
+  std::string add(const std::vector<std::string_view>& cells);
+  /// Removes all rows that were added, with their memo texts; the indexes become what they were.
+  /// @return false when that could not be done
+  bool takeBack();
+
+  std::uint64_t added() const { return added_; }
+
+ private:
+  std::string store(std::size_t column, std::string_view cell);
+  std::string storeMemo(std::size_t field, std::string_view cell);
+  std::string columnText(std::size_t column, std::string_view cell, const std::string& problem) const;
+
+  const Dictionary::Table& table_;
+  int area_;
+  VORNE_RDD& rdd_;
+  vorne::Fields fields_;  // the deletion mark included
+  std::vector<std::size_t> columns_;
+  bool latin1_;
+  ValueReader values_;
+  std::string memo_;
+  std::uint32_t firstRecord_, firstMemo_;
+  std::uint64_t added_ = 0;
+};
+
+}  // namespace tool

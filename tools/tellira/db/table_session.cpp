@@ -1,0 +1,142 @@
+#include "db/table_session.h"
+
+#include <fcntl.h>
+#include <stdio_ext.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <vector>
+
+#include "db/db.h"
+#include "db/dictionary.h"
+#include "edge/console.h"
+#include "runtime/process.h"
+#include "text/text.h"
+
+namespace tool {
+namespace {
+
+constexpr int kEnglish = 2;
+constexpr useconds_t kBetweenTries = 50000;
+constexpr int kTries = 100;  // five seconds
+
+/// Keeps what the runtime prints until it is known whether it ends the process with it.
+std::array<char, 1 << 16> printed;
+
+std::string takePrinted() {
+  const std::size_t size = __fpending(stdout);
+  std::string words(printed.data(), std::min(size, printed.size()));
+  __fpurge(stdout);
+  return utf8FromLatin1(trimmed(words));
+}
+
+/// The text that belongs to "RunTimeError = 53", the last thing that the runtime prints.
+std::string explanation(const std::string& words) {
+  constexpr std::string_view kHead = "RunTimeError = ";
+  const std::size_t at = words.rfind(kHead);
+  int number = -1;
+  if (at != std::string::npos) std::from_chars(words.data() + at + kHead.size(), words.data() + words.size(), number);
+  if (number < 0) return {};
+  std::string text = utf8FromLatin1(__GetAuxError(number));
+  for (char& c : text)
+    if (c == '\n') c = ' ';
+  return " (" + text + ")";
+}
+
+[[noreturn]] void failWithWords(int) {
+  const std::string words = takePrinted();
+  throw Failure(kEnded, "the runtime stopped: " + words + explanation(words) +
+                            ".\n  next: look into saida.txt of the working directory, whether the disk is full and "
+                            "the files may be written; `tellira db check` tells whether the databases are sound.");
+}
+
+[[noreturn]] void failAsInUse(const std::string& directory) {
+  throw Failure(kUsage, "a program has the databases of " + directory +
+                            " open; nothing was changed.\n  next: end it and try again.");
+}
+
+/// True when another process holds the file's lock.
+bool isHeld(const std::filesystem::path& path) {
+  const int file = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+  if (file < 0) return false;
+  const bool held = ::flock(file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+  ::close(file);
+  return held;
+}
+
+}  // namespace
+
+TableSession::TableSession(const std::string& directory) : directory_(directory) {
+  if (::chdir(directory.c_str()) != 0)
+    throw Failure(kUsage, directory + " cannot be entered: " + std::strerror(errno) +
+                              ".\n  next: name the working directory of the program with --dir.");
+  std::fflush(stdout);
+  std::setvbuf(stdout, printed.data(), _IOFBF, printed.size());
+  vorne::endProcessHook = failWithWords;
+  std::error_code ignored;
+  std::filesystem::create_directory("DB", ignored);
+  lock_ = ::open("DB", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (lock_ < 0)
+    throw Failure(kUsage, directory + "/DB cannot be opened: " + std::strerror(errno) +
+                              ".\n  next: look at the rights of the directory.");
+  if (::access("DB", W_OK) != 0)
+    throw Failure(kUsage, directory + "/DB cannot be written: " + std::strerror(errno) +
+                              ".\n  next: look at the rights of the directory, and who runs the tool.");
+  lockDirectory();
+  __BeginGlobal();
+  running_ = true;
+  iSyncLang = kEnglish;
+  bBatchOper = 1;
+}
+
+// Two tools wait for each other. A program is not waited for: it holds what it has open for as long as it runs.
+void TableSession::lockDirectory() const {
+  for (int tries = 0; ::flock(lock_, LOCK_EX | LOCK_NB) != 0; ++tries) {
+    if (tries == kTries) failAsInUse(directory_);
+    ::usleep(kBetweenTries);
+  }
+  if (isHeld(std::filesystem::path("DB") / vorne::kCatalogName)) failAsInUse(directory_);
+  for (const std::string_view journal : vorne::kJournalNames)
+    if (isHeld(std::filesystem::path("DB") / journal)) failAsInUse(directory_);
+}
+
+TableSession::~TableSession() {
+  if (running_) {
+    try {
+      end();
+    } catch (const std::exception&) {
+      // A failure is on its way already; this one follows from it.
+    }
+    __fpurge(stdout);
+  }
+  vorne::endProcessHook = nullptr;
+  if (lock_ >= 0) ::close(lock_);
+}
+
+void TableSession::end() {
+  if (!running_) return;
+  running_ = false;
+  __dbCloseAll();
+  __EndGlobal();
+}
+
+void TableSession::close() {
+  end();
+  const std::string words = takePrinted();
+  if (!words.empty()) note(words);
+}
+
+int TableSession::open(std::string_view name) {
+  const Dictionary dictionary(directory_);
+  const std::string table = dictionary.table(name).name;
+  __DBUSEAREA(__INIT_BOOL(1), nullptr, __INIT_CHARPTR(table.c_str()));
+  return __GetAliasID(nullptr);
+}
+
+}  // namespace tool

@@ -1,0 +1,150 @@
+// `tellira db check`: are the databases sound, and making them so.
+#include <map>
+
+#include "db/db.h"
+#include "edge/confirm.h"
+#include "edge/console.h"
+#include "edge/json_text.h"
+#include "edge/progress.h"
+
+namespace tool {
+namespace {
+
+using vorne::DatabaseReport;
+using vorne::DirectoryReport;
+using vorne::Problem;
+
+constexpr const char* kFooter = R"(
+Without --repair nothing is changed. A repair first copies every file that it will change to DB/repair-DATE-TIME and
+keeps all records that can still be read. The program must not be running.
+
+Examples:
+  tellira db check
+  tellira db --dir /srv/pos check --repair --yes
+
+Exit status: 0 everything is sound and nothing was lost, 1 damage was found or records were lost, 2 wrong usage, or the
+databases are in use.)";
+
+struct CheckVerb {
+  bool repair = false;
+  bool yes = false;
+  bool json = false;
+};
+
+DirectoryReport inspected(const std::string& directory, bool repair) {
+  Progress progress;
+  vorne::CheckOptions options;
+  options.progress = [&progress](const vorne::CheckProgress& at) {
+    progress.show(shown(at.file), at.bytes, at.allBytes);
+  };
+  return repair ? vorne::RepairDirectory(directory, options) : vorne::CheckDirectory(directory, options);
+}
+
+// ------------------------------------------------------------------------------------------------------------ text
+
+std::string placeOf(const Problem& problem) {
+  const char* part = problem.file == vorne::kCatalogName ? ", entry " : ", record ";
+  return shown(problem.file) + (problem.record < 0 ? "" : part + std::to_string(problem.record));
+}
+
+std::string lineOf(const Problem& problem) {
+  return placeOf(problem) + ": " + shown(problem.problem) +
+         (problem.repaired ? styled(Style::kGreen, " [repaired]") : "") + "\n";
+}
+
+std::string lostInWords(const DirectoryReport& report) {
+  if (report.lostRecords == 0) return report.lostMore ? "records may be lost" : "";
+  return (report.lostMore ? "at least " : "") + counted(report.lostRecords, "record") +
+         (report.lostRecords == 1 ? " is lost" : " are lost");
+}
+
+std::string summary(const DirectoryReport& report) {
+  std::uint64_t records = 0, open = 0;
+  for (const DatabaseReport& database : report.databases) records += database.records;
+  for (const Problem& problem : report.problems) open += !problem.repaired;
+  const std::string lost = lostInWords(report);
+  return counted(report.databases.size(), "database") + ", " + counted(records, "record") + ", " +
+         sizeText(report.bytes) + ": " + (report.sound ? "sound" : counted(open, "problem")) +
+         (lost.empty() ? "" : ", " + lost);
+}
+
+void printText(const DirectoryReport& report) {
+  std::map<std::string, bool> damaged;
+  for (const Problem& problem : report.problems) {
+    damaged[problem.file] = true;
+    print(lineOf(problem));
+  }
+  for (const DatabaseReport& database : report.databases)
+    if (!damaged.contains(database.name) && !damaged.contains(database.name + vorne::kOffsetsSuffix))
+      print(shown(database.name) + ": sound, " + counted(database.records, "record") + "\n");
+  for (const Problem& remark : report.notes) print("note: " + lineOf(remark));
+  print(styled(report.sound ? Style::kBold : Style::kRed, summary(report)) + "\n");
+}
+
+void printNextStep(const DirectoryReport& report, const CheckVerb& verb) {
+  if (report.inUse) note("a program has the databases open; what it is writing just now may look like damage.");
+  if (!report.copies.empty()) note("The files as they were are in " + report.copies + ".");
+  if (report.sound) return;
+  note(verb.repair ? "  next: what is left needs a look by hand; the lines above tell the files and the reasons."
+                   : "  next: end the program and run `tellira db check --repair`.");
+}
+
+// ------------------------------------------------------------------------------------------------------------ JSON
+
+Json jsonOf(const Problem& problem) {
+  Json json;
+  json["file"] = shown(problem.file);
+  json["record"] = problem.record < 0 ? Json() : Json(problem.record);
+  json["problem"] = shown(problem.problem);
+  json["repaired"] = problem.repaired;
+  return json;
+}
+
+Json jsonOf(const std::vector<Problem>& problems) {
+  Json list = Json::array();
+  for (const Problem& problem : problems) list.push_back(jsonOf(problem));
+  return list;
+}
+
+Json jsonOf(const DirectoryReport& report) {
+  Json json;
+  json["sound"] = report.sound;
+  json["problems"] = jsonOf(report.problems);
+  json["notes"] = jsonOf(report.notes);
+  json["lost"] = report.lostRecords;
+  json["lostAtLeast"] = report.lostMore;
+  json["copies"] = shown(report.copies);
+  return json;
+}
+
+int runCheck(const DbOptions& options, const CheckVerb& verb) {
+  const std::string directory = options.checkedDirectory();
+  if (verb.repair && !confirmed("repair the databases of " + directory, verb.yes)) {
+    note("Nothing was changed.");
+    return kNo;
+  }
+  const DirectoryReport report = inspected(directory, verb.repair);
+  if (verb.repair && report.inUse)
+    throw Failure(kUsage, "a program has the databases of " + directory +
+                              " open; nothing was changed.\n  next: end it and repair again.");
+  if (verb.json)
+    printJson(jsonOf(report));
+  else
+    printText(report);
+  printNextStep(report, verb);
+  return report.sound && report.lostRecords == 0 && !report.lostMore ? kDone : kNo;
+}
+
+}  // namespace
+
+void addDbCheck(CLI::App& group, const SharedDbOptions& shared, Action& action) {
+  auto options = std::make_shared<CheckVerb>();
+  CLI::App& verb = *group.add_subcommand("check", "Tell whether the databases are sound, and repair them");
+  verb.add_flag("--repair", options->repair, "Repair what can be");
+  verb.add_flag("--yes", options->yes, "Do not ask before the repair");
+  verb.add_flag("--json", options->json, "Print a JSON object");
+  verb.footer(kFooter);
+  verb.callback([shared, options, &action] { action = [shared, options] { return runCheck(*shared, *options); }; });
+}
+
+}  // namespace tool

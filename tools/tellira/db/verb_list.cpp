@@ -1,0 +1,65 @@
+// `tellira db list`: the databases, as the catalogue has them.
+#include <array>
+
+#include "db/db.h"
+#include "db/dictionary.h"
+#include "edge/console.h"
+#include "edge/json_text.h"
+#include "edge/text_table.h"
+
+namespace tool {
+namespace {
+
+constexpr const char* kFooter = R"(
+Nothing is changed and no record is read, so that this may run beside the program.
+
+Example:
+  tellira db --dir /srv/pos list --json)";
+
+std::uint64_t bytesOf(const vorne::DatabaseReport& database) {
+  return database.dataFileBytes + database.offsetsFileBytes;
+}
+
+/// Only tables have any.
+std::size_t indexesOf(const Dictionary& dictionary, const vorne::DatabaseReport& database) {
+  return database.entry.type == vorne::kTypeData ? dictionary.indexesOf(database.name) : 0;
+}
+
+Json jsonOf(const vorne::DatabaseReport& database, std::size_t indexes) {
+  Json json;
+  json["name"] = shown(database.name);
+  json["type"] = codeText(database.entry.type);
+  json["records"] = database.records;
+  json["indexes"] = indexes;
+  json["bytes"] = bytesOf(database);
+  return json;
+}
+
+int runList(const DbOptions& options, bool json) {
+  const Dictionary dictionary(options.checkedDirectory());
+  Json list = Json::array();
+  Table<5> table{{"Name", "Type", "Records", "Indexes", "Size"}};
+  for (const vorne::DatabaseReport& database : dictionary.databases()) {
+    const std::size_t indexes = indexesOf(dictionary, database);
+    list.push_back(jsonOf(database, indexes));
+    table.add({shown(database.name), codeText(database.entry.type), std::to_string(database.records),
+               std::to_string(indexes), sizeText(bytesOf(database))});
+  }
+  if (json)
+    printJson(list);
+  else
+    table.print();
+  return kDone;
+}
+
+}  // namespace
+
+void addDbList(CLI::App& group, const SharedDbOptions& options, Action& action) {
+  auto json = std::make_shared<bool>(false);
+  CLI::App& verb = *group.add_subcommand("list", "List the databases: type, records, indexes, size");
+  verb.add_flag("--json", *json, "Print a JSON array");
+  verb.footer(kFooter);
+  verb.callback([options, json, &action] { action = [options, json] { return runList(*options, *json); }; });
+}
+
+}  // namespace tool

@@ -1,0 +1,150 @@
+// `tellira db seek`: the record that a key names.
+#include <algorithm>
+#include <optional>
+
+#include "db/db.h"
+#include "db/dictionary.h"
+#include "db/field_values.h"
+#include "db/read_table.h"
+#include "db/record_text.h"
+#include "edge/console.h"
+#include "edge/json_text.h"
+#include "edge/masking.h"
+#include "storage/format/keys.h"
+#include "text/text.h"
+
+namespace tool {
+namespace {
+
+constexpr const char* kFooter = R"(
+The key is the text that the key fields make, one behind the other, each padded to its length; a shorter text finds the
+first key that begins with it. Where the first key field is a number, date or logical, its value will do: 12.5,
+2004-03-17, true. Deleted records are passed over unless --deleted shows them.
+
+Nothing is changed, so that this may run beside the program.
+
+Examples:
+  tellira db seek CUSTOMER BYNAME "Silva"
+  tellira db seek SALES BYDATE 2026-03-15 --soft --json
+
+Exit status: 0 found, 1 not found (with --soft the next greater key's record is shown all the same), or there is no such
+table or index, 2 wrong usage.)";
+
+struct SeekOptions {
+  std::string table, index, key;
+  bool soft = false, deleted = false, json = false;
+};
+
+struct Landing {
+  bool found = false;
+  std::optional<std::uint32_t> position;
+};
+
+/// The key's bytes, cut to what the index has.
+std::string keyBytes(const Dictionary::Table& table, const vorne::IndexDescription& index, const std::string& key) {
+  const vorne::Fields fields = table.fields();
+  const std::uint32_t number = index.keyFields.front().KeyField;
+  std::string bytes;
+  double value = 0;
+  if (number >= 1 && number <= fields.size()) {
+    const ControlFieldTBL& field = fields[number - 1];
+    const std::string word = upperCase(key);
+    if (field.FieldType == TBLNUM && readNumber(key, value)) bytes = vorne::NumberKey(field, value);
+    if (field.FieldType == TBLDATE && readDate(key, value)) bytes = vorne::DateKey(value);
+    if (field.FieldType == TBLBOOL && (word == "TRUE" || word == "FALSE"))
+      bytes.assign(1, word == "TRUE" ? '\1' : '\0');
+  }
+  try {
+    if (bytes.empty()) bytes = latin1FromUtf8(key);
+  } catch (const ConversionError& error) {
+    throw Failure(kUsage,
+                  "no key can be \"" + key + "\": " + error.what() + ".\n  next: write it with other characters.");
+  }
+  return bytes.substr(0, static_cast<std::size_t>(index.keyLength));
+}
+
+/// The first of the entries whose record is to be seen.
+std::optional<std::uint32_t> firstSeen(vorne::TableReader& table, const vorne::KeyList& list, bool deleted) {
+  vorne::Row row(table);
+  vorne::StoredRows rows;
+  for (std::size_t entry = 0; entry < list.count(); ++entry) {
+    const std::uint32_t position = list.position(entry);
+    table.read({&position, 1}, false, rows);
+    if (rows.places.empty()) continue;
+    row.load(rows, 0);
+    if (deleted || !row.isDeleted()) return position;
+  }
+  return std::nullopt;
+}
+
+Landing sought(vorne::TableReader& table, const std::string& index, const std::string& key,
+               const SeekOptions& options) {
+  const std::size_t number = indexNumber(table, index);
+  Landing landing;
+  landing.position = firstSeen(table, table.find(number, {{key, key}}), options.deleted);
+  landing.found = landing.position.has_value();
+  if (!landing.found && options.soft)
+    landing.position = firstSeen(table, table.find(number, {{key, ""}}), options.deleted);
+  return landing;
+}
+
+void printJsonLanding(const vorne::TableReader& table, const vorne::Row* row, const Landing& landing, bool deleted) {
+  std::string text = std::string("{\"found\":") + (landing.found ? "true" : "false");
+  if (row != nullptr) {
+    text += ",\"recno\":" + std::to_string(*landing.position + 1) + ",\"record\":";
+    appendJsonRecord(text, table, *row, {deleted, true});
+  }
+  printRaw(text + "}\n");
+}
+
+void printRecord(const vorne::TableReader& table, const vorne::Row& row) {
+  print(styled(Style::kBold, "record " + std::to_string(row.position() + 1)) + (row.isDeleted() ? ", deleted" : "") +
+        "\n");
+  std::size_t widest = 0;
+  for (const vorne::TableField& field : table.fields()) widest = std::max(widest, field.name.size());
+  for (std::size_t i = 0; i < table.fields().size(); ++i) {
+    const std::string& name = table.fields()[i].name;
+    print("  " + shown(name) + std::string(widest + 2 - name.size(), ' ') + valueText(table, row, i) + "\n");
+  }
+}
+
+int runSeek(const DbOptions& group, const SeekOptions& options) {
+  const std::string directory = group.checkedDirectory();
+  const Dictionary::Table table = Dictionary(directory).table(options.table);
+  const vorne::IndexDescription& index = table.index(options.index);
+  const std::string key = keyBytes(table, index, options.key);
+  return reading([&] {
+    vorne::TableReader reader(directory, table.name);
+    const Landing landing = sought(reader, index.name, key, options);
+    vorne::Row row(reader);
+    vorne::StoredRows rows;
+    if (landing.position) reader.read({&*landing.position, 1}, true, rows);
+    const bool seen = !rows.places.empty();
+    if (seen) row.load(rows, 0);
+    if (options.json)
+      printJsonLanding(reader, seen ? &row : nullptr, landing, options.deleted);
+    else if (seen)
+      printRecord(reader, row);
+    if (!landing.found && !options.json)
+      note("no record of " + shown(table.name) + " has the key \"" + options.key + "\" in " + shown(index.name) +
+           (seen ? "; shown is the one with the next greater key." : "."));
+    return landing.found ? kDone : kNo;
+  });
+}
+
+}  // namespace
+
+void addDbSeek(CLI::App& group, const SharedDbOptions& shared, Action& action) {
+  auto options = std::make_shared<SeekOptions>();
+  CLI::App& verb = *group.add_subcommand("seek", "Find a record by its key in an index");
+  addName(verb, "TABLE", options->table, "Name of the table");
+  addName(verb, "INDEX", options->index, "Name of the index");
+  addName(verb, "KEY", options->key, "Key, or the beginning of one");
+  verb.add_flag("--soft", options->soft, "When there is none, show the record with the next greater key");
+  verb.add_flag("--deleted", options->deleted, "See deleted records too");
+  verb.add_flag("--json", options->json, "Print a JSON object");
+  verb.footer(kFooter);
+  verb.callback([shared, options, &action] { action = [shared, options] { return runSeek(*shared, *options); }; });
+}
+
+}  // namespace tool

@@ -1,0 +1,30 @@
+#include "edge/paths.h"
+
+#include <filesystem>
+#include <system_error>
+
+namespace tool {
+
+namespace fs = std::filesystem;
+
+std::string besideTool(const std::string& relative) {
+  std::error_code error;
+  const fs::path self = fs::read_symlink("/proc/self/exe", error);
+  return (self.parent_path() / relative).lexically_normal().string();
+}
+
+std::string defaultLibrary() {
+  return besideTool("../lib/libtellira.so");
+}
+
+std::string resolved(const std::string& path, const std::string& directory) {
+  return (fs::path(directory) / path).lexically_normal().string();
+}
+
+std::string absolute(const std::string& path) {
+  std::error_code error;
+  const fs::path here = fs::current_path(error);
+  return error ? path : resolved(path, here.string());
+}
+
+}  // namespace tool

@@ -1,0 +1,103 @@
+// `tellira commands`: the command table, listed and searched.
+#include <memory>
+#include <vector>
+
+#include "edge/cli.h"
+#include "edge/console.h"
+#include "edge/json_text.h"
+#include "edge/text_table.h"
+#include "library/commands.h"
+#include "text/text.h"
+
+namespace tool {
+namespace {
+
+using generated::Command;
+
+constexpr const char* kFooter = R"(
+PATTERN is a part of a name, or a pattern with * and ?, in any mixture of upper and lower case. Arguments stand in
+the vendor function's own order; the number is the parameter field that fills the place (field 1 is the name).
+
+Examples:
+  tellira commands cupom
+  tellira commands 'ECF_*MFD'
+  tellira commands --json ECF_VendeItem
+
+Exit status: 0 done, 1 no command matches, 2 wrong usage.)";
+
+struct CommandsOptions {
+  std::string pattern;
+  bool json = false;
+};
+
+bool matches(const Command& command, const std::string& pattern) {
+  const bool glob = pattern.find_first_of("*?") != std::string::npos;
+  return matchesGlob(glob ? pattern : "*" + pattern + "*", command.name);
+}
+
+Table<7> tableOf(const std::vector<const Command*>& commands) {
+  const auto orDash = [](std::string_view text) { return text.empty() ? std::string("-") : std::string(text); };
+  Table<7> table{{"No", "Command", "Library", "Adapter", "Vendor function", "Answer", "Arguments"}};
+  for (const Command* command : commands)
+    table.add({std::to_string(numberOf(*command)), std::string(command->name), orDash(command->library),
+               orDash(command->adapter), orDash(command->function), std::string(outputInWords(command->output)),
+               argumentsInWords(*command)});
+  return table;
+}
+
+Json jsonOf(const Command& command) {
+  Json arguments = Json::array();
+  for (const auto& argument : command.arguments) {
+    Json one;
+    one["kind"] = argumentName(argument.kind);
+    one["field"] = argument.field == 0 ? Json() : Json(argument.field);
+    one["returned"] = generated::returned(argument.kind);
+    arguments.push_back(one);
+  }
+  Json json;
+  json["number"] = numberOf(command);
+  json["name"] = command.name;
+  json["library"] = command.library;
+  json["adapter"] = command.adapter;
+  json["function"] = command.function;
+  json["fields"] = highestField(command) - 1;
+  json["arguments"] = arguments;
+  json["output"] = outputInWords(command.output);
+  json["answer"] = answerLabels(command);
+  return json;
+}
+
+int runCommands(const CommandsOptions& options) {
+  std::vector<const Command*> found;
+  for (const Command& command : generated::kCommands) {
+    if (matches(command, options.pattern)) found.push_back(&command);
+  }
+  if (options.json) {
+    Json list = Json::array();
+    for (const Command* command : found) list.push_back(jsonOf(*command));
+    printJson(list);
+  } else if (!found.empty()) {
+    tableOf(found).print();
+  }
+  if (!found.empty()) return kDone;
+  complain("no command matches \"" + options.pattern +
+           "\".\n  next: a shorter part of the name, or `tellira commands` "
+           "for all of them.");
+  return kNo;
+}
+
+}  // namespace
+
+void addCommands(CLI::App& app, Action& action) {
+  auto options = std::make_shared<CommandsOptions>();
+  CLI::App& verb = *app.add_subcommand("commands", "List the commands: library, vendor function, fields, answer");
+  verb.add_flag("--json", options->json, "Print a JSON array");
+  verb.add_option("PATTERN", options->pattern, "Part of a name, or a pattern with * and ?")->type_name("");
+  verb.footer(kFooter);
+  verb.callback([options, &action] {
+    options->pattern = unguarded(options->pattern);
+    action = [options] { return runCommands(*options); };
+  });
+}
+
+}  // namespace tool
