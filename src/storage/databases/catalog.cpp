@@ -16,6 +16,7 @@
 #include "storage/files/diagnostic_log.h"
 #include "storage/files/mapped_file.h"
 #include "storage/files/unfinished_file.h"
+#include "storage/format/names.h"
 #include "storage/journal/journal.h"
 #include "storage/records/handles.h"
 
@@ -107,7 +108,7 @@ void FlushCatalog() {
 bool FindDirectory() {
   char working[PATH_MAX];
   if (::getcwd(working, sizeof working) == nullptr) return false;
-  const std::string path = std::string(working) + "/DB";
+  const std::string path = std::string(working) + kDataDirectory;
   if (path.size() >= sizeof wcDir) return false;
   std::memcpy(wcDir, path.c_str(), path.size() + 1);
   CreateDirectory(wcDir);
@@ -197,8 +198,8 @@ void SettleEntry(pmymap catalog, UInt32 place, const DatabaseHdrType& before) {
     return entry.name[0] == 0 || (fileSystem.stat(pathOf(entry).c_str(), &found) != 0 && errno == ENOENT);
   };
   auto now = Load<DatabaseHdrType>(catalog->mapmem + place);
-  const auto isPath = [](const DatabaseHdrType& entry) { return ShortName(entry.name).find('/') != std::string::npos; };
-  if (isPath(before) || isPath(now) || !hasVanished(before))
+  const auto isStrange = [](const DatabaseHdrType& entry) { return entry.name[0] != 0 && !IsFileName(NameOf(entry)); };
+  if (isStrange(before) || isStrange(now) || !hasVanished(before))
     now = before;
   else if (hasVanished(now))
     fileSystem.unlink(pathOf(before, kOffsetsSuffix).c_str()), now = {};

@@ -12,6 +12,7 @@
 #include "storage/databases/rebuild.h"
 #include "storage/files/diagnostic_log.h"
 #include "storage/files/system.h"
+#include "storage/format/names.h"
 #include "storage/records/app_info.h"
 #include "storage/records/handles.h"
 #include "storage/records/offsets.h"
@@ -78,10 +79,6 @@ DmOpenRef DatabaseOf(LocalID id) {
 
 // ---------------------------------------------------------------------------------------------------------- files
 
-std::string OffsetsName(std::string_view name) {
-  return std::string(name) + kOffsetsSuffix;
-}
-
 std::string PathOf(std::string_view name) {
   return GetWideName(std::string(name).c_str());
 }
@@ -108,11 +105,6 @@ bool RenameFiles(std::string_view from, std::string_view to) {
     DeleteFile(oldOffsets.c_str());
   }
   return true;
-}
-
-bool IsUsableName(std::string_view name) {
-  return !name.empty() && name != "." && name != ".." && name.find('/') == std::string_view::npos &&
-         !IsReservedName(name);
 }
 
 // By its type code or, since that may be changed at any time, by its data file.
@@ -176,17 +168,6 @@ void CloseDatabases() {
     if (OpenFiles[slot] != nullptr) CloseForGood(OpenFiles[slot]);
 }
 
-std::string_view ShortName(const char* name) {
-  return {name, ::strnlen(name, kLongestName)};
-}
-
-std::string FoldedName(std::string_view name) {
-  std::string folded(name);
-  for (char& c : folded)
-    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-  return folded;
-}
-
 void FollowGrowth(DmOpenRef db) {
   db->Head = HeaderOf(*db->hFile);
   PlaceHandles(db);
@@ -198,12 +179,6 @@ void FollowMove(DmOpenRef db, const TailMove& move) {
     if (!record.isAppInfo && !record.onHeap && record.rOffset >= move.from) record.rOffset += move.to - move.from;
   }
   FollowGrowth(db);
-}
-
-void GrowthFailure(const mymap& map) {
-  StorageFailure(Message("falhou CreateFileMapping do arquivo %s sz=%ld %s", map.cfile,
-                         static_cast<long>(map.szallocated), __MemoryReport())
-                     .c_str());
 }
 
 }  // namespace vorne
@@ -218,7 +193,7 @@ Err DmCreateDatabase(UInt16, const char* name, UInt32 creator, UInt32 type, Bool
   if (DmFindDatabase(0, name) != 0 || EntryOf(shortName) != 0 ||
       ClashesWithOffsets(FoldedName(shortName), KindOfType(type) == kVariableDatabase))
     return errAlreadyExists;
-  if (!IsUsableName(shortName)) CannotCreate(name);
+  if (!IsDatabaseName(shortName)) CannotCreate(name);
   // Files without an entry are what is left of a database that was being made or deleted.
   DeleteFile(PathOf(shortName).c_str());
   DeleteFile(PathOf(OffsetsName(shortName)).c_str());
@@ -247,7 +222,7 @@ LocalID DmFindDatabase(UInt16, const char* name) {
   if (entry == 0) return 0;
   // The file has the name as the catalogue spells it.
   const std::string stored(EntryName(entry));
-  if (!IsUsableName(stored)) return 0;
+  if (!IsDatabaseName(stored)) return 0;
   if (HasVanished(stored)) {
     ClearEntry(entry);
     return 0;
@@ -331,7 +306,7 @@ Err Rename(DmOpenRef db, const char* name) {
   const std::string to(ShortName(name));
   if (to == from) return errNone;
   DatabaseHdrType entry = EntryAt(db->fOffset);
-  if (!IsUsableName(to)) return errArgument;
+  if (!IsDatabaseName(to)) return errArgument;
   const UInt32 taken = EntryOf(to);
   if ((taken != 0 && taken != db->fOffset) || ClashesWithOffsets(FoldedName(to), HasOffsets(db->fOffset)))
     return errAlreadyExists;

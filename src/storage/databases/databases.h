@@ -29,17 +29,10 @@ inline bool IsVariable(const OpenStruct& db) {
   return db.Head.Type == kVariableDatabase;
 }
 
-/// The name as far as the catalogue can hold it.
-std::string_view ShortName(const char* name);
-/// The same in capital letters: what names are told apart by.
-std::string FoldedName(std::string_view name);
-
 /// Brings everything in memory up to date after a move in the data file that was made: working header, handles, the
 /// places of the records that moved.
 void FollowMove(DmOpenRef db, const TailMove& move);
 /// The same after a growth without a move.
 void FollowGrowth(DmOpenRef db);
-/// Error 5: the file cannot grow.
-[[noreturn]] void GrowthFailure(const mymap& map);
 
 }  // namespace vorne

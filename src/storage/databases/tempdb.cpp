@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "storage/databases/databases.h"
+#include "storage/format/names.h"
 
 namespace vorne {
 

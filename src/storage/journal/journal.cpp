@@ -15,6 +15,7 @@
 #include "storage/files/diagnostic_log.h"
 #include "storage/files/mapped_file.h"
 #include "storage/format/journal_head.h"
+#include "storage/format/names.h"
 
 namespace vorne {
 
@@ -201,16 +202,15 @@ bool IsBetween(const FileHeader& now, const FileHeader& before, const FileHeader
          either(now.AppInfoLen, before.AppInfoLen, after.AppInfoLen);
 }
 
-bool IsFileName(const char (&name)[sizeof Entry::name]) {
-  return std::memchr(name, 0, sizeof name) != nullptr && name[0] != 0 && std::strcmp(name, ".") != 0 &&
-         std::strcmp(name, "..") != 0 && std::strchr(name, '/') == nullptr;
+bool IsNamed(const Entry& entry) {
+  return std::memchr(entry.name, 0, sizeof entry.name) != nullptr && IsFileName(entry.name);
 }
 
 // A journal is bytes from outside like any other file.
 bool IsSound(const JournalFile& file) {
   const Entry& entry = file.entry;
   if (file.magic != kJournalMagic || (file.state != kBytesKept && file.state != kMoving)) return false;
-  if (entry.check != Sum(&entry, offsetof(Entry, check)) || !IsFileName(entry.name)) return false;
+  if (entry.check != Sum(&entry, offsetof(Entry, check)) || !IsNamed(entry)) return false;
   if (file.state == kBytesKept)
     return entry.length <= kLargestProtected && entry.keptCheck == Sum(file.room, entry.length);
   if (entry.infoLength > kLargestProtected || entry.infoLength > entry.after.AppInfoLen ||
@@ -259,7 +259,7 @@ void Recover(JournalFile& file) {
     SettleEntry(map.get(), entry.from, Load<DatabaseHdrType>(file.room));
   else
     Restore(file, map.get());
-  const std::string offsets = std::string(entry.name) + kOffsetsSuffix;
+  const std::string offsets = OffsetsName(entry.name);
   if (entry.offsetsFollow != 0 && fileSystem.unlink(GetWideName(offsets.c_str())) != 0 && errno != ENOENT)
     RecoveryFailure(offsets.c_str());
 }

@@ -4,6 +4,7 @@
 
 #include "storage/format/entry_order.h"
 #include "storage/format/keys.h"
+#include "storage/records/entry_file.h"
 #include "storage/records/records.h"
 #include "storage/records/waiting_entries.h"
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "storage/files/mapped_file.h"
+#include "storage/format/chain.h"
 #include "storage/journal/journal.h"
 
 namespace vorne {
@@ -9,11 +10,6 @@ namespace vorne {
 /// The move that opens a gap of `n` bytes at `offset`, or closes one for a negative `n`: header as it is, szmap
 /// following.
 TailMove MoveOf(const mymap& map, UInt32 offset, std::int64_t n);
-
-/// The end of the application-info block of `map`'s file: nothing before it is a record's.
-inline UInt32 RecordsBegin(const FileHeader& header) {
-  return kHeaderSize + header.AppInfoLen;
-}
 
 /// Makes the record area empty: the used size is cut to the end of the application-info block, no record counts, what
 /// was used is zeroed.

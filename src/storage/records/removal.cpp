@@ -6,6 +6,7 @@
 
 #include "storage/databases/databases.h"
 #include "storage/files/unfinished_file.h"
+#include "storage/format/names.h"
 #include "storage/records/app_info.h"
 #include "storage/records/offsets.h"
 #include "storage/records/records.h"
@@ -60,7 +61,7 @@ Err Rewrite(DmOpenRef db, const std::vector<bool>& without) {
   FileHeader header = db->Head;
   if (!CopyUsed(*db, without, copy, header)) return errNoSuchRecord;
   // Without an offsets file the next opening makes it anew, whichever of the two data files it finds.
-  if (db->hOS != nullptr) DeleteFile((path + kOffsetsSuffix).c_str());
+  if (db->hOS != nullptr) DeleteFile((OffsetsName(path)).c_str());
   copy.finish(header, header.szallocated);
   const bool packed = copy.become(path, UnfinishedFile::Wait::ForTheDisk);
   if (packed) {
@@ -74,7 +75,7 @@ Err Rewrite(DmOpenRef db, const std::vector<bool>& without) {
   if (db->hOS != nullptr) {
     liberarmap(db->hOS);
     db->hOS = nullptr;
-    db->hOS = mapeararquivo((name + kOffsetsSuffix).c_str());
+    db->hOS = mapeararquivo(OffsetsName(name).c_str());
     VerifyFileOffset(db);
   }
   return packed ? errNone : errWriteOutOfBounds;

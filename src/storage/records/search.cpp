@@ -4,6 +4,7 @@
 
 #include "storage/databases/databases.h"
 #include "storage/format/entry_order.h"
+#include "storage/records/entry_file.h"
 #include "storage/records/records.h"
 
 using namespace vorne;

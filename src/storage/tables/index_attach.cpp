@@ -9,6 +9,7 @@
 #include "storage/files/descriptor.h"
 #include "storage/files/diagnostic_log.h"
 #include "storage/format/keys.h"
+#include "storage/format/names.h"
 #include "storage/records/waiting_entries.h"
 #include "storage/tables/index_entries.h"
 #include "storage/tables/index_upkeep.h"

@@ -5,6 +5,7 @@
 #include "builtins/arguments.h"
 #include "storage/databases/databases.h"
 #include "storage/format/keys.h"
+#include "storage/format/names.h"
 #include "storage/tables/index_upkeep.h"
 #include "storage/tables/table_descriptions.h"
 

@@ -8,6 +8,7 @@
 #include "storage/format/entry_order.h"
 #include "storage/format/keys.h"
 #include "storage/format/record_bytes.h"
+#include "storage/records/entry_file.h"
 #include "storage/records/records.h"
 #include "storage/tables/areas.h"
 
