@@ -3,12 +3,13 @@
 #include <algorithm>
 #include <cstring>
 
-#include "storage/databases/databases.h"
 #include "storage/files/diagnostic_log.h"
 #include "storage/files/kept_copies.h"
 #include "storage/format/chain.h"
 #include "storage/format/names.h"
+#include "storage/records/moves.h"
 #include "storage/records/offsets.h"
+#include "storage/records/open_databases.h"
 #include "storage/records/records.h"
 
 namespace vorne {

@@ -2,7 +2,6 @@
 
 #include <cstring>
 
-#include "storage/databases/databases.h"
 #include "storage/format/names.h"
 
 namespace vorne {

@@ -1,5 +1,5 @@
-// What stands in the files of a data directory, as bytes: names, chains of records, descriptions, entries and keys. Stands
-// on the runtime's types alone, keeps no state and ends no process: a failure is a result (nothing, 0, false).
+// What stands in the files of a data directory, as bytes: names, chains of records, descriptions, entries and keys.
+// Stands on the runtime's types alone, keeps no state and ends no process: a failure is a result (nothing, 0, false).
 //
 // This file: the names of databases and of their files.
 #pragma once

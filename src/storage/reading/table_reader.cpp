@@ -5,7 +5,6 @@
 #include <numeric>
 #include <utility>
 
-#include "storage/databases/databases.h"
 #include "storage/format/keys.h"
 #include "storage/format/names.h"
 #include "storage/format/record_bytes.h"

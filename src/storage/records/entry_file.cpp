@@ -1,8 +1,10 @@
 #include "storage/records/entry_file.h"
 
-#include "storage/databases/databases.h"
 #include "storage/format/description.h"
-#include "storage/records/records.h"
+#include "storage/records/handles.h"
+#include "storage/records/moves.h"
+#include "storage/records/open_databases.h"
+#include "storage/records/record_places.h"
 
 namespace vorne {
 

@@ -6,8 +6,10 @@
 #include <utility>
 
 #include "storage/format/description.h"
+#include "storage/journal/journal.h"
 #include "storage/records/entry_file.h"
-#include "storage/records/records.h"
+#include "storage/records/moves.h"
+#include "storage/records/open_databases.h"
 
 namespace vorne {
 
@@ -228,7 +230,7 @@ void ReplaceEntries(DmOpenRef index, std::span<const char> bytes, std::size_t si
   const ChangeSeenByReaders change;
   DropEntries(index);
   const BehindWhile behind(index);
-  __InternalZap(index);
+  EmptyRecords(index);
   if (size > sizeof(std::int32_t) && bytes.size() >= size) {
     const auto count = static_cast<UInt32>(bytes.size() / size);
     const Entries entries{const_cast<char*>(bytes.data()), size, size, count};

@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "runtime/local_clock.h"
-#include "storage/databases/databases.h"
 #include "storage/format/names.h"
 #include "storage/repair/check_sizes.h"
 

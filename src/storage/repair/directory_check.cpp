@@ -10,11 +10,10 @@
 #include <cstring>
 #include <set>
 
-#include "storage/databases/databases.h"
 #include "storage/files/descriptor.h"
 #include "storage/files/kept_copies.h"
 #include "storage/format/names.h"
-#include "storage/journal/journal.h"
+#include "storage/journal/recovery.h"
 #include "storage/repair/check_catalog.h"
 #include "storage/repair/check_indexes.h"
 

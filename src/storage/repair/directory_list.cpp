@@ -1,4 +1,3 @@
-#include "storage/databases/databases.h"
 #include "storage/format/names.h"
 #include "storage/repair/check_catalog.h"
 #include "storage/repair/check_database.h"

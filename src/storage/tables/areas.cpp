@@ -8,6 +8,7 @@
 #include "builtins/arguments.h"
 #include "runtime/memory.h"
 #include "storage/format/record_bytes.h"
+#include "storage/records/open_databases.h"
 #include "storage/tables/index_upkeep.h"
 #include "storage/tables/table_descriptions.h"
 
@@ -90,6 +91,7 @@ VORNE_RDD& AreaOf(Obj_Node* alias, int code, int aux) {
 }
 
 int OpenArea(myAppInfoType* table, const std::string& alias, Obj_Node* constant) {
+  beforeDeletion = CloseAreasOf;
   const int area = freeArea();
   if (area < 0) return -1;
   const ControlFieldTBL& last = FieldsOf(*table).back();

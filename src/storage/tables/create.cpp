@@ -3,7 +3,6 @@
 
 #include "builtins/arguments.h"
 #include "runtime/internal.h"
-#include "storage/databases/databases.h"
 #include "storage/tables/areas.h"
 #include "storage/tables/index_upkeep.h"
 #include "storage/tables/table_descriptions.h"

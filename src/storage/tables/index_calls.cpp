@@ -3,7 +3,6 @@
 
 #include "builtins/arguments.h"
 #include "runtime/memory.h"
-#include "storage/databases/databases.h"
 #include "storage/format/entry_order.h"
 #include "storage/format/keys.h"
 #include "storage/format/names.h"

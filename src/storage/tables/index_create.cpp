@@ -3,7 +3,6 @@
 #include <cctype>
 
 #include "builtins/arguments.h"
-#include "storage/databases/databases.h"
 #include "storage/format/keys.h"
 #include "storage/format/names.h"
 #include "storage/tables/index_upkeep.h"

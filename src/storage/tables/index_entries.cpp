@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "runtime/latin1.h"
-#include "storage/databases/databases.h"
+#include "storage/files/mapped_file.h"
 #include "storage/format/entry_order.h"
 #include "storage/format/keys.h"
 #include "storage/format/record_bytes.h"
