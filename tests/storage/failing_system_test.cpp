@@ -4,6 +4,7 @@
 #include <sched.h>
 #include <sys/mount.h>
 
+#include "storage/journal/journal.h"
 #include "storage/journal/recovery.h"
 #include "support/file_images.h"
 #include "support/store_load.h"

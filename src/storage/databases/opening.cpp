@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string>
 
+#include "runtime/hooks.h"
 #include "storage/databases/catalog.h"
 #include "storage/databases/rebuild.h"
 #include "storage/files/diagnostic_log.h"
@@ -69,6 +70,7 @@ Err OpenCatalog() {
     FreeHandles();
     __RuntimeError(5, -1);
   }
+  hooks.closeCatalogue = CloseCatalog;
   ForgetCatalogNames();
   if (findDirectory()) {
     RecoverInterruptedChanges();

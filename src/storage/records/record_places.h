@@ -24,8 +24,7 @@ inline UInt32 RecordStride(const OpenStruct& db) {
 }
 
 /// Where record `index` (one that counts) begins: its header lies inside the used bytes and what it reserves too. 0
-/// when that is not so. Inline, since every
-/// access goes through it.
+/// when that is not so. Inline, since every access goes through it.
 inline UInt32 RecordPlace(const OpenStruct& db, UInt32 index) {
   const std::uint64_t place = IsVariable(db)
                                   ? (db.hOS == nullptr ? 0 : OffsetOf(db, index))

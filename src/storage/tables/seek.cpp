@@ -10,7 +10,7 @@
 #include "storage/records/entry_file.h"
 #include "storage/records/open_databases.h"
 #include "storage/records/records.h"
-#include "storage/tables/areas.h"
+#include "storage/tables/write.h"
 
 using namespace vorne;
 
