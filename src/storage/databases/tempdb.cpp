@@ -59,15 +59,6 @@ void DeleteTemporary(const std::string& owner, char kind) {
   if (id != 0) DmDeleteDatabase(0, id);
 }
 
-bool AppendRecord(DmOpenRef db, std::span<const char> bytes) {
-  if (bytes.size() > kLargestRecord) return false;
-  UInt32 index = kAppend;
-  const MemHandle handle = DmNewRecord(db, &index, static_cast<UInt32>(bytes.size()));
-  if (handle == nullptr) return false;
-  const Err written = DmWrite(MemHandleLock(handle), 0, bytes.data(), static_cast<UInt32>(bytes.size()));
-  return DmReleaseRecord(db, index, 0) == errNone && written == errNone;
-}
-
 std::span<const char> RecordBytes(DmOpenRef db, UInt32 index) {
   const MemHandle handle = DmQueryRecord(db, index);
   if (handle == nullptr) return {};

@@ -5,7 +5,7 @@
 #include <span>
 #include <string>
 
-#include "storage/vornerdd.h"
+#include "storage/records/storing.h"
 
 namespace vorne {
 
@@ -33,8 +33,6 @@ DmOpenRef FindTemporary(const std::string& owner, char kind);
 /// Closes nothing: for a database that nobody holds open. Harmless without one.
 void DeleteTemporary(const std::string& owner, char kind);
 
-/// Appends a record; false for one larger than 65535 bytes or without a handle.
-bool AppendRecord(DmOpenRef db, std::span<const char> bytes);
 /// The bytes of a record where they lie, until the next call for this database; empty when there is none.
 std::span<const char> RecordBytes(DmOpenRef db, UInt32 index);
 

@@ -1,4 +1,8 @@
-// Inside the storage floor: mapped files as owned objects, and the one place that writes a file's header.
+// The system behind one table of calls, and single files: Win32-named, mapped, unfinished, copies kept. Stands on the
+// formats alone. The Win32-named calls answer as those did; a mapped file that cannot go on is error 5, told in
+// "saida.txt".
+//
+// This file: mapped files as owned objects, and the one place that writes a file's header.
 #pragma once
 
 #include <memory>

@@ -1,3 +1,6 @@
+// What survives a kill: changes that one store cannot make, and their recovery. Stands on the mapped files and the
+// formats, and knows neither databases nor handles. Failures are error 5, told in "saida.txt".
+//
 // Changes that one store cannot make survive the death of the process: what is going to change is first described in a
 // journal file beside the databases ("journal.0" to "journal.3", one for each process that writes; it goes when the
 // catalogue is closed). The next opening of the catalogue finishes a move that stood half-way and undoes a half-written

@@ -1,8 +1,5 @@
-// What survives a kill: changes that one store cannot make, described before they are made, and their recovery. Stands
-// on the mapped files and the formats, and knows neither databases nor handles. Failures are error 5, told in
-// "saida.txt".
-//
-// This file: a journal's bytes, and the steps that both making a change and finishing a dead process's take.
+// Inside the storage floor: a journal's bytes, and the steps that both making a change and finishing a dead process's
+// take.
 #pragma once
 
 #include <string>
