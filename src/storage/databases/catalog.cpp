@@ -126,11 +126,13 @@ void ChangeCatalogEntry(UInt32 place, const DatabaseHdrType& entry, const std::f
   const DatabaseHdrType before = CatalogEntryAt(place);
   names.remove(place);
   // The entry first: once a file has its new name, the entry tells it.
-  StoreProtected(rwCatalog, place, kCatalogEntrySize, [&](char* at) {
-    Store(at, entry);
-    StoreBarrier();
-    if (files && !files()) Store(at, before);
-  });
+  Store(RoomForBytes(), entry);
+  KeepBytes(rwCatalog, place, kCatalogEntrySize);
+  char* at = rwCatalog->mapmem + place;
+  Store(at, entry);
+  StoreBarrier();
+  if (files && !files()) Store(at, before);
+  BytesAreStored();
   FlushCatalog();
   if (IsFree(place))
     names.setFree(place);

@@ -19,7 +19,8 @@ enum TemporaryKind : char {
 };
 
 /// The database's name: the owner's in capitals and the kind's suffix. An owner's name that leaves no room for the
-/// suffix is cut, never the suffix, so a temporary database never has a table's name.
+/// suffix is cut and gets a check sum of itself, so that a temporary database never has a table's name nor another
+/// one's.
 std::string TemporaryName(const std::string& owner, char kind);
 /// Its creator code: the four letters of the suffix, 0 without one.
 UInt32 TemporaryCreator(char kind);

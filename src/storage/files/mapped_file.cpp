@@ -62,6 +62,11 @@ void StoreUsed(pmymap map, std::int64_t size) {
   StoreBarrier();
 }
 
+void AddUsed(pmymap map, std::int64_t old, std::int64_t n) {
+  map->offset = static_cast<std::int32_t>(old);
+  StoreUsed(map, std::max<std::int64_t>(old + n, kHeaderSize));
+}
+
 // Sizes here never pass kLargestFile, or are those of a file that there is.
 bool Cut(int file, std::int64_t size) {
   return fileSystem.ftruncate(file, static_cast<off_t>(size)) == 0;
@@ -228,9 +233,19 @@ int GetMappedFile(pmymap map, long size) {
 
 namespace vorne {
 
+std::optional<FileHeader> HeaderInFile(const std::string& name) {
+  const int file = OpenFile(GetWideName(name.c_str()), O_RDONLY | O_NONBLOCK);
+  if (file < 0) return {};
+  FileHeader header = {};
+  const ssize_t read = fileSystem.read(file, &header, sizeof header);
+  fileSystem.close(file);
+  if (read < 0) return {};
+  return read == static_cast<ssize_t>(sizeof header) ? header : FileHeader{};
+}
+
 bool EnsureRoom(pmymap map, long n) {
-  const std::int64_t used = UsedSize(*map) + n;
-  if (map->szallocated <= map->szmap + static_cast<std::int64_t>(n) && !Grow(map, used)) return false;
+  const std::int64_t used = std::int64_t{map->szmap} + n;
+  if (map->szallocated <= used && !Grow(map, used)) return false;
   return ReserveAhead(map, used);
 }
 
@@ -254,9 +269,7 @@ void WriteUsedSize(pmymap map, std::int64_t size) {
 }
 
 void ExtendUsed(pmymap map, std::int64_t n) {
-  const std::int64_t old = UsedSize(*map);
-  map->offset = static_cast<std::int32_t>(old);
-  StoreUsed(map, std::max<std::int64_t>(old + n, kHeaderSize));
+  AddUsed(map, UsedSize(*map), n);
 }
 
 void StoreCount(pmymap map, UInt32 count) {
@@ -269,18 +282,23 @@ void StoreCount(pmymap map, UInt32 count) {
 int increasefilesz(pmymap map, long n) {
   if (map == nullptr) {
     Logar("Falha de increase !mp");
+    std::printf("Falha de increase !mp");
     __RuntimeError(0, -1);
   }
   const bool grows = map->szallocated <= map->szmap + static_cast<std::int64_t>(n);
   const long added = grows && n < 0 ? static_cast<long>(kSmallestFile) : n;
   if (!EnsureRoom(map, added)) return 0;
-  ExtendUsed(map, added);
+  // A growth counts the byte that a new file has as used, room that is there does not: sizes in the field came so.
+  if (grows)
+    AddUsed(map, map->szmap, added);
+  else
+    ExtendUsed(map, added);
   if (grows || !bBatchOper) FlushHeader(*map);
   return 1;
 }
 
 int setfilesz(pmymap map, long size) {
-  if (map == nullptr || size < map->szmap || size > static_cast<long>(kLargestFile)) return 0;
+  if (map == nullptr || size < static_cast<long>(kHeaderSize) || size > static_cast<long>(kLargestFile)) return 0;
   FlushUsed(*map);
   const std::int64_t old = map->szallocated;
   if (!Cut(map->hFile, size)) return 0;
@@ -297,7 +315,7 @@ int setfilesz(pmymap map, long size) {
     Cut(map->hFile, old);
     return 0;
   }
-  if (map->reserved >= old) map->reserved = static_cast<std::int32_t>(size);
+  if (map->reserved >= old || map->reserved > size) map->reserved = static_cast<std::int32_t>(size);
   map->hFileMap = map->mapmem;
   StoreAllocated(map, size);
   FlushHeader(*map);

@@ -6,7 +6,9 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <span>
+#include <string>
 
 #include "storage/vornerdd.h"
 
@@ -29,6 +31,10 @@ inline std::span<const char> AllBytes(const mymap& map) {
 inline FileHeader HeaderOf(const mymap& map) {
   return Load<FileHeader>(map.mapmem);
 }
+
+/// The header of a file of the data directory, read without making or changing anything; zeros when it is shorter.
+/// Nothing when it cannot be read.
+std::optional<FileHeader> HeaderInFile(const std::string& name);
 
 /// Makes `n` bytes behind the used size usable without changing the used size. The mapping may move. False when the
 /// file cannot grow; nothing has changed then.

@@ -83,6 +83,10 @@ ProtectedMove::~ProtectedMove() {
   if (journal.at != nullptr && std::uncaught_exceptions() == exceptions_) End(*journal.at);
 }
 
+char* RoomForBytes() {
+  return ownJournal().info;
+}
+
 void KeepBytes(pmymap map, UInt32 offset, UInt32 length) {
   JournalFile& file = ownJournal();
   UnderWay& change = file.underWay;
@@ -91,6 +95,7 @@ void KeepBytes(pmymap map, UInt32 offset, UInt32 length) {
   change.before = HeaderOf(*map);
   change.from = offset;
   change.length = length;
+  change.infoLength = length;
   std::memcpy(file.room, map->mapmem + offset, length);
   change.keptCheck = Sum(file.room, length);
   Begin(file, kBytesKept);

@@ -8,6 +8,7 @@
 // file's header is the one that it was written for.
 #pragma once
 
+#include <cstring>
 #include <span>
 
 #include "storage/vornerdd.h"
@@ -44,14 +45,20 @@ class ProtectedMove {
 /// Bytes that one protected store may change at most.
 inline constexpr UInt32 kLargestProtected = 0x10000;
 
-/// Calls `store(place)`, which changes only the `length` (up to kLargestProtected) bytes at `offset`; killed in
-/// between, they are as before. Error 5 when there is no journal.
+/// Room in the journal for the bytes of one protected store. Error 5 when there is no journal.
+char* RoomForBytes();
+/// Protects the `length` bytes at `offset` until BytesAreStored(): killed in between, they are as before, unless
+/// another program has stored something else there meanwhile. What they become stands in RoomForBytes().
 void KeepBytes(pmymap map, UInt32 offset, UInt32 length);
 void BytesAreStored();
-template <class Storing>
-void StoreProtected(pmymap map, UInt32 offset, UInt32 length, Storing store) {
+/// Stores the `length` (up to kLargestProtected) bytes at `offset` that `make(place)` makes, as a whole or not at all.
+/// Error 5 when there is no journal.
+template <class Making>
+void StoreProtected(pmymap map, UInt32 offset, UInt32 length, Making make) {
+  char* fresh = RoomForBytes();
+  make(fresh);
   KeepBytes(map, offset, length);
-  store(map->mapmem + offset);
+  std::memcpy(map->mapmem + offset, fresh, length);
   BytesAreStored();
 }
 
