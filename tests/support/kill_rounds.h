@@ -1,7 +1,7 @@
 // Rounds in which a process that works is killed, its opening sometimes too, and what is left is judged.
 #pragma once
 
-#include "storage/journal/journal.h"
+#include "storage/journal/recovery.h"
 #include "support/failing_system.h"
 #include "support/store_load.h"
 
