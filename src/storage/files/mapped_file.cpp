@@ -25,6 +25,12 @@ constexpr std::size_t kNameLimit = 128;
 // With 64-bit addresses the largest size is held from the start, so that growth never moves what callers look at.
 constexpr std::uint32_t kHeldAddresses = sizeof(void*) == 8 ? 0x10000000 : 0;
 
+// What the last growth that failed wanted, and why it did.
+struct {
+  std::int64_t bytes = 0;
+  int error = 0;
+} failedGrowth;
+
 // A file that is used a lot grows in larger steps.
 std::int64_t GrowthStep(int resize) {
   if (resize < 3) return kSmallestFile;
@@ -72,12 +78,30 @@ bool Cut(int file, std::int64_t size) {
   return fileSystem.ftruncate(file, static_cast<off_t>(size)) == 0;
 }
 
-// Real space from `from` to `to`, so that a full disk is told here and not by a signal at the first store. File systems
-// that cannot reserve are taken at their word.
+// Writes what the file holds there once more, zeros where it has a hole: then it has space.
+bool WriteAgain(int file, std::int64_t from, std::int64_t to) {
+  char bytes[4096];
+  while (from < to) {
+    const auto size = static_cast<std::size_t>(std::min<std::int64_t>(to - from, sizeof bytes));
+    if (fileSystem.lseek(file, static_cast<off_t>(from), SEEK_SET) != from) return false;
+    const ssize_t there = fileSystem.read(file, bytes, size);
+    if (there <= 0 || fileSystem.lseek(file, static_cast<off_t>(from), SEEK_SET) != from) return false;
+    const ssize_t written = fileSystem.write(file, bytes, static_cast<std::size_t>(there));
+    if (written != there) {
+      if (written >= 0) errno = ENOSPC;
+      return false;
+    }
+    from += there;
+  }
+  return true;
+}
+
+// Real space from `from` to `to` inside the file, so that a full disk is told here and not by a signal at the first
+// store. On file systems that cannot reserve the space is written.
 bool ReserveSpace(int file, std::int64_t from, std::int64_t to) {
   if (to <= from || fileSystem.fallocate(file, static_cast<off_t>(from), static_cast<off_t>(to - from)) == 0)
     return true;
-  return errno == EOPNOTSUPP || errno == EINVAL || errno == ENOSYS;
+  return (errno == EOPNOTSUPP || errno == EINVAL || errno == ENOSYS) && WriteAgain(file, from, to);
 }
 
 // Stores the zeros that the new part of a file reads as anyway: the system then keeps it in few large pieces, where the
@@ -150,9 +174,11 @@ Sizes SizesOf(const FileHeader& header, std::int64_t fileSize) {
 // Brings the file to `size` bytes, with real space where it had none; its old size comes back when that fails.
 bool SizeFile(int file, std::int64_t oldSize, std::int64_t size) {
   if (size <= oldSize) return true;
-  const bool sized = Cut(file, size) && (oldSize >= kSmallestFile || ReserveSpace(file, 0, kSmallestFile));
-  if (!sized) Cut(file, oldSize);
-  return sized;
+  if (Cut(file, size) && (oldSize >= kSmallestFile || ReserveSpace(file, 0, kSmallestFile))) return true;
+  const int failure = errno;
+  Cut(file, oldSize);
+  errno = failure;
+  return false;
 }
 
 }  // namespace
@@ -197,7 +223,7 @@ pmymap mapeararquivo(const char* name) {
   const std::int64_t size = FieldSize(sizes.allocated);
   map->szmap = static_cast<std::int32_t>(sizes.used);
   if (!GetMappedFile(map.get(), static_cast<long>(size)))
-    StorageFailure(Message("Falha na criação do Mapeamento %s"_l1, name).c_str());
+    FileFailure(Message("Falha na criação do Mapeamento %s"_l1, name), name, size - fileSize);
   if (sizes.fresh || sizes.allocated != size || header.szmap != static_cast<std::uint32_t>(map->szmap)) {
     header.szmap = static_cast<std::uint32_t>(map->szmap);
     header.szallocated = static_cast<std::uint32_t>(size);
@@ -245,14 +271,21 @@ std::optional<FileHeader> HeaderInFile(const std::string& name) {
 
 bool EnsureRoom(pmymap map, long n) {
   const std::int64_t used = std::int64_t{map->szmap} + n;
-  if (map->szallocated <= used && !Grow(map, used)) return false;
-  return ReserveAhead(map, used);
+  errno = 0;
+  if ((map->szallocated > used || Grow(map, used)) && ReserveAhead(map, used)) return true;
+  failedGrowth = {n, errno == 0 ? EFBIG : errno};
+  return false;
+}
+
+std::string WhyNotGrown(const mymap& map) {
+  return WhyNotStored(map.cfile, failedGrowth.bytes, failedGrowth.error);
 }
 
 void GrowthFailure(const mymap& map) {
-  StorageFailure(Message("falhou CreateFileMapping do arquivo %s sz=%ld %s", map.cfile,
-                         static_cast<long>(map.szallocated), __MemoryReport())
-                     .c_str());
+  const std::string message = Message("falhou CreateFileMapping do arquivo %s sz=%ld %s", map.cfile,
+                                      static_cast<long>(map.szallocated), __MemoryReport());
+  errno = failedGrowth.error;
+  FileFailure(message, map.cfile, failedGrowth.bytes);
 }
 
 void WriteHeader(pmymap map, FileHeader header) {
@@ -312,7 +345,9 @@ int setfilesz(pmymap map, long size) {
     }
   }
   if (!real || static_cast<std::size_t>(size) > map->mapped) {
+    const int failure = errno;
     Cut(map->hFile, old);
+    errno = failure;
     return 0;
   }
   if (map->reserved >= old || map->reserved > size) map->reserved = static_cast<std::int32_t>(size);

@@ -40,6 +40,8 @@ std::optional<FileHeader> HeaderInFile(const std::string& name);
 /// file cannot grow; nothing has changed then.
 bool EnsureRoom(pmymap map, long n);
 
+/// Why the last growth failed, for whoever uses the program: the file, the bytes wanted and the system's words.
+std::string WhyNotGrown(const mymap& map);
 /// Error 5: the file cannot grow.
 [[noreturn]] void GrowthFailure(const mymap& map);
 

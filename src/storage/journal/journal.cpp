@@ -47,7 +47,8 @@ JournalFile& ownJournal() {
   for (const std::string_view name : kJournalNames)
     if (journal.at == nullptr) openJournal(JournalPath(wcDir, name));
   if (journal.at == nullptr)
-    StorageFailure(Message("falhou abertura do arquivo %s %s", "journal", __MemoryReport()).c_str());
+    FileFailure(Message("falhou abertura do arquivo %s %s", "journal", __MemoryReport()), "journal",
+                sizeof(JournalFile));
   return *journal.at;
 }
 

@@ -95,9 +95,9 @@ std::vector<std::uint32_t> InsertionOrder(WaitingEntries& waiting) {
 }
 
 // From the back, so that every entry moves once, and to where nothing is needed any more.
-void PutIn(EntryFile& file, const Entries& inserted, const std::vector<std::uint32_t>& order) {
+bool PutIn(EntryFile& file, const Entries& inserted, const std::vector<std::uint32_t>& order) {
   const auto count = static_cast<UInt32>(order.size());
-  file.reserve(count);
+  if (!file.reserve(count)) return false;
   const Entries entries = file.entries();
   UInt32 rest = entries.count;
   for (UInt32 left = count; left > 0; --left) {
@@ -109,6 +109,7 @@ void PutIn(EntryFile& file, const Entries& inserted, const std::vector<std::uint
     rest = place;
   }
   file.extend(count);
+  return true;
 }
 
 void Settle(DmOpenRef index, WaitingEntries& waiting) {
@@ -120,7 +121,7 @@ void Settle(DmOpenRef index, WaitingEntries& waiting) {
   }
   if (waiting.removals != 0) TakeOut(file, waiting.removedEntries());
   const std::vector<std::uint32_t> order = InsertionOrder(waiting);
-  if (!order.empty()) PutIn(file, waiting.insertedEntries(), order);
+  if (!order.empty() && !PutIn(file, waiting.insertedEntries(), order)) GrowthFailure(*index->hFile);
 }
 
 // --------------------------------------------------------------------------------------------------------- the queue
@@ -222,27 +223,36 @@ BehindWhile::BehindWhile(DmOpenRef index) : index_(index) {
   StoreMark(*index, kEntriesWait);
 }
 BehindWhile::~BehindWhile() {
-  if (index_->waiting == nullptr) StoreMark(*index_, 0);
+  if (IsOpen(index_) && index_->waiting == nullptr) StoreMark(*index_, 0);
 }
 
-void ReplaceEntries(DmOpenRef index, std::span<const char> bytes, std::size_t size) {
-  if (!IsOpen(index)) return;
+void LeaveBehind(DmOpenRef index) {
+  if (IsOpen(index)) StoreMark(*index, kEntriesWait);
+}
+
+bool ReplaceEntries(DmOpenRef index, std::span<const char> bytes, std::size_t size) {
+  if (!IsOpen(index)) return false;
+  const auto count = size > sizeof(std::int32_t) ? static_cast<UInt32>(bytes.size() / size) : 0;
+  // The room first, so that the old entries stay where there is none for the new ones.
+  const std::int64_t end = RecordsBegin(index->Head) + static_cast<std::int64_t>(count) * (size + kRecordHeaderSize);
+  if (end > kLargestFile ||
+      !EnsureRoom(index->hFile, static_cast<long>(end - std::min<std::int64_t>(end, index->hFile->szmap))))
+    return false;
   const ChangeSeenByReaders change;
   DropEntries(index);
   const BehindWhile behind(index);
   EmptyRecords(index);
-  if (size > sizeof(std::int32_t) && bytes.size() >= size) {
-    const auto count = static_cast<UInt32>(bytes.size() / size);
-    const Entries entries{const_cast<char*>(bytes.data()), size, size, count};
-    EntryFile file(index, size);
-    file.reserve(count);
-    std::size_t place = 0;
-    if (AreInOrder(entries))
-      for (; place < count; ++place) file.store(place, entries.at(place));
-    else
-      for (const std::uint32_t number : KeyOrder(entries)) file.store(place++, entries.at(number));
-    file.extend(count);
-  }
+  if (count == 0) return true;
+  const Entries entries{const_cast<char*>(bytes.data()), size, size, count};
+  EntryFile file(index, size);
+  if (!file.reserve(count)) GrowthFailure(*index->hFile);
+  std::size_t place = 0;
+  if (AreInOrder(entries))
+    for (; place < count; ++place) file.store(place, entries.at(place));
+  else
+    for (const std::uint32_t number : KeyOrder(entries)) file.store(place++, entries.at(number));
+  file.extend(count);
+  return true;
 }
 
 }  // namespace vorne

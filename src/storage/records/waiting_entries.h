@@ -24,6 +24,8 @@ void SettleEntries(DmOpenRef index);
 void DropEntries(DmOpenRef index);
 /// The database has just been emptied: what waited is forgotten, and it is not behind any more.
 void SettleZapped(DmOpenRef index);
+/// Marks an open index as being behind: whoever opens it next makes it anew.
+void LeaveBehind(DmOpenRef index);
 /// Keeps an index marked as being behind while its entries are rewritten.
 class BehindWhile {
  public:
@@ -36,7 +38,7 @@ class BehindWhile {
   DmOpenRef index_;
 };
 /// Replaces all entries by these, in any order: `bytes` holds them one behind the other, `size` each. Those with equal
-/// keys stay in the order in which they come. Error 5 when the file cannot grow.
-void ReplaceEntries(DmOpenRef index, std::span<const char> bytes, std::size_t size);
+/// keys stay in the order in which they come. False when the file cannot grow: the old ones stay.
+bool ReplaceEntries(DmOpenRef index, std::span<const char> bytes, std::size_t size);
 
 }  // namespace vorne

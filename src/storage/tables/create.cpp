@@ -121,6 +121,11 @@ Obj_Node* __DBCREATE(Obj_Node* name, Obj_Node* structure, Obj_Node*) {
   if (DmFindDatabase(0, capitals.c_str()) != 0) return __INIT_BOOL(0);
 
   const bool memo = hasMemo(description.fields);
+  const std::string memoName = capitals + kMemoSuffix;
+  if (memo && DmFindDatabase(0, memoName.c_str()) != 0) __RuntimeError(3, kNotOpened);
+  const Making making(capitals);
+  std::optional<Making> makingMemo;
+  if (memo) makingMemo.emplace(memoName);
   myAppInfoType* table = NewTable(description);
   if (__TBL_CreateOrOpen(capitals.c_str(), kTypeData, description.openMode, table) == nullptr ||
       (memo && !CreateMemoDB(capitals.c_str())))

@@ -8,6 +8,7 @@
 #include "storage/databases/catalog.h"
 #include "storage/files/descriptor.h"
 #include "storage/files/diagnostic_log.h"
+#include "storage/files/mapped_file.h"
 #include "storage/format/keys.h"
 #include "storage/format/names.h"
 #include "storage/records/open_databases.h"
@@ -57,9 +58,10 @@ bool isOpenElsewhere(DmOpenRef db) {
   return db->opens > 1;
 }
 
-void makeAnew(const myAppInfoType& table, IDX_IndexesNames& index, EntryMaker& maker) {
-  ReplaceEntries(index.IDX_dbRef, EntriesOfTable(table.TBL_dbRef, maker), maker.size());
+// False without room for it.
+bool makeAnew(const myAppInfoType& table, IDX_IndexesNames& index, EntryMaker& maker) {
   index.IDX_recID = -1;
+  return ReplaceEntries(index.IDX_dbRef, EntriesOfTable(table.TBL_dbRef, maker), maker.size());
 }
 
 // Makes an open index fit the table. `told` is what its block says. False when no index can be made of that key.
@@ -76,8 +78,10 @@ bool makeFit(myAppInfoType& table, IDX_IndexesNames& index, bool behind) {
       behind ? "ficou atrás da tabela"_l1 : WhatDoesNotFit(table.TBL_dbRef, index.IDX_dbRef, maker);
   if (words.empty()) return true;
   Logar(Message("Índice %s da tabela %s refeito: %s"_l1, index.IDX_name, table.TBL_name, words.c_str()).c_str());
-  makeAnew(table, index, maker);
-  return true;
+  if (makeAnew(table, index, maker)) return true;
+  Logar(Message("Índice %s não aberto: %s"_l1, index.IDX_name, WhyNotGrown(*index.IDX_dbRef->hFile).c_str()).c_str());
+  LeaveBehind(index.IDX_dbRef);
+  return false;
 }
 
 std::optional<IndexDescription> describe(DmOpenRef db) {
@@ -177,7 +181,7 @@ bool RebuildIndex(myAppInfoType& table, IDX_IndexesNames& index) {
   if (!IsOpen(index.IDX_dbRef)) index.IDX_dbRef = openDatabase(index.IDX_name);
   EntryMaker maker(FieldsOf(table), KeyFieldsOf(index));
   if (index.IDX_dbRef == nullptr || maker.size() == 0) return false;
-  makeAnew(table, index, maker);
+  if (!makeAnew(table, index, maker)) GrowthFailure(*index.IDX_dbRef->hFile);
   return true;
 }
 
