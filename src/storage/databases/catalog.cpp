@@ -126,7 +126,7 @@ void ChangeCatalogEntry(UInt32 place, const DatabaseHdrType& entry, const std::f
   const DatabaseHdrType before = CatalogEntryAt(place);
   names.remove(place);
   // The entry first: once a file has its new name, the entry tells it.
-  Store(RoomForBytes(), entry);
+  Store(RoomForBytes(kCatalogEntrySize), entry);
   KeepBytes(rwCatalog, place, kCatalogEntrySize);
   char* at = rwCatalog->mapmem + place;
   Store(at, entry);

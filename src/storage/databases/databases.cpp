@@ -7,6 +7,7 @@
 #include "storage/databases/database_files.h"
 #include "storage/databases/opening.h"
 #include "storage/format/names.h"
+#include "storage/journal/journal.h"
 #include "storage/records/app_info.h"
 #include "storage/records/open_databases.h"
 
@@ -76,7 +77,11 @@ Err DmDeleteDatabase(UInt16, LocalID id) {
   UnmapDatabase(db);
   ForgetDatabase(db);
   bool removed = false;
-  ChangeCatalogEntry(entry, {}, [&] { return removed = RemoveFiles(name); });
+  // On a full disk it must go all the same; should the process die in between, its entry goes when it is looked for.
+  if (HasJournal())
+    ChangeCatalogEntry(entry, {}, [&] { return removed = RemoveFiles(name); });
+  else if ((removed = RemoveFiles(name)))
+    ClearCatalogEntry(entry);
   return removed ? errNone : errArgument;
 }
 

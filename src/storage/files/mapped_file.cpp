@@ -20,6 +20,24 @@ namespace {
 
 using namespace vorne;
 
+// Writes what the file holds there once more, zeros where it has a hole: then it has space.
+bool writeAgain(int file, std::int64_t from, std::int64_t to) {
+  char bytes[4096];
+  while (from < to) {
+    const auto size = static_cast<std::size_t>(std::min<std::int64_t>(to - from, sizeof bytes));
+    if (fileSystem.lseek(file, static_cast<off_t>(from), SEEK_SET) != from) return false;
+    const ssize_t there = fileSystem.read(file, bytes, size);
+    if (there <= 0 || fileSystem.lseek(file, static_cast<off_t>(from), SEEK_SET) != from) return false;
+    const ssize_t written = fileSystem.write(file, bytes, static_cast<std::size_t>(there));
+    if (written != there) {
+      if (written >= 0) errno = ENOSPC;
+      return false;
+    }
+    from += there;
+  }
+  return true;
+}
+
 constexpr std::size_t kNameLimit = 128;
 
 // With 64-bit addresses the largest size is held from the start, so that growth never moves what callers look at.
@@ -76,32 +94,6 @@ void AddUsed(pmymap map, std::int64_t old, std::int64_t n) {
 // Sizes here never pass kLargestFile, or are those of a file that there is.
 bool Cut(int file, std::int64_t size) {
   return fileSystem.ftruncate(file, static_cast<off_t>(size)) == 0;
-}
-
-// Writes what the file holds there once more, zeros where it has a hole: then it has space.
-bool WriteAgain(int file, std::int64_t from, std::int64_t to) {
-  char bytes[4096];
-  while (from < to) {
-    const auto size = static_cast<std::size_t>(std::min<std::int64_t>(to - from, sizeof bytes));
-    if (fileSystem.lseek(file, static_cast<off_t>(from), SEEK_SET) != from) return false;
-    const ssize_t there = fileSystem.read(file, bytes, size);
-    if (there <= 0 || fileSystem.lseek(file, static_cast<off_t>(from), SEEK_SET) != from) return false;
-    const ssize_t written = fileSystem.write(file, bytes, static_cast<std::size_t>(there));
-    if (written != there) {
-      if (written >= 0) errno = ENOSPC;
-      return false;
-    }
-    from += there;
-  }
-  return true;
-}
-
-// Real space from `from` to `to` inside the file, so that a full disk is told here and not by a signal at the first
-// store. On file systems that cannot reserve the space is written.
-bool ReserveSpace(int file, std::int64_t from, std::int64_t to) {
-  if (to <= from || fileSystem.fallocate(file, static_cast<off_t>(from), static_cast<off_t>(to - from)) == 0)
-    return true;
-  return (errno == EOPNOTSUPP || errno == EINVAL || errno == ENOSYS) && WriteAgain(file, from, to);
 }
 
 // Stores the zeros that the new part of a file reads as anyway: the system then keeps it in few large pieces, where the
@@ -258,6 +250,12 @@ int GetMappedFile(pmymap map, long size) {
 }
 
 namespace vorne {
+
+bool ReserveSpace(int file, std::int64_t from, std::int64_t to) {
+  if (to <= from || fileSystem.fallocate(file, static_cast<off_t>(from), static_cast<off_t>(to - from)) == 0)
+    return true;
+  return (errno == EOPNOTSUPP || errno == EINVAL || errno == ENOSYS) && writeAgain(file, from, to);
+}
 
 std::optional<FileHeader> HeaderInFile(const std::string& name) {
   const int file = OpenFile(GetWideName(name.c_str()), O_RDONLY | O_NONBLOCK);

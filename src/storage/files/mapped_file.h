@@ -32,6 +32,10 @@ inline FileHeader HeaderOf(const mymap& map) {
   return Load<FileHeader>(map.mapmem);
 }
 
+/// Real space from `from` to `to` inside a file, so that a full disk is told here (false, errno) and not by a signal at
+/// the first store. On file systems that cannot reserve it what is there is written once more.
+bool ReserveSpace(int file, std::int64_t from, std::int64_t to);
+
 /// The header of a file of the data directory, read without making or changing anything; zeros when it is shorter.
 /// Nothing when it cannot be read.
 std::optional<FileHeader> HeaderInFile(const std::string& name);

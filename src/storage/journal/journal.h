@@ -45,8 +45,10 @@ class ProtectedMove {
 /// Bytes that one protected store may change at most.
 inline constexpr UInt32 kLargestProtected = 0x10000;
 
-/// Room in the journal for the bytes of one protected store. Error 5 when there is no journal.
-char* RoomForBytes();
+/// True when a small change can be protected: there is a journal, or space for one.
+bool HasJournal();
+/// Room in the journal for the `length` bytes of one protected store. Error 5 when there is no journal.
+char* RoomForBytes(UInt32 length);
 /// Protects the `length` bytes at `offset` until BytesAreStored(): killed in between, they are as before, unless
 /// another program has stored something else there meanwhile. What they become stands in RoomForBytes().
 void KeepBytes(pmymap map, UInt32 offset, UInt32 length);
@@ -55,7 +57,7 @@ void BytesAreStored();
 /// Error 5 when there is no journal.
 template <class Making>
 void StoreProtected(pmymap map, UInt32 offset, UInt32 length, Making make) {
-  char* fresh = RoomForBytes();
+  char* fresh = RoomForBytes(length);
   make(fresh);
   KeepBytes(map, offset, length);
   std::memcpy(map->mapmem + offset, fresh, length);

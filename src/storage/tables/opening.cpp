@@ -6,6 +6,7 @@
 #include "runtime/hooks.h"
 #include "runtime/memory.h"
 #include "storage/format/record_bytes.h"
+#include "storage/journal/journal.h"
 #include "storage/records/open_databases.h"
 #include "storage/tables/index_attach.h"
 #include "storage/tables/table_descriptions.h"
@@ -93,6 +94,7 @@ void CloseAreasOf(DmOpenRef db) {
 }
 
 Making::Making(std::string name) {
+  const ChangeSeenByReaders journal;  // without one, nothing of it could be taken back
   beingMade.push_back(std::move(name));
   hooks.closeWorkAreas = CloseAllAreas;
   beforeDeletion = CloseAreasOf;
