@@ -1,15 +1,20 @@
 // The two cursors that every byte from outside goes through. Running past the end is a state, never an access.
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstring>
 #include <span>
+#include <string_view>
+#include <type_traits>
 
 #include "runtime/memory.h"
+#include "runtime/swapped.h"
 
 namespace vorne {
 
-/// Reads bytes front to back.
+/// Reads bytes front to back. What lies past the end is missing: it reads as nothing or 0, and so does all that
+/// follows.
 class ByteReader {
  public:
   using Bytes = std::span<const char>;
@@ -18,6 +23,45 @@ class ByteReader {
 
   bool atEnd() const { return left_.empty(); }
   Bytes rest() const { return left_; }
+  /// True once something was missing, or its reader called fail().
+  bool failed() const { return failed_; }
+  /// What was read makes no sense; nothing more is read.
+  void fail() {
+    left_ = {};
+    failed_ = true;
+  }
+
+  /// The next `size` bytes; none when there are fewer.
+  Bytes take(std::size_t size) {
+    if (size > left_.size()) {
+      fail();
+      return {};
+    }
+    const Bytes taken = left_.first(size);
+    left_ = left_.subspan(size);
+    return taken;
+  }
+
+  /// The next number, an unsigned one of 2, 4 or 8 bytes in that order.
+  template <class T>
+  T number(std::endian order) {
+    static_assert(std::is_unsigned_v<T>);
+    T value = 0;
+    const Bytes bytes = take(sizeof(T));
+    if (!bytes.empty()) std::memcpy(&value, bytes.data(), sizeof(T));
+    return order == std::endian::native ? value : SwapBytes(value);
+  }
+
+  /// The bytes before the next zero byte, which is passed over. Without one, all that is left: only then it may be that
+  /// something came back and failed() is true.
+  std::string_view text() {
+    Bytes taken;
+    if (!takeUntil('\0', taken)) {
+      taken = left_;
+      fail();
+    }
+    return {taken.data(), taken.size()};
+  }
 
   /// True when `end` stands ahead: `taken` becomes the bytes before it and reading goes on behind it.
   bool takeUntil(char end, Bytes& taken) {
@@ -32,6 +76,7 @@ class ByteReader {
 
  private:
   Bytes left_;
+  bool failed_ = false;
 };
 
 /// Collects bytes in a buffer of its own that grows as needed; error 5 when it cannot.

@@ -6,6 +6,7 @@
 #include <charconv>
 #include <cstring>
 
+#include "runtime/cursor.h"
 #include "storage/format/record_bytes.h"
 
 namespace vorne {
@@ -32,35 +33,15 @@ static_assert(sizeof(Head) == kDescriptionHead && offsetof(Head, name) == 8 && o
 
 constexpr std::size_t kSpareBytes = 4;  // behind the texts
 
-// The texts of a block, one after the other. Past the end they are missing, and so is one without a zero.
-class Texts {
- public:
-  explicit Texts(std::span<const char> bytes) : rest_(bytes) {}
-
-  std::string_view next() {
-    const auto end = std::find(rest_.begin(), rest_.end(), '\0');
-    failed_ |= end == rest_.end();
-    if (failed_) return {};
-    const std::string_view text(rest_.data(), static_cast<std::size_t>(end - rest_.begin()));
-    rest_ = rest_.subspan(text.size() + 1);
-    return text;
-  }
-
-  /// A decimal number within bounds; the first of them, and a failure, for anything else.
-  std::int32_t number(std::int32_t least, std::int32_t most) {
-    const std::string_view text = next();
-    std::int32_t value = least;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    failed_ |= error != std::errc() || end != text.data() + text.size() || value < least || value > most;
-    return failed_ ? least : value;
-  }
-
-  bool failed() const { return failed_; }
-
- private:
-  std::span<const char> rest_;
-  bool failed_ = false;
-};
+// A decimal number within bounds; the first of them, and a failure, for anything else.
+std::int32_t numberIn(ByteReader& texts, std::int32_t least, std::int32_t most) {
+  const std::string_view text = texts.text();
+  std::int32_t value = least;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error == std::errc() && end == text.data() + text.size() && value >= least && value <= most) return value;
+  texts.fail();
+  return least;
+}
 
 void addText(std::string& block, std::string_view text) {
   block.append(text);
@@ -105,15 +86,15 @@ std::optional<TableDescription> ParseTableBlock(std::span<const char> block) {
   table.cardNumber = head.cardNumber;
   table.type = head.type;
   table.openMode = head.openMode;
-  Texts texts(block.subspan(kDescriptionHead));
-  table.name = texts.next().substr(0, kLongestTableName);
-  const std::int32_t count = texts.number(1, kMostFields);
-  table.indexes = static_cast<std::uint32_t>(texts.number(0, INT32_MAX));
+  ByteReader texts(block.subspan(kDescriptionHead));
+  table.name = texts.text().substr(0, kLongestTableName);
+  const std::int32_t count = numberIn(texts, 1, kMostFields);
+  table.indexes = static_cast<std::uint32_t>(numberIn(texts, 0, INT32_MAX));
   for (std::int32_t i = 0; i < count && !texts.failed(); ++i) {
-    const std::string_view name = texts.next();
-    const auto type = static_cast<FType>(texts.number(TBLNUM, TBLBINARY));
-    const std::int32_t length = texts.number(0, kLongestField);
-    table.fields.push_back(MakeField(name, type, length, texts.number(0, kLongestField)));
+    const std::string_view name = texts.text();
+    const auto type = static_cast<FType>(numberIn(texts, TBLNUM, TBLBINARY));
+    const std::int32_t length = numberIn(texts, 0, kLongestField);
+    table.fields.push_back(MakeField(name, type, length, numberIn(texts, 0, kLongestField)));
   }
   if (texts.failed()) return {};
   PlaceFields(table.fields);
@@ -126,12 +107,12 @@ std::optional<IndexDescription> ParseIndexBlock(std::span<const char> block) {
   IndexDescription index;
   index.table = nameIn(head);
   index.entriesWait = head.entriesWait == kEntriesWait;
-  Texts texts(block.subspan(kDescriptionHead));
-  index.name = texts.next().substr(0, kLongestTableName);
-  const std::int32_t count = texts.number(1, kMostFields);
-  index.keyLength = texts.number(1, kLongestField);
+  ByteReader texts(block.subspan(kDescriptionHead));
+  index.name = texts.text().substr(0, kLongestTableName);
+  const std::int32_t count = numberIn(texts, 1, kMostFields);
+  index.keyLength = numberIn(texts, 1, kLongestField);
   for (std::int32_t i = 0; i < count && !texts.failed(); ++i)
-    index.keyFields.push_back({static_cast<std::uint32_t>(texts.number(1, kMostFields))});
+    index.keyFields.push_back({static_cast<std::uint32_t>(numberIn(texts, 1, kMostFields))});
   if (texts.failed()) return {};
   return index;
 }

@@ -7,8 +7,8 @@
 #include <cmath>
 #include <cstring>
 
+#include "runtime/swapped.h"
 #include "storage/format/record_bytes.h"
-#include "storage/format/swapped.h"
 
 namespace vorne {
 

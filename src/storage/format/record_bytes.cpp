@@ -4,7 +4,7 @@
 #include <bit>
 #include <cstring>
 
-#include "storage/format/swapped.h"
+#include "runtime/cursor.h"
 
 // Records come from machines that keep the highest byte first, whatever the machine that reads them.
 Boolean bswapnum = std::endian::native == std::endian::little;
@@ -32,61 +32,23 @@ std::size_t withoutBlanks(const char* at, std::size_t length) {
   return length;
 }
 
-// Reads a record field by field; what lies behind its end is missing.
-class StoredFields {
- public:
-  explicit StoredFields(std::span<const char> bytes) : rest_(bytes) {}
-
-  /// `size` bytes, or null when there are not as many left.
-  const char* take(std::size_t size) {
-    if (rest_.size() < size) {
-      rest_ = {};
-      return nullptr;
-    }
-    const char* at = rest_.data();
-    rest_ = rest_.subspan(size);
-    return at;
-  }
-
-  /// Up to the next zero, which is passed over.
-  std::string_view text() {
-    const std::string_view rest(rest_.data(), rest_.size()), found = rest.substr(0, rest.find('\0'));
-    rest_ = rest_.subspan(std::min(found.size() + 1, rest_.size()));
-    return found;
-  }
-
-  /// Bytes that have not been read.
-  std::span<const char> rest() const { return rest_; }
-
- private:
-  std::span<const char> rest_;
-};
-
-void loadText(const ControlFieldTBL& field, StoredFields& from, char* at) {
+// What lies behind a record's end reads as a blank text or 0.
+void loadText(const ControlFieldTBL& field, ByteReader& from, char* at) {
   const std::string_view text = from.text();
   const std::size_t used = text.copy(at, static_cast<std::size_t>(field.FieldLen));
   std::memset(at + used, 0, static_cast<std::size_t>(BufferRoom(field)) - used);
 }
 
-template <class T>
-void loadSwapped(StoredFields& from, bool swapped, char* at) {
-  const char* bytes = from.take(sizeof(T));
-  const T value = bytes == nullptr ? T{} : Load<T>(bytes);
-  Store(at, swapped ? SwapBytes(value) : value);
-}
-
-void loadField(const ControlFieldTBL& field, StoredFields& from, bool swapped, char* at) {
+void loadField(const ControlFieldTBL& field, ByteReader& from, std::endian order, char* at) {
   switch (field.FieldType) {
     case TBLNUM:
     case TBLDATE:
-      return loadSwapped<std::uint64_t>(from, swapped, at);
+      return Store(at, from.number<std::uint64_t>(order));
     case TBLMEMO:
-      return loadSwapped<std::uint32_t>(from, swapped, at);
-    case TBLBOOL: {
-      const char* byte = from.take(1);
-      *at = byte == nullptr ? '\0' : *byte;
+      return Store(at, from.number<std::uint32_t>(order));
+    case TBLBOOL:
+      *at = from.atEnd() ? '\0' : from.take(1)[0];
       return;
-    }
     default:
       return loadText(field, from, at);
   }
@@ -99,6 +61,11 @@ char markOf(std::span<const char> record, std::span<const char> behindFields) {
   if (end[0] != '\0' || end[1] != '\0') return end[0];
   const auto mark = std::find_if(behindFields.begin(), behindFields.end(), [](char c) { return c != '\0'; });
   return mark == behindFields.end() ? kLive : *mark;
+}
+
+std::endian orderOf(bool swapped) {
+  const bool littleHere = std::endian::native == std::endian::little;
+  return swapped == littleHere ? std::endian::big : std::endian::little;
 }
 
 std::span<const char> fieldBytes(std::span<const char> record) {
@@ -175,8 +142,9 @@ void StoreFields(Fields fields, const char* buffer, bool swapped, char* record, 
 }
 
 void LoadFields(Fields fields, std::span<const char> record, bool swapped, char* buffer) {
-  StoredFields from(fieldBytes(record));
-  for (const ControlFieldTBL& field : stored(fields)) loadField(field, from, swapped, buffer + field.iOffset);
+  ByteReader from(fieldBytes(record));
+  const std::endian order = orderOf(swapped);
+  for (const ControlFieldTBL& field : stored(fields)) loadField(field, from, order, buffer + field.iOffset);
   const ControlFieldTBL& mark = fields.back();
   std::memset(buffer + mark.iOffset, 0, static_cast<std::size_t>(BufferRoom(mark)));
   buffer[mark.iOffset] = markOf(record, from.rest()) == kDeleted ? kDeleted : '\0';
@@ -185,7 +153,7 @@ void LoadFields(Fields fields, std::span<const char> record, bool swapped, char*
 bool IsDeletedRecord(Fields fields, std::span<const char> record) {
   const char* end = record.data() + record.size() - kEndMarkSize;
   if (record.size() >= kEndMarkSize && (end[0] != '\0' || end[1] != '\0')) return end[0] == kDeleted;
-  StoredFields from(fieldBytes(record));
+  ByteReader from(fieldBytes(record));
   for (const ControlFieldTBL& field : stored(fields))
     if (field.FieldType == TBLSTRING)
       from.text();

@@ -1,4 +1,4 @@
-// Inside the storage floor: the byte order that numbers have in records.
+// Numbers whose bytes stand in the other order: in tables' records, on the wire.
 #pragma once
 
 #include <cstdint>
@@ -10,6 +10,9 @@ inline std::uint64_t SwapBytes(std::uint64_t value) {
 }
 inline std::uint32_t SwapBytes(std::uint32_t value) {
   return __builtin_bswap32(value);
+}
+inline std::uint16_t SwapBytes(std::uint16_t value) {
+  return __builtin_bswap16(value);
 }
 
 }  // namespace vorne
