@@ -110,12 +110,4 @@ std::size_t columns(std::string_view utf8) {
       std::count_if(utf8.begin(), utf8.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
 }
 
-std::string cutToColumns(const std::string& utf8, std::size_t most) {
-  if (columns(utf8) <= most) return utf8;
-  std::string text = utf8;
-  for (std::size_t left = columns(text) + 1; left > most && !text.empty(); text.pop_back())
-    left -= (static_cast<unsigned char>(text.back()) & 0xC0) != 0x80;
-  return most == 0 ? "" : text + "…";
-}
-
 }  // namespace tool

@@ -38,7 +38,4 @@ bool matchesGlob(std::string_view pattern, std::string_view text);
 /// Number of columns that a UTF-8 text takes: its characters, combining marks not considered.
 std::size_t columns(std::string_view utf8);
 
-/// The text, or as much of it as has room in so many columns, with "…" behind it.
-std::string cutToColumns(const std::string& utf8, std::size_t most);
-
 }  // namespace tool

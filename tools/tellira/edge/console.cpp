@@ -1,6 +1,5 @@
 #include "edge/console.h"
 
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <array>
@@ -49,13 +48,6 @@ void complain(std::string_view text) {
   std::fflush(stdout);
   write(stderr, (wantsColour(STDERR_FILENO) ? wrapped(Style::kRed, "tellira:") : "tellira:") + " ");
   write(stderr, maskCards(text) + "\n");
-}
-
-std::size_t terminalWidth(int descriptor) {
-  constexpr std::size_t kUnknown = 80;
-  winsize size = {};
-  if (isatty(descriptor) != 1) return 0;
-  return ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : kUnknown;
 }
 
 std::string styled(Style style, std::string_view text) {

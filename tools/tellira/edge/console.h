@@ -34,9 +34,6 @@ void note(std::string_view text);
 /// Writes an error text to standard error behind the program's name, card numbers masked, with a line end.
 void complain(std::string_view text);
 
-/// Columns of the terminal that a descriptor is; 0 when it is none.
-std::size_t terminalWidth(int descriptor);
-
 enum class Style { kPlain, kBold, kDim, kGreen, kRed };
 
 /// The text in a style when standard output is a terminal and NO_COLOR is unset or empty; otherwise as it is.

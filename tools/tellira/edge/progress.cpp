@@ -1,86 +1,90 @@
 #include "edge/progress.h"
 
-#include <pthread.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <csignal>
 #include <cstdio>
-#include <system_error>
 #include <utility>
 
-#include "edge/console.h"
-#include "edge/masking.h"
+#include "edge/terminal.h"
 #include "text/text.h"
 
 namespace tool {
+
 namespace {
 
 constexpr auto kFirst = std::chrono::seconds(1);
 constexpr auto kBetween = std::chrono::milliseconds(200);
+constexpr std::size_t kUsualWidth = 80;
 
 }  // namespace
 
-// The last column stays free: a character in it makes some terminals begin a new line.
-StatusLine::StatusLine() : width_(std::max<std::size_t>(terminalWidth(STDERR_FILENO), 1) - 1) {}
-
-StatusLine::~StatusLine() {
-  if (shown_ > 0) std::fprintf(stderr, "\r%*s\r", static_cast<int>(shown_), "");
-}
-
-void StatusLine::show(const std::string& text) {
-  if (!isSeen()) return;
-  const std::string line = cutToColumns(maskCards(text), width_);
-  const std::size_t width = columns(line);
-  const std::size_t left = shown_ > width ? shown_ - width : 0;
-  std::fprintf(stderr, "\r%s%*s", line.c_str(), static_cast<int>(left), "");
-  std::fflush(stderr);
-  shown_ = width;
-}
-
 Progress::Progress(const char* unit, double size)
-    : unit_(unit), size_(size), start_(Clock::now()), next_(start_ + kFirst) {}
+    : unit_(unit), size_(size), terminal_(isatty(STDERR_FILENO) == 1), start_(Clock::now()), next_(start_ + kFirst) {}
+
+Progress::~Progress() {
+  if (shown_ == 0) return;
+  write("");
+  std::fputc('\r', stderr);
+}
+
+bool Progress::isDue() {
+  if (!terminal_ || Clock::now() < next_) return false;
+  next_ = Clock::now() + kBetween;
+  return true;
+}
+
+double Progress::seconds() const {
+  return std::chrono::duration<double>(Clock::now() - start_).count();
+}
+
+// Blanks instead of a terminal's own way of clearing a line: not every terminal has one. The last column stays free,
+// since writing there makes some terminals go to the next line.
+void Progress::write(const std::string& line) {
+  const std::size_t width = terminalWidth(STDERR_FILENO);
+  const std::string text = cutTo((width == 0 ? kUsualWidth : width) - 1, line);
+  const std::size_t before = std::exchange(shown_, columns(text));
+  std::fprintf(stderr, "\r%s%*s", text.c_str(), static_cast<int>(before - std::min(before, shown_)), "");
+  std::fflush(stderr);
+}
 
 void Progress::show(const std::string& label, std::uint64_t done, std::uint64_t all) {
-  const Clock::time_point now = Clock::now();
-  if (!line_.isSeen() || now < next_) return;
-  next_ = now + kBetween;
-  const double seconds = std::chrono::duration<double>(now - start_).count();
+  if (!isDue()) return;
   const double units = static_cast<double>(done) / size_;
-  char text[128];
+  char text[100];
   std::snprintf(text, sizeof text, "%.0f of %.0f %s, %.0f %s/s, ", units,
-                static_cast<double>(std::max(done, all)) / size_, unit_, units / seconds, unit_);
-  line_.show(text + label);
+                static_cast<double>(std::max(done, all)) / size_, unit_, units / seconds(), unit_);
+  write(text + label);
 }
 
-Waiting::Waiting(std::string what) : what_(std::move(what)) {
-  if (!line_.isSeen()) return;
-  // Signals are for the thread that does the work.
+void Progress::show(const std::string& label) {
+  if (isDue()) write(std::to_string(static_cast<long>(seconds())) + " s, " + label);
+}
+
+Working::Working(std::string label) : label_(std::move(label)) {
+  if (isatty(STDERR_FILENO) != 1) return;
+  // The thread must not be the one that a signal interrupts.
   sigset_t all, before;
   sigfillset(&all);
   pthread_sigmask(SIG_SETMASK, &all, &before);
-  try {
-    thread_ = std::thread(&Waiting::run, this);
-  } catch (const std::system_error&) {
-    // Without it the work goes on unseen.
-  }
+  thread_ = std::thread(&Working::run, this);
   pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
-Waiting::~Waiting() {
-  if (!thread_.joinable()) return;
+Working::~Working() {
   {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    isOver_ = true;
+    const std::lock_guard lock(mutex_);
+    isEnded_ = true;
   }
   ended_.notify_one();
-  thread_.join();
+  if (thread_.joinable()) thread_.join();
 }
 
-void Waiting::run() {
-  std::unique_lock<std::mutex> lock(mutex_);
-  for (int seconds = 1; !ended_.wait_for(lock, kFirst, [this] { return isOver_; }); ++seconds)
-    line_.show(what_ + ", " + std::to_string(seconds) + " s");
+void Working::run() {
+  Progress progress;
+  std::unique_lock lock(mutex_);
+  while (!ended_.wait_for(lock, kBetween, [this] { return isEnded_; })) progress.show(label_);
 }
 
 }  // namespace tool

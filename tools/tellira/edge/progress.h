@@ -1,4 +1,5 @@
-// How far something long has come, on standard error; only on a terminal, and only once it has taken a second.
+// That something long goes on, and how far it has come, on standard error; only on a terminal, and only once it has
+// taken a second.
 #pragma once
 
 #include <chrono>
@@ -10,64 +11,51 @@
 
 namespace tool {
 
-/// A line at the end of the terminal that is written anew in its place. No wider than the terminal, and without escape
-/// sequences; card numbers masked.
-class StatusLine {
- public:
-  StatusLine();
-  /// Removes the line again.
-  ~StatusLine();
-  StatusLine(const StatusLine&) = delete;
-  StatusLine& operator=(const StatusLine&) = delete;
-
-  /// False where standard error is no terminal; nothing is shown then.
-  bool isSeen() const { return width_ > 0; }
-  void show(const std::string& text);
-
- private:
-  const std::size_t width_;
-  std::size_t shown_ = 0;  // columns
-};
-
-/// For what can be counted.
 class Progress {
  public:
   /// @param unit what is counted, `size` of them to one of the unit
   explicit Progress(const char* unit = "MB", double size = 1e6);
+  /// Removes the line again.
+  ~Progress();
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
   /// `done` of `all`; `all` may grow. Costs next to nothing between two lines.
   void show(const std::string& label, std::uint64_t done, std::uint64_t all);
+  /// How long it has taken, where nobody knows how far it has come.
+  void show(const std::string& label);
 
  private:
   using Clock = std::chrono::steady_clock;
 
+  bool isDue();
+  void write(const std::string& line);
+  double seconds() const;
+
   const char* const unit_;
   const double size_;
-  StatusLine line_;
+  const bool terminal_;
   const Clock::time_point start_;
   Clock::time_point next_;
+  std::size_t shown_ = 0;  // columns of the line that is there
 };
 
-/// For what gives no account of itself: says every second that it goes on, from a thread of its own, as long as it
-/// lives.
-class Waiting {
+/// Shows by itself, from a thread of its own, that something goes on which cannot tell how far it has come: a call into
+/// the runtime. Nothing else may be written to the terminal while it lives.
+class Working {
  public:
-  /// @param what is going on, as in "packing CUSTOMER"
-  explicit Waiting(std::string what);
-  ~Waiting();
-  Waiting(const Waiting&) = delete;
-  Waiting& operator=(const Waiting&) = delete;
+  explicit Working(std::string label);
+  ~Working();
+  Working(const Working&) = delete;
+  Working& operator=(const Working&) = delete;
 
  private:
   void run();
 
-  const std::string what_;
-  StatusLine line_;
+  const std::string label_;
   std::mutex mutex_;
   std::condition_variable ended_;
-  bool isOver_ = false;
+  bool isEnded_ = false;
   std::thread thread_;
 };
 
