@@ -4,9 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 #include <map>
 
@@ -15,6 +13,7 @@
 #include "db/words.h"
 #include "edge/console.h"
 #include "edge/csv.h"
+#include "edge/interrupts.h"
 #include "edge/progress.h"
 #include "text/text.h"
 
@@ -51,35 +50,6 @@ struct ImportOptions {
 
 const std::map<std::string, Encoding> kEncodings{
     {"utf8", Encoding::kUtf8}, {"latin1", Encoding::kLatin1}, {"cp1252", Encoding::kCp1252}};
-
-volatile std::sig_atomic_t interrupted = 0;
-void interrupt(int) {
-  interrupted = 1;
-}
-
-/// While it lives, a first Ctrl-C (and the like) only sets the flag, so that what was begun can be taken back. A signal
-/// that whoever started the tool has it ignore, as nohup does, stays ignored.
-class InterruptsWait {
- public:
-  InterruptsWait() {
-    struct sigaction wait = {};
-    wait.sa_handler = interrupt;
-    wait.sa_flags = static_cast<int>(SA_RESETHAND);
-    for (std::size_t i = 0; i < before_.size(); ++i) {
-      ::sigaction(kSignals[i], nullptr, &before_[i]);
-      if (before_[i].sa_handler != SIG_IGN) ::sigaction(kSignals[i], &wait, nullptr);
-    }
-  }
-  ~InterruptsWait() {
-    for (std::size_t i = 0; i < before_.size(); ++i) ::sigaction(kSignals[i], &before_[i], nullptr);
-  }
-  InterruptsWait(const InterruptsWait&) = delete;
-  InterruptsWait& operator=(const InterruptsWait&) = delete;
-
- private:
-  static constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
-  std::array<struct sigaction, std::size(kSignals)> before_{};
-};
 
 class InputFile {
  public:
@@ -148,15 +118,15 @@ std::string leftEmpty(const Dictionary::Table& table, const std::vector<std::siz
 /// @throws Failure for the first row that cannot be stored
 void load(CsvReader& reader, TableLoader& loader, std::uint64_t size) {
   Progress progress;
-  const InterruptsWait waiting;
+  const Interrupts interrupts(Interrupts::kReturns);
   while (reader.next()) {
     const std::string problem = loader.add(reader.cells());
     if (!problem.empty()) throw Failure(kUsage, reader.place() + ", " + problem);
     if (loader.added() % kRowsBetweenLooks != 0) continue;
     progress.show(counted(loader.added(), "row"), reader.bytes(), size);
-    if (interrupted) throw Failure(kNo, "interrupted at " + reader.place() + ".");
+    if (Interrupts::asked()) throw Failure(kNo, "interrupted at " + reader.place() + ".");
   }
-  if (interrupted) throw Failure(kNo, "interrupted at the end of " + reader.name() + ".");
+  if (Interrupts::asked()) throw Failure(kNo, "interrupted at the end of " + reader.name() + ".");
 }
 
 void loadOrTakeBack(CsvReader& reader, TableLoader& loader, std::uint64_t size, const std::string& table) {
