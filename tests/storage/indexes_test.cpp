@@ -1,4 +1,6 @@
 // Indexes through the calls that scripts make: the bytes they leave, where a seek ends, what waits and what is noticed.
+#include <gmock/gmock.h>
+
 #include <algorithm>
 #include <random>
 #include <sstream>
@@ -6,9 +8,11 @@
 #include "runtime/values.h"
 #include "storage/files/system.h"
 #include "storage/format/keys.h"
+#include "storage/journal/journal.h"
 #include "storage/records/waiting_entries.h"
 #include "storage/repair/directory_check.h"
 #include "storage/tables/index_upkeep.h"
+#include "support/file_images.h"
 #include "support/store.h"
 
 using namespace vorne;
@@ -323,5 +327,55 @@ TEST_F(Indexes, TakeTheNameOfOneThatWasNeverFinished) {
     EXPECT_TRUE(makeIndex("I", "NAME"));
     EXPECT_EQ(records(index()).size(), 2u);
     __DBDROPINDEX(text("I"));
+  }
+}
+
+// No more space on the disk, also for what file systems write that cannot reserve it.
+void fillDisk(int reserving) {
+  static int error;
+  error = reserving;
+  fileSystem.fallocate = [](int, off_t, off_t) { return errno = error, -1; };
+  fileSystem.write = [](int file, const void* bytes, std::size_t length) -> ssize_t {
+    return length < 200 ? kSystem.write(file, bytes, length) : (errno = ENOSPC, -1);
+  };
+}
+
+TEST_F(Indexes, AFullDiskKeepsNothingHalfMadeAndNoTableClosed) {
+  for (const int reserving : {ENOSPC, EOPNOTSUPP}) {
+    makeTable(Strings(2000, "ana"));
+    makeIndex("I", "NAME");
+    const std::string sound = readFile(file("I"));
+    reopen();
+    // Making one: it is taken back.
+    fillDisk(reserving);
+    EXPECT_EXIT((dup2(STDERR_FILENO, STDOUT_FILENO), makeIndex("J", "NAME+STR(PRICE)")), testing::ExitedWithCode(0),
+                "(journal|J): No space left on device \\([0-9]+ bytes\\)\nRunTimeError");
+    fileSystem = kSystem;
+    __dbCloseAll();
+    CloseCatalog();
+    EXPECT_EQ(DmFindDatabase(0, "J"), 0u);
+    // Opening with one that cannot be finished: the table is there without it, until there is space again.
+    CloseCatalog();
+    std::string behind = images::fileOf('B', sound.substr(20, images::get(sound, 4, 4)), 0, "");
+    writeFile(file("I"), behind.replace(20 + kEntriesWaitAt, 4, "TIAW"));
+    reopen();
+    EXPECT_EQ(area().TBL_appinfo->TBL_numIndexes, 1u);
+    __dbCloseAll();
+    CloseCatalog();
+    writeFile(file("I"), behind);
+    OpenCatalog();
+    HasJournal();
+    fillDisk(reserving);
+    reopen();
+    EXPECT_EQ(area().TBL_appinfo->TBL_numIndexes, 0u);
+    EXPECT_EQ(RecordCount(area()), 2000);
+    remove(7);
+    EXPECT_THAT(log(), testing::HasSubstr("\xCDndice I n\xE3o aberto: I: No space left on device"));
+    fileSystem = kSystem;
+    reopen();
+    EXPECT_EQ(DmNumRecords(index()), 2000u);
+    __dbCloseAll();
+    __TBL_DeleteDatabase(text("T"));
+    CloseCatalog();
   }
 }
