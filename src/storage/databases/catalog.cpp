@@ -219,7 +219,7 @@ Err OpenCatalog() {
     FreeHandles();
     __RuntimeError(5, -1);
   }
-  hooks.closeCatalogue = CloseCatalog;
+  hooks.closeCatalog = CloseCatalog;
   names.forget();
   if (FindDirectory()) {
     RecoverInterruptedChanges();
