@@ -2,7 +2,6 @@
 #include <cstring>
 
 #include "runtime/arguments.h"
-#include "storage/databases/databases.h"
 #include "storage/tables/index_attach.h"
 #include "storage/tables/opening.h"
 #include "storage/tables/table_descriptions.h"
