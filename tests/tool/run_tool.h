@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -49,6 +50,7 @@ class ToolTest : public testing::Test {
     writeFile(directory / "stdin", input);
     const pid_t child = fork();
     if (child == 0) {
+      signal(SIGINT, SIG_DFL);  // whoever runs the tests in the background has it ignored
       if (chdir(directory.c_str()) != 0) _exit(98);
       redirect("stdin", O_RDONLY, 0);
       redirect("stdout", O_WRONLY | O_CREAT | O_TRUNC, 1);
