@@ -1,5 +1,6 @@
 // `call`, `commands` and the command line itself, with the finished tool against a library that does what it is told.
 #include <gmock/gmock.h>
+#include <sys/ioctl.h>
 
 #include <nlohmann/json.hpp>
 
@@ -177,18 +178,22 @@ TEST_F(Call, ExplainsItselfOnEveryLevel) {
   EXPECT_EQ(run({}).status, 2);
 }
 
-/// What `commands` writes to a terminal.
-static std::string onTerminal(const char* noColour) {
+/// What the tool writes to a terminal of 30 columns.
+static std::string onTerminal(std::vector<const char*> arguments, const char* kind, const char* noColour) {
   const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
   EXPECT_TRUE(terminal >= 0 && grantpt(terminal) == 0 && unlockpt(terminal) == 0);
   const int other = open(ptsname(terminal), O_RDWR | O_NOCTTY);
   const pid_t child = fork();
   if (child == 0) {
-    setenv("TERM", "xterm", 1);
+    setenv("TERM", kind, 1);
     unsetenv("NO_COLOR");
     if (noColour != nullptr) setenv("NO_COLOR", noColour, 1);
-    dup2(other, STDOUT_FILENO);
-    execl(TOOL, TOOL, "commands", "ECF_LeituraX", nullptr);
+    const winsize size{24, 30, 0, 0};
+    ioctl(other, TIOCSWINSZ, &size);
+    for (const int output : {STDOUT_FILENO, STDERR_FILENO}) dup2(other, output);
+    arguments.insert(arguments.begin(), TOOL);
+    arguments.push_back(nullptr);
+    execv(TOOL, const_cast<char* const*>(arguments.data()));
     _exit(99);
   }
   int status = 0;
@@ -201,7 +206,14 @@ static std::string onTerminal(const char* noColour) {
 }
 
 TEST_F(Call, ColoursOnlyTerminalsThatWantIt) {
-  EXPECT_THAT(onTerminal(nullptr), HasSubstr("\033[1m"));
-  EXPECT_THAT(onTerminal("1"), Not(HasSubstr("\033")));
+  EXPECT_THAT(onTerminal({"commands", "ECF_LeituraX"}, "xterm", nullptr), HasSubstr("\033[1m"));
+  EXPECT_THAT(onTerminal({"commands", "ECF_LeituraX"}, "xterm", "1"), Not(HasSubstr("\033")));
+  const std::string listed = onTerminal({"commands", "MFDTEF"}, "dumb", nullptr);
+  EXPECT_EQ(listed, "No   Command                 …\r\n127  ECF_UsaRelatorioGerencialM…\r\n");
+  const std::string waited = onTerminal(
+      {"call", "--lib", FAKE_LIBRARY, "--cwd", directory.c_str(), "--timeout", "2", "ECF_Registry_Path", "!hang"},
+      "dumb", nullptr);
+  EXPECT_THAT(waited, HasSubstr("\r1 s, waiting for ECF_Registry…\r"));
+  EXPECT_THAT(waited, Not(HasSubstr("\033")));
   EXPECT_THAT(run({"commands", "ECF_LeituraX"}).out, Not(HasSubstr("\033")));
 }
