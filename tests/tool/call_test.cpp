@@ -1,6 +1,5 @@
 // `call`, `commands` and the command line itself, with the finished tool against a library that does what it is told.
 #include <gmock/gmock.h>
-#include <sys/ioctl.h>
 
 #include <nlohmann/json.hpp>
 
@@ -178,41 +177,18 @@ TEST_F(Call, ExplainsItselfOnEveryLevel) {
   EXPECT_EQ(run({}).status, 2);
 }
 
-/// What the tool writes to a terminal of 30 columns.
-static std::string onTerminal(std::vector<const char*> arguments, const char* kind, const char* noColour) {
-  const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
-  EXPECT_TRUE(terminal >= 0 && grantpt(terminal) == 0 && unlockpt(terminal) == 0);
-  const int other = open(ptsname(terminal), O_RDWR | O_NOCTTY);
-  const pid_t child = fork();
-  if (child == 0) {
+TEST_F(Call, WritesToATerminalWhatFitsOnIt) {
+  const auto seen = [&](const char* kind, const char* noColour, const std::vector<std::string>& arguments) {
     setenv("TERM", kind, 1);
-    unsetenv("NO_COLOR");
-    if (noColour != nullptr) setenv("NO_COLOR", noColour, 1);
-    const winsize size{24, 30, 0, 0};
-    ioctl(other, TIOCSWINSZ, &size);
-    for (const int output : {STDOUT_FILENO, STDERR_FILENO}) dup2(other, output);
-    arguments.insert(arguments.begin(), TOOL);
-    arguments.push_back(nullptr);
-    execv(TOOL, const_cast<char* const*>(arguments.data()));
-    _exit(99);
-  }
-  int status = 0;
-  waitpid(child, &status, 0);
-  char text[4096];
-  const ssize_t got = read(terminal, text, sizeof text);
-  close(other);
-  close(terminal);
-  return {text, static_cast<std::size_t>(std::max<ssize_t>(got, 0))};
-}
-
-TEST_F(Call, ColoursOnlyTerminalsThatWantIt) {
-  EXPECT_THAT(onTerminal({"commands", "ECF_LeituraX"}, "xterm", nullptr), HasSubstr("\033[1m"));
-  EXPECT_THAT(onTerminal({"commands", "ECF_LeituraX"}, "xterm", "1"), Not(HasSubstr("\033")));
-  const std::string listed = onTerminal({"commands", "MFDTEF"}, "dumb", nullptr);
-  EXPECT_EQ(listed, "No   Command                 …\r\n127  ECF_UsaRelatorioGerencialM…\r\n");
-  const std::string waited = onTerminal(
-      {"call", "--lib", FAKE_LIBRARY, "--cwd", directory.c_str(), "--timeout", "2", "ECF_Registry_Path", "!hang"},
-      "dumb", nullptr);
+    setenv("NO_COLOR", noColour, 1);
+    return seenOnTerminal(arguments, "", 30);
+  };
+  EXPECT_THAT(seen("xterm", "", {"commands", "ECF_LeituraX"}), HasSubstr("\033[1m"));
+  EXPECT_THAT(seen("xterm", "1", {"commands", "ECF_LeituraX"}), Not(HasSubstr("\033")));
+  EXPECT_EQ(seen("dumb", "", {"commands", "MFDTEF"}),
+            "No   Command                 …\r\n127  ECF_UsaRelatorioGerencialM…\r\n 0");
+  const std::string waited =
+      seen("dumb", "", {"call", "--lib", FAKE_LIBRARY, "--timeout", "2", "ECF_Registry_Path", "!hang"});
   EXPECT_THAT(waited, HasSubstr("\r1 s, waiting for ECF_Registry…\r"));
   EXPECT_THAT(waited, Not(HasSubstr("\033")));
   EXPECT_THAT(run({"commands", "ECF_LeituraX"}).out, Not(HasSubstr("\033")));

@@ -55,7 +55,7 @@ valid db-seek 0 db seek GOODS BYCODE A --deleted --json
 valid db-seek 1 db seek GOODS BYCODE AA --soft --json
 valid db-seek 1 db seek GOODS BYCODE C --soft --json
 valid db-check 0 db check --json
-if "$tool" db sql 'SELECT 1' >/dev/null 2>&1; then valid db-sql 0 db sql --format json 'SELECT * FROM GOODS'; fi
+if "$tool" db sql 'SELECT 1' >/dev/null 2>&1; then valid db-sql 0 db sql --json 'SELECT * FROM GOODS'; fi
 valid error 1 db seek NOTHING BYCODE A --json
 valid error 2 call ECF_Nada --json
 valid call 0 call ECF_LeituraX --json
