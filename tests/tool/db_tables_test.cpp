@@ -427,4 +427,13 @@ TEST_F(Tables, KeepsAwayFromWhatAProgramHasOpen) {
   EXPECT_EQ(exported(), std::string(kHead) + "A,,0.00,,false,\n");
   close(held);
   EXPECT_EQ(db({"delete", "GOODS", "1"}).status, 0);
+  // Another tool is waited for.
+  const int other = open((directory / "DB").c_str(), O_RDONLY);
+  ASSERT_EQ(flock(other, LOCK_EX), 0);
+  const pid_t waiting = start({"db", "recall", "GOODS", "1"});
+  while (contents(directory / "stderr").empty()) usleep(10000);
+  close(other);
+  const Ran waited = ended(waiting);
+  EXPECT_EQ(waited.status, 0);
+  EXPECT_THAT(waited.err, HasSubstr("waiting for process " + std::to_string(getpid()) + " (tool_tests), "));
 }
