@@ -79,7 +79,7 @@ class CatalogCheck {
     state_.slots = EntriesBetween(catalog_.bytes(), kHeaderSize, end);
     for (std::size_t i = 0; i < state_.slots.size(); ++i) checkSlot(i);
     readLost(end);
-    for (const auto& [name, entry] : directory_.entries()) checkFile(name, entry);
+    for (const auto& [name, entry] : directory_.files()) checkFile(name, entry);
     while (!state_.slots.empty() && IsFree(state_.slots.back())) state_.slots.pop_back();
     state_.rewrite = complete_ && !findings_.sound();
     return std::move(state_);
@@ -130,7 +130,7 @@ class CatalogCheck {
   // The name of a file that differs from `name` in small and capital letters only; empty without one.
   std::string otherSpelling(const std::string& name) {
     if (spellings_.empty())
-      for (const auto& [file, entry] : directory_.entries())
+      for (const auto& [file, entry] : directory_.files())
         if (entry.kind == FileKind::kRegular && IsDatabaseName(file)) spellings_.emplace(FoldedName(file), file);
     const auto found = spellings_.find(FoldedName(name));
     return found == spellings_.end() ? std::string() : found->second;
@@ -150,8 +150,8 @@ class CatalogCheck {
       files_.insert(OffsetsName(name));
       offsets_.insert(FoldedName(OffsetsName(name)));
     }
-    const auto found = directory_.entries().find(name);
-    if (found != directory_.entries().end()) owners_[found->second.inode] = name;
+    const auto found = directory_.files().find(name);
+    if (found != directory_.files().end()) owners_[found->second.inode] = name;
   }
 
   // Entries that the catalogue has behind its end, and those of its backup, by the names of their files.
@@ -177,11 +177,11 @@ class CatalogCheck {
 
   // --------------------------------------------------------------------------------------------------------- files
 
-  static bool isOwnFile(const std::string& name, const DataDirectory::Entry& entry) {
+  static bool isOwnFile(const std::string& name, const DataDirectory::File& entry) {
     return IsReservedName(name) || (name.starts_with("repair-") && entry.kind == FileKind::kOther);
   }
 
-  void checkFile(const std::string& name, const DataDirectory::Entry& entry) {
+  void checkFile(const std::string& name, const DataDirectory::File& entry) {
     if (files_.contains(name) || isOwnFile(name, entry)) return;
     const auto owner = owners_.find(entry.inode);
     const auto lost = lost_.find(name);

@@ -1,6 +1,5 @@
 #include "storage/repair/directory_check.h"
 
-#include <sys/file.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,26 +15,13 @@
 #include "storage/journal/journal.h"
 #include "storage/repair/check_catalog.h"
 #include "storage/repair/check_indexes.h"
+#include "storage/repair/in_use.h"
 
 namespace vorne {
 
 namespace {
 
 constexpr int kRecovered = 42;  // the exit status of a child that could finish the interrupted changes
-
-// A program that has the databases open holds a lock on the catalogue, and one on its journal once it has changed
-// anything.
-bool IsInUse(const DataDirectory& directory) {
-  bool held = false;
-  for (const auto& [name, entry] : directory.entries()) {
-    if (entry.kind != FileKind::kRegular || !IsReservedName(name)) continue;
-    const int file = OpenFile(directory.pathOf(name).c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
-    if (file < 0) continue;
-    held = held || (fileSystem.flock(file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK);
-    fileSystem.close(file);
-  }
-  return held;
-}
 
 // In a process of its own: it works through the mapped files, which end the process where they cannot go on.
 bool FinishInterruptedChanges(const std::string& path) {
@@ -64,12 +50,12 @@ class Inspection {
 
   DirectoryReport run() {
     report_.exists = directory_.exists();
-    report_.inUse = IsInUse(directory_);
+    report_.inUse = IsInUse(directory_.path());
     if (!report_.exists || (repairs_ && report_.inUse)) return std::move(report_);
     if (repairs_) BeginCopies();
     interrupted_ = InterruptedChanges(directory_.path().c_str());
     if (repairs_ && !interrupted_.empty()) finishInterrupted();
-    for (const auto& [name, entry] : directory_.entries()) progress_.allBytes += entry.size;
+    for (const auto& [name, entry] : directory_.files()) progress_.allBytes += entry.size;
     checkCatalog();
     report_.sound = report_.problems.empty();
     report_.bytes = progress_.bytes;
@@ -181,7 +167,7 @@ class Inspection {
   std::optional<CheckedDatabase> readSound(const std::string& name, std::uint32_t type) {
     if (std::find(interrupted_.begin(), interrupted_.end(), name) != interrupted_.end()) return {};
     for (const std::string& file : {name, OffsetsName(name)})
-      if (const auto found = directory_.entries().find(file); found != directory_.entries().end())
+      if (const auto found = directory_.files().find(file); found != directory_.files().end())
         progress_.allBytes += found->second.size;
     CheckedDatabase database{readDatabase(name), {}};
     if (!database.files.data.error.empty() || !database.files.offsets.error.empty()) return {};

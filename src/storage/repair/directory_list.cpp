@@ -7,8 +7,8 @@ namespace vorne {
 namespace {
 
 std::uint64_t SizeOf(const DataDirectory& directory, const std::string& name) {
-  const auto found = directory.entries().find(name);
-  return found == directory.entries().end() ? 0 : found->second.size;
+  const auto found = directory.files().find(name);
+  return found == directory.files().end() ? 0 : found->second.size;
 }
 
 DatabaseReport ListedDatabase(const DataDirectory& directory, const DatabaseHdrType& entry) {

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "storage/files/diagnostic_log.h"
-#include "storage/repair/directory_check.h"
+#include "storage/repair/report.h"
 
 namespace vorne {
 
