@@ -8,3 +8,12 @@
 #include "runtime/vorneobjs.h"
 #include "screen/vornewin.h"
 #include "storage/vornerdd.h"
+
+namespace vorne {
+
+/// Lets a fatal error save the registered arrays in databases.
+bool UseStorage();
+/// Every program that includes this header has it done.
+inline const bool kStorageInUse = UseStorage();
+
+}  // namespace vorne

@@ -331,14 +331,4 @@ void RefazerOS(DmOpenRef db);
 /// True when a record header can stand at `offset`.
 int FindEor(DmOpenRef db, UInt32 offset);
 
-namespace vorne {
-
-/// Lets the runtime know that this floor is there: for closing the catalogue at the end of a run, and for the arrays
-/// that a fatal error saves.
-bool UseStorage();
-/// Every program that includes this header has it done.
-inline const bool kStorageInUse = UseStorage();
-
-}  // namespace vorne
-
 #include "storage/tables.h"

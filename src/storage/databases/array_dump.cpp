@@ -1,13 +1,11 @@
-// Arrays that a fatal error saves, and their return in the next run. A record holds either a count, which begins an
-// array of that many items, or the image of a node followed by its text.
+#include "storage/databases/array_dump.h"
+
 #include <algorithm>
 #include <cstring>
 #include <string>
 
-#include "runtime/hooks.h"
 #include "runtime/internal.h"
 #include "storage/databases/tempdb.h"
-#include "storage/tables/areas.h"
 
 namespace vorne {
 
@@ -162,6 +160,8 @@ class Restore {
   UInt32 left_;
 };
 
+}  // namespace
+
 bool SaveArray(const char* name, Obj_Node* array) {
   const DmOpenRef db = OpenTemporary(name, kList, IfExists::Replace);
   if (db == nullptr) return false;
@@ -177,16 +177,6 @@ Obj_Node* RestoreArray(const char* name) {
   DmCloseDatabase(db);
   DeleteTemporary(name, kList);
   return restored;
-}
-
-}  // namespace
-
-bool UseStorage() {
-  hooks.closeWorkAreas = CloseAllAreas;
-  hooks.closeCatalogue = CloseCatalog;
-  hooks.saveArray = SaveArray;
-  hooks.restoreArray = RestoreArray;
-  return true;
 }
 
 }  // namespace vorne

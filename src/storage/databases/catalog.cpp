@@ -11,6 +11,7 @@
 #include <string>
 #include <unordered_map>
 
+#include "runtime/hooks.h"
 #include "storage/databases/databases.h"
 #include "storage/files/descriptor.h"
 #include "storage/files/diagnostic_log.h"
@@ -218,6 +219,7 @@ Err OpenCatalog() {
     FreeHandles();
     __RuntimeError(5, -1);
   }
+  hooks.closeCatalogue = CloseCatalog;
   names.forget();
   if (FindDirectory()) {
     RecoverInterruptedChanges();

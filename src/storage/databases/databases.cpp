@@ -17,7 +17,7 @@
 #include "storage/records/offsets.h"
 #include "storage/records/records.h"
 #include "storage/records/waiting_entries.h"
-#include "storage/tables/areas.h"
+#include "storage/tables/opening.h"
 
 OpenStruct** OpenFiles = nullptr;
 

@@ -1,4 +1,6 @@
-// Inside the storage floor: the work areas and what an area is made of.
+// This folder: tables with typed fields in work areas, their memo texts and indexes, on databases/ and the floors
+// below. What a script does wrong, and what cannot be stored, ends the process by __RuntimeError (see tables.h); what
+// is merely not there is a null pointer, -1 or false. This file: the areas themselves and what an area is made of.
 #pragma once
 
 #include "storage/format/description.h"
@@ -12,12 +14,9 @@ int AreaNumber(Obj_Node* alias, int code = 14, int aux = 11);
 /// That area.
 VORNE_RDD& AreaOf(Obj_Node* alias, int code = 14, int aux = 11);
 
-/// Takes a free area for an open table, which the area owns from now on; -1 when there is none. Error 5.
-int OpenArea(myAppInfoType* table, const std::string& alias, Obj_Node* constant);
-/// Closes the areas that hold a database that is going to be deleted; their changes are dropped.
-void CloseAreasOf(DmOpenRef db);
-/// Closes every area.
-void CloseAllAreas();
+bool IsAreaNumber(int area);
+/// The place of an area, null while it is free, by a number that IsAreaNumber.
+VORNE_RDD*& AreaSlot(int area);
 
 inline Fields FieldsOf(const myAppInfoType& table) {
   return {*table.TBL_ctrlFieldTBL, table.TBL_numFields};
@@ -25,7 +24,7 @@ inline Fields FieldsOf(const myAppInfoType& table) {
 inline Fields FieldsOf(const VORNE_RDD& area) {
   return FieldsOf(*area.TBL_appinfo);
 }
-inline KeyFields KeyOf(const IDX_IndexesNames& index) {
+inline KeyFields KeyFieldsOf(const IDX_IndexesNames& index) {
   return {index.IDX_ind, static_cast<std::size_t>(index.IDX_amntFieldKeys)};
 }
 /// The index of that number (from 0), null for any other number.
@@ -51,9 +50,17 @@ void EnterNotFound(VORNE_RDD& area);
 void EnterEnd(VORNE_RDD& area, bool atEnd);
 /// The buffer becomes a blank record's, whichever record is current: should it be written, all keys are looked at.
 void BlankBuffer(VORNE_RDD& area);
+/// Should the buffer be written, every key in it is held against the record's.
+void DoubtKeys(VORNE_RDD& area);
 /// True when deleted records are to be passed over.
 bool HidesDeleted();
-/// Writes the buffer when it has unsaved changes.
-void WritePending(int area);
+
+/// Calls `visit(area number, area)` for every area that has the database open: each has a list of indexes of its own.
+template <class Visit>
+void ForEachAreaOf(DmOpenRef table, Visit visit) {
+  for (int number = 0; number < S_GLOB->TBL_lasttable; ++number)
+    if (VORNE_RDD* area = AreaAt(number); area != nullptr && area->TBL_appinfo->TBL_dbRef == table)
+      visit(number, *area);
+}
 
 }  // namespace vorne

@@ -4,8 +4,8 @@
 #include "builtins/arguments.h"
 #include "runtime/internal.h"
 #include "storage/databases/databases.h"
-#include "storage/tables/areas.h"
-#include "storage/tables/index_upkeep.h"
+#include "storage/tables/index_attach.h"
+#include "storage/tables/opening.h"
 #include "storage/tables/table_descriptions.h"
 
 using namespace vorne;

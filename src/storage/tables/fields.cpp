@@ -45,7 +45,7 @@ void noteChange(VORNE_RDD& area, int field) {
   area.TBL_lasfield = field;
   for (std::uint32_t i = 0; i < area.TBL_appinfo->TBL_numIndexes; ++i) {
     IDX_IndexesNames& index = *area.TBL_appinfo->TBL_IndexesNames[i];
-    for (const IDX_Indexes& key : KeyOf(index)) index.IDX_fieldchanged |= static_cast<int>(key.KeyField) == field;
+    for (const IDX_Indexes& key : KeyFieldsOf(index)) index.IDX_fieldchanged |= static_cast<int>(key.KeyField) == field;
   }
 }
 

@@ -1,4 +1,5 @@
-// Which indexes a table has, and opening them.
+#include "storage/tables/index_attach.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -11,7 +12,6 @@
 #include "storage/format/keys.h"
 #include "storage/records/waiting_entries.h"
 #include "storage/tables/index_entries.h"
-#include "storage/tables/index_upkeep.h"
 #include "storage/tables/table_descriptions.h"
 
 namespace vorne {
@@ -63,7 +63,7 @@ void makeAnew(const myAppInfoType& table, IDX_IndexesNames& index, EntryMaker& m
 
 // Makes an open index fit the table. `told` is what its block says. False when no index can be made of that key.
 bool makeFit(myAppInfoType& table, IDX_IndexesNames& index, bool behind) {
-  EntryMaker maker(FieldsOf(table), KeyOf(index));
+  EntryMaker maker(FieldsOf(table), KeyFieldsOf(index));
   if (maker.size() == 0) {
     Logar(Message("Índice %s não aberto: a tabela %s não tem os campos da chave"_l1, index.IDX_name, table.TBL_name)
               .c_str());
@@ -174,7 +174,7 @@ bool CloseIndex(IDX_IndexesNames& index) {
 
 bool RebuildIndex(myAppInfoType& table, IDX_IndexesNames& index) {
   if (!IsOpen(index.IDX_dbRef)) index.IDX_dbRef = openDatabase(index.IDX_name);
-  EntryMaker maker(FieldsOf(table), KeyOf(index));
+  EntryMaker maker(FieldsOf(table), KeyFieldsOf(index));
   if (index.IDX_dbRef == nullptr || maker.size() == 0) return false;
   makeAnew(table, index, maker);
   return true;

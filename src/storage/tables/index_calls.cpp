@@ -7,6 +7,7 @@
 #include "storage/format/entry_order.h"
 #include "storage/format/keys.h"
 #include "storage/records/records.h"
+#include "storage/tables/index_attach.h"
 #include "storage/tables/index_upkeep.h"
 
 using namespace vorne;
@@ -95,7 +96,7 @@ Obj_Node* __IndexKey(Obj_Node* alias, Obj_Node* order) {
   const IDX_IndexesNames* index = IndexAt(area, IsMissing(order) ? area.TBL_Index : indexMeant(number, order));
   std::string key;
   if (index != nullptr)
-    for (const IDX_Indexes& part : KeyOf(*index))
+    for (const IDX_Indexes& part : KeyFieldsOf(*index))
       key.append(key.empty() ? "" : "+").append(FieldsOf(area)[part.KeyField - 1].FieldName);
   return __INIT_CHARPTR(key.c_str());
 }
@@ -139,7 +140,7 @@ char* __CreateKeyToWrite(int number, int index, Boolean swap) {
   area->TBL_idxbuff = static_cast<char*>(Allocate(room));
   std::memset(area->TBL_idxbuff, ' ', room);
   Store(area->TBL_idxbuff, area->TBL_recposition);
-  MakeKey(FieldsOf(*area), KeyOf(*entry), area->TBL_buff, swap && bswapnum, area->TBL_idxbuff + kEntryKeyAt);
+  MakeKey(FieldsOf(*area), KeyFieldsOf(*entry), area->TBL_buff, swap && bswapnum, area->TBL_idxbuff + kEntryKeyAt);
   area->TBL_idxPos = entry->IDX_tam_max_key + static_cast<std::int32_t>(kEntryKeyAt);
   return area->TBL_idxbuff;
 }

@@ -5,8 +5,9 @@
 #include "builtins/arguments.h"
 #include "storage/databases/databases.h"
 #include "storage/format/keys.h"
-#include "storage/tables/index_upkeep.h"
+#include "storage/tables/index_attach.h"
 #include "storage/tables/table_descriptions.h"
+#include "storage/tables/write.h"
 
 using namespace vorne;
 

@@ -1,4 +1,3 @@
-// Keeping the entries up to date with the records that are written.
 #include "storage/tables/index_upkeep.h"
 
 #include <cstring>
@@ -6,6 +5,7 @@
 #include "storage/format/keys.h"
 #include "storage/records/records.h"
 #include "storage/records/waiting_entries.h"
+#include "storage/tables/index_attach.h"
 #include "storage/tables/index_entries.h"
 
 namespace vorne {
@@ -13,15 +13,15 @@ namespace vorne {
 namespace {
 
 // One record is written at a time, so that the changes' memory serves again.
-struct Change {
+struct EntryChange {
   IDX_IndexesNames* index;
   std::string before, after;  // entries; `before` is empty for a new record
 };
-std::vector<Change> changes;
+std::vector<EntryChange> changes;
 
-Change& nextChange(std::size_t& count, IDX_IndexesNames& index) {
+EntryChange& nextChange(std::size_t& count, IDX_IndexesNames& index) {
   if (count == changes.size()) changes.emplace_back();
-  Change& change = changes[count++];
+  EntryChange& change = changes[count++];
   change.index = &index;
   change.before.clear();
   return change;
@@ -29,11 +29,11 @@ Change& nextChange(std::size_t& count, IDX_IndexesNames& index) {
 
 void entryOfBuffer(const VORNE_RDD& area, const IDX_IndexesNames& index, bool swapped, std::string& entry) {
   entry.resize(kEntryKeyAt + static_cast<std::size_t>(index.IDX_tam_max_key));
-  MakeKey(FieldsOf(area), KeyOf(index), area.TBL_buff, swapped, entry.data() + kEntryKeyAt);
+  MakeKey(FieldsOf(area), KeyFieldsOf(index), area.TBL_buff, swapped, entry.data() + kEntryKeyAt);
 }
 
 void entryOfRecord(const myAppInfoType& table, const IDX_IndexesNames& index, std::int32_t record, std::string& entry) {
-  EntryMaker maker(FieldsOf(table), KeyOf(index));
+  EntryMaker maker(FieldsOf(table), KeyFieldsOf(index));
   entry.resize(maker.size());
   maker.make(record, BytesOf(table.TBL_dbRef, static_cast<UInt32>(record)), entry.data());
 }
@@ -47,7 +47,7 @@ void forgetPlaces(const myAppInfoType& table) {
 
 void EntryChanges::addChange(IDX_IndexesNames& index, std::int32_t position, Boolean hostOrder) {
   if (!OpenIndex(*area_.TBL_appinfo, index)) return;
-  Change& change = nextChange(count_, index);
+  EntryChange& change = nextChange(count_, index);
   entryOfBuffer(area_, index, bswapnum && hostOrder, change.after);
   if (position >= 0) {
     Store(change.after.data(), position);
@@ -72,7 +72,7 @@ EntryChanges::EntryChanges(VORNE_RDD& area, std::int32_t position, Boolean hostO
 
 void EntryChanges::recordStored(std::int32_t position) {
   for (std::size_t i = 0; i < count_; ++i) {
-    Change& change = changes[i];
+    EntryChange& change = changes[i];
     Store(change.after.data(), position);
     if (!change.before.empty()) RemoveEntry(change.index->IDX_dbRef, change.before);
     InsertEntry(change.index->IDX_dbRef, change.after);

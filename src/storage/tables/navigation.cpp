@@ -4,7 +4,7 @@
 #include "storage/format/record_bytes.h"
 #include "storage/records/offsets.h"
 #include "storage/records/records.h"
-#include "storage/tables/areas.h"
+#include "storage/tables/write.h"
 
 using namespace vorne;
 
@@ -153,6 +153,14 @@ Obj_Node* __TBL_Skip(Obj_Node* alias, Obj_Node* n) {
   WritePending(number);
   const int target = addBounded(placeNow(number), step);
   return __INIT_BOOL(static_cast<short>(__GoTo(number, target, 1, directionOf(step))));
+}
+
+Obj_Node* __AbortEdit(Obj_Node* alias) {
+  const int number = AreaNumber(alias);
+  VORNE_RDD& area = *AreaAt(number);
+  area.TBL_append = area.TBL_fieldchanged = 0;
+  if (area.TBL_recpos < 0 || !__TBL_GetLastData(number, area.TBL_recpos)) EnterNotFound(area);
+  return __INIT_NIL();
 }
 
 Obj_Node* __TBL_Bof(Obj_Node* alias) {

@@ -5,7 +5,8 @@
 #include "storage/journal/journal.h"
 #include "storage/records/records.h"
 #include "storage/records/waiting_entries.h"
-#include "storage/tables/index_upkeep.h"
+#include "storage/tables/index_attach.h"
+#include "storage/tables/write.h"
 
 using namespace vorne;
 

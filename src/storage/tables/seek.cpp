@@ -9,7 +9,7 @@
 #include "storage/format/keys.h"
 #include "storage/format/record_bytes.h"
 #include "storage/records/records.h"
-#include "storage/tables/areas.h"
+#include "storage/tables/write.h"
 
 using namespace vorne;
 

@@ -4,13 +4,12 @@
 
 #include "storage/databases/databases.h"
 #include "storage/records/app_info.h"
-#include "storage/tables/index_upkeep.h"
 
 namespace vorne {
 
 namespace {
 
-constexpr int kNoTableBlock = 33, kNoIndexSpace = 34, kNoIndexBlock = 35, kUnreadable = 55;
+constexpr int kNoTableBlock = 33, kNoIndexSpace = 34, kNoIndexBlock = 35;
 
 // A table as callers see it, and what its pointers lead to. The fields stand one behind the other.
 struct OwnedTable : myAppInfoType {
@@ -28,15 +27,6 @@ void storeBlock(DmOpenRef db, const std::string& block, int noSpace, int notLock
   if (DmSetDatabaseInfo(0, id, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &info, nullptr, nullptr,
                         nullptr) != errNone)
     __RuntimeError(3, noSpace);
-}
-
-DmOpenRef openOfType(const char* name, std::uint32_t type, std::uint32_t mode) {
-  const LocalID id = DmFindDatabase(0, name);
-  UInt32 found = 0;
-  if (id == 0 || DmDatabaseInfo(0, id, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                                &found, nullptr) != errNone)
-    return nullptr;
-  return found == type ? DmOpenDatabase(0, id, static_cast<UInt16>(mode)) : nullptr;
 }
 
 }  // namespace
@@ -66,10 +56,7 @@ TableDescription DescriptionOf(const myAppInfoType& table) {
           {fields.begin(), fields.end()}};
 }
 
-void ReleaseTable(myAppInfoType* table) {
-  if (table == nullptr) return;
-  DetachIndexes(*table);
-  if (table->TBL_dbRef != nullptr) DmCloseDatabase(table->TBL_dbRef);
+void FreeTable(myAppInfoType* table) {
   delete static_cast<OwnedTable*>(table);
 }
 
@@ -84,29 +71,6 @@ std::span<const char> BlockOf(DmOpenRef db) {
 }  // namespace vorne
 
 using namespace vorne;
-
-myAppInfoType* __TBL_CreateOrOpen(const char* name, std::uint32_t type, std::uint32_t mode,
-                                  myAppInfoType* description) {
-  if (name == nullptr) return nullptr;
-  if (description != nullptr && DmCreateDatabase(0, name, 0, type, 0) != errNone) return nullptr;
-  DmOpenRef db = openOfType(name, type, mode);
-  if (db == nullptr) return nullptr;
-  if (description != nullptr) {
-    description->TBL_dbRef = db;
-    return description;
-  }
-  std::optional<TableDescription> read = ParseTableBlock(BlockOf(db));
-  if (!read) {
-    DmCloseDatabase(db);
-    __RuntimeError(3, kUnreadable);
-  }
-  // The database may have been given another name since.
-  read->name = db->fName;
-  myAppInfoType* table = NewTable(*read);
-  table->TBL_dbRef = db;
-  AttachIndexes(*table);
-  return table;
-}
 
 int __TBL_CreateOrChangeMyAppInfo(myAppInfoType* table) {
   if (table == nullptr || !IsOpen(table->TBL_dbRef)) __RuntimeError(3, kNoTableBlock);

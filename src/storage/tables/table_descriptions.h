@@ -9,8 +9,8 @@ namespace vorne {
 myAppInfoType* NewTable(const TableDescription& description);
 /// What its block says.
 TableDescription DescriptionOf(const myAppInfoType& table);
-/// Closes the table's database and indexes and frees the description. Null is ignored.
-void ReleaseTable(myAppInfoType* table);
+/// Frees it; its database and indexes are closed.
+void FreeTable(myAppInfoType* table);
 
 /// The application-info block of an open database; empty without one.
 std::span<const char> BlockOf(DmOpenRef db);

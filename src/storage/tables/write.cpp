@@ -1,4 +1,5 @@
-// From the field buffer to the table.
+#include "storage/tables/write.h"
+
 #include <cstring>
 
 #include "storage/format/record_bytes.h"
@@ -76,6 +77,13 @@ bool appendRecord(VORNE_RDD& area, Boolean dirty, Boolean hostOrder) {
 
 }  // namespace
 
+void vorne::WritePending(int area) {
+  VORNE_RDD* rdd = AreaAt(area);
+  if (rdd == nullptr || !rdd->TBL_fieldchanged) return;
+  __WriteRecord(area, 'P');
+  rdd->TBL_fieldchanged = 0;
+}
+
 int __WriteRecord(int number, char mode, Boolean dirty, Boolean hostOrder) {
   VORNE_RDD* area = AreaAt(number);
   if (area == nullptr) return 0;
@@ -112,12 +120,4 @@ Obj_Node* __Commit(Obj_Node* alias) {
 Obj_Node* __CommitAll() {
   for (int area = 0; area < S_GLOB->TBL_lasttable; ++area) WritePending(area);
   return __INIT_BOOL(1);
-}
-
-Obj_Node* __AbortEdit(Obj_Node* alias) {
-  const int number = AreaNumber(alias);
-  VORNE_RDD& area = *AreaAt(number);
-  area.TBL_append = area.TBL_fieldchanged = 0;
-  if (area.TBL_recpos < 0 || !__TBL_GetLastData(number, area.TBL_recpos)) EnterNotFound(area);
-  return __INIT_NIL();
 }

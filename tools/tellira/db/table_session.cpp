@@ -13,7 +13,6 @@
 #include <filesystem>
 #include <vector>
 
-#include "db/db.h"
 #include "db/dictionary.h"
 #include "edge/console.h"
 #include "runtime/process.h"

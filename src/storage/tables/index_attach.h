@@ -1,0 +1,32 @@
+// Inside the storage floor: which indexes a table has, opening them, making them anew.
+#pragma once
+
+#include "storage/tables/areas.h"
+
+namespace vorne {
+
+/// Finds the catalogue's indexes whose head names the table, in the catalogue's order, and opens them: fills
+/// TBL_numIndexes and TBL_IndexesNames. One that does not fit the table's records is made anew, with a line in the log;
+/// one that cannot be made of the table's fields is left out, with a line in the log.
+void AttachIndexes(myAppInfoType& table);
+/// The same for the index of that name alone; its number, -1 when it is no index of the table.
+int AttachIndex(myAppInfoType& table, const std::string& name);
+/// Puts a new index, whose database is open, into the list.
+int AddIndex(myAppInfoType& table, const char* name, DmOpenRef db, KeyFields key);
+/// Closes and frees them.
+void DetachIndexes(myAppInfoType& table);
+/// Closes one and takes it out of the list.
+void DetachIndex(myAppInfoType& table, int index);
+/// Deletes the databases of the table's indexes.
+void DeleteIndexes(const char* table);
+/// Empties them, with the table.
+void ZapIndexes(myAppInfoType& table);
+/// Makes all of them anew.
+void RebuildIndexes(myAppInfoType& table);
+/// Makes one anew. False when it cannot be opened.
+bool RebuildIndex(myAppInfoType& table, IDX_IndexesNames& index);
+/// Opens an index of the list, should it be closed, and sees to it that it fits. False when it cannot be.
+bool OpenIndex(myAppInfoType& table, IDX_IndexesNames& index);
+bool CloseIndex(IDX_IndexesNames& index);  ///< false when it was not open
+
+}  // namespace vorne
