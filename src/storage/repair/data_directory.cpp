@@ -57,6 +57,11 @@ DataDirectory::DataDirectory(std::string path) : path_(std::move(path)) {
   ::closedir(directory);
 }
 
+std::uint64_t DataDirectory::sizeOf(const std::string& name) const {
+  const auto found = files_.find(name);
+  return found == files_.end() ? 0 : found->second.size;
+}
+
 FileKind DataDirectory::kindOf(const std::string& name) const {
   const auto found = files_.find(name);
   return found == files_.end() ? FileKind::kMissing : found->second.kind;

@@ -48,6 +48,8 @@ class DataDirectory {
   bool exists() const { return exists_; }
   /// By name, in the order of their bytes.
   const std::map<std::string, File>& files() const { return files_; }
+  /// Bytes of a file, 0 for none.
+  std::uint64_t sizeOf(const std::string& name) const;
   FileKind kindOf(const std::string& name) const;
   std::string pathOf(const std::string& name) const { return path_ + "/" + name; }
   const std::string& path() const { return path_; }

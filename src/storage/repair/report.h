@@ -15,6 +15,7 @@ struct Problem {
   std::int64_t record = -1;  ///< counted from 1; -1: the file as a whole
   std::string problem;       ///< in English, as ISO-8859-1 (it may quote names)
   bool repaired = false;
+  bool byHand = false;  ///< no repair can put it right; the words tell what can
 };
 
 struct DatabaseReport {
@@ -36,11 +37,17 @@ struct DirectoryReport {
   std::vector<DatabaseReport> databases;
   std::vector<Problem> problems;  ///< damage, at most 100 a file and a line that counts the rest
   std::vector<Problem> notes;     ///< what does no harm, bounded likewise
-  std::uint64_t bytes = 0;        ///< that were read
-  std::uint64_t lostRecords = 0;  ///< counted once, and cannot be saved (a repair: were not)
-  bool lostMore = false;          ///< ... and more, which nothing counts any longer
-  bool changed = false;           ///< a repair has changed something
-  std::string copies;             ///< the directory with the files as they were before; empty without any
+  std::uint64_t bytes = 0;        ///< of the databases' files
+
+  // What has been there by any evidence and cannot be saved (after a repair: could not).
+  std::uint64_t lostRecords = 0;
+  std::uint64_t lostValues = 0;     ///< fields that are left empty
+  std::uint64_t lostDatabases = 0;  ///< tables, indexes, memo databases as a whole
+  bool lostMore = false;            ///< ... and more, which nothing counts any longer
+
+  std::uint64_t lost() const { return lostRecords + lostValues + lostDatabases; }
+  bool changed = false;  ///< a repair has changed something
+  std::string copies;    ///< the directory with the files as they were before; empty without any
 };
 
 struct CheckProgress {

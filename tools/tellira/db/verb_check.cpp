@@ -1,4 +1,5 @@
 // `tellira db check`: are the databases sound, and making them so.
+#include <algorithm>
 #include <map>
 
 #include "db/db.h"
@@ -55,9 +56,15 @@ std::string lineOf(const Problem& problem) {
 }
 
 std::string lostInWords(const DirectoryReport& report) {
-  if (report.lostRecords == 0) return report.lostMore ? "records may be lost" : "";
-  return (report.lostMore ? "at least " : "") + counted(report.lostRecords, "record") +
-         (report.lostRecords == 1 ? " is lost" : " are lost");
+  std::string words;
+  const auto add = [&words](std::uint64_t count, const char* noun) {
+    if (count != 0) words += (words.empty() ? "" : ", ") + counted(count, noun);
+  };
+  add(report.lostRecords, "record");
+  add(report.lostValues, "value");
+  add(report.lostDatabases, "database");
+  if (words.empty()) return report.lostMore ? "records may be lost" : "";
+  return (report.lostMore ? "at least " : "") + words + (report.lost() == 1 ? " is lost" : " are lost");
 }
 
 std::string summary(const DirectoryReport& report) {
@@ -87,8 +94,11 @@ void printNextStep(const DirectoryReport& report, const CheckVerb& verb) {
   if (report.inUse) note("a program has the databases open; what it is writing just now may look like damage.");
   if (!report.copies.empty()) note("The files as they were are in " + report.copies + ".");
   if (report.sound) return;
-  note(verb.repair ? "  next: what is left needs a look by hand; the lines above tell the files and the reasons."
-                   : "  next: end the program and run `tellira db check --repair`.");
+  const bool byHand = std::all_of(report.problems.begin(), report.problems.end(),
+                                  [](const Problem& problem) { return problem.repaired || problem.byHand; });
+  note(verb.repair || byHand
+           ? "  next: what is left needs a look by hand; the lines above tell the files and the reasons."
+           : "  next: end the program and run `tellira db check --repair`.");
 }
 
 // ------------------------------------------------------------------------------------------------------------ JSON
@@ -113,7 +123,10 @@ Json jsonOf(const DirectoryReport& report) {
   json["sound"] = report.sound;
   json["problems"] = jsonOf(report.problems);
   json["notes"] = jsonOf(report.notes);
-  json["lost"] = report.lostRecords;
+  json["lost"] = report.lost();
+  json["lostRecords"] = report.lostRecords;
+  json["lostValues"] = report.lostValues;
+  json["lostDatabases"] = report.lostDatabases;
   json["lostAtLeast"] = report.lostMore;
   json["copies"] = shown(report.copies);
   return json;
@@ -134,7 +147,7 @@ int runCheck(const DbOptions& options, const CheckVerb& verb) {
   else
     printText(report);
   printNextStep(report, verb);
-  return report.sound && report.lostRecords == 0 && !report.lostMore ? kDone : kNo;
+  return report.sound && report.lost() == 0 && !report.lostMore ? kDone : kNo;
 }
 
 }  // namespace
