@@ -5,8 +5,8 @@
 #include <numeric>
 #include <utility>
 
-#include "storage/databases/databases.h"
 #include "storage/format/keys.h"
+#include "storage/format/names.h"
 #include "storage/format/record_bytes.h"
 #include "storage/reading/change_watch.h"
 #include "storage/reading/database_reader.h"
@@ -39,7 +39,8 @@ struct IndexFile {
 }  // namespace
 
 struct TableReader::State {
-  explicit State(const std::string& directory) : path(directory + "/DB/"), watch(directory + "/DB") {}
+  explicit State(const std::string& directory)
+      : path(directory + kDataDirectory + "/"), watch(directory + kDataDirectory) {}
 
   void open(std::string_view wanted);
   void attachIndexes(const std::vector<DatabaseHdrType>& entries);
@@ -323,11 +324,11 @@ void TableReader::rest() {
 }
 
 std::vector<std::string> TableNames(const std::string& directory) {
-  ChangeWatch watch(directory + "/DB");
+  ChangeWatch watch(directory + kDataDirectory);
   std::vector<std::string> names;
   watch.consistently(kPause, [&](bool, int) {
     names.clear();
-    ReadFile catalogue(directory + "/DB/" + kCatalogName);
+    ReadFile catalogue(directory + kDataDirectory + "/" + kCatalogName);
     for (const DatabaseHdrType& entry : ReadCatalogue(catalogue))
       if (entry.type == kTypeData) names.push_back(NameOf(entry));
   });

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
+#include "storage/format/entry_maker.h"
 #include "storage/format/entry_order.h"
 #include "storage/format/keys.h"
 #include "storage/format/record_bytes.h"
 #include "storage/repair/check_sizes.h"
-#include "storage/tables/index_entries.h"
 
 namespace vorne {
 

@@ -79,8 +79,7 @@ class RecordCheck {
       text = from_.rest();
       from_.fail();
     } else if (text.size() > room) {
-      tell(field, Message("a text of %zu characters, it has room for %zu", text.size(), room),
-           FieldFault::kLayout);
+      tell(field, Message("a text of %zu characters, it has room for %zu", text.size(), room), FieldFault::kLayout);
     }
     put({text.data(), std::min(text.size(), room)});
     put({"", 1});

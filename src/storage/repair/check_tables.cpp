@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "storage/databases/databases.h"
+#include "storage/format/names.h"
 #include "storage/format/record_bytes.h"
 #include "storage/repair/check_records.h"
 
@@ -64,7 +64,8 @@ Fit FitOf(const TableDescription& table, const DatabaseFiles& files, const Datab
     ++number;
     const auto faults = CheckRecord(table.fields, SavedRecord(files.data.bytes(), state.records, place), texts);
     if (faults.empty()) continue;
-    if (fit.misfits++ == 0) fit.first = Message("record %llu: ", static_cast<unsigned long long>(number)) + faults[0].words;
+    if (fit.misfits++ == 0)
+      fit.first = Message("record %llu: ", static_cast<unsigned long long>(number)) + faults[0].words;
     const auto is = [&](auto which) { return std::any_of(faults.begin(), faults.end(), which); };
     laidOutOtherwise += is([](const FieldFault& fault) { return fault.isOfLayout(); });
     impossible += is([](const FieldFault& fault) { return fault.isOfLayout() || fault.kind == FieldFault::kValue; });

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "storage/databases/databases.h"
 #include "storage/files/kept_copies.h"
-#include "storage/journal/journal.h"
+#include "storage/format/names.h"
+#include "storage/journal/recovery.h"
 #include "storage/repair/changes.h"
 #include "storage/repair/check_catalog.h"
 #include "storage/repair/check_records.h"

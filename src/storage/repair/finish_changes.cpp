@@ -6,7 +6,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "storage/journal/journal.h"
+#include "storage/journal/recovery.h"
+#include "storage/vornerdd.h"
 
 namespace vorne {
 

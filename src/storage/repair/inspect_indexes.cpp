@@ -1,8 +1,8 @@
 // The part of an inspection that holds indexes against their tables.
 #include <algorithm>
 
-#include "storage/databases/databases.h"
 #include "storage/format/keys.h"
+#include "storage/format/names.h"
 #include "storage/repair/inspection.h"
 
 namespace vorne {
@@ -67,7 +67,8 @@ void Inspection::checkIndex(const CheckedTable& table, const FoundIndex& found) 
   if (KeyRoom(table.description.fields, told.keyFields) == 0) {
     const auto key = KeyOfEntries(table, *index);
     if (!key)
-      return dropIndex(found.name, "its table has no such key fields; " + HowToCreate(table.description.name, found.name));
+      return dropIndex(found.name,
+                       "its table has no such key fields; " + HowToCreate(table.description.name, found.name));
     told.keyFields = *key;
   }
   remakeIndex(table, *index, told, findings);
@@ -89,8 +90,8 @@ void Inspection::settleIndex(const FoundIndex& index) {
   }
   if (findTableOf(index)) return;
   if (!index.told)
-    return dropIndex(index.name, "its description cannot be read, nor told from its entries; " +
-                                     HowToCreate("TABLE", index.name));
+    return dropIndex(index.name,
+                     "its description cannot be read, nor told from its entries; " + HowToCreate("TABLE", index.name));
   takeAway(index.told->table, index.name, index.entries);
   removals_.push_back(index.name);
 }

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "storage/databases/databases.h"
 #include "storage/files/kept_copies.h"
-#include "storage/journal/journal.h"
+#include "storage/format/names.h"
+#include "storage/journal/recovery.h"
 #include "storage/repair/finish_changes.h"
 #include "storage/repair/in_use.h"
 
@@ -90,13 +90,12 @@ void Inspection::checkCatalog() {
   if (isInterrupted(kCatalogName) || !isReadable(kCatalogName, catalog_)) return;
   Findings findings(kCatalogName);
   state_ = CheckCatalog(directory_, catalog_, findings, report_);
-  const bool repaired =
-      repairs_ && state_.rewrite && changes_.replace(kCatalogName, RepairedCatalog(catalog_, state_));
+  const bool repaired = repairs_ && state_.rewrite && changes_.replace(kCatalogName, RepairedCatalog(catalog_, state_));
   findings.tell(report_, repaired);
   if (repairs_)
     for (const std::string& name : state_.extraNames) changes_.remove(name);
   for (const DatabaseHdrType& entry : state_.slots)
-    if (entry.name[0] != 0) names_.insert(EntryName(entry));
+    if (entry.name[0] != 0) names_.insert(NameOf(entry));
   for (const std::string& name : names_) owners_.insert(FoldedName(name));
   report_.lostDatabases += state_.lostEntries;
   report_.lostMore = report_.lostMore || state_.lostEntries != 0;
@@ -115,16 +114,16 @@ void Inspection::checkDatabases() {
   };
   for (int turn = 0; turn <= 2; ++turn)
     for (const DatabaseHdrType& entry : state_.slots)
-      if (entry.name[0] != 0 && rank(entry) == turn && directory_.kindOf(EntryName(entry)) == FileKind::kRegular)
+      if (entry.name[0] != 0 && rank(entry) == turn && directory_.kindOf(NameOf(entry)) == FileKind::kRegular)
         checkDatabase(entry);
   std::map<std::string, std::size_t> places;
-  for (const DatabaseHdrType& entry : state_.slots) places.emplace(EntryName(entry), places.size());
+  for (const DatabaseHdrType& entry : state_.slots) places.emplace(NameOf(entry), places.size());
   std::sort(report_.databases.begin(), report_.databases.end(),
             [&](const auto& a, const auto& b) { return places[a.name] < places[b.name]; });
 }
 
 void Inspection::checkDatabase(const DatabaseHdrType& entry) {
-  const std::string name = EntryName(entry), offsetsName = OffsetsName(name);
+  const std::string name = NameOf(entry), offsetsName = OffsetsName(name);
   const FileKind offsetsKind = kindOfOffsets(name);
   const DatabaseFiles files = readDatabase(name);
   if (isInterrupted(name) || !isReadable(name, files.data) || !isReadable(offsetsName, files.offsets)) return;
@@ -171,8 +170,8 @@ TableContext Inspection::contextOf(const std::string& name) const {
   }
   context.hasOthers = texts != texts_.end() && texts->second != 0;
   for (const FoundIndex& index : indexes_)
-    context.hasOthers = context.hasOthers || (index.entries != 0 && index.told &&
-                                              FoldedName(index.told->table) == FoldedName(name));
+    context.hasOthers =
+        context.hasOthers || (index.entries != 0 && index.told && FoldedName(index.told->table) == FoldedName(name));
   return context;
 }
 
@@ -221,8 +220,10 @@ bool Inspection::isKnown(const std::string& owner) const {
 
 // What belongs to databases that are not there.
 void Inspection::checkOrphans() {
+  std::set<std::string> memos;
   for (const DatabaseHdrType& entry : state_.gone) {
-    const std::string name = EntryName(entry);
+    const std::string name = NameOf(entry);
+    if (entry.type == kTypeMemo) memos.insert(name);
     report_.lostDatabases += entry.type == kTypeIndex || entry.type == kTypeMemo;  // the others once all is known
     if (entry.type == kTypeIndex)
       report_.problems.push_back({name, -1,
@@ -235,8 +236,9 @@ void Inspection::checkOrphans() {
   for (const std::string& name : state_.orphans) {
     const std::string offsets = OffsetsName(name);
     const std::uint32_t used = FileHeaderOf(directory_.read(offsets, kHeaderSize).bytes()).szmap;
-    takeAway(name, offsets, (used - kHeaderSize) / kOffsetSize);
     leftovers_.push_back(offsets);
+    // What memo texts were there, the table's references tell.
+    if (!memos.contains(name)) takeAway(name, offsets, (used - kHeaderSize) / kOffsetSize);
   }
   for (const auto& [memo, texts] : texts_) {
     if (!memo.ends_with(kMemoSuffix)) continue;
@@ -285,7 +287,7 @@ void Inspection::finishCatalog() {
     state_.slots.push_back(NewEntry(memo, kTypeMemo));
   }
   for (DatabaseHdrType& entry : state_.slots)
-    if (std::find(removals_.begin(), removals_.end(), EntryName(entry)) != removals_.end()) entry = {};
+    if (std::find(removals_.begin(), removals_.end(), NameOf(entry)) != removals_.end()) entry = {};
   done = done && (!changes || changes_.replace(kCatalogName, RepairedCatalog(catalog_, state_)));
   for (const std::string& name : removals_) {
     leftovers_.push_back(name);

@@ -6,10 +6,11 @@
 #include "runtime/latin1.h"
 #include "runtime/memory.h"
 #include "storage/databases/catalog.h"
-#include "storage/databases/databases.h"
 #include "storage/files/descriptor.h"
 #include "storage/files/diagnostic_log.h"
 #include "storage/format/keys.h"
+#include "storage/format/names.h"
+#include "storage/records/open_databases.h"
 #include "storage/records/waiting_entries.h"
 #include "storage/tables/index_entries.h"
 #include "storage/tables/table_descriptions.h"
@@ -39,8 +40,8 @@ std::vector<std::string> indexesOf(const char* table) {
   if (OpenCatalog() != errNone) return names;
   const auto end = static_cast<UInt32>(std::min(rwCatalog->szmap, rwCatalog->szallocated));
   for (UInt32 place = kHeaderSize; place + kCatalogEntrySize <= end; place += kCatalogEntrySize) {
-    if (EntryAt(place).type != kTypeIndex) continue;
-    std::string name(EntryName(place));
+    if (CatalogEntryAt(place).type != kTypeIndex) continue;
+    std::string name(CatalogEntryName(place));
     if (!name.empty() && ownerOf(name) == owner) names.push_back(std::move(name));
   }
   return names;

@@ -3,8 +3,8 @@
 #include <cctype>
 
 #include "builtins/arguments.h"
-#include "storage/databases/databases.h"
 #include "storage/format/keys.h"
+#include "storage/format/names.h"
 #include "storage/tables/index_attach.h"
 #include "storage/tables/table_descriptions.h"
 #include "storage/tables/write.h"

@@ -42,7 +42,8 @@ int runDescribe(const DbOptions& group, const DescribeOptions& options) {
   const std::string misfits =
       std::to_string(described.misfits) + " of " + counted(described.records, "record") + " do not fit";
   if (!described.written && described.misfits != 0)
-    throw Failure(kNo, shown(found->name) + ": " + misfits + " these fields; nothing was changed.\n  next: describe it " +
+    throw Failure(kNo, shown(found->name) + ": " + misfits +
+                           " these fields; nothing was changed.\n  next: describe it " +
                            "with the fields that it was made with.");
   if (!described.written) throw Failure(kUsage, shown(described.refusal) + ".\n  Nothing was changed.");
   note("described the table " + shown(found->name) + "; the file as it was is in " + described.copies + ".");
