@@ -2,8 +2,7 @@
 // nothing shared between two readers. Every byte of the files is checked before it is used.
 //
 //  - A record, with its memo texts, is read as it was at one moment. Records that are read one after the other may be
-//  of
-//    different moments.
+//    of different moments.
 //  - Positions count from 0. Texts are ISO-8859-1.
 //  - Every function may throw ReadFailure.
 #pragma once
