@@ -19,7 +19,8 @@ const Words kFields = {"CODE:C:6", "PRICE:N:8:2", "SINCE:D", "SOLD:L", "NOTES:M"
 
 std::string row(int i, const std::string& text = "text ") {
   const std::string number = std::to_string(i);
-  return "C" + number + "," + number + ".50,2004-03-1" + number + ",true," + (text.empty() ? text : text + number) + "\n";
+  return "C" + number + "," + number + ".50,2004-03-1" + number + ",true," + (text.empty() ? text : text + number) +
+         "\n";
 }
 std::string rows(const std::string& text = "text ") {
   std::string all = kHead;
@@ -103,29 +104,71 @@ TEST_F(DbRepair, FindsWhatIsLostAndRepairsTheRest) {
     std::string expected;  // of an export; empty: the table is gone
   } cases[] = {
       {"data file", [&] { remove({"T"}); }, {"T: the table is gone; X tells of 5 records"}, 6, ""},
-      {"all files", [&] { remove({"T", "T_OS", "X", "Y"}); }, {"T: the table is gone; nothing tells", "X: the ind"}, 3, ""},
+      {"all files",
+       [&] {
+         remove({"T", "T_OS", "X", "Y"});
+       },
+       {"T: the table is gone; nothing tells", "X: the ind"},
+       3,
+       ""},
       {"data file and entry",
-       [&] { remove({"T", "catalog.bck"}), patch("catalog.plm", 20, std::string(88, '\0')); },
+       [&] {
+         remove({"T", "catalog.bck"}), patch("catalog.plm", 20, std::string(88, '\0'));
+       },
        {"T: the table is gone; X tells of 5 records; put away with it: X, Y, T_OS, T_M"},
        6,
        ""},
       {"memo file", [&] { remove({"T_M"}); }, {"T 5: field NOTES holds memo text 5", "T_M: the memo"}, 6, rows("")},
-      {"memo text", [&] { patch("T_M", images::places(contents(path("T_M")))[1], std::string(8, '\0')); },
-       {"T_M 2: its header is empty"}, 1, with(rows(), "text 2", "")},
-      {"index file", [&] { remove({"X"}); }, {"X: the index is gone with its file; `tellira db index create"}, 1, rows()},
-      {"index head", [&] { patch("X", 0, std::string(90, '#')); },
-       {"X: its description is damaged; by its entries it is an index of T with the key CODE,PRICE"}, 0, rows()},
-      {"index entries", [&] { patch("X", 0, std::string(190, '#')); }, {"X: its description cannot be read, nor told"}, 1, rows()},
-      {"key field", [&] { patch("Y", contents(path("Y")).find(std::string("Y\0001\0008", 5)) + 6, "9"); },
-       {"Y: its table has no such key fields"}, 0, rows()},
-      {"number", [&] { patch("T", place(2, 3), infinite); }, {"T 2: field PRICE holds no number"}, 1,
+      {"memo text",
+       [&] { patch("T_M", images::places(contents(path("T_M")))[1], std::string(8, '\0')); },
+       {"T_M 2: its header is empty"},
+       1,
+       with(rows(), "text 2", "")},
+      {"index file",
+       [&] { remove({"X"}); },
+       {"X: the index is gone with its file; `tellira db index create"},
+       1,
+       rows()},
+      {"index head",
+       [&] { patch("X", 0, std::string(90, '#')); },
+       {"X: its description is damaged; by its entries it is an index of T with the key CODE,PRICE"},
+       0,
+       rows()},
+      {"index entries",
+       [&] { patch("X", 0, std::string(190, '#')); },
+       {"X: its description cannot be read, nor told"},
+       1,
+       rows()},
+      {"key field",
+       [&] { patch("Y", contents(path("Y")).find(std::string("Y\0001\0008", 5)) + 6, "9"); },
+       {"Y: its table has no such key fields"},
+       0,
+       rows()},
+      {"number",
+       [&] { patch("T", place(2, 3), infinite); },
+       {"T 2: field PRICE holds no number"},
+       1,
        with(rows(), "C2,2.50", "C2,0.00")},
-      {"date", [&] { patch("T", place(3, 11), infinite); }, {"T 3: field SINCE holds no date"}, 1,
+      {"date",
+       [&] { patch("T", place(3, 11), infinite); },
+       {"T 3: field SINCE holds no date"},
+       1,
        with(rows(), "2004-03-13", "")},
-      {"logical", [&] { patch("T", place(4, 19), "\x9"); }, {"T 4: field SOLD holds neither true nor false"}, 0, rows()},
-      {"reference", [&] { patch("T", place(1, 20), std::string("\0\0\1\0", 4)); },
-       {"T 1: field NOTES holds memo text 256, of which there are 5"}, 1, with(rows(), "text 1", "")},
-      {"text", [&] { patch("T", place(5, 2), "555555"); }, {"T 5: field CODE holds a text of 8", "T 5: field SINCE"}, 2, ""},
+      {"logical",
+       [&] { patch("T", place(4, 19), "\x9"); },
+       {"T 4: field SOLD holds neither true nor false"},
+       0,
+       rows()},
+      {"reference",
+       [&] { patch("T", place(1, 20), std::string("\0\0\1\0", 4)); },
+       {"T 1: field NOTES holds memo text 256, of which there are 5"},
+       1,
+       with(rows(), "text 1", "")},
+      {"text",
+       [&] { patch("T", place(5, 2), "555555"); },
+       {"T 5: field CODE holds a text of 8", "T 5: field SINCE"},
+       2,
+       ""},
       {"mark", [&] { patch("T", place(2, 24), "?"); }, {"T 2: its deletion mark is missing"}, 0, rows()},
       {"header", [&] { patch("T", 16, std::string(4, '\0')); }, {"T: its header says 0 bytes used"}, 0, rows()},
   };
@@ -155,7 +198,8 @@ TEST_F(DbRepair, DescribesATableAnewOnceItsRecordsFit) {
   describe.insert(describe.end(), kFields.begin(), kFields.end());
   EXPECT_THAT(db(describe).err, HasSubstr("T has a description that its records fit"));
   patch("T", 92, std::string(50, '#'));
-  EXPECT_THAT(problems(report({"--repair", "--yes"}, 1)), HasSubstr("`tellira db describe T FIELD:TYPE:LEN[:DEC] ...`"));
+  EXPECT_THAT(problems(report({"--repair", "--yes"}, 1)),
+              HasSubstr("`tellira db describe T FIELD:TYPE:LEN[:DEC] ...`"));
   const std::string damaged = contents(path("T"));
   const Ran wrong = db({"describe", "T", "CODE:C:6", "SINCE:D", "NOTES:M"});
   EXPECT_EQ(wrong.status, 1);

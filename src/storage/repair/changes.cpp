@@ -34,6 +34,7 @@ bool Changes::remove(const std::string& file) {
 }
 
 void Changes::failed(const std::string& file, const std::string& words) {
+  report_.refused = true;
   report_.problems.push_back({file, -1, words + ": " + std::strerror(errno), false});
 }
 

@@ -164,6 +164,19 @@ std::optional<std::vector<IDX_Indexes>> KeyOfEntries(const CheckedTable& table, 
   return found[0];
 }
 
+bool HoldsEntries(const CheckedDatabase& index) {
+  std::vector<bool> seen(index.count());
+  std::size_t good = 0;
+  for (std::size_t i = 0; i < index.count(); ++i) {
+    const std::span<const char> entry = index.record(i);
+    const std::uint32_t record = entry.size() <= kEntryKeyAt ? ~0u : Load<std::uint32_t>(entry.data());
+    if (record >= seen.size() || seen[record]) continue;
+    seen[record] = true;
+    ++good;
+  }
+  return good * 2 > index.count();
+}
+
 std::vector<char> FreshIndex(const CheckedTable& table, const CheckedDatabase& index, IndexDescription told) {
   EntryMaker maker(table.description.fields, told.keyFields);
   if (maker.size() == 0) return {};

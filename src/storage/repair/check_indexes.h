@@ -33,6 +33,9 @@ void CheckIndex(const CheckedTable& table, const CheckedDatabase& index, const I
 /// other does.
 std::optional<std::vector<IDX_Indexes>> KeyOfEntries(const CheckedTable& table, const CheckedDatabase& index);
 
+/// True when most entries name records, each another one, as those of an index do.
+bool HoldsEntries(const CheckedDatabase& index);
+
 /// The index file made afresh; empty when none can be made of the key.
 /// @param told names the index and its key fields; the table and the key's length are put right
 std::vector<char> FreshIndex(const CheckedTable& table, const CheckedDatabase& index, IndexDescription told);

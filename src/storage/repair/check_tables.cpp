@@ -32,16 +32,24 @@ std::string HeadName(FileBytes block) {
   return {name, ::strnlen(name, kHeadNameRoom)};
 }
 
-// Tables without a description that tell by something else that they are some.
+// The name stands in the head and once more behind it.
+bool NamesItself(FileBytes block, const std::string& name) {
+  if (block.size() < kDescriptionHead) return false;
+  const FileBytes text = block.subspan(kDescriptionHead);
+  return FoldedName(HeadName(block)) == FoldedName(name) ||
+         FoldedName({text.data(), std::min(text.size(), name.size())}) == FoldedName(name);
+}
+
+// A database of records may have the type of tables and be none: something must tell that it was one.
 void CheckUndescribed(const TableContext& context, const DatabaseFiles& files, const DatabaseState& state,
                       Findings& lasting) {
-  // No description is shorter than its head; that of an empty table may be cut off.
-  const std::uint32_t info = state.records.appInfoLen;
-  const bool hasBlock = info >= kDescriptionHead || (info != 0 && state.records.places.empty());
-  if (hasBlock || context.hasOthers || EndsLikeATable(files, state.records))
+  const FileBytes block = SavedBlock(files, state.records);
+  if (context.hasOthers || EndsLikeATable(files, state.records) || NamesItself(block, context.name))
     lasting.damage("its description cannot be read; " + HowToDescribe(context.name));
   else if (context.hasMemo)
     lasting.note("it has no description yet, left when the table was being made");
+  else if (block.size() >= kDescriptionHead)
+    lasting.note("what it tells of itself is no table's description");
 }
 
 }  // namespace

@@ -29,6 +29,7 @@ DirectoryReport RepairDirectory(const std::string& directory, const CheckOptions
   left.problems = std::move(problems);
   left.notes = std::move(repaired.notes);
   left.changed = true;
+  left.refused = left.refused || repaired.refused;
   left.copies = std::move(repaired.copies);
   left.lostRecords = repaired.lostRecords;
   left.lostValues = repaired.lostValues;

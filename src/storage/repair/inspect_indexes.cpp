@@ -88,7 +88,10 @@ void Inspection::settleIndex(const FoundIndex& index) {
           {index.name, -1, "it is an index that was never finished; the next one of its name takes its place", false});
     return;
   }
-  if (findTableOf(index)) return;
+  const std::optional<CheckedDatabase> entries = readAgain(index.name, kTypeIndex);
+  if (!entries || findTableOf(*entries, index.name)) return;
+  if (!index.told && !HoldsEntries(*entries))
+    return report_.notes.push_back({index.name, -1, "what it tells of itself is no index's description", false});
   if (!index.told)
     return dropIndex(index.name,
                      "its description cannot be read, nor told from its entries; " + HowToCreate("TABLE", index.name));
@@ -96,21 +99,20 @@ void Inspection::settleIndex(const FoundIndex& index) {
   removals_.push_back(index.name);
 }
 
-bool Inspection::findTableOf(const FoundIndex& found) {
-  const std::optional<CheckedDatabase> index = found.entries == 0 ? std::nullopt : readAgain(found.name, kTypeIndex);
-  if (!index) return false;
-  for (const auto& [described, name] : tables_) {
-    const std::optional<CheckedTable> table = readTable(name);
-    if (!table || table->database.count() != index->count()) continue;
-    const auto key = KeyOfEntries(*table, *index);
+bool Inspection::findTableOf(const CheckedDatabase& index, const std::string& name) {
+  for (const auto& [described, file] : tables_) {
+    if (index.count() == 0) return false;
+    const std::optional<CheckedTable> table = readTable(file);
+    if (!table || table->database.count() != index.count()) continue;
+    const auto key = KeyOfEntries(*table, index);
     if (!key) continue;
     IndexDescription told;
-    told.name = found.name;
+    told.name = name;
     told.keyFields = *key;
-    Findings findings(found.name);
+    Findings findings(name);
     findings.damage("its description is damaged; by its entries it is an index of " + table->description.name +
                     " with the key " + KeyWords(*table, told));
-    remakeIndex(*table, *index, told, findings);
+    remakeIndex(*table, index, told, findings);
     return true;
   }
   return false;

@@ -67,7 +67,8 @@ RawFile Inspection::read(const std::string& name) {
 // False for what cannot be looked at, which stands in the report then.
 bool Inspection::isReadable(const std::string& name, const RawFile& file) {
   if (file.error.empty()) return true;
-  report_.problems.push_back({name, -1, "it cannot be read: " + file.error, false});
+  report_.refused = true;
+  report_.problems.push_back({name, -1, "it cannot be read: " + file.error, false, true});
   return false;
 }
 

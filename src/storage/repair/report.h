@@ -31,9 +31,10 @@ struct DatabaseReport {
 };
 
 struct DirectoryReport {
-  bool exists = false;  ///< there is a directory "DB"
-  bool inUse = false;   ///< another process has databases open; a repair has changed nothing then
-  bool sound = false;   ///< no damage is left
+  bool exists = false;   ///< there is a directory "DB"
+  bool inUse = false;    ///< another process has databases open; a repair has changed nothing then
+  bool sound = false;    ///< no damage is left
+  bool refused = false;  ///< the system did not let a file be read or written, as a problem tells
   std::vector<DatabaseReport> databases;
   std::vector<Problem> problems;  ///< damage, at most 100 a file and a line that counts the rest
   std::vector<Problem> notes;     ///< what does no harm, bounded likewise

@@ -26,7 +26,7 @@ Examples:
   tellira db --dir /srv/pos check --repair --yes
 
 Exit status: 0 everything is sound and nothing was lost, 1 damage was found or records were lost, 2 wrong usage, or the
-databases are in use.)";
+databases are in use, 3 a file could not be read or written.)";
 
 struct CheckVerb {
   bool repair = false;
@@ -93,6 +93,8 @@ void printText(const DirectoryReport& report) {
 void printNextStep(const DirectoryReport& report, const CheckVerb& verb) {
   if (report.inUse) note("a program has the databases open; what it is writing just now may look like damage.");
   if (!report.copies.empty()) note("The files as they were are in " + report.copies + ".");
+  if (report.refused)
+    return note("  next: look at the rights of the files above, at the room on the disk, and who runs the tool.");
   if (report.sound) return;
   const bool byHand = std::all_of(report.problems.begin(), report.problems.end(),
                                   [](const Problem& problem) { return problem.repaired || problem.byHand; });
@@ -147,6 +149,7 @@ int runCheck(const DbOptions& options, const CheckVerb& verb) {
   else
     printText(report);
   printNextStep(report, verb);
+  if (report.refused) return kEnded;
   return report.sound && report.lost() == 0 && !report.lostMore ? kDone : kNo;
 }
 
