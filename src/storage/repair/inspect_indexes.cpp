@@ -90,7 +90,7 @@ void Inspection::settleIndex(const FoundIndex& index) {
   }
   const std::optional<CheckedDatabase> entries = readAgain(index.name, kTypeIndex);
   if (!entries || findTableOf(*entries, index.name)) return;
-  if (!index.told && !HoldsEntries(*entries))
+  if (!index.told && index.hasHead && !HoldsEntries(*entries))
     return report_.notes.push_back({index.name, -1, "what it tells of itself is no index's description", false});
   if (!index.told)
     return dropIndex(index.name,

@@ -136,7 +136,8 @@ void Inspection::checkDatabase(const DatabaseHdrType& entry) {
   if (entry.type == kTypeIndex && state.kind == kIndexDatabase)
     indexes_.push_back({name, ToldIndex(files, state), state.records.places.size(),
                         static_cast<std::uint32_t>(block.size()),
-                        std::all_of(block.begin(), block.end(), [](char c) { return c == '\0'; })});
+                        std::all_of(block.begin(), block.end(), [](char c) { return c == '\0'; }),
+                        FileHeaderOf(files.data.bytes()).Version == 2});
   if (entry.type == kTypeMemo && state.kind == kVariableDatabase)
     texts_[FoldedName(name)] = static_cast<std::uint32_t>(state.records.places.size());
   if (entry.type == kTypeData && state.kind == kVariableDatabase) checkTable(name, files, state, data, lasting);

@@ -26,6 +26,7 @@ class Inspection {
     std::size_t entries;
     std::uint32_t info;  // bytes of its description
     bool isBlank;        // with nothing in them
+    bool hasHead;        // the file's header can be one
   };
   // A database that is not there any more.
   struct Gone {
