@@ -36,6 +36,8 @@ class TableLoader {
   bool takeBack();
 
   std::uint64_t added() const { return added_; }
+  /// How many numbers were rounded to their field's decimals.
+  std::uint64_t rounded() const { return values_.rounded(); }
 
  private:
   std::string store(std::size_t column, std::string_view cell);
@@ -47,7 +49,7 @@ class TableLoader {
   VORNE_RDD& rdd_;
   vorne::Fields fields_;  // the deletion mark included
   std::vector<std::size_t> columns_;
-  bool latin1_;
+  Encoding encoding_;
   ValueReader values_;
   std::string memo_;
   std::uint32_t firstRecord_, firstMemo_;

@@ -8,6 +8,7 @@
 #include "db/table_session.h"
 #include "db/words.h"
 #include "edge/console.h"
+#include "edge/progress.h"
 #include "storage/format/keys.h"
 #include "text/text.h"
 
@@ -82,7 +83,8 @@ int runCreate(const DbOptions& group, const IndexOptions& options) {
   const Dictionary dictionary(directory);
   if (const auto* taken = dictionary.database(name))
     refuse("there is a database \"" + shown(taken->name) + "\" already", "take another name");
-  const int area = session.open(shown(table.name));
+  const Working going("making the index " + name + " of " + shown(table.name));
+  const int area = session.open(table.name);
   if (__TrataCriaIndice(area, name.c_str(), fields.data(), static_cast<int>(fields.size())) != 1)
     refuse("the index " + name + " could not be made", "look whether a file of that name is in " + directory + "/DB");
   const Obj_Node* records = __TBL_RecCount();
@@ -97,7 +99,7 @@ int runDrop(const DbOptions& group, const IndexOptions& options) {
   const Dictionary::Table table = Dictionary(directory).table(options.table);
   const std::string name = table.index(options.index).name;
   TableSession session(directory);
-  session.open(shown(table.name));
+  session.open(table.name);
   const Obj_Node* gone = __DBDROPINDEX(__INIT_CHARPTR(name.c_str()));
   if (gone->objData.mbool == 0)
     refuse("the index " + shown(name) + " could not be removed", "look at the rights of " + directory + "/DB");
@@ -110,8 +112,11 @@ int runReindex(const DbOptions& group, const IndexOptions& options) {
   const std::string directory = group.checkedDirectory();
   const Dictionary::Table table = Dictionary(directory).table(options.table);
   TableSession session(directory);
-  session.open(shown(table.name));
-  __Reindex();
+  {
+    const Working going("making the indexes of " + shown(table.name) + " anew");
+    session.open(table.name);
+    __Reindex();
+  }
   session.close();
   note("made " + counted(table.indexes.size(), "index", "indexes") + " of " + shown(table.name) + " anew.");
   return kDone;

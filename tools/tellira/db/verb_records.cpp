@@ -5,6 +5,7 @@
 #include "db/words.h"
 #include "edge/confirm.h"
 #include "edge/console.h"
+#include "edge/progress.h"
 #include "storage/format/record_bytes.h"
 
 namespace tool {
@@ -40,7 +41,7 @@ int runMark(const DbOptions& group, const RecordsOptions& options, bool deletes)
   const std::string directory = group.checkedDirectory();
   const Dictionary::Table table = Dictionary(directory).table(options.table);
   TableSession session(directory);
-  const VORNE_RDD& area = *vorne::AreaAt(session.open(shown(table.name)));
+  const VORNE_RDD& area = *vorne::AreaAt(session.open(table.name));
   const int count = vorne::RecordCount(area);
   const std::string name = "record " + std::to_string(options.record) + " of " + shown(table.name);
   if (options.record < 1 || options.record > static_cast<std::uint32_t>(count))
@@ -71,12 +72,15 @@ int runRemoval(const DbOptions& group, const RecordsOptions& options, bool all) 
     return kNo;
   }
   TableSession session(directory);
-  const VORNE_RDD& area = *vorne::AreaAt(session.open(shown(table.name)));
+  const VORNE_RDD& area = *vorne::AreaAt(session.open(table.name));
   const int before = vorne::RecordCount(area);
-  if (all)
-    __dbZap();
-  else
-    __dbPack();
+  {
+    const Working going((all ? "emptying " : "packing ") + shown(table.name));
+    if (all)
+      __dbZap();
+    else
+      __dbPack();
+  }
   const int removed = before - vorne::RecordCount(area);
   session.close();
   note("removed " + std::to_string(removed) + " of " + counted(static_cast<std::uint64_t>(before), "record") +
