@@ -1,6 +1,7 @@
 #include "db/sql_query.h"
 
 #include <sqlite3.h>
+#include <unistd.h>
 
 #include <array>
 #include <charconv>
@@ -188,7 +189,7 @@ void answer(const TablesInSql& tables, sqlite3_stmt* statement, SqlFormat format
   std::unique_ptr<SqlOutput> output;
   for (int code = SQLITE_ROW; code == SQLITE_ROW;) {
     code = sqlite3_step(statement);
-    waiting.reset();
+    if (isatty(STDOUT_FILENO) == 1) waiting.reset();  // the rows themselves show it from here on
     if (code != SQLITE_ROW && code != SQLITE_DONE) tables.fail(code);
     if (output == nullptr) output = makeSqlOutput(format, heads);
     if (code == SQLITE_DONE) break;

@@ -6,6 +6,7 @@
 #include "db/db.h"
 #include "db/dictionary.h"
 #include "db/field_definitions.h"
+#include "db/new_names.h"
 #include "db/table_session.h"
 #include "db/words.h"
 #include "edge/confirm.h"
@@ -44,13 +45,6 @@ struct CreateOptions {
   std::vector<std::string> fields;
 };
 
-/// A database that the new table's files would take the place of, or have a name of; null for none.
-const vorne::DatabaseReport* inTheWay(const Dictionary& dictionary, const std::string& table) {
-  for (const char* suffix : {"", vorne::kMemoSuffix, vorne::kOffsetsSuffix, "_M_OS"})
-    if (const auto* found = dictionary.database(table + suffix)) return found;
-  return nullptr;
-}
-
 Obj_Node* structureOf(const std::vector<ControlFieldTBL>& fields) {
   Obj_Node* structure = nullptr;
   for (const ControlFieldTBL& field : fields) {
@@ -68,9 +62,8 @@ int runCreate(const DbOptions& group, const CreateOptions& options) {
   const std::vector<ControlFieldTBL> fields = parsedFields(options.fields);
   TableSession session(directory);
   const Dictionary dictionary(directory);
-  if (const auto* taken = inTheWay(dictionary, name))
-    refuse("there is a database \"" + shown(taken->name) + "\" already",
-           "take another name, or drop the table first (`tellira db drop " + shown(taken->name) + "`)");
+  refuseTaken(dictionary, name);
+  refuseTaken(dictionary, name + vorne::kMemoSuffix);
   const Obj_Node* made = __DBCREATE(__INIT_CHARPTR(name.c_str()), structureOf(fields));
   if (made->objData.mbool == 0)
     refuse("the table " + name + " could not be made", "look whether files of that name are in " + directory + "/DB");
