@@ -186,10 +186,10 @@ TEST_F(Call, WritesToATerminalWhatFitsOnIt) {
   EXPECT_THAT(seen("xterm", "", {"commands", "ECF_LeituraX"}), HasSubstr("\033[1m"));
   EXPECT_THAT(seen("xterm", "1", {"commands", "ECF_LeituraX"}), Not(HasSubstr("\033")));
   EXPECT_EQ(seen("dumb", "", {"commands", "MFDTEF"}),
-            "No   Command                 …\r\n127  ECF_UsaRelatorioGerencialM…\r\n 0");
+            "No   Command                 …\r\n127  ECF_UsaRelatorioGerencia…\r\n 0");
   const std::string waited =
       seen("dumb", "", {"call", "--lib", FAKE_LIBRARY, "--timeout", "2", "ECF_Registry_Path", "!hang"});
-  EXPECT_THAT(waited, HasSubstr("\r1 s, waiting for ECF_Registry…\r"));
+  EXPECT_THAT(waited, HasSubstr("\r1 s, waiting for ECF_Registr…\r"));
   EXPECT_THAT(waited, Not(HasSubstr("\033")));
   EXPECT_THAT(run({"commands", "ECF_LeituraX"}).out, Not(HasSubstr("\033")));
 }

@@ -17,9 +17,10 @@ tellira db import CUSTOMER customers.csv 2>/dev/null
 tellira db index create CUSTOMER BYNAME NAME,CODE 2>/dev/null
 for table in SALES CLIENTES; do
   tellira db create $table NAME:C:20 PRICE:N:10:2 DATE:D 2>/dev/null
-  printf 'NAME,PRICE,DATE\ntea,1.5,2026-03-15\n' | tellira db import $table - 2>/dev/null
+  printf 'NAME,PRICE,DATE\ntea,1.5,2026-03-15\nback,-12.5,\n' | tellira db import $table - 2>/dev/null
 done
 tellira db index create SALES BYDATE DATE 2>/dev/null
+tellira db index create SALES BYPRICE PRICE 2>/dev/null
 cd "$work"
 
 # The examples of one help text, one after the other in a directory of their own; then those of the verbs below.
