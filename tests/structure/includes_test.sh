@@ -16,7 +16,7 @@ src/adapters   adapters/|runtime/|builtins/
 src/generated  generated/|runtime/|builtins/|adapters/
 src/bridge     bridge/|runtime/|log/|builtins/|adapters/|generated/|screen/
 src/vorne.h    runtime/|log/|builtins/|storage/|adapters/|generated/|screen/|bridge/
-tools          generated/|adapters/native\.h[">]|storage/(disk_layout|tables)\.h[">]|storage/(repair/directory_check|reading/table_reader|tables/areas)\.h[">]|storage/format/(description|keys|record_bytes)\.h[">]|runtime/process\.h[">]
+tools          generated/|adapters/native\.h[">]|storage/(disk_layout|tables)\.h[">]|storage/(repair/directory_check|reading/(dictionary|table_reader)|tables/(areas|bulk_load))\.h[">]|storage/format/(description|keys|record_bytes)\.h[">]|runtime/process\.h[">]
 devices        generated/|adapters/native\.h[">]
 '
 floors=$(cd src && printf '%s|' */)none/

@@ -44,7 +44,11 @@ bool IsNamed(UInt32 place, const std::string& folded) {
 // entries: what is found is looked at again before it is believed, and read anew when it is not so.
 class Names {
  public:
-  void forget() { end_ = 0; }
+  void forget() {
+    end_ = 0;
+    ++generation_;
+  }
+  UInt32 generation() const { return generation_; }
 
   UInt32 find(const std::string& folded) {
     refresh();
@@ -95,7 +99,7 @@ class Names {
 
   std::unordered_map<std::string, UInt32> places_;
   std::set<UInt32> free_;
-  UInt32 end_ = 0;
+  UInt32 end_ = 0, generation_ = 0;
 };
 Names names;
 
@@ -138,6 +142,10 @@ bool ReadWhole(const std::string& path, char* bytes, std::size_t size) {
 }
 
 }  // namespace
+
+UInt32 CatalogGeneration() {
+  return names.generation();
+}
 
 UInt32 EntryOf(std::string_view name) {
   return names.find(FoldedName(name));

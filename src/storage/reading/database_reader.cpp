@@ -91,11 +91,11 @@ std::string NameOf(const DatabaseHdrType& entry) {
   return {entry.name, ::strnlen(entry.name, kLongestName)};
 }
 
-std::vector<DatabaseHdrType> ReadCatalogue(ReadFile& catalogue) {
+std::vector<DatabaseHdrType> ReadCatalog(ReadFile& catalog) {
   std::vector<DatabaseHdrType> entries;
-  const std::uint64_t end = catalogue.used();
+  const std::uint64_t end = catalog.used();
   for (std::uint64_t place = kHeaderSize; end - place >= kCatalogEntrySize; place += kCatalogEntrySize) {
-    const auto entry = catalogue.get<DatabaseHdrType>(place);
+    const auto entry = catalog.get<DatabaseHdrType>(place);
     const std::string name = NameOf(entry);
     const bool isUsed = Load<std::uint32_t>(entry.name) != 0 && name != "." && name != "..";
     if (isUsed && name.find('/') == std::string::npos && !IsReservedName(name)) entries.push_back(entry);

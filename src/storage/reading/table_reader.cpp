@@ -39,11 +39,11 @@ struct IndexFile {
 }  // namespace
 
 struct TableReader::State {
-  explicit State(const std::string& directory) : path(directory + "/DB/"), watch(directory + "/DB") {}
+  /// @param path ends with "/DB/"
+  explicit State(const std::string& place) : path(place), watch(place.substr(0, place.size() - 1)) {}
 
-  void open(std::string_view wanted);
-  void attachIndexes(const std::vector<DatabaseHdrType>& entries);
-  void addIndex(const DatabaseHdrType& entry);
+  void open(const Dictionary& dictionary, std::string_view wanted);
+  void addIndex(const std::string& index, const IndexDescription& description);
   void checkDescription();
   void renew();
   bool fits(IndexFile& index);
@@ -66,53 +66,33 @@ struct TableReader::State {
 
 // ------------------------------------------------------------------------------------------------------- opening
 
-void TableReader::State::open(std::string_view wanted) {
-  ReadFile file(path + kCatalogName);
-  const std::vector<DatabaseHdrType> entries = ReadCatalogue(file);
-  const auto find = [&](std::string_view sought, std::uint32_t type) {
-    return std::find_if(entries.begin(), entries.end(), [&](const DatabaseHdrType& entry) {
-      return entry.type == type && FoldedName(NameOf(entry)) == FoldedName(std::string(sought));
-    });
-  };
-  const auto found = find(wanted, kTypeData);
-  if (found == entries.end())
+void TableReader::State::open(const Dictionary& dictionary, std::string_view wanted) {
+  const StoredDatabase* found = dictionary.find(wanted, kTypeData);
+  if (found == nullptr)
     throw ReadFailure(ReadFailure::kMissing,
                       "there is no table \"" + std::string(wanted) + "\" in " + path + "; `tellira db list` shows all");
-  name = NameOf(*found);
+  name = found->name;
   table.clear();
   table.emplace_back(path + name, kVariableDatabase);
   checkDescription();
-  const auto memos = find(name + kMemoSuffix, kTypeMemo);
   memo.clear();
-  if (memos != entries.end()) memo.emplace_back(path + NameOf(*memos), kVariableDatabase);
-  attachIndexes(entries);
-}
-
-// An index that cannot be read is none: the table can do without.
-void TableReader::State::attachIndexes(const std::vector<DatabaseHdrType>& entries) {
+  if (const StoredDatabase* texts = dictionary.find(name + kMemoSuffix, kTypeMemo))
+    memo.emplace_back(path + texts->name, kVariableDatabase);
   indexes.clear();
   indexFiles.clear();
-  for (const DatabaseHdrType& entry : entries) {
-    if (entry.type != kTypeIndex) continue;
-    try {
-      addIndex(entry);
-    } catch (const ReadFailure&) {
-      continue;
-    }
-  }
+  // One that cannot be read belongs to no table: this one can do without.
+  for (const StoredDatabase* index : dictionary.indexesOf(name)) addIndex(index->name, *index->index);
 }
 
-void TableReader::State::addIndex(const DatabaseHdrType& entry) {
-  DatabaseReader database(path + NameOf(entry), kIndexDatabase);
-  const std::optional<IndexDescription> description = ParseIndexBlock(database.info());
-  if (!description || FoldedName(description->table) != FoldedName(name)) return;
-  if (KeyRoom(described, description->keyFields) != description->keyLength) return;
-  TableIndex index{description->name, {}};
-  for (const IDX_Indexes& part : description->keyFields) index.fields.push_back(part.KeyField - 1);
-  if (std::any_of(index.fields.begin(), index.fields.end(), [&](std::uint32_t f) { return f >= fields.size(); }))
+void TableReader::State::addIndex(const std::string& index, const IndexDescription& description) {
+  if (KeyRoom(described, description.keyFields) != description.keyLength) return;
+  TableIndex added{index, {}};
+  for (const IDX_Indexes& part : description.keyFields) added.fields.push_back(part.KeyField - 1);
+  if (std::any_of(added.fields.begin(), added.fields.end(), [&](std::uint32_t f) { return f >= fields.size(); }))
     return;
-  indexes.push_back(std::move(index));
-  indexFiles.push_back({std::move(database), description->keyFields, static_cast<std::size_t>(description->keyLength)});
+  indexes.push_back(std::move(added));
+  indexFiles.push_back({DatabaseReader(path + index, kIndexDatabase), description.keyFields,
+                        static_cast<std::size_t>(description.keyLength)});
 }
 
 void TableReader::State::checkDescription() {
@@ -203,7 +183,9 @@ std::uint32_t TableReader::count() {
 bool TableReader::State::fits(IndexFile& index) {
   try {
     const std::optional<IndexDescription> now = ParseIndexBlock(index.database.info());
-    if (!now || now->entriesWait || static_cast<std::size_t>(now->keyLength) != index.keyLength) return false;
+    // Its name may have been given to another table's index.
+    if (!now || FoldedName(now->table) != FoldedName(name)) return false;
+    if (now->entriesWait || static_cast<std::size_t>(now->keyLength) != index.keyLength) return false;
     const auto isSamePart = [](IDX_Indexes a, IDX_Indexes b) { return a.KeyField == b.KeyField; };
     if (!std::equal(now->keyFields.begin(), now->keyFields.end(), index.key.begin(), index.key.end(), isSamePart))
       return false;
@@ -293,13 +275,23 @@ KeyList TableReader::find(std::size_t number, const KeyRanges& ranges, std::opti
 
 // ----------------------------------------------------------------------------------------------------- the reader
 
-TableReader::TableReader(const std::string& directory, std::string_view name)
-    : state_(std::make_unique<State>(directory)) {
-  state_->watch.consistently(kPause, [&](bool, int) {
-    state_->described.clear();
-    state_->open(name);
-  });
+TableReader::TableReader(Dictionary& dictionary, std::string_view name)
+    : state_(std::make_unique<State>(dictionary.path())) {
+  try {
+    state_->watch.consistently(kPause, [&](bool, int attempt) {
+      if (attempt > 0) dictionary.forget();
+      dictionary.renew(Dictionary::Heads::kOfIndexes);
+      state_->described.clear();
+      state_->open(dictionary, name);
+    });
+  } catch (const ReadFailure&) {
+    dictionary.forget();
+    throw;
+  }
 }
+
+TableReader::TableReader(const std::string& directory, std::string_view name)
+    : TableReader(*std::make_unique<Dictionary>(directory), name) {}
 
 TableReader::~TableReader() = default;
 
@@ -327,8 +319,8 @@ std::vector<std::string> TableNames(const std::string& directory) {
   std::vector<std::string> names;
   watch.consistently(kPause, [&](bool, int) {
     names.clear();
-    ReadFile catalogue(directory + "/DB/" + kCatalogName);
-    for (const DatabaseHdrType& entry : ReadCatalogue(catalogue))
+    ReadFile catalog(directory + "/DB/" + kCatalogName);
+    for (const DatabaseHdrType& entry : ReadCatalog(catalog))
       if (entry.type == kTypeData) names.push_back(NameOf(entry));
   });
   return names;

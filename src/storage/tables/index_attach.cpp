@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <unordered_map>
+#include <utility>
 
 #include "runtime/latin1.h"
 #include "runtime/memory.h"
@@ -33,15 +35,38 @@ std::string ownerOf(const std::string& index) {
   return FoldedName({name, ::strnlen(name, kNameRoom)});
 }
 
+// The tables that the catalogue's indexes belong to, by the place of the index's entry, so that a head is read once and
+// not for every table that is opened. It holds as long as the entry is the same. A head that names nothing yet is not
+// remembered.
+class Owners {
+ public:
+  bool isOf(UInt32 place, const DatabaseHdrType& entry, const std::string& table) {
+    if (std::exchange(generation_, CatalogGeneration()) != CatalogGeneration()) known_.clear();
+    Known& known = known_[place];
+    if (known.owner.empty() || std::memcmp(&known.entry, &entry, sizeof entry) != 0)
+      known = {entry, ownerOf(std::string(EntryName(place)))};
+    return known.owner == table;
+  }
+
+ private:
+  struct Known {
+    DatabaseHdrType entry = {};
+    std::string owner;  // in capital letters
+  };
+  std::unordered_map<UInt32, Known> known_;
+  UInt32 generation_ = 0;
+};
+Owners owners;
+
 std::vector<std::string> indexesOf(const char* table) {
   std::vector<std::string> names;
   const std::string owner = FoldedName(table);
   if (OpenCatalog() != errNone) return names;
   const auto end = static_cast<UInt32>(std::min(rwCatalog->szmap, rwCatalog->szallocated));
   for (UInt32 place = kHeaderSize; place + kCatalogEntrySize <= end; place += kCatalogEntrySize) {
-    if (EntryAt(place).type != kTypeIndex) continue;
-    std::string name(EntryName(place));
-    if (!name.empty() && ownerOf(name) == owner) names.push_back(std::move(name));
+    const DatabaseHdrType entry = EntryAt(place);
+    if (entry.type == kTypeIndex && !EntryName(place).empty() && owners.isOf(place, entry, owner))
+      names.emplace_back(EntryName(place));
   }
   return names;
 }

@@ -14,7 +14,6 @@
 #include <vector>
 
 #include "db/db.h"
-#include "db/dictionary.h"
 #include "edge/console.h"
 #include "runtime/process.h"
 #include "text/text.h"
@@ -132,9 +131,9 @@ void TableSession::close() {
   if (!words.empty()) note(words);
 }
 
-int TableSession::open(std::string_view name) {
-  const Dictionary dictionary(directory_);
-  const std::string table = dictionary.table(name).name;
+int TableSession::open(const std::string& table) {
+  if (DmFindDatabase(0, table.c_str()) == 0)
+    throw Failure(kNo, "the table " + shown(table) + " is gone.\n  next: `tellira db list` shows all of them.");
   __DBUSEAREA(__INIT_BOOL(1), nullptr, __INIT_CHARPTR(table.c_str()));
   return __GetAliasID(nullptr);
 }

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 
 #include "storage/tables.h"
 #include "storage/tables/areas.h"
@@ -22,9 +21,9 @@ class TableSession {
   TableSession(const TableSession&) = delete;
   TableSession& operator=(const TableSession&) = delete;
 
-  /// Opens a table; the number of its area, which becomes the current one.
-  /// @throws Failure (kNo) when there is none
-  int open(std::string_view name);
+  /// Opens a table by its name as the files have it; the number of its area, which becomes the current one.
+  /// @throws Failure (kNo) when there is none any more
+  int open(const std::string& table);
   /// Writes and closes everything. The verb is done only when this has returned.
   void close();
 

@@ -138,7 +138,7 @@ struct CreateOptions {
 };
 
 /// A database that the new table's files would take the place of, or have a name of; null for none.
-const vorne::DatabaseReport* inTheWay(const Dictionary& dictionary, const std::string& table) {
+const vorne::StoredDatabase* inTheWay(const Dictionary& dictionary, const std::string& table) {
   for (const char* suffix : {"", vorne::kMemoSuffix, vorne::kOffsetsSuffix, "_M_OS"})
     if (const auto* found = dictionary.database(table + suffix)) return found;
   return nullptr;

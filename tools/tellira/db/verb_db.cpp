@@ -1,6 +1,7 @@
 // `tellira db`: the databases of a working directory.
 #include <array>
 #include <cstdio>
+#include <filesystem>
 
 #include "db/db.h"
 #include "edge/console.h"
@@ -28,7 +29,7 @@ runtime could not go on.)";
 std::string DbOptions::checkedDirectory() const {
   std::string path = absolute(directory);
   if (path.size() > 1 && path.ends_with('/')) path.pop_back();
-  if (vorne::ListDirectory(path).exists) return path;
+  if (std::filesystem::is_directory(path + "/DB")) return path;
   throw Failure(kUsage, path + " has no subdirectory DB with databases.\n  next: name the directory that the program " +
                             "works in, as in `tellira db --dir /srv/pos list`.");
 }

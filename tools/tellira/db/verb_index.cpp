@@ -81,7 +81,7 @@ int runCreate(const DbOptions& group, const IndexOptions& options) {
   const Dictionary dictionary(directory);
   if (const auto* taken = dictionary.database(name))
     refuse("there is a database \"" + shown(taken->name) + "\" already", "take another name");
-  const int area = session.open(shown(table.name));
+  const int area = session.open(table.name);
   if (__TrataCriaIndice(area, name.c_str(), fields.data(), static_cast<int>(fields.size())) != 1)
     refuse("the index " + name + " could not be made", "look whether a file of that name is in " + directory + "/DB");
   const Obj_Node* records = __TBL_RecCount();
@@ -96,7 +96,7 @@ int runDrop(const DbOptions& group, const IndexOptions& options) {
   const Dictionary::Table table = Dictionary(directory).table(options.table);
   const std::string name = table.index(options.index).name;
   TableSession session(directory);
-  session.open(shown(table.name));
+  session.open(table.name);
   const Obj_Node* gone = __DBDROPINDEX(__INIT_CHARPTR(name.c_str()));
   if (gone->objData.mbool == 0)
     refuse("the index " + shown(name) + " could not be removed", "look at the rights of " + directory + "/DB");
@@ -109,7 +109,7 @@ int runReindex(const DbOptions& group, const IndexOptions& options) {
   const std::string directory = group.checkedDirectory();
   const Dictionary::Table table = Dictionary(directory).table(options.table);
   TableSession session(directory);
-  session.open(shown(table.name));
+  session.open(table.name);
   __Reindex();
   session.close();
   note("made " + counted(table.indexes.size(), "index", "indexes") + " of " + shown(table.name) + " anew.");

@@ -39,7 +39,7 @@ int runMark(const DbOptions& group, const RecordsOptions& options, bool deletes)
   const std::string directory = group.checkedDirectory();
   const Dictionary::Table table = Dictionary(directory).table(options.table);
   TableSession session(directory);
-  const VORNE_RDD& area = *vorne::AreaAt(session.open(shown(table.name)));
+  const VORNE_RDD& area = *vorne::AreaAt(session.open(table.name));
   const int count = vorne::RecordCount(area);
   const std::string name = "record " + std::to_string(options.record) + " of " + shown(table.name);
   if (options.record < 1 || options.record > static_cast<std::uint32_t>(count))
@@ -70,7 +70,7 @@ int runRemoval(const DbOptions& group, const RecordsOptions& options, bool all) 
     return kNo;
   }
   TableSession session(directory);
-  const VORNE_RDD& area = *vorne::AreaAt(session.open(shown(table.name)));
+  const VORNE_RDD& area = *vorne::AreaAt(session.open(table.name));
   const int before = vorne::RecordCount(area);
   if (all)
     __dbZap();
