@@ -9,6 +9,8 @@
 #include <type_traits>
 #include <vector>
 
+#include "common/codes.h"
+#include "common/files.h"
 #include "common/text.h"
 
 namespace device {
@@ -127,5 +129,16 @@ class StateReader {
   std::map<std::string, std::string, std::less<>> lines_;
   bool sound_ = true;
 };
+
+/// Reads a state from the file at `path`, of at most `limit` bytes; without a file it stays as it is. `content` gets
+/// what was read. Returns 0, kFileError or kDamagedState.
+template <class State>
+int loadState(const std::string& path, std::string_view format, std::size_t limit, State& state, std::string& content) {
+  const ReadResult result = readWhole(path, limit, content);
+  if (result != ReadResult::kOk) return result == ReadResult::kAbsent ? 0 : kFileError;
+  StateReader reader(format, content);
+  state.fields(reader);
+  return reader.sound() && state.consistent() ? 0 : kDamagedState;
+}
 
 }  // namespace device

@@ -1,6 +1,7 @@
 // Bar codes on receipts and reports, drawn as text; check digits are real.
 #include <algorithm>
 
+#include "printer/commands.h"
 #include "printer/printer.h"
 
 namespace printer {

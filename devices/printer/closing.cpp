@@ -1,6 +1,8 @@
 // Coupons from the subtotal on: totals, payments, closing, cancelling.
 #include <algorithm>
 
+#include "printer/commands.h"
+#include "printer/documents.h"
 #include "printer/sale.h"
 
 namespace printer {
@@ -58,7 +60,7 @@ int payByIndex(Printer& printer, const Arguments& arguments, const std::string& 
 int printAdditional(Printer& printer) {
   const Document& last = printer.state.last;
   if (last.kind != kCoupon || last.cancelled) return kNothing;
-  if (const int result = printer.idle(); result != kOk) return result;
+  if (const int result = idle(printer); result != kOk) return result;
   printer.tape.centred("CUPOM ADICIONAL");
   printer.tape.pair("COO:" + digits(last.number, 6), "TOTAL " + printer.state.currency + " " + money(last.total()));
   printer.tape.cut();
@@ -95,7 +97,7 @@ int cancelClosed(Printer& printer) {
   const bool possible = state.last.kind == kCoupon && !state.last.cancelled && state.lastKind == kCoupon &&
                         state.last.number == state.counters.coupon && state.day.open;
   if (!possible) return kNothing;
-  if (const int result = printer.needDay(); result != kOk) return result;
+  if (const int result = needDay(printer); result != kOk) return result;
   ++state.counters.coupon;
   printer.head();
   printer.tape.centred("CANCELAMENTO DE CUPOM FISCAL");

@@ -1,5 +1,6 @@
 // Readings of counters, of the memories' room and of the last Z reduction.
 #include "common/calendar.h"
+#include "printer/commands.h"
 #include "printer/readings.h"
 
 namespace printer {

@@ -1,4 +1,6 @@
 // Coupons up to the subtotal: opening, items, cancelled items, discounts on items.
+#include "printer/commands.h"
+#include "printer/documents.h"
 #include "printer/sale.h"
 
 namespace printer {
@@ -8,7 +10,7 @@ using namespace device;
 namespace {
 
 int openCoupon(Printer& printer) {
-  if (const int result = printer.begin(Kind::kCoupon, "CUPOM FISCAL"); result != kOk) return result;
+  if (const int result = beginDocument(printer, Kind::kCoupon, "CUPOM FISCAL"); result != kOk) return result;
   Document& document = printer.state.open;
   document = Document{};
   document.kind = Kind::kCoupon;

@@ -2,6 +2,8 @@
 #include <algorithm>
 
 #include "common/calendar.h"
+#include "printer/commands.h"
+#include "printer/documents.h"
 #include "printer/printer.h"
 
 namespace printer {
@@ -123,7 +125,7 @@ int readCheque(Printer& printer, Arguments& arguments) {
 }
 
 int printLayouts(Printer& printer, Arguments&) {
-  if (const int result = printer.begin(Kind::kReading, "LEIAUTES DE CHEQUES"); result != kOk) return result;
+  if (const int result = beginDocument(printer, Kind::kReading, "LEIAUTES DE CHEQUES"); result != kOk) return result;
   for (const std::string& row : printer.state.chequeLayouts) {
     printer.tape.pair("BANCO " + row.substr(0, 3), row.size() > 3 ? row.substr(3) : "PADRAO");
   }

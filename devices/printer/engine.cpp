@@ -6,7 +6,7 @@
 #include "common/codes.h"
 #include "common/files.h"
 #include "common/record.h"
-#include "printer/printer.h"
+#include "printer/commands.h"
 
 namespace printer {
 
@@ -21,21 +21,6 @@ std::string written(State& state) {
   StateWriter writer;
   state.fields(writer);
   return writer.finish(kFormat);
-}
-
-/// kOk with the stored state, or with a new printer's when there is no file.
-int load(const std::string& path, State& state, std::string& content) {
-  switch (readWhole(path, kLargestState, content)) {
-    case ReadResult::kAbsent:
-      return kOk;
-    case ReadResult::kError:
-      return kFileError;
-    case ReadResult::kOk:
-      break;
-  }
-  StateReader reader(kFormat, content);
-  state.fields(reader);
-  return reader.sound() && state.consistent() ? kOk : kDamagedState;
 }
 
 /// Paper first, then the state: a printer that cannot print has not sold anything. When the state cannot be stored
@@ -68,7 +53,9 @@ int run(std::string_view prefix, std::string_view function, Arguments& arguments
 
   State state = State::fresh();
   std::string stored;
-  if (const int result = load(files + "state.txt", state, stored); result != kOk) return result;
+  if (const int result = loadState(files + "state.txt", kFormat, kLargestState, state, stored); result != 0) {
+    return result;
+  }
   const std::string before = written(state);
   State after = state;
   Tape tape;

@@ -2,6 +2,8 @@
 #include "common/files.h"
 
 #include "common/calendar.h"
+#include "printer/commands.h"
+#include "printer/documents.h"
 #include "printer/memory.h"
 #include "printer/readings.h"
 
@@ -69,7 +71,7 @@ int writeSintegra(Printer& printer, Arguments& arguments) {
 }
 
 int writeX(Printer& printer, Arguments&) {
-  if (const int result = printer.idle(); result != kOk) return result;
+  if (const int result = idle(printer); result != kOk) return result;
   Tape paper;
   paper.centred("LEITURA X");
   printDay(paper, printer.state);

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "common/calendar.h"
+#include "printer/commands.h"
 #include "printer/readings.h"
 
 namespace printer {

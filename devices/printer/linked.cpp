@@ -4,6 +4,8 @@
 #include <algorithm>
 
 #include "common/files.h"
+#include "printer/commands.h"
+#include "printer/documents.h"
 #include "printer/sale.h"
 
 namespace printer {
@@ -16,7 +18,7 @@ constexpr std::size_t kMostLines = 400;
 
 int openLinked(Printer& printer, const std::string& form, const std::string& amount, const std::string& coupon) {
   State& state = printer.state;
-  if (const int result = printer.idle(); result != kOk) return result;
+  if (const int result = idle(printer); result != kOk) return result;
   const auto index = findNamed(state.forms, form);
   if (!index || !state.forms[static_cast<std::size_t>(*index)].linkable) return kNotProgrammed;
   auto& payments = state.last.payments;
@@ -29,7 +31,8 @@ int openLinked(Printer& printer, const std::string& form, const std::string& amo
   if (*wanted != payment->amount) return kAmount;
   if (*number != state.last.number) return kNothing;
   const std::int64_t before = state.last.number;
-  if (const int result = printer.begin(Kind::kLinked, "COMPROVANTE CREDITO OU DEBITO"); result != kOk) return result;
+  if (const int result = beginDocument(printer, Kind::kLinked, "COMPROVANTE CREDITO OU DEBITO"); result != kOk)
+    return result;
   ++state.counters.linked;
   payment->linked = true;
   state.open = Document{};
@@ -87,7 +90,8 @@ int closeLinked(Printer& printer, Arguments&) {
 int printAgain(Printer& printer, const char* title) {
   State& state = printer.state;
   if (state.linked.number == 0 || state.lastKind != Kind::kLinked) return kNothing;
-  if (const int result = printer.begin(Kind::kLinked, "COMPROVANTE CREDITO OU DEBITO"); result != kOk) return result;
+  if (const int result = beginDocument(printer, Kind::kLinked, "COMPROVANTE CREDITO OU DEBITO"); result != kOk)
+    return result;
   printer.tape.centred(title);
   printer.tape.pair("COO DO DOCUMENTO DE COMPRA:", digits(state.linked.coupon, 6));
   for (const std::string& line : state.linkedLines) printer.tape.line(line);
@@ -106,7 +110,8 @@ constexpr const char* kReprint = "REIMPRESSAO";
 int reverse(Printer& printer, Arguments& arguments) {
   State& state = printer.state;
   if (state.linked.number == 0 || state.linked.reversed) return kNothing;
-  if (const int result = printer.begin(Kind::kLinked, "ESTORNO DE COMPROVANTE CREDITO OU DEBITO"); result != kOk) {
+  if (const int result = beginDocument(printer, Kind::kLinked, "ESTORNO DE COMPROVANTE CREDITO OU DEBITO");
+      result != kOk) {
     return result;
   }
   if (!arguments.trimmed(0).empty()) printer.tape.line("CPF/CNPJ CONSUMIDOR: " + arguments.trimmed(0));
@@ -144,7 +149,7 @@ int printAnswerFile(Printer& printer, Arguments& arguments, const std::string& a
     if (result == kOk) result = printText(printer, content);
     return result == kOk ? closeLinked(printer, arguments) : result;
   }
-  if (const int result = printer.begin(Kind::kReport, "RELATORIO GERENCIAL"); result != kOk) return result;
+  if (const int result = beginDocument(printer, Kind::kReport, "RELATORIO GERENCIAL"); result != kOk) return result;
   ++printer.state.counters.reports;
   printer.tape.text(content);
   printer.finish(Kind::kReport, 0, false);
@@ -171,6 +176,14 @@ int closeEither(Printer& printer, Arguments& arguments) {
   return kOk;
 }
 
+int anyNonFiscalText(Printer& printer, Arguments& arguments) {
+  const Kind kind = printer.state.open.kind;
+  if (kind == Kind::kLinked) return useText(printer, arguments);
+  if (kind != Kind::kReport && kind != Kind::kReceipt) return kNoDocument;
+  printer.tape.text(arguments.text(0));
+  return kOk;
+}
+
 constexpr Command kCommands[] = {
     {"ECF_IniciaModoTEF", cardMode<true>},
     {"ECF_FinalizaModoTEF", cardMode<false>},
@@ -179,6 +192,7 @@ constexpr Command kCommands[] = {
     {"ECF_AbreComprovanteNaoFiscalVinculadoMFD", openForCustomer},
     {"ECF_UsaComprovanteNaoFiscalVinculado", useText},
     {"ECF_UsaComprovanteNaoFiscalVinculadoTEF", useText},
+    {"ECF_EnviarTextoCNF", anyNonFiscalText},
     {"ECF_FechaComprovanteNaoFiscalVinculado", closeLinked},
     {"ECF_SegundaViaNaoFiscalVinculadoMFD", again<kSecondCopy>},
     {"ECF_SegundaViaCNFV", again<kSecondCopy>},

@@ -20,9 +20,6 @@ MemoryRange reductionsByNumber(Printer& printer, const std::string& first, const
 /// One line a reduction and the sums; with every total when `complete`.
 std::string memoryText(const MemoryRange& range, bool complete);
 
-/// The day's counters and totals, as X readings and Z reductions show them.
-void printDay(Tape& tape, const State& state);
-
 /// What is left of the day's gross after cancellations, discounts and surcharges.
 Cents netOfDay(const Day& day);
 

@@ -3,6 +3,7 @@
 #include <array>
 
 #include "common/files.h"
+#include "printer/commands.h"
 #include "printer/printer.h"
 
 namespace printer {

@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 
@@ -57,12 +56,6 @@ struct Printer {
   std::string setting(std::string_view name) const;
   void set(std::string_view name, std::string_view value);
 
-  /// kOk when no document is open. An open coupon is finished first when that is switched on.
-  int idle();
-  /// Opens the day when needed; kDayClosed or kReductionPending when it cannot be.
-  int needDay();
-  /// Starts a document: checks idle and day, takes the next number, prints the head and `title`.
-  int begin(Kind kind, std::string_view title);
   /// Ends a printed document: registers it and cuts the paper.
   void finish(Kind kind, Cents total, bool cancelled, const std::string& customer = {});
   /// Shop, tax numbers, date and counters.
@@ -78,26 +71,7 @@ struct Command {
   bool withoutPort = false;  ///< answers while the serial port is closed
 };
 
-/// The row of `function`, or null.
-const Command* findCommand(std::string_view function);
-
 /// Index in a table by its name (case does not matter) or its number counted from 1; nothing when it is neither.
 std::optional<int> findNamed(const std::vector<Named>& table, std::string_view nameOrIndex);
-
-// The subjects, each in its own file.
-std::span<const Command> portCommands();
-std::span<const Command> programmingCommands();
-std::span<const Command> couponCommands();
-std::span<const Command> closingCommands();
-std::span<const Command> linkedCommands();
-std::span<const Command> receiptCommands();
-std::span<const Command> dayCommands();
-std::span<const Command> deskCommands();
-std::span<const Command> identityCommands();
-std::span<const Command> totalsCommands();
-std::span<const Command> counterCommands();
-std::span<const Command> statusCommands();
-std::span<const Command> fileCommands();
-std::span<const Command> barcodeCommands();
 
 }  // namespace printer

@@ -2,6 +2,8 @@
 #include <algorithm>
 
 #include "common/calendar.h"
+#include "printer/commands.h"
+#include "printer/documents.h"
 #include "printer/printer.h"
 
 namespace printer {
@@ -215,7 +217,7 @@ int rounding(Printer& printer, Arguments&) {
 
 int printConfiguration(Printer& printer, Arguments&) {
   const State& state = printer.state;
-  if (const int result = printer.begin(Kind::kReading, "CONFIGURACAO DO ECF"); result != kOk) return result;
+  if (const int result = beginDocument(printer, Kind::kReading, "CONFIGURACAO DO ECF"); result != kOk) return result;
   printer.tape.pair("FIRMWARE", kFirmware);
   printer.tape.pair("PORTA", state.port + " " + state.speed);
   printer.tape.pair("CALCULO", state.round ? "ARREDONDAMENTO" : "TRUNCAMENTO");

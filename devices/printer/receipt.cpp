@@ -1,4 +1,6 @@
 // Non-fiscal receipts, cash movements and management reports.
+#include "printer/commands.h"
+#include "printer/documents.h"
 #include "printer/sale.h"
 
 namespace printer {
@@ -12,7 +14,7 @@ constexpr int kWithdrawal = 0;  ///< the first two totalisers belong to the prin
 constexpr int kSupply = 1;
 
 int openReceipt(Printer& printer, Arguments& arguments) {
-  if (const int result = printer.begin(kReceipt, "COMPROVANTE NAO FISCAL"); result != kOk) return result;
+  if (const int result = beginDocument(printer, kReceipt, "COMPROVANTE NAO FISCAL"); result != kOk) return result;
   Document& document = printer.state.open;
   document = Document{};
   document.kind = kReceipt;
@@ -48,7 +50,7 @@ int openWithFirst(Printer& printer, Arguments& arguments) {
 
 /// A whole receipt in one call, paid exactly.
 int receiveInOne(Printer& printer, Arguments& arguments) {
-  int result = printer.begin(kReceipt, "COMPROVANTE NAO FISCAL");
+  int result = beginDocument(printer, kReceipt, "COMPROVANTE NAO FISCAL");
   if (result != kOk) return result;
   printer.state.open = Document{};
   printer.state.open.kind = kReceipt;
@@ -93,7 +95,7 @@ int moveCash(Printer& printer, int totaliser, const char* title, const std::stri
   const auto index = findNamed(printer.state.forms, form.empty() ? "1" : form);
   if (!index) return kNotProgrammed;
   if (totaliser == kWithdrawal && *value > cashInDrawer(printer.state)) return kAmount;
-  if (const int result = printer.begin(Kind::kCash, title); result != kOk) return result;
+  if (const int result = beginDocument(printer, Kind::kCash, title); result != kOk) return result;
   Named& place = printer.state.totalisers[static_cast<std::size_t>(totaliser)];
   place.total += *value;
   ++place.count;
@@ -105,12 +107,12 @@ int moveCash(Printer& printer, int totaliser, const char* title, const std::stri
 
 int openDay(Printer& printer, Arguments& arguments) {
   if (printer.state.day.open && printer.state.day.opened.starts_with(printer.today())) return kDayHasSales;
-  if (const int result = printer.idle(); result != kOk) return result;
-  if (const int result = printer.needDay(); result != kOk) return result;
+  if (const int result = idle(printer); result != kOk) return result;
+  if (const int result = needDay(printer); result != kOk) return result;
   const std::string amount = arguments.trimmed(0);
   const auto value = parseMoney(amount.empty() ? "0" : amount);
   if (!value) return kBadArgument;
-  if (const int result = printer.begin(Kind::kReport, "ABERTURA DO DIA"); result != kOk) return result;
+  if (const int result = beginDocument(printer, Kind::kReport, "ABERTURA DO DIA"); result != kOk) return result;
   printer.tape.pair("GRANDE TOTAL", money(printer.state.grandTotal));
   printer.finish(Kind::kReport, 0, false);
   return *value == 0 ? kOk : moveCash(printer, kSupply, "SUPRIMENTO", amount, arguments.trimmed(1));
@@ -120,7 +122,7 @@ int openReport(Printer& printer, const std::string& which) {
   const auto index = findNamed(printer.state.reports, which.empty() ? "1" : which);
   if (!index) return kNotProgrammed;
   Named& report = printer.state.reports[static_cast<std::size_t>(*index)];
-  if (const int result = printer.begin(Kind::kReport, "RELATORIO GERENCIAL"); result != kOk) return result;
+  if (const int result = beginDocument(printer, Kind::kReport, "RELATORIO GERENCIAL"); result != kOk) return result;
   ++printer.state.counters.reports;
   ++report.count;
   printer.state.openReport = *index;
@@ -142,19 +144,18 @@ int reportText(Printer& printer, const std::string& text, bool opens) {
   return kOk;
 }
 
-int anyNonFiscalText(Printer& printer, Arguments& arguments) {
-  const Kind kind = printer.state.open.kind;
-  if (kind == Kind::kLinked) return findCommand("ECF_UsaComprovanteNaoFiscalVinculado")->handler(printer, arguments);
-  if (kind != Kind::kReport && kind != kReceipt) return kNoDocument;
-  printer.tape.text(arguments.text(0));
-  return kOk;
-}
-
 int closeReport(Printer& printer, Arguments&) {
   if (printer.state.open.kind != Kind::kReport) return kNoDocument;
   printer.finish(Kind::kReport, 0, false);
   printer.state.open = Document{};
   return kOk;
+}
+
+/// Ends whatever reading or report is still on the paper.
+int endReport(Printer& printer, Arguments& arguments) {
+  if (printer.state.open.kind == Kind::kReport) return closeReport(printer, arguments);
+  const bool closed = printer.state.lastKind == Kind::kReading || printer.state.lastKind == Kind::kReduction;
+  return closed ? kOk : kNothing;  // readings end themselves
 }
 
 constexpr Command kCommands[] = {
@@ -186,8 +187,8 @@ constexpr Command kCommands[] = {
     {"ECF_RelatorioGerencialTEF", [](Printer& p, Arguments& a) { return reportText(p, a.text(0), true); }},
     {"ECF_UsaRelatorioGerencialMFD", [](Printer& p, Arguments& a) { return reportText(p, a.text(0), false); }},
     {"ECF_UsaRelatorioGerencialMFDTEF", [](Printer& p, Arguments& a) { return reportText(p, a.text(0), false); }},
-    {"ECF_EnviarTextoCNF", anyNonFiscalText},
     {"ECF_FechaRelatorioGerencial", closeReport},
+    {"ECF_FechaRelatorioXouZ", endReport},
 };
 
 }  // namespace

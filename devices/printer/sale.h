@@ -48,7 +48,4 @@ void countCoupon(State& state, const Document& coupon, int sign);
 /// Share of each tax place in the coupon's total.
 std::vector<Cents> taxShares(const Document& coupon);
 
-/// Prints the Z reduction and closes the day.
-int reduce(Printer& printer);
-
 }  // namespace printer

@@ -1,6 +1,7 @@
 // Readings of the printer's condition: status words, flags, what the last command came to.
 #include <array>
 
+#include "printer/commands.h"
 #include "printer/readings.h"
 
 namespace printer {

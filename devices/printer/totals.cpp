@@ -1,4 +1,5 @@
 // Readings of money: the open and the last document, the day, payment forms and totalisers.
+#include "printer/commands.h"
 #include "printer/memory.h"
 #include "printer/readings.h"
 #include "printer/sale.h"

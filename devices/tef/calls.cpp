@@ -177,14 +177,6 @@ constexpr Function kFunctions[] = {
 
 }  // namespace
 
-bool readOccasion(Terminal& terminal, Arguments& arguments, std::size_t first) {
-  Dialogue& dialogue = terminal.state.dialogue;
-  dialogue.coupon = arguments.trimmed(first);
-  dialogue.date = arguments.trimmed(first + 1);
-  dialogue.time = arguments.trimmed(first + 2);
-  return dialogue.coupon.size() <= 20 && parseMoment(dialogue.date + dialogue.time).has_value();
-}
-
 const Function* findFunction(std::string_view name) {
   const auto* const found =
       std::find_if(std::begin(kFunctions), std::end(kFunctions), [&](const Function& f) { return f.name == name; });

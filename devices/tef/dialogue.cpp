@@ -1,6 +1,4 @@
 // The dialogue's course: asking, judging answers, going back, cancelling, handing out.
-#include <algorithm>
-
 #include "tef/terminal.h"
 
 namespace tef {
@@ -24,10 +22,6 @@ void emit(Arguments& arguments, const Question& question) {
   arguments.answer(2, question.least);
   arguments.answer(3, question.most);
   arguments.answer(4, question.text);
-}
-
-void undoPending(State& state) {
-  if (Transaction* const transaction = pending(state)) transaction->standing = Standing::kUndone;
 }
 
 int cancel(Terminal& terminal) {
@@ -93,16 +87,6 @@ bool stepBack(Terminal& terminal) {
 
 }  // namespace
 
-int begin(Terminal& terminal, Step step, Mode mode) {
-  State& state = terminal.state;
-  undoPending(state);
-  state.history.clear();
-  state.answers.clear();
-  state.dialogue.step = step;
-  state.dialogue.mode = mode;
-  return kGoesOn;
-}
-
 int continueDialogue(Terminal& terminal, Arguments& arguments) {
   Dialogue& dialogue = terminal.state.dialogue;
   // The size in place 5 is no limit: callers pass the length of the text before they enlarged its buffer.
@@ -116,35 +100,6 @@ int continueDialogue(Terminal& terminal, Arguments& arguments) {
     judge(terminal, arguments.trimmed(4));
   }
   return ask(terminal, arguments);
-}
-
-Step finishWith(Terminal& terminal, std::vector<Answer> answers) {
-  terminal.state.answers = std::move(answers);
-  return Step::kAnswers;
-}
-
-Step refuse(Terminal& terminal, int result, const std::string& message) {
-  terminal.state.dialogue.result = result;
-  return finishWith(terminal, {{kClearBoth, kPlain, ""}, {kWaitKey, kPlain, message}});
-}
-
-std::optional<bool> yes(const std::string& answer) {
-  if (answer != "0" && answer != "1") return std::nullopt;
-  return answer == "0";
-}
-
-Transaction* pending(State& state) {
-  const auto found = std::find_if(state.transactions.begin(), state.transactions.end(),
-                                  [](const Transaction& t) { return t.standing == Standing::kPending; });
-  return found == state.transactions.end() ? nullptr : &*found;
-}
-
-Transaction* findConfirmed(State& state, std::string_view number) {
-  const auto wanted = parseInteger(number, 1, 999'999);
-  const auto found = std::find_if(state.transactions.begin(), state.transactions.end(), [&](const Transaction& t) {
-    return wanted && t.number == *wanted && t.standing == Standing::kConfirmed && t.mode != Mode::kReversal;
-  });
-  return found == state.transactions.end() ? nullptr : &*found;
 }
 
 }  // namespace tef

@@ -17,20 +17,6 @@ namespace {
 constexpr std::string_view kFormat = "terminal tef simulado 1";
 constexpr std::size_t kLargestState = 1 << 20;
 
-int load(const std::string& path, State& state, std::string& content) {
-  switch (readWhole(path, kLargestState, content)) {
-    case ReadResult::kAbsent:
-      return 0;
-    case ReadResult::kError:
-      return kFileError;
-    case ReadResult::kOk:
-      break;
-  }
-  StateReader reader(kFormat, content);
-  state.fields(reader);
-  return reader.sound() && state.consistent() ? 0 : kDamagedState;
-}
-
 }  // namespace
 
 int run(std::string_view function, Arguments& arguments, const std::tm& now) {
@@ -41,7 +27,7 @@ int run(std::string_view function, Arguments& arguments, const std::tm& now) {
   if (!lock.held()) return kFileError;
   State state;
   std::string stored;
-  if (const int result = load(path, state, stored); result != 0) return result;
+  if (const int result = loadState(path, kFormat, kLargestState, state, stored); result != 0) return result;
   if (!called->unconfigured && !state.configured) return kNotConfigured;
   const State before = state;
   Terminal terminal{state, moment(now)};

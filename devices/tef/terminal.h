@@ -91,6 +91,8 @@ Step finishWith(Terminal& terminal, std::vector<Answer> answers);
 /// The payment waiting to be confirmed, or null; a finished one by its number and standing.
 Transaction* pending(State& state);
 Transaction* findConfirmed(State& state, std::string_view number);
+/// Undoes the payment that waits, if one does: nobody will confirm it any more.
+void undoPending(State& state);
 std::string modeName(Mode mode);
 
 /// "0" or "1", nothing otherwise.

@@ -5,6 +5,7 @@
 #include <sys/mount.h>
 
 #include "storage/journal/journal.h"
+#include "storage/journal/recovery.h"
 #include "support/file_images.h"
 #include "support/store_load.h"
 

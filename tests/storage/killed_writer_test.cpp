@@ -1,7 +1,7 @@
 // Kills a process that writes, at any moment, and looks at what a plain opening finds: every record as it was before or
 // after the call that was under way.
 //   killed_writer [--kills 300] [--seed 1]
-#include "storage/journal/journal.h"
+#include "storage/journal/recovery.h"
 #include "support/failing_system.h"
 #include "support/store_load.h"
 

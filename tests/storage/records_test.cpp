@@ -5,6 +5,7 @@
 #include "storage/files/kept_copies.h"
 #include "support/file_images.h"
 #include "support/store.h"
+#include "vorne.h"
 
 using namespace vorne;
 using testing::ElementsAre;

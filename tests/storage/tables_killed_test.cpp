@@ -4,7 +4,7 @@
 //   tables_killed [--kills 300] [--seed 1]
 #include "runtime/values.h"
 #include "storage/format/record_bytes.h"
-#include "storage/journal/journal.h"
+#include "storage/journal/recovery.h"
 #include "storage/tables/areas.h"
 #include "support/failing_system.h"
 #include "support/store_load.h"

@@ -58,6 +58,7 @@ TEST_F(Db, ListsAndDescribes) {
             json::parse(R"([{"name":"SALES","type":"DATA","records":3,"indexes":0,"bytes":30720},
                             {"name":"Café","type":"CONF","records":2,"indexes":0,"bytes":15360}])"));
   EXPECT_THAT(run({"db", "--dir", directory, "list"}).out, HasSubstr("Café   CONF  2        0        15.4 kB\n"));
+  EXPECT_THAT(run({"db", "--dir", "nowhere", "list", "--dir", directory}).out, HasSubstr("Café   CONF  2 "));
   const json schema = json::parse(run({"db", "schema", "sales", "--json"}).out);
   EXPECT_EQ(schema["table"], "SALES");
   EXPECT_EQ(schema["recordBytes"], json::parse(R"({"least":1,"most":5,"all":9})"));

@@ -1,8 +1,4 @@
 // The function that SQLite calls when it loads the extension; its name comes from the file's.
-#include <sqlite3ext.h>
-
-SQLITE_EXTENSION_INIT1
-
 #include "vornetab.h"
 
 extern "C" __attribute__((visibility("default"))) int sqlite3_vornetab_init(sqlite3* connection, char** message,

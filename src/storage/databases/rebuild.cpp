@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <cstring>
 
-#include "storage/databases/databases.h"
 #include "storage/files/diagnostic_log.h"
 #include "storage/files/kept_copies.h"
 #include "storage/format/chain.h"
+#include "storage/format/names.h"
+#include "storage/records/moves.h"
 #include "storage/records/offsets.h"
+#include "storage/records/open_databases.h"
 #include "storage/records/records.h"
 
 namespace vorne {
@@ -95,7 +97,7 @@ void StoreEnd(DmOpenRef db, const Walk& walk) {
 std::int64_t LastRecordEnd(DmOpenRef db) {
   const UInt32 place = GetRecOffSet(db, db->Head.NumberOfRecords - 1);
   if (place > static_cast<UInt32>(db->hFile->szmap))
-    Logar(Message("%s%s offset > hFile->szmap", db->fName, kOffsetsSuffix).c_str());
+    Logar(Message("%s offset > hFile->szmap", OffsetsName(db->fName).c_str()).c_str());
   const FileBytes bytes = AllBytes(*db->hFile);
   const RecordHeader header = HeaderAt(bytes, place);
   const std::uint64_t end = std::uint64_t{place} + RecordSpan(header);
@@ -177,7 +179,7 @@ void RefazerOS(DmOpenRef db) {
   const Walk walk = WalkRepaired(db);
   // What the rebuild is going to leave out can still be had from the copies.
   if (walk.records < db->Head.NumberOfRecords)
-    for (const char* suffix : {"", kOffsetsSuffix}) KeepCopy(wcDir, (std::string(db->fName) + suffix).c_str());
+    for (const std::string& file : {std::string(db->fName), OffsetsName(db->fName)}) KeepCopy(wcDir, file.c_str());
   StoreSlots(db, walk);
   StoreEnd(db, walk);
 }

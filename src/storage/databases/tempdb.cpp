@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "storage/databases/databases.h"
+#include "storage/format/names.h"
 
 namespace vorne {
 

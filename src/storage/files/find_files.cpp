@@ -81,11 +81,3 @@ int FileExists(const char* name) {
   _findclose(search);
   return LowerCase(name).find(LowerCase(entry.d_name)) != std::string::npos;
 }
-
-int FindFileInDefaultDir(const char* name) {
-  if (name == nullptr || OpenCatalog() != errNone) return 0;
-  FindEntry entry;
-  const HANDLE search = _findfirst(GetWideName(name), &entry);
-  _findclose(search);
-  return search != INVALID_HANDLE_VALUE;
-}

@@ -234,6 +234,12 @@ bool EnsureRoom(pmymap map, long n) {
   return ReserveAhead(map, used);
 }
 
+void GrowthFailure(const mymap& map) {
+  StorageFailure(Message("falhou CreateFileMapping do arquivo %s sz=%ld %s", map.cfile,
+                         static_cast<long>(map.szallocated), __MemoryReport())
+                     .c_str());
+}
+
 void WriteHeader(pmymap map, FileHeader header) {
   header.szallocated = static_cast<std::uint32_t>(map->szallocated);
   header.szmap = Load<FileHeader>(map->mapmem).szmap;

@@ -30,6 +30,9 @@ inline FileHeader HeaderOf(const mymap& map) {
 /// file cannot grow; nothing has changed then.
 bool EnsureRoom(pmymap map, long n);
 
+/// Error 5: the file cannot grow.
+[[noreturn]] void GrowthFailure(const mymap& map);
+
 /// Stores the header; the two sizes are always the map's, the used one last, since it makes what was added count. Told
 /// to the system unless records are loaded in a batch.
 void WriteHeader(pmymap map, FileHeader header);

@@ -17,6 +17,11 @@ inline std::uint64_t BytesBehind(FileBytes bytes, std::uint64_t offset) {
   return offset < bytes.size() ? bytes.size() - offset : 0;
 }
 
+/// The end of the application-info block: nothing before it is a record's.
+inline std::uint32_t RecordsBegin(const FileHeader& header) {
+  return kHeaderSize + header.AppInfoLen;
+}
+
 inline bool IsMarked(const RecordHeader& header) {
   return header.marca1 == kMark && header.marca2 == kMark;
 }

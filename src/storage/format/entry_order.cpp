@@ -2,18 +2,15 @@
 
 #include <algorithm>
 
-#include "storage/databases/databases.h"
-#include "storage/records/records.h"
-
 namespace vorne {
 
 namespace {
 
 // The first index from `from` to `to` for which `isBehind` holds; it holds for none or for all that follow.
 template <class IsBehind>
-UInt32 Halve(UInt32 from, UInt32 to, IsBehind isBehind) {
+std::uint32_t Halve(std::uint32_t from, std::uint32_t to, IsBehind isBehind) {
   while (from < to) {
-    const UInt32 middle = from + (to - from) / 2;
+    const std::uint32_t middle = from + (to - from) / 2;
     if (isBehind(middle))
       to = middle;
     else
@@ -24,8 +21,8 @@ UInt32 Halve(UInt32 from, UInt32 to, IsBehind isBehind) {
 
 // The same, by steps that double, from the front or the back.
 template <class IsBehind>
-UInt32 LeapForward(UInt32 from, UInt32 to, IsBehind isBehind) {
-  for (UInt32 step = 1; step <= to - from; step *= 2) {
+std::uint32_t LeapForward(std::uint32_t from, std::uint32_t to, IsBehind isBehind) {
+  for (std::uint32_t step = 1; step <= to - from; step *= 2) {
     if (isBehind(from + step - 1)) return Halve(from, from + step - 1, isBehind);
     from += step;
   }
@@ -33,9 +30,9 @@ UInt32 LeapForward(UInt32 from, UInt32 to, IsBehind isBehind) {
 }
 
 template <class IsBehind>
-UInt32 LeapBack(UInt32 from, UInt32 to, IsBehind isBehind) {
-  UInt32 known = to;
-  for (UInt32 step = 1; step <= known - from; step *= 2) {
+std::uint32_t LeapBack(std::uint32_t from, std::uint32_t to, IsBehind isBehind) {
+  std::uint32_t known = to;
+  for (std::uint32_t step = 1; step <= known - from; step *= 2) {
     if (!isBehind(known - step)) return Halve(known - step + 1, known, isBehind);
     known -= step;
   }
@@ -46,7 +43,7 @@ UInt32 LeapBack(UInt32 from, UInt32 to, IsBehind isBehind) {
 std::size_t CommonStart(const Entries& entries) {
   std::size_t common = entries.keyLength();
   const char* first = entries.key(0);
-  for (UInt32 i = 1; i < entries.count && common > 0; ++i) {
+  for (std::uint32_t i = 1; i < entries.count && common > 0; ++i) {
     const char* key = entries.key(i);
     if (std::memcmp(first, key, common) == 0) continue;
     common = static_cast<std::size_t>(std::mismatch(first, first + common, key).first - first);
@@ -55,15 +52,6 @@ std::size_t CommonStart(const Entries& entries) {
 }
 
 }  // namespace
-
-Entries EntriesOf(const OpenStruct& index) {
-  if (IsVariable(index) || index.Head.NumberOfRecords == 0) return {};
-  const UInt32 begin = RecordsBegin(index.Head), stride = RecordStride(index);
-  const std::uint64_t end = begin + static_cast<std::uint64_t>(index.Head.NumberOfRecords) * stride;
-  if (stride <= kRecordHeaderSize + sizeof(std::int32_t) || end > static_cast<UInt32>(index.hFile->szmap)) return {};
-  return {index.hFile->mapmem + begin + kRecordHeaderSize, stride, stride - kRecordHeaderSize,
-          index.Head.NumberOfRecords};
-}
 
 std::vector<std::uint32_t> KeyOrder(const Entries& entries) {
   // What decides nearly always stands beside the number, so that sorting rarely looks at the keys.
@@ -76,7 +64,7 @@ std::vector<std::uint32_t> KeyOrder(const Entries& entries) {
   const std::size_t common = CommonStart(entries), left = entries.keyLength() - common;
   const std::size_t taken = std::min<std::size_t>(left, sizeof(std::uint64_t));
   std::vector<Place> places(entries.count);
-  for (UInt32 i = 0; i < entries.count; ++i) {
+  for (std::uint32_t i = 0; i < entries.count; ++i) {
     std::uint64_t start = 0;
     std::memcpy(&start, entries.key(i) + common, taken);
     places[i] = {__builtin_bswap64(start), i};
@@ -93,21 +81,22 @@ std::vector<std::uint32_t> KeyOrder(const Entries& entries) {
 }
 
 bool AreInOrder(const Entries& entries) {
-  for (UInt32 i = 1; i < entries.count; ++i)
+  for (std::uint32_t i = 1; i < entries.count; ++i)
     if (std::memcmp(entries.key(i - 1), entries.key(i), entries.keyLength()) > 0) return false;
   return true;
 }
 
-UInt32 FirstGreater(const Entries& entries, const SoughtKey& key, UInt32 from, UInt32 to) {
-  return LeapForward(from, to, [&](UInt32 index) { return key.compare(entries.key(index)) < 0; });
+std::uint32_t FirstGreater(const Entries& entries, const SoughtKey& key, std::uint32_t from, std::uint32_t to) {
+  return LeapForward(from, to, [&](std::uint32_t index) { return key.compare(entries.key(index)) < 0; });
 }
 
-UInt32 FirstGreaterFromBack(const Entries& entries, const SoughtKey& key, UInt32 from, UInt32 to) {
-  return LeapBack(from, to, [&](UInt32 index) { return key.compare(entries.key(index)) < 0; });
+std::uint32_t FirstGreaterFromBack(const Entries& entries, const SoughtKey& key, std::uint32_t from, std::uint32_t to) {
+  return LeapBack(from, to, [&](std::uint32_t index) { return key.compare(entries.key(index)) < 0; });
 }
 
-UInt32 FirstNotSmallerFromBack(const Entries& entries, const SoughtKey& key, UInt32 from, UInt32 to) {
-  return LeapBack(from, to, [&](UInt32 index) { return key.compare(entries.key(index)) <= 0; });
+std::uint32_t FirstNotSmallerFromBack(const Entries& entries, const SoughtKey& key, std::uint32_t from,
+                                      std::uint32_t to) {
+  return LeapBack(from, to, [&](std::uint32_t index) { return key.compare(entries.key(index)) <= 0; });
 }
 
 }  // namespace vorne

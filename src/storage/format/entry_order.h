@@ -1,10 +1,13 @@
-// Inside the storage floor: the entries of an index where they lie in its file, and their order. An entry is the
+// The entries of an index where they lie, and their order. An entry is the
 // record's position (4 bytes) and its key.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <vector>
 
-#include "storage/vornerdd.h"
+#include "storage/disk_layout.h"
 
 namespace vorne {
 
@@ -14,17 +17,13 @@ struct Entries {
   char* first = nullptr;
   std::size_t stride = 0;
   std::size_t size = 0;  ///< of an entry
-  UInt32 count = 0;
+  std::uint32_t count = 0;
 
   char* at(std::size_t index) const { return first + index * stride; }
   std::int32_t record(std::size_t index) const { return Load<std::int32_t>(at(index)); }
   const char* key(std::size_t index) const { return at(index) + sizeof(std::int32_t); }
   std::size_t keyLength() const { return size - sizeof(std::int32_t); }
 };
-
-/// The entries that count. None when the file holds no entries, records that are too short for one, or fewer bytes than
-/// it counts records.
-Entries EntriesOf(const OpenStruct& index);
 
 /// The numbers of the entries in the order of their keys; those with equal keys stay as they stand.
 std::vector<std::uint32_t> KeyOrder(const Entries& entries);
@@ -60,10 +59,11 @@ class SoughtKey {
 
 /// The first of `from` to `to` whose key is greater than the sought one (`to` when there is none); all of them stand in
 /// order. Quick when it is near `from`.
-UInt32 FirstGreater(const Entries& entries, const SoughtKey& key, UInt32 from, UInt32 to);
+std::uint32_t FirstGreater(const Entries& entries, const SoughtKey& key, std::uint32_t from, std::uint32_t to);
 /// The same, quick when it is near `to`.
-UInt32 FirstGreaterFromBack(const Entries& entries, const SoughtKey& key, UInt32 from, UInt32 to);
+std::uint32_t FirstGreaterFromBack(const Entries& entries, const SoughtKey& key, std::uint32_t from, std::uint32_t to);
 /// The first of those from `from` to `to` that is not smaller, quick when it is near `to`.
-UInt32 FirstNotSmallerFromBack(const Entries& entries, const SoughtKey& key, UInt32 from, UInt32 to);
+std::uint32_t FirstNotSmallerFromBack(const Entries& entries, const SoughtKey& key, std::uint32_t from,
+                                      std::uint32_t to);
 
 }  // namespace vorne

@@ -14,7 +14,6 @@ namespace vorne {
 
 namespace {
 
-constexpr int kKeySubcode = 19;
 constexpr std::size_t kDateDigits = 8;
 // Digits before the point of the largest double, a sign, the point and the most decimals that are taken seriously.
 constexpr int kMostDecimals = 64;
@@ -84,7 +83,7 @@ std::int32_t KeyRoom(Fields fields, KeyFields key) {
   return room <= kLongestField ? static_cast<std::int32_t>(room) : 0;
 }
 
-void MakeKey(Fields fields, KeyFields key, const char* buffer, bool swapped, char* at) {
+bool MakeKey(Fields fields, KeyFields key, const char* buffer, bool swapped, char* at) {
   for (const IDX_Indexes& part : key) {
     const ControlFieldTBL& field = fields[part.KeyField - 1];
     const auto room = static_cast<std::size_t>(KeyRoom(field));
@@ -103,10 +102,11 @@ void MakeKey(Fields fields, KeyFields key, const char* buffer, bool swapped, cha
         *at = buffer[field.iOffset];
         break;
       default:
-        __RuntimeError(3, kKeySubcode);
+        return false;
     }
     at += room;
   }
+  return true;
 }
 
 int CompareKeys(const char* a, const char* b, std::size_t length) {

@@ -12,9 +12,9 @@ inline constexpr std::uint32_t kEntryKeyAt = 4;
 std::int32_t KeyRoom(const ControlFieldTBL& field);
 /// Bytes of the whole key; 0 when a number names no field or one that cannot be a key.
 std::int32_t KeyRoom(Fields fields, KeyFields key);
-/// Writes the key of the buffer's record, KeyRoom bytes. `swapped` says that its numbers stand byte-swapped. Error 3/19
-/// for a field that cannot be a key.
-void MakeKey(Fields fields, KeyFields key, const char* buffer, bool swapped, char* at);
+/// Writes the key of the buffer's record, KeyRoom bytes. `swapped` says that its numbers stand byte-swapped. False at a
+/// field that cannot be a key.
+bool MakeKey(Fields fields, KeyFields key, const char* buffer, bool swapped, char* at);
 /// -1, 0 or 1, byte by byte.
 int CompareKeys(const char* a, const char* b, std::size_t length);
 

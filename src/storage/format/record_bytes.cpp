@@ -16,7 +16,6 @@ namespace {
 constexpr std::int32_t kNumberRoom = 8, kLogicalRoom = 1, kMemoRoom = 4;
 // Behind a text: its zero, and one byte more.
 constexpr std::int32_t kTextSpare = 2;
-constexpr int kRecordSubcode = 8;
 
 // The record holds the mark at its end, not as a field.
 Fields stored(Fields fields) {
@@ -104,7 +103,7 @@ void MarkDeleted(Fields fields, char* buffer, bool deleted) {
 std::size_t StoredSize(Fields fields, char* buffer) {
   std::size_t size = kEndMarkSize;
   for (const ControlFieldTBL& field : stored(fields)) {
-    if (field.FieldType > TBLMEMO) __RuntimeError(3, kRecordSubcode);
+    if (field.FieldType > TBLMEMO) return 0;
     if (field.FieldType != TBLSTRING) {
       size += static_cast<std::size_t>(BufferRoom(field));
       continue;

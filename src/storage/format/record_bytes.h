@@ -24,7 +24,7 @@ bool IsMarkedDeleted(Fields fields, const char* buffer);
 void MarkDeleted(Fields fields, char* buffer, bool deleted);
 
 /// Bytes of the record that the buffer makes, the end mark included. Trailing blanks of texts become zero bytes in the
-/// buffer. Error 3/8 for a field that cannot be stored.
+/// buffer. 0 for fields that cannot be stored.
 std::size_t StoredSize(Fields fields, char* buffer);
 /// Writes the record into `size` bytes (at least StoredSize), zeros before the end mark included.
 void StoreFields(Fields fields, const char* buffer, bool swapped, char* record, std::size_t size);

@@ -1,13 +1,11 @@
 // Changes that one store cannot make survive the death of the process: what is going to change is first described in a
 // journal file beside the databases ("journal.0" to "journal.3", one for each process that writes; it goes when the
 // catalogue is closed). The next opening of the catalogue finishes a move that stood half-way and undoes a half-written
-// record. The journal guards against a dying process, not against power loss: it is only taken when the file's header
-// is the one that it was written for.
+// record (recovery.h). The journal guards against a dying process, not against power loss: it is only taken when the
+// file's header is the one that it was written for.
 #pragma once
 
 #include <span>
-#include <string>
-#include <vector>
 
 #include "storage/vornerdd.h"
 
@@ -71,12 +69,5 @@ class ChangeSeenByReaders {
 
 /// Removes this process's journal; nothing may be under way.
 void CloseJournal();
-
-/// Finishes or undoes what dead processes left in the data directory (wcDir). Error 5 when a file cannot be opened.
-void RecoverInterruptedChanges();
-
-/// The names of the files in `directory` (the one that holds the databases) in which a change was interrupted. Changes
-/// nothing.
-std::vector<std::string> InterruptedChanges(const char* directory);
 
 }  // namespace vorne

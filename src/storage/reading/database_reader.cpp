@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "storage/format/names.h"
 #include "storage/reading/read_failure.h"
 
 namespace vorne {
@@ -17,7 +18,7 @@ std::string plural(std::uint64_t count) {
 
 DatabaseReader::DatabaseReader(const std::string& path, DatabaseKind kind)
     : name_(path.substr(path.rfind('/') + 1)), data_(path) {
-  if (kind == kVariableDatabase) offsets_.emplace_back(path + kOffsetsSuffix);
+  if (kind == kVariableDatabase) offsets_.emplace_back(OffsetsName(path));
 }
 
 void DatabaseReader::renew() {
@@ -87,18 +88,12 @@ std::span<const char> DatabaseReader::info(std::size_t most) {
   return {data_.at(kHeaderSize, length), length};
 }
 
-std::string NameOf(const DatabaseHdrType& entry) {
-  return {entry.name, ::strnlen(entry.name, kLongestName)};
-}
-
 std::vector<DatabaseHdrType> ReadCatalog(ReadFile& catalog) {
   std::vector<DatabaseHdrType> entries;
   const std::uint64_t end = catalog.used();
   for (std::uint64_t place = kHeaderSize; end - place >= kCatalogEntrySize; place += kCatalogEntrySize) {
     const auto entry = catalog.get<DatabaseHdrType>(place);
-    const std::string name = NameOf(entry);
-    const bool isUsed = Load<std::uint32_t>(entry.name) != 0 && name != "." && name != "..";
-    if (isUsed && name.find('/') == std::string::npos && !IsReservedName(name)) entries.push_back(entry);
+    if (Load<std::uint32_t>(entry.name) != 0 && IsDatabaseName(NameOf(entry))) entries.push_back(entry);
   }
   return entries;
 }

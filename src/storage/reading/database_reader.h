@@ -48,7 +48,5 @@ class DatabaseReader {
 
 /// The catalogue's entries with a name, read with `catalog`.
 std::vector<DatabaseHdrType> ReadCatalog(ReadFile& catalog);
-/// An entry's name.
-std::string NameOf(const DatabaseHdrType& entry);
 
 }  // namespace vorne

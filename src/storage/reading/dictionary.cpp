@@ -4,7 +4,6 @@
 #include <cstring>
 #include <utility>
 
-#include "storage/databases/databases.h"
 #include "storage/files/system.h"
 #include "storage/reading/database_reader.h"
 

@@ -11,6 +11,7 @@
 
 #include "storage/disk_layout.h"
 #include "storage/format/description.h"
+#include "storage/format/names.h"
 #include "storage/reading/read_failure.h"
 
 namespace vorne {
@@ -32,7 +33,7 @@ class Dictionary {
 
   /// Reads nothing yet.
   /// @param directory the working directory that holds "DB"
-  explicit Dictionary(const std::string& directory) : path_(directory + "/DB/") {}
+  explicit Dictionary(const std::string& directory) : path_(directory + kDataDirectory + "/") {}
 
   /// Reads the catalogue. An index's head is read again only when its entry in the catalogue has changed, or with
   /// kOfAll.

@@ -5,8 +5,8 @@
 #include <numeric>
 #include <utility>
 
-#include "storage/databases/databases.h"
 #include "storage/format/keys.h"
+#include "storage/format/names.h"
 #include "storage/format/record_bytes.h"
 #include "storage/reading/change_watch.h"
 #include "storage/reading/database_reader.h"
@@ -315,11 +315,11 @@ void TableReader::rest() {
 }
 
 std::vector<std::string> TableNames(const std::string& directory) {
-  ChangeWatch watch(directory + "/DB");
+  ChangeWatch watch(directory + kDataDirectory);
   std::vector<std::string> names;
   watch.consistently(kPause, [&](bool, int) {
     names.clear();
-    ReadFile catalog(directory + "/DB/" + kCatalogName);
+    ReadFile catalog(directory + kDataDirectory + "/" + kCatalogName);
     for (const DatabaseHdrType& entry : ReadCatalog(catalog))
       if (entry.type == kTypeData) names.push_back(NameOf(entry));
   });

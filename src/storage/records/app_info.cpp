@@ -4,8 +4,9 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "storage/databases/databases.h"
+#include "storage/records/moves.h"
 #include "storage/records/offsets.h"
+#include "storage/records/open_databases.h"
 #include "storage/records/records.h"
 
 namespace vorne {

@@ -7,12 +7,6 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "storage/databases/databases.h"
-#include "storage/files/mapped_file.h"
-#include "storage/journal/journal.h"
-#include "storage/records/app_info.h"
-#include "storage/records/records.h"
-
 RecordStruct** MemHandles = nullptr;
 
 namespace vorne {
@@ -24,13 +18,13 @@ static_assert(kHandles % 64 == 0 && kWords <= 128);
 constexpr UInt32 kBuckets = 8192;
 
 // What the public table does not show.
-struct Tables {
+struct HandleTables {
   RecordStruct records[kHandles];
   std::uint64_t used[kWords];    // a bit a slot
   std::uint64_t full[2];         // a bit a word of `used`
   UInt16 firstLocked[kBuckets];  // chains of locked handles by data pointer
 };
-Tables* tables = nullptr;
+HandleTables* tables = nullptr;
 // The handle locked last stands in no chain yet: who walks through a database locks the same one again and again.
 RecordStruct* newestLocked = nullptr;
 
@@ -98,7 +92,7 @@ void LeaveFather(RecordStruct* record) {
 
 bool MakeHandles() {
   MemHandles = static_cast<RecordStruct**>(std::calloc(kHandles + 1, sizeof(RecordStruct*)));
-  tables = static_cast<Tables*>(std::calloc(1, sizeof(Tables)));
+  tables = static_cast<HandleTables*>(std::calloc(1, sizeof(HandleTables)));
   if (MemHandles == nullptr || tables == nullptr) {
     FreeHandles();
     return false;
@@ -180,111 +174,4 @@ void PlaceHandles(DmOpenRef db) {
   }
 }
 
-namespace {
-
-// What does not count yet needs no protection. The mark by which records of early versions are told is the last but one
-// byte: it comes last, so that a record of which only a part was written is never taken for one of them.
-template <class Storing>
-void StoreUncounted(char* at, UInt32 length, UInt32 left, Storing store) {
-  constexpr UInt32 kMarkBytes = 2;
-  const UInt32 last = left >= kMarkBytes ? 0 : std::min(length, kMarkBytes - left);
-  char end[kMarkBytes];
-  store(end, length - last, last);
-  store(at, 0, length - last);
-  StoreBarrier();
-  std::memcpy(at + length - last, end, last);
-}
-
-// A handle's bytes, for a change of them: `store(at, from, n)` puts n of the new bytes, from `from` on, at `at`.
-static_assert(kLargestRecord <= kLargestProtected);
-template <class Storing>
-Err Change(void* data, UInt32 offset, UInt32 length, Storing store) {
-  RecordStruct* record = LockedRecordAt(data);
-  if (record == nullptr) return errArgument;
-  if (offset > record->size || length > record->size - offset) return errWriteOutOfBounds;
-  if (length == 0) return errNone;
-  char* at = record->data + offset;
-  if (record->isnew || record->onHeap) {
-    StoreUncounted(at, length, record->size - offset - length, store);
-  } else {
-    pmymap file = record->father->hFile;
-    const auto place = static_cast<UInt32>(at - file->mapmem);
-    // A record is stored at once; only an application-info block that another program made can be larger.
-    for (UInt32 done = 0; done < length; done += kLargestProtected) {
-      const UInt32 part = std::min(length - done, kLargestProtected);
-      StoreProtected(file, place + done, part, [&](char* to) { store(to, done, part); });
-    }
-  }
-  record->dirty = 1;
-  return errNone;
-}
-
-}  // namespace
-
 }  // namespace vorne
-
-using namespace vorne;
-
-Err DmWrite(void* data, UInt32 offset, const void* source, UInt32 length) {
-  if (data == nullptr || (source == nullptr && length != 0)) return errArgument;
-  return Change(data, offset, length, [source](char* at, UInt32 from, UInt32 n) {
-    std::memmove(at, static_cast<const char*>(source) + from, n);
-  });
-}
-
-Err DmSet(void* data, UInt32 offset, UInt32 length, UInt8 value) {
-  if (data == nullptr) return errArgument;
-  return Change(data, offset, length, [value](char* at, UInt32, UInt32 n) { std::memset(at, value, n); });
-}
-
-void* MemHandleLock(MemHandle handle) {
-  RecordStruct* record = RecordOf(handle);
-  if (record == nullptr) return nullptr;
-  if (record->locked) std::printf("already locked");
-  record->locked = 1;
-  NoteLocked(record);
-  return record->data;
-}
-
-Err MemHandleUnlock(MemHandle handle) {
-  RecordStruct* record = RecordOf(handle);
-  if (record == nullptr) return errArgument;
-  record->locked = 0;
-  return errNone;
-}
-
-Err MemPtrUnlock(void* data) {
-  RecordStruct* record = LockedRecordAt(data);
-  if (record == nullptr) return errArgument;
-  record->locked = 0;
-  return errNone;
-}
-
-MemHandle MemPtrRecoverHandle(void* data) {
-  return HandleOf(LockedRecordAt(data));
-}
-
-UInt32 MemHandleSize(MemHandle handle) {
-  const RecordStruct* record = RecordOf(handle);
-  return record == nullptr ? 0 : record->size;
-}
-
-LocalID MemHandleToLocalID(MemHandle handle) {
-  const RecordStruct* record = RecordOf(handle);
-  return record == nullptr ? 0 : static_cast<LocalID>(record->slot + 1);
-}
-
-void* MemLocalIDToLockedPtr(LocalID id, UInt16) {
-  RecordStruct* record = RecordInSlot(id - 1);
-  return record == nullptr ? nullptr : MemHandleLock(HandleOf(record));
-}
-
-Err MemHandleResize(MemHandle handle, UInt32 size) {
-  RecordStruct* record = RecordOf(handle);
-  if (record == nullptr) return errArgument;
-  if (size > kLargestRecord) return errWriteOutOfBounds;
-  if (size == 0) size = 1;
-  if (size == record->size) return errNone;
-  if (record->isAppInfo || record->onHeap) return ResizeAppInfo(record, size);
-  return ResizeRecord(record, size);
-}

@@ -27,6 +27,10 @@ inline MemHandle HandleOf(const RecordStruct* record) {
 inline RecordStruct* RecordInSlot(UInt32 slot) {
   return MemHandles == nullptr || slot >= kHandles ? nullptr : MemHandles[slot];
 }
+/// The record that the database holds, null for none.
+inline RecordStruct* HeldRecord(const OpenStruct& db) {
+  return RecordInSlot(db.Record);
+}
 /// The locked handle whose data is at `data` (the lowest slot, should there be two), null for none.
 RecordStruct* LockedRecordAt(const void* data);
 /// To be called whenever a handle is locked or a locked one's data moves.

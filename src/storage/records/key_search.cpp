@@ -1,9 +1,12 @@
-// Entries of an index: how they compare, where one stands, sorting them in the file.
+// Entries of an index: where one stands, sorting them in the file.
 #include <algorithm>
 #include <memory>
 
 #include "storage/format/entry_order.h"
 #include "storage/format/keys.h"
+#include "storage/journal/journal.h"
+#include "storage/records/entry_file.h"
+#include "storage/records/open_databases.h"
 #include "storage/records/records.h"
 #include "storage/records/waiting_entries.h"
 
@@ -11,7 +14,6 @@ using namespace vorne;
 
 namespace {
 
-constexpr int kUnknownKeySubcode = 2;
 constexpr UInt32 kStepsAFlush = 2000;  // who walks long through an index gives the system time to write it
 
 // The entries of an open index, all of them in the file.
@@ -25,16 +27,6 @@ std::size_t KeyBytes(const Entries& entries, int length) {
   return std::min(static_cast<std::size_t>(std::max(length, 0)), entries.keyLength());
 }
 
-// What the entry at `b` has for a key, when it lies in the database whose application-info block that is.
-int KeyLengthThere(const char* b, MemHandle appInfo, int length) {
-  const RecordStruct* block = RecordOf(appInfo);
-  if (block == nullptr || !IsOpen(block->father)) return length;
-  const mymap& map = *block->father->hFile;
-  if (b < map.mapmem + kHeaderSize + kRecordHeaderSize || b >= map.mapmem + map.szmap) return length;
-  const int has = Load<RecordHeader>(b - kRecordHeaderSize).RecordLen;
-  return std::min(length, has - static_cast<int>(kEntryKeyAt));
-}
-
 // Entries as they stand in the file, counted or not.
 Entries StoredEntries(const OpenStruct& index) {
   OpenStruct counted = index;
@@ -46,14 +38,6 @@ Entries StoredEntries(const OpenStruct& index) {
 }
 
 }  // namespace
-
-std::int16_t __SCmpFunc(void* a, void* b, std::int16_t length, void*, void*, MemHandle appInfo) {
-  if (a == nullptr || b == nullptr) __RuntimeError(3, kUnknownKeySubcode);
-  const auto *sought = static_cast<const char*>(a), *entry = static_cast<const char*>(b);
-  const int compared = std::max(KeyLengthThere(entry, appInfo, length), 0);
-  return static_cast<std::int16_t>(
-      CompareKeys(sought + kEntryKeyAt, entry + kEntryKeyAt, static_cast<std::size_t>(compared)));
-}
 
 int FindKeyInIndexFile(DmOpenRef index, const char* entry, int length, UInt32* position) {
   const Entries entries = SettledEntries(index);

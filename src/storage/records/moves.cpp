@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "storage/databases/databases.h"
+#include "storage/records/handles.h"
 #include "storage/records/offsets.h"
 
 namespace vorne {
@@ -26,6 +26,26 @@ void DropRecords(pmymap map) {
   move.after.szmap = move.to;
   move.offsetsFollow = true;
   const ProtectedMove made(map, move);
+}
+
+void EmptyRecords(DmOpenRef db) {
+  FreeHandle(HeldRecord(*db));
+  DropRecords(db->hFile);
+  if (db->hOS != nullptr) RemoveOffset(db, 0, 0, OffsetSlots(*db));
+  FollowGrowth(db);
+}
+
+void FollowMove(DmOpenRef db, const TailMove& move) {
+  for (UInt16 slot = db->firstHandle; slot != kNoHandle; slot = RecordInSlot(slot)->next) {
+    RecordStruct& record = *RecordInSlot(slot);
+    if (!record.isAppInfo && !record.onHeap && record.rOffset >= move.from) record.rOffset += move.to - move.from;
+  }
+  FollowGrowth(db);
+}
+
+void FollowGrowth(DmOpenRef db) {
+  db->Head = HeaderOf(*db->hFile);
+  PlaceHandles(db);
 }
 
 }  // namespace vorne
@@ -58,20 +78,5 @@ int MoveBwd(pmymap map, long n) {
   if (n <= 0) return 1;
   const std::int64_t closed = std::min<std::int64_t>(n, map->szmap - position);
   const ProtectedMove made(map, MoveOf(*map, static_cast<UInt32>(position), -closed));
-  return 1;
-}
-
-int __MoveDataBk(DmOpenRef db, long n, UInt32 index) {
-  if (!IsOpen(db) || n <= 0 || index > kAppend) return 0;
-  const UInt32 position = __PositionOnRecordBegin(db, index);
-  if (position < RecordsBegin(db->Head) || position >= static_cast<UInt32>(db->hFile->szmap))
-    return MoveBwd(db->hFile, n);
-  TailMove move = MoveOf(*db->hFile, position, -std::min<std::int64_t>(n, db->hFile->szmap - position));
-  move.offsetsFollow = true;
-  {
-    const ProtectedMove made(db->hFile, move);
-    RemoveOffset(db, index, move.from - move.to);
-  }
-  FollowMove(db, move);
   return 1;
 }

@@ -1,7 +1,8 @@
-// Inside the storage floor: making and closing gaps in data files and offsets files.
+// Inside the storage floor: making and closing gaps in data files and offsets files, and following them in memory.
 #pragma once
 
 #include "storage/files/mapped_file.h"
+#include "storage/format/chain.h"
 #include "storage/journal/journal.h"
 
 namespace vorne {
@@ -10,13 +11,16 @@ namespace vorne {
 /// following.
 TailMove MoveOf(const mymap& map, UInt32 offset, std::int64_t n);
 
-/// The end of the application-info block of `map`'s file: nothing before it is a record's.
-inline UInt32 RecordsBegin(const FileHeader& header) {
-  return kHeaderSize + header.AppInfoLen;
-}
-
 /// Makes the record area empty: the used size is cut to the end of the application-info block, no record counts, what
 /// was used is zeroed.
 void DropRecords(pmymap map);
+/// Makes an open database empty, with its slots in the offsets file. The held record is dropped.
+void EmptyRecords(DmOpenRef db);
+
+/// Brings everything in memory up to date after a move in the data file that was made: working header, handles, the
+/// places of the records that moved.
+void FollowMove(DmOpenRef db, const TailMove& move);
+/// The same after a growth without a move.
+void FollowGrowth(DmOpenRef db);
 
 }  // namespace vorne

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cstring>
 
-#include "storage/databases/databases.h"
 #include "storage/files/diagnostic_log.h"
 #include "storage/files/mapped_file.h"
+#include "storage/records/open_databases.h"
 
 namespace vorne {
 

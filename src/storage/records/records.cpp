@@ -4,18 +4,14 @@
 #include <cerrno>
 #include <cstring>
 
-#include "storage/databases/databases.h"
-#include "storage/records/app_info.h"
+#include "storage/records/moves.h"
 #include "storage/records/offsets.h"
+#include "storage/records/open_databases.h"
 #include "storage/records/waiting_entries.h"
 
 namespace vorne {
 
 namespace {
-
-UInt32 UsedEnd(const OpenStruct& db) {
-  return static_cast<UInt32>(db.hFile->szmap);
-}
 
 void StoreRecordHeader(const OpenStruct& db, UInt32 place, const RecordHeader& header) {
   Store(db.hFile->mapmem + place, header);
@@ -105,23 +101,6 @@ UInt32 Insert(DmOpenRef db, UInt32 index, UInt32 size) {
 
 }  // namespace
 
-UInt32 RecordStride(const OpenStruct& db) {
-  const UInt32 first = RecordsBegin(db.Head);
-  if (first + kRecordHeaderSize > UsedEnd(db)) return 0;
-  return HeaderAtPlace(db, first).RecordLen + kRecordHeaderSize;
-}
-
-UInt32 RecordPlace(const OpenStruct& db, UInt32 index) {
-  const std::uint64_t place = IsVariable(db)
-                                  ? (db.hOS == nullptr ? 0 : OffsetOf(db, index))
-                                  : RecordsBegin(db.Head) + static_cast<std::uint64_t>(index) * RecordStride(db);
-  const UInt32 end = UsedEnd(db);
-  if (place < RecordsBegin(db.Head) || place + kRecordHeaderSize > end) return 0;
-  const RecordHeader header = HeaderAtPlace(db, static_cast<UInt32>(place));
-  if (header.RecordLen > header.AllocatedSpace || header.AllocatedSpace > end - kRecordHeaderSize - place) return 0;
-  return static_cast<UInt32>(place);
-}
-
 std::span<const char> BytesOf(DmOpenRef db, UInt32 index) {
   if (!IsOpen(db)) return {};
   SettleHeld(db);
@@ -129,15 +108,6 @@ std::span<const char> BytesOf(DmOpenRef db, UInt32 index) {
   if (place == 0) return {};
   FetchAhead(db->hFile->mapmem + place);
   return {db->hFile->mapmem + place + kRecordHeaderSize, HeaderAtPlace(*db, place).RecordLen};
-}
-
-UInt32 RecordEnd(const OpenStruct& db, UInt32 place) {
-  if (IsVariable(db)) return place + kRecordHeaderSize + HeaderAtPlace(db, place).AllocatedSpace;
-  return std::min(place + RecordStride(db), UsedEnd(db));
-}
-
-RecordStruct* HeldRecord(const OpenStruct& db) {
-  return RecordInSlot(db.Record);
 }
 
 void SettleHeld(DmOpenRef db) {
@@ -265,20 +235,6 @@ Err DmReleaseRecord(DmOpenRef db, UInt32 index, Boolean dirty) {
   return errNone;
 }
 
-Err DmRemoveRecord(DmOpenRef db, UInt32 index) {
-  if (!IsOpen(db)) return errArgument;
-  SettleHeld(db);
-  const UInt32 place = index < db->Head.NumberOfRecords ? RecordPlace(*db, index) : 0;
-  if (place == 0) return errNoSuchRecord;
-  FreeHandle(HeldRecord(*db));
-  if (db->Head.NumberOfRecords == 1) {
-    __InternalZap(db);
-    return errNone;
-  }
-  RemoveRange(db, index, 1, place, RecordEnd(*db, place));
-  return errNone;
-}
-
 Err DmRecordInfo(DmOpenRef db, UInt32 index, UInt16* attributes, UInt32*, LocalID*) {
   if (!IsOpen(db)) return errArgument;
   if (db->waiting != nullptr) SettleEntries(db);
@@ -301,6 +257,14 @@ Err DmSetRecordInfo(DmOpenRef db, UInt32 index, const UInt16* attributes, const 
   return errNone;
 }
 
+Err DmSyncDatabase(DmOpenRef db) {
+  if (!IsOpen(db)) return errArgument;
+  if (db->waiting != nullptr) SettleEntries(db);
+  FlushViewOfFile(db->hFile->mapmem, static_cast<std::size_t>(db->hFile->szmap));
+  if (db->hOS != nullptr) FlushViewOfFile(db->hOS->mapmem, static_cast<std::size_t>(db->hOS->szmap));
+  return errNone;
+}
+
 Err DmSearchRecord(MemHandle, DmOpenRef*) {
   return errNone;
 }
@@ -311,20 +275,4 @@ Err DmResetRecordStates(DmOpenRef) {
 
 Err DmGetLastErr() {
   return static_cast<Err>(errno);
-}
-
-UInt32 __PositionOnRecordBegin(DmOpenRef db, UInt32 index) {
-  if (!IsOpen(db)) return 0;
-  std::uint64_t position = UsedEnd(*db);
-  if (index <= kAppend - 1) {
-    if (!IsVariable(*db))
-      position = RecordsBegin(db->Head) + static_cast<std::uint64_t>(index) * RecordStride(*db);
-    else if (db->Head.NumberOfRecords == 0)
-      position = RecordsBegin(db->Head);
-    else
-      position = GetRecOffSet(db, index);
-  }
-  if (position > static_cast<UInt32>(db->hFile->szallocated) || position > UsedEnd(*db)) position = UsedEnd(*db);
-  db->hFile->offset = static_cast<std::int32_t>(position);
-  return static_cast<UInt32>(position);
 }

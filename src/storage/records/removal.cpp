@@ -1,19 +1,18 @@
-// Changes of a database as a whole or of a range of its records.
+// Taking records out: one, a range, all of them.
 #include <algorithm>
-#include <cstdlib>
-#include <cstring>
-#include <string>
 
-#include "storage/databases/databases.h"
-#include "storage/files/unfinished_file.h"
-#include "storage/records/app_info.h"
+#include "storage/records/moves.h"
 #include "storage/records/offsets.h"
+#include "storage/records/open_databases.h"
 #include "storage/records/records.h"
 #include "storage/records/waiting_entries.h"
 
-namespace vorne {
+using namespace vorne;
 
-void RemoveRange(DmOpenRef db, UInt32 index, UInt32 count, UInt32 begin, UInt32 end) {
+namespace {
+
+// Takes out `count` records from `index` on, which lie from `begin` to `end`; at least one other record is left.
+void removeRange(DmOpenRef db, UInt32 index, UInt32 count, UInt32 begin, UInt32 end) {
   TailMove move = MoveOf(*db->hFile, begin, static_cast<std::int64_t>(begin) - end);
   move.after.NumberOfRecords -= count;
   move.offsetsFollow = db->hOS != nullptr;
@@ -24,90 +23,26 @@ void RemoveRange(DmOpenRef db, UInt32 index, UInt32 count, UInt32 begin, UInt32 
   FollowMove(db, move);
 }
 
-namespace {
-
-// Writes what the database uses, records without spare space and without those to be left out; its header gets the new
-// sizes and count. False for a damaged record: places that overlap would make the copy many times as large as the file,
-// lengths that differ in a database of equal records would put the ones behind them where nobody looks.
-bool CopyUsed(const OpenStruct& db, const std::vector<bool>& without, UnfinishedFile& copy, FileHeader& header) {
-  copy.put(db.hFile->mapmem, RecordsBegin(header));
-  header.szmap = RecordsBegin(header);
-  header.NumberOfRecords = 0;
-  UInt32 end = RecordsBegin(header);
-  for (UInt32 i = 0; i < db.Head.NumberOfRecords; ++i) {
-    if (i < without.size() && without[i]) continue;
-    const UInt32 place = RecordPlace(db, i);
-    if (place < end) return false;
-    end = RecordEnd(db, place);
-    RecordHeader record = HeaderAtPlace(db, place);
-    if (end - place != kRecordHeaderSize + record.AllocatedSpace) return false;
-    ++header.NumberOfRecords;
-    if (IsVariable(db)) record.AllocatedSpace = std::max<std::uint16_t>(record.RecordLen, 1);
-    copy.put(&record, sizeof record);
-    copy.put(db.hFile->mapmem + place + kRecordHeaderSize, record.AllocatedSpace);
-    header.szmap += kRecordHeaderSize + record.AllocatedSpace;
-  }
-  header.szallocated = (header.szmap / kSmallestFile + 1) * kSmallestFile;
-  return true;
-}
-
-// Puts a copy without those records in the place of the database's files, or leaves all as it was.
-Err Rewrite(DmOpenRef db, const std::vector<bool>& without) {
-  SettleHeld(db);
-  const std::string name = db->fName;
-  const std::string path = GetWideName(name.c_str());
-  UnfinishedFile copy(GetWideName(kUnfinishedName));
-  FileHeader header = db->Head;
-  if (!CopyUsed(*db, without, copy, header)) return errNoSuchRecord;
-  // Without an offsets file the next opening makes it anew, whichever of the two data files it finds.
-  if (db->hOS != nullptr) DeleteFile((path + kOffsetsSuffix).c_str());
-  copy.finish(header, header.szallocated);
-  const bool packed = copy.become(path, UnfinishedFile::Wait::ForTheDisk);
-  if (packed) {
-    FreeHandlesOf(db);
-    liberarmap(db->hFile);
-    db->hFile = nullptr;
-    db->hFile = mapeararquivo(name.c_str());
-    FollowGrowth(db);
-    __GetAppInfo(db);
-  }
-  if (db->hOS != nullptr) {
-    liberarmap(db->hOS);
-    db->hOS = nullptr;
-    db->hOS = mapeararquivo((name + kOffsetsSuffix).c_str());
-    VerifyFileOffset(db);
-  }
-  return packed ? errNone : errWriteOutOfBounds;
-}
-
 }  // namespace
-
-void RemoveRecords(DmOpenRef db, const std::vector<bool>& which) {
-  const auto begin = which.begin(), end = which.end();
-  if (std::find(begin, end, true) == end) return;
-  if (std::find(begin, end, false) == end) return __InternalZap(db);
-  if (Rewrite(db, which) == errNone) return;
-  // Without room for a copy they go run by run, each time moving what lies behind.
-  for (std::size_t last = which.size(); last-- > 0;) {
-    if (!which[last]) continue;
-    std::size_t first = last;
-    while (first > 0 && which[first - 1]) --first;
-    ExcluirFaixa(db, static_cast<UInt32>(first), static_cast<UInt32>(last));
-    last = first;
-  }
-}
-
-}  // namespace vorne
-
-using namespace vorne;
 
 void __InternalZap(DmOpenRef db) {
   if (!IsOpen(db)) __RuntimeError(0, -1);
-  FreeHandle(HeldRecord(*db));
-  DropRecords(db->hFile);
-  if (db->hOS != nullptr) RemoveOffset(db, 0, 0, OffsetSlots(*db));
-  FollowGrowth(db);
+  EmptyRecords(db);
   SettleZapped(db);
+}
+
+Err DmRemoveRecord(DmOpenRef db, UInt32 index) {
+  if (!IsOpen(db)) return errArgument;
+  SettleHeld(db);
+  const UInt32 place = index < db->Head.NumberOfRecords ? RecordPlace(*db, index) : 0;
+  if (place == 0) return errNoSuchRecord;
+  FreeHandle(HeldRecord(*db));
+  if (db->Head.NumberOfRecords == 1) {
+    __InternalZap(db);
+    return errNone;
+  }
+  removeRange(db, index, 1, place, RecordEnd(*db, place));
+  return errNone;
 }
 
 Err ExcluirFaixa(DmOpenRef db, UInt32 first, UInt32 last) {
@@ -123,26 +58,21 @@ Err ExcluirFaixa(DmOpenRef db, UInt32 first, UInt32 last) {
   if (first == 0 && last == count - 1)
     __InternalZap(db);
   else
-    RemoveRange(db, first, last - first + 1, begin, RecordEnd(*db, lastPlace));
+    removeRange(db, first, last - first + 1, begin, RecordEnd(*db, lastPlace));
   return errNone;
 }
 
-Err InterNalPack(DmOpenRef db) {
-  return IsOpen(db) ? Rewrite(db, {}) : errArgument;
-}
-
-void InCreaseFile(DmOpenRef db, long size, UInt32 count) {
-  if (!IsOpen(db)) return;
-  // Only the allocation grows: the places that a growth would move on are put back.
-  const auto reserve = [](pmymap map, std::int64_t bytes) {
-    const mymap before = *map;
-    if (bytes <= 0 || !increasefilesz(map, static_cast<long>(bytes))) return;
-    map->offset = before.offset;
-    WriteUsedSize(map, before.szmap);
-    FlushViewOfFile(map->mapmem, kHeaderSize);
-  };
-  if (db->hFile->szallocated - db->hFile->szmap < size) reserve(db->hFile, size - db->hFile->szallocated);
-  if (count != 0 && db->hOS != nullptr)
-    reserve(db->hOS, static_cast<std::int64_t>(count) * kOffsetSize + kHeaderSize - db->hOS->szallocated);
-  FollowGrowth(db);
+int __MoveDataBk(DmOpenRef db, long n, UInt32 index) {
+  if (!IsOpen(db) || n <= 0 || index > kAppend) return 0;
+  const UInt32 position = __PositionOnRecordBegin(db, index);
+  if (position < RecordsBegin(db->Head) || position >= static_cast<UInt32>(db->hFile->szmap))
+    return MoveBwd(db->hFile, n);
+  TailMove move = MoveOf(*db->hFile, position, -std::min<std::int64_t>(n, db->hFile->szmap - position));
+  move.offsetsFollow = true;
+  {
+    const ProtectedMove made(db->hFile, move);
+    RemoveOffset(db, index, move.from - move.to);
+  }
+  FollowMove(db, move);
+  return 1;
 }

@@ -2,13 +2,27 @@
 #include <algorithm>
 #include <optional>
 
-#include "storage/databases/databases.h"
 #include "storage/format/entry_order.h"
+#include "storage/format/keys.h"
+#include "storage/records/entry_file.h"
+#include "storage/records/open_databases.h"
 #include "storage/records/records.h"
 
 using namespace vorne;
 
 namespace {
+
+constexpr int kUnknownKeySubcode = 2;
+
+// What the entry at `b` has for a key, when it lies in the database whose application-info block that is.
+int keyLengthThere(const char* b, MemHandle appInfo, int length) {
+  const RecordStruct* block = RecordOf(appInfo);
+  if (block == nullptr || !IsOpen(block->father)) return length;
+  const mymap& map = *block->father->hFile;
+  if (b < map.mapmem + kHeaderSize + kRecordHeaderSize || b >= map.mapmem + map.szmap) return length;
+  const int has = Load<RecordHeader>(b - kRecordHeaderSize).RecordLen;
+  return std::min(length, has - static_cast<int>(kEntryKeyAt));
+}
 
 // An entry's bytes where they lie, without taking a handle; null when it cannot be read.
 char* EntryBytes(const OpenStruct& db, UInt32 index) {
@@ -91,6 +105,14 @@ UInt32 SortPosition(std::int64_t count, const Searched& entries) {
 }
 
 }  // namespace
+
+std::int16_t __SCmpFunc(void* a, void* b, std::int16_t length, void*, void*, MemHandle appInfo) {
+  if (a == nullptr || b == nullptr) __RuntimeError(3, kUnknownKeySubcode);
+  const auto *sought = static_cast<const char*>(a), *entry = static_cast<const char*>(b);
+  const int compared = std::max(keyLengthThere(entry, appInfo, length), 0);
+  return static_cast<std::int16_t>(
+      CompareKeys(sought + kEntryKeyAt, entry + kEntryKeyAt, static_cast<std::size_t>(compared)));
+}
 
 UInt32 __FindBinary(DmOpenRef db, void* key, void* info, DmComparF* compare, std::int16_t length) {
   if (!IsOpen(db) || key == nullptr || compare == nullptr) return kAppend;

@@ -6,8 +6,10 @@
 #include <utility>
 
 #include "storage/format/description.h"
-#include "storage/format/entry_order.h"
-#include "storage/records/records.h"
+#include "storage/journal/journal.h"
+#include "storage/records/entry_file.h"
+#include "storage/records/moves.h"
+#include "storage/records/open_databases.h"
 
 namespace vorne {
 
@@ -34,88 +36,6 @@ namespace {
 constexpr UInt32 kLeastEntriesKept = 65536, kFileShareKept = 4;
 constexpr std::size_t kMostBytesKept = 64u << 20;
 constexpr std::size_t kBytesBesideEntry = 24;  // for the sorting
-
-void StoreMark(const OpenStruct& index, std::uint32_t mark) {
-  if (index.Head.AppInfoLen < kDescriptionHead) return;
-  StoreBarrier();
-  Store(index.hFile->mapmem + kHeaderSize + kEntriesWaitAt, mark);
-  StoreBarrier();
-}
-
-std::vector<char> RecordOf(std::size_t entrySize) {
-  const auto length = static_cast<std::uint16_t>(entrySize);
-  std::vector<char> record(kRecordHeaderSize + entrySize);
-  Store(record.data(), RecordHeader{length, length, 0, kMark, kMark});
-  return record;
-}
-
-// --------------------------------------------------------------------------------------------------- the file's array
-
-// The array of an index file while it changes. What moves are whole records with equal headers, and the count and the
-// used size follow each other record by record: whoever finds the file after a kill finds sound records, one of them
-// uncounted at most.
-class EntryFile {
- public:
-  EntryFile(DmOpenRef index, std::size_t entrySize)
-      : index_(index), stride_(entrySize + kRecordHeaderSize), record_(RecordOf(entrySize)) {
-    FreeHandle(HeldRecord(*index));
-  }
-  ~EntryFile() {
-    FollowGrowth(index_);
-    if (!bBatchOper) FlushViewOfFile(index_->hFile->mapmem, static_cast<std::size_t>(index_->hFile->szmap));
-  }
-  EntryFile(const EntryFile&) = delete;
-  EntryFile& operator=(const EntryFile&) = delete;
-
-  Entries entries() const { return {record(0) + kRecordHeaderSize, stride_, stride_ - kRecordHeaderSize, count()}; }
-  /// False when the file's records are others than such entries, or do not all lie inside it.
-  bool isSound() const {
-    return RecordsBegin(index_->Head) + std::uint64_t{count()} * stride_ <= used() &&
-           (count() == 0 || RecordStride(*index_) == stride_);
-  }
-
-  /// Room for `count` more entries; what lies behind the last one counts for nothing. Error 5.
-  void reserve(UInt32 count) {
-    const auto end = static_cast<UInt32>(record(this->count()) - index_->hFile->mapmem);
-    if (end < used()) {
-      std::memset(index_->hFile->mapmem + end, 0, used() - end);
-      WriteUsedSize(index_->hFile, end);
-    }
-    const std::uint64_t bytes = std::uint64_t{count} * stride_;
-    if (bytes > kLargestFile || !EnsureRoom(index_->hFile, static_cast<long>(bytes))) GrowthFailure(*index_->hFile);
-  }
-  void store(std::size_t place, const char* entry) {
-    std::memcpy(record_.data() + kRecordHeaderSize, entry, stride_ - kRecordHeaderSize);
-    std::memcpy(record(place), record_.data(), stride_);
-  }
-  void move(std::size_t from, std::size_t to, std::size_t entries) {
-    if (entries != 0) std::memmove(record(to), record(from), entries * stride_);
-  }
-  /// Lets `count` stored entries behind the last one count.
-  void extend(UInt32 count) {
-    for (UInt32 i = 0; i < count; ++i) {
-      ExtendUsed(index_->hFile, static_cast<std::int64_t>(stride_));
-      StoreCount(index_->hFile, ++index_->Head.NumberOfRecords);
-    }
-  }
-  /// Leaves out the last `count` entries.
-  void cut(UInt32 count) {
-    for (UInt32 i = 0; i < count; ++i) {
-      StoreCount(index_->hFile, --index_->Head.NumberOfRecords);
-      ExtendUsed(index_->hFile, -static_cast<std::int64_t>(stride_));
-    }
-    std::memset(record(this->count()), 0, count * stride_);
-  }
-
- private:
-  UInt32 count() const { return index_->Head.NumberOfRecords; }
-  UInt32 used() const { return static_cast<UInt32>(index_->hFile->szmap); }
-  char* record(std::size_t place) const { return index_->hFile->mapmem + RecordsBegin(index_->Head) + place * stride_; }
-
-  DmOpenRef index_;
-  std::size_t stride_;
-  std::vector<char> record_;  // an entry as a record
-};
 
 // ------------------------------------------------------------------------------------------------------- taking out
 
@@ -310,7 +230,7 @@ void ReplaceEntries(DmOpenRef index, std::span<const char> bytes, std::size_t si
   const ChangeSeenByReaders change;
   DropEntries(index);
   const BehindWhile behind(index);
-  __InternalZap(index);
+  EmptyRecords(index);
   if (size > sizeof(std::int32_t) && bytes.size() >= size) {
     const auto count = static_cast<UInt32>(bytes.size() / size);
     const Entries entries{const_cast<char*>(bytes.data()), size, size, count};

@@ -5,7 +5,7 @@
 
 #include <span>
 
-#include "storage/databases/databases.h"
+#include "storage/vornerdd.h"
 
 namespace vorne {
 

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "runtime/local_clock.h"
-#include "storage/databases/databases.h"
+#include "storage/format/names.h"
 #include "storage/repair/check_sizes.h"
 
 namespace vorne {
@@ -21,7 +21,7 @@ bool IsFree(const DatabaseHdrType& entry) {
 }
 
 bool IsNamed(const DatabaseHdrType& entry) {
-  return std::memchr(entry.name, 0, sizeof entry.name) != nullptr && IsDatabaseName(EntryName(entry));
+  return std::memchr(entry.name, 0, sizeof entry.name) != nullptr && IsDatabaseName(NameOf(entry));
 }
 
 std::uint32_t TypeOfKind(std::uint8_t kind) {
@@ -110,7 +110,7 @@ class CatalogCheck {
   // What makes an entry useless; empty when it is good, or its name was put right.
   std::string faultOf(DatabaseHdrType& entry) {
     if (!IsNamed(entry)) return "its name cannot be a database's";
-    const std::string name = EntryName(entry);
+    const std::string name = NameOf(entry);
     if (names_.contains(FoldedName(name))) return name + " has another entry";
     if (clashes(name, KindOfType(entry.type))) return name + " shares its file with another entry's offsets file";
     const FileKind kind = directory_.kindOf(name);
@@ -143,7 +143,7 @@ class CatalogCheck {
   }
 
   void takeName(const DatabaseHdrType& entry) {
-    const std::string name = EntryName(entry);
+    const std::string name = NameOf(entry);
     names_.insert(FoldedName(name));
     files_.insert(name);
     if (KindOfType(entry.type) == kVariableDatabase) {
@@ -171,8 +171,8 @@ class CatalogCheck {
   }
 
   void addLost(const DatabaseHdrType& entry) {
-    if (!IsFree(entry) && IsNamed(entry) && directory_.kindOf(EntryName(entry)) == FileKind::kRegular)
-      lost_.emplace(EntryName(entry), entry);
+    if (!IsFree(entry) && IsNamed(entry) && directory_.kindOf(NameOf(entry)) == FileKind::kRegular)
+      lost_.emplace(NameOf(entry), entry);
   }
 
   // --------------------------------------------------------------------------------------------------------- files
@@ -185,8 +185,7 @@ class CatalogCheck {
     if (files_.contains(name) || isOwnFile(name, entry)) return;
     const auto owner = owners_.find(entry.inode);
     const auto lost = lost_.find(name);
-    if (entry.kind != FileKind::kRegular || !IsDatabaseName(name) || name.size() > kLongestName)
-      return foreign(name, "it belongs to no database");
+    if (entry.kind != FileKind::kRegular || !IsDatabaseName(name)) return foreign(name, "it belongs to no database");
     if (owner != owners_.end()) {
       state_.extraNames.push_back(name);
       return foreign(name, "it is a second name of the file " + owner->second);
@@ -236,22 +235,8 @@ class CatalogCheck {
 
 }  // namespace
 
-bool IsDatabaseName(const std::string& name) {
-  const bool printable = std::all_of(
-      name.begin(), name.end(), [](char c) { return static_cast<unsigned char>(c) >= ' ' && c != 0x7F && c != '/'; });
-  return printable && !name.empty() && name != "." && name != ".." && !IsReservedName(name);
-}
-
-std::string EntryName(const DatabaseHdrType& entry) {
-  return {entry.name, ::strnlen(entry.name, kLongestName)};
-}
-
 std::vector<DatabaseHdrType> CatalogEntries(const RawFile& catalog) {
   return EntriesBetween(catalog.bytes(), kHeaderSize, FileHeaderOf(catalog.bytes()).szmap);
-}
-
-std::string OffsetsName(const std::string& name) {
-  return name + kOffsetsSuffix;
 }
 
 CatalogState CheckCatalog(const DataDirectory& directory, const RawFile& catalog, Findings& findings,

@@ -6,13 +6,6 @@
 
 namespace vorne {
 
-/// True for a name that the database's file and the catalogue can have: printable, of this directory, none of its own
-/// files.
-bool IsDatabaseName(const std::string& name);
-/// An entry's name as far as it goes.
-std::string EntryName(const DatabaseHdrType& entry);
-std::string OffsetsName(const std::string& name);
-
 /// The slots that the catalogue uses by its header, free ones included, just as they stand.
 std::vector<DatabaseHdrType> CatalogEntries(const RawFile& catalog);
 

@@ -1,9 +1,9 @@
 #include "storage/repair/check_indexes.h"
 
+#include "storage/format/entry_maker.h"
 #include "storage/format/entry_order.h"
 #include "storage/format/keys.h"
 #include "storage/repair/check_sizes.h"
-#include "storage/tables/index_entries.h"
 
 namespace vorne {
 

@@ -14,9 +14,6 @@
 
 namespace vorne {
 
-/// The data directory, counted from the working directory.
-inline constexpr char kDataDirectory[] = "/DB";
-
 enum class FileKind {
   kMissing,
   kRegular,

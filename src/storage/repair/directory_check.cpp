@@ -10,10 +10,10 @@
 #include <cstring>
 #include <set>
 
-#include "storage/databases/databases.h"
 #include "storage/files/descriptor.h"
 #include "storage/files/kept_copies.h"
-#include "storage/journal/journal.h"
+#include "storage/format/names.h"
+#include "storage/journal/recovery.h"
 #include "storage/repair/check_catalog.h"
 #include "storage/repair/check_indexes.h"
 
@@ -128,9 +128,9 @@ class Inspection {
     const bool repaired = repairs_ && state.rewrite && replace(kCatalogName, RepairedCatalog(file, state));
     findings.tell(report_, repaired);
     if (repairs_) putAway(state.extraNames);
-    for (const DatabaseHdrType& entry : state.slots) databases_.insert(EntryName(entry));
+    for (const DatabaseHdrType& entry : state.slots) databases_.insert(NameOf(entry));
     for (const DatabaseHdrType& entry : state.slots)
-      if (entry.name[0] != 0 && directory_.kindOf(EntryName(entry)) == FileKind::kRegular) checkDatabase(entry);
+      if (entry.name[0] != 0 && directory_.kindOf(NameOf(entry)) == FileKind::kRegular) checkDatabase(entry);
     checkIndexes();
   }
 
@@ -154,7 +154,7 @@ class Inspection {
   }
 
   void checkDatabase(const DatabaseHdrType& entry) {
-    const std::string name = EntryName(entry), offsetsName = OffsetsName(name);
+    const std::string name = NameOf(entry), offsetsName = OffsetsName(name);
     const FileKind offsetsKind = kindOfOffsets(name);
     const DatabaseFiles files = readDatabase(name);
     if (isInterrupted(name) || !isReadable(name, files.data) || !isReadable(offsetsName, files.offsets)) return;

@@ -1,4 +1,4 @@
-#include "storage/databases/databases.h"
+#include "storage/format/names.h"
 #include "storage/repair/check_catalog.h"
 #include "storage/repair/check_database.h"
 
@@ -14,7 +14,7 @@ std::uint64_t SizeOf(const DataDirectory& directory, const std::string& name) {
 DatabaseReport ListedDatabase(const DataDirectory& directory, const DatabaseHdrType& entry) {
   DatabaseReport report;
   report.entry = entry;
-  report.name = EntryName(entry);
+  report.name = NameOf(entry);
   const FileHeader header = FileHeaderOf(directory.read(report.name, kHeaderSize).bytes());
   report.kind = static_cast<DatabaseKind>(header.Type);
   report.appInfoBytes = header.AppInfoLen;
@@ -28,7 +28,7 @@ std::vector<DatabaseReport> ListedDatabases(const DataDirectory& directory) {
   std::vector<DatabaseReport> databases;
   const RawFile catalog = directory.read(kCatalogName);
   for (const DatabaseHdrType& entry : CatalogEntries(catalog))
-    if (IsDatabaseName(EntryName(entry)) && directory.kindOf(EntryName(entry)) == FileKind::kRegular)
+    if (IsDatabaseName(NameOf(entry)) && directory.kindOf(NameOf(entry)) == FileKind::kRegular)
       databases.push_back(ListedDatabase(directory, entry));
   return databases;
 }

@@ -3,7 +3,6 @@
 
 #include "builtins/arguments.h"
 #include "runtime/internal.h"
-#include "storage/databases/databases.h"
 #include "storage/tables/index_attach.h"
 #include "storage/tables/opening.h"
 #include "storage/tables/table_descriptions.h"

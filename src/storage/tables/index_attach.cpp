@@ -8,10 +8,11 @@
 #include "runtime/latin1.h"
 #include "runtime/memory.h"
 #include "storage/databases/catalog.h"
-#include "storage/databases/databases.h"
 #include "storage/files/descriptor.h"
 #include "storage/files/diagnostic_log.h"
 #include "storage/format/keys.h"
+#include "storage/format/names.h"
+#include "storage/records/open_databases.h"
 #include "storage/records/waiting_entries.h"
 #include "storage/tables/index_entries.h"
 #include "storage/tables/table_descriptions.h"
@@ -44,9 +45,10 @@ class Owners {
     if (std::exchange(generation_, CatalogGeneration()) != CatalogGeneration()) known_.clear();
     Known& known = known_[place];
     if (known.owner.empty() || std::memcmp(&known.entry, &entry, sizeof entry) != 0)
-      known = {entry, ownerOf(std::string(EntryName(place)))};
+      known = {entry, ownerOf(std::string(CatalogEntryName(place)))};
     return known.owner == table;
   }
+  void forget(UInt32 place) { known_.erase(place); }
 
  private:
   struct Known {
@@ -64,9 +66,9 @@ std::vector<std::string> indexesOf(const char* table) {
   if (OpenCatalog() != errNone) return names;
   const auto end = static_cast<UInt32>(std::min(rwCatalog->szmap, rwCatalog->szallocated));
   for (UInt32 place = kHeaderSize; place + kCatalogEntrySize <= end; place += kCatalogEntrySize) {
-    const DatabaseHdrType entry = EntryAt(place);
-    if (entry.type == kTypeIndex && !EntryName(place).empty() && owners.isOf(place, entry, owner))
-      names.emplace_back(EntryName(place));
+    const DatabaseHdrType entry = CatalogEntryAt(place);
+    const std::string_view name = CatalogEntryName(place);
+    if (entry.type == kTypeIndex && !name.empty() && owners.isOf(place, entry, owner)) names.emplace_back(name);
   }
   return names;
 }
@@ -116,6 +118,10 @@ void releaseIndex(IDX_IndexesNames* index) {
 }
 
 }  // namespace
+
+void ForgetOwner(DmOpenRef index) {
+  owners.forget(index->fOffset);
+}
 
 int AddIndex(myAppInfoType& table, const char* name, DmOpenRef db, KeyFields key) {
   auto* index = static_cast<IDX_IndexesNames*>(Allocate(sizeof(IDX_IndexesNames)));

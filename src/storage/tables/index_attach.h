@@ -13,6 +13,8 @@ void AttachIndexes(myAppInfoType& table);
 int AttachIndex(myAppInfoType& table, const std::string& name);
 /// Puts a new index, whose database is open, into the list.
 int AddIndex(myAppInfoType& table, const char* name, DmOpenRef db, KeyFields key);
+/// The index is new: one that had its name and its place in the catalogue before may have been another table's.
+void ForgetOwner(DmOpenRef index);
 /// Closes and frees them.
 void DetachIndexes(myAppInfoType& table);
 /// Closes one and takes it out of the list.

@@ -3,9 +3,9 @@
 
 #include "builtins/arguments.h"
 #include "runtime/memory.h"
-#include "storage/databases/databases.h"
 #include "storage/format/entry_order.h"
 #include "storage/format/keys.h"
+#include "storage/format/names.h"
 #include "storage/records/records.h"
 #include "storage/tables/index_attach.h"
 #include "storage/tables/index_upkeep.h"
@@ -14,6 +14,7 @@ using namespace vorne;
 
 namespace {
 
+constexpr int kCannotBeKey = 19;
 constexpr int kNoSuchArea = 14, kNoSuchIndex = 16, kNoSuchOrder = 32;
 constexpr char kNoIndexName[] = "INVALID_INDEX";
 
@@ -140,7 +141,8 @@ char* __CreateKeyToWrite(int number, int index, Boolean swap) {
   area->TBL_idxbuff = static_cast<char*>(Allocate(room));
   std::memset(area->TBL_idxbuff, ' ', room);
   Store(area->TBL_idxbuff, area->TBL_recposition);
-  MakeKey(FieldsOf(*area), KeyFieldsOf(*entry), area->TBL_buff, swap && bswapnum, area->TBL_idxbuff + kEntryKeyAt);
+  if (!MakeKey(FieldsOf(*area), KeyFieldsOf(*entry), area->TBL_buff, swap && bswapnum, area->TBL_idxbuff + kEntryKeyAt))
+    __RuntimeError(3, kCannotBeKey);
   area->TBL_idxPos = entry->IDX_tam_max_key + static_cast<std::int32_t>(kEntryKeyAt);
   return area->TBL_idxbuff;
 }

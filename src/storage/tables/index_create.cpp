@@ -3,8 +3,8 @@
 #include <cctype>
 
 #include "builtins/arguments.h"
-#include "storage/databases/databases.h"
 #include "storage/format/keys.h"
+#include "storage/format/names.h"
 #include "storage/tables/index_attach.h"
 #include "storage/tables/table_descriptions.h"
 #include "storage/tables/write.h"
@@ -113,6 +113,7 @@ int __TrataCriaIndice(int number, const char* name, const std::uint32_t* keyFiel
   WritePending(number);
   DmOpenRef db = makeDatabase(capitals.c_str());
   if (db == nullptr) return 0;
+  ForgetOwner(db);
   const int index = AddIndex(table, capitals.c_str(), db, key);
   __TBL_CreateOrChangeMyAppInfo(&table);
   PopulateIndex(number, index);

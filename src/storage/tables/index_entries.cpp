@@ -3,10 +3,11 @@
 #include <algorithm>
 
 #include "runtime/latin1.h"
-#include "storage/databases/databases.h"
+#include "storage/files/mapped_file.h"
 #include "storage/format/entry_order.h"
 #include "storage/format/keys.h"
 #include "storage/format/record_bytes.h"
+#include "storage/records/entry_file.h"
 #include "storage/records/records.h"
 
 namespace vorne {
@@ -14,14 +15,6 @@ namespace vorne {
 namespace {
 
 constexpr UInt32 kMostLookedAt = 4096;
-constexpr std::size_t kBufferSpare = 4;
-
-// The fields up to the last one of the key, and one more: the last one given is taken for the deletion mark.
-Fields fieldsToLoad(Fields fields, KeyFields key) {
-  std::size_t last = 1;
-  for (const IDX_Indexes& part : key) last = std::max<std::size_t>(last, part.KeyField);
-  return fields.first(std::min(last + 1, fields.size()));
-}
 
 bool hasPlace(const Entries& entries, UInt32 place, DmOpenRef table, EntryMaker& maker, char* expected) {
   if (place > 0 && std::memcmp(entries.key(place - 1), entries.key(place), entries.keyLength()) > 0) return false;
@@ -34,20 +27,6 @@ bool hasPlace(const Entries& entries, UInt32 place, DmOpenRef table, EntryMaker&
 }
 
 }  // namespace
-
-EntryMaker::EntryMaker(Fields fields, KeyFields key)
-    : loaded_(fieldsToLoad(fields, key)), key_(key), size_(static_cast<std::size_t>(KeyRoom(fields, key))) {
-  if (size_ == 0) return;
-  size_ += kEntryKeyAt;
-  const ControlFieldTBL& last = fields.back();
-  buffer_.resize(static_cast<std::size_t>(last.iOffset + BufferRoom(last)) + kBufferSpare);
-}
-
-void EntryMaker::make(std::int32_t position, std::span<const char> record, char* at) {
-  LoadFields(loaded_, record, bswapnum, buffer_.data());
-  Store(at, position);
-  MakeKey(loaded_, key_, buffer_.data(), false, at + kEntryKeyAt);
-}
 
 std::vector<char> EntriesOfTable(DmOpenRef table, EntryMaker& maker) {
   const UInt32 count = DmNumRecords(table);

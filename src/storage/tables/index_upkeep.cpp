@@ -12,6 +12,8 @@ namespace vorne {
 
 namespace {
 
+constexpr int kCannotBeKey = 19;
+
 // One record is written at a time, so that the changes' memory serves again.
 struct EntryChange {
   IDX_IndexesNames* index;
@@ -29,7 +31,8 @@ EntryChange& nextChange(std::size_t& count, IDX_IndexesNames& index) {
 
 void entryOfBuffer(const VORNE_RDD& area, const IDX_IndexesNames& index, bool swapped, std::string& entry) {
   entry.resize(kEntryKeyAt + static_cast<std::size_t>(index.IDX_tam_max_key));
-  MakeKey(FieldsOf(area), KeyFieldsOf(index), area.TBL_buff, swapped, entry.data() + kEntryKeyAt);
+  if (!MakeKey(FieldsOf(area), KeyFieldsOf(index), area.TBL_buff, swapped, entry.data() + kEntryKeyAt))
+    __RuntimeError(3, kCannotBeKey);
 }
 
 void entryOfRecord(const myAppInfoType& table, const IDX_IndexesNames& index, std::int32_t record, std::string& entry) {

@@ -2,6 +2,7 @@
 #include "builtins/arguments.h"
 #include "storage/format/entry_order.h"
 #include "storage/format/record_bytes.h"
+#include "storage/records/entry_file.h"
 #include "storage/records/offsets.h"
 #include "storage/records/records.h"
 #include "storage/tables/write.h"
@@ -10,7 +11,7 @@ using namespace vorne;
 
 namespace {
 
-constexpr int kRecSizeSubcode = 7;
+constexpr int kRecSizeSubcode = 7, kCannotBeStored = 8;
 
 // The position of the record that entry `position` of the order names; -1 when there is no such entry.
 int recordOfEntry(const IDX_IndexesNames& order, int position) {
@@ -191,5 +192,7 @@ Obj_Node* __TBL_Fcount(Obj_Node* alias) {
 
 Obj_Node* __TBL_RecSize(Obj_Node* alias) {
   VORNE_RDD& area = AreaOf(alias, 3, kRecSizeSubcode);
-  return __INIT_DOUBLE(static_cast<double>(StoredSize(FieldsOf(area), area.TBL_buff)));
+  const std::size_t size = StoredSize(FieldsOf(area), area.TBL_buff);
+  if (size == 0) __RuntimeError(3, kCannotBeStored);
+  return __INIT_DOUBLE(static_cast<double>(size));
 }

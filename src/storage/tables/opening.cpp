@@ -4,8 +4,8 @@
 
 #include "runtime/hooks.h"
 #include "runtime/memory.h"
-#include "storage/databases/databases.h"
 #include "storage/format/record_bytes.h"
+#include "storage/records/open_databases.h"
 #include "storage/tables/index_attach.h"
 #include "storage/tables/table_descriptions.h"
 #include "storage/tables/write.h"
@@ -68,6 +68,7 @@ int OpenArea(myAppInfoType* table, const std::string& alias, Obj_Node* constant)
   const ControlFieldTBL& last = FieldsOf(*table).back();
   const std::int32_t room = last.iOffset + BufferRoom(last);
   hooks.closeWorkAreas = CloseAllAreas;
+  beforeDeletion = CloseAreasOf;
   auto* rdd = static_cast<VORNE_RDD*>(Allocate(sizeof(VORNE_RDD)));
   rdd->TBL_constAlias = constant;
   rdd->TBL_ialias = static_cast<std::int32_t>(alias.copy(rdd->TBL_alias, sizeof rdd->TBL_alias - 1));

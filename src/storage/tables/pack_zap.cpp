@@ -1,6 +1,7 @@
 // Removing deleted records, or all.
 #include <algorithm>
 
+#include "storage/databases/packing.h"
 #include "storage/format/record_bytes.h"
 #include "storage/journal/journal.h"
 #include "storage/records/records.h"

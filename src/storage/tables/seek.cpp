@@ -4,10 +4,11 @@
 
 #include "builtins/arguments.h"
 #include "runtime/memory.h"
-#include "storage/databases/databases.h"
 #include "storage/format/entry_order.h"
 #include "storage/format/keys.h"
 #include "storage/format/record_bytes.h"
+#include "storage/records/entry_file.h"
+#include "storage/records/open_databases.h"
 #include "storage/records/records.h"
 #include "storage/tables/write.h"
 

@@ -2,8 +2,9 @@
 
 #include <cstring>
 
-#include "storage/databases/databases.h"
+#include "storage/files/mapped_file.h"
 #include "storage/records/app_info.h"
+#include "storage/records/open_databases.h"
 
 namespace vorne {
 

@@ -37,8 +37,9 @@ bool storeMark(VORNE_RDD& area) {
 const std::string& recordBytes(VORNE_RDD& area, std::size_t least, Boolean hostOrder) {
   static std::string bytes;
   const Fields fields = FieldsOf(area);
-  bytes.resize(std::max(StoredSize(fields, area.TBL_buff), least));
-  if (bytes.size() > kLargestRecord) __RuntimeError(3, kCannotBeStored);
+  const std::size_t size = StoredSize(fields, area.TBL_buff);
+  bytes.resize(std::max(size, least));
+  if (size == 0 || bytes.size() > kLargestRecord) __RuntimeError(3, kCannotBeStored);
   StoreFields(fields, area.TBL_buff, bswapnum && !hostOrder, bytes.data(), bytes.size());
   return bytes;
 }

@@ -1,4 +1,5 @@
 #include "db/dictionary.h"
+#include "db/words.h"
 
 #include <strings.h>
 
@@ -6,7 +7,6 @@
 #include <filesystem>
 #include <utility>
 
-#include "db/db.h"
 #include "edge/console.h"
 #include "edge/nearest.h"
 #include "text/text.h"

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "storage/disk_layout.h"
 #include "storage/format/description.h"
 #include "storage/reading/dictionary.h"
 

@@ -111,12 +111,10 @@ class JsonOutput : public SqlOutput {
   void end() override { printRaw(any_ ? "]\n" : "[]\n"); }
 
  private:
-  static std::string dumped(const std::string& text) {
-    return Json(text).dump(-1, ' ', false, Json::error_handler_t::replace);
-  }
+  static std::string dumped(const std::string& text) { return Json(text).text(); }
   static std::string valueOf(const SqlCell& cell) {
     if (cell.kind == SqlCell::kText) return dumped(cell.text);
-    return cell.kind == SqlCell::kNumber && Json::accept(cell.text) ? cell.text : "null";
+    return cell.kind == SqlCell::kNumber && isJson(cell.text) ? cell.text : "null";
   }
 
   std::vector<std::string> members_;

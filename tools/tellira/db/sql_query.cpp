@@ -43,6 +43,9 @@ int allowOnlyReading(void*, int action, const char* first, const char* second, c
     case SQLITE_READ:
     case SQLITE_RECURSIVE:
       return SQLITE_OK;
+    // SQLite asks for it where a table is connected; a statement that would do it is refused all the same.
+    case SQLITE_UPDATE:
+      return first != nullptr && std::strcmp(first, "sqlite_master") == 0 ? SQLITE_OK : SQLITE_DENY;
     case SQLITE_FUNCTION:
       return second != nullptr && std::strcmp(second, "load_extension") == 0 ? SQLITE_DENY : SQLITE_OK;
     case SQLITE_PRAGMA:

@@ -1,9 +1,9 @@
 #include "db/table_loader.h"
+#include "db/words.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "db/db.h"
 #include "edge/console.h"
 #include "storage/format/record_bytes.h"
 #include "text/text.h"

@@ -13,7 +13,7 @@
 #include <filesystem>
 #include <vector>
 
-#include "db/db.h"
+#include "db/words.h"
 #include "edge/console.h"
 #include "runtime/process.h"
 #include "text/text.h"

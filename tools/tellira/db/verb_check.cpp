@@ -2,10 +2,12 @@
 #include <map>
 
 #include "db/db.h"
+#include "db/words.h"
 #include "edge/confirm.h"
 #include "edge/console.h"
 #include "edge/json_text.h"
 #include "edge/progress.h"
+#include "storage/repair/directory_check.h"
 
 namespace tool {
 namespace {
@@ -137,14 +139,14 @@ int runCheck(const DbOptions& options, const CheckVerb& verb) {
 
 }  // namespace
 
-void addDbCheck(CLI::App& group, const SharedDbOptions& shared, Action& action) {
+void addDbCheck(Verb& group, const SharedDbOptions& shared) {
   auto options = std::make_shared<CheckVerb>();
-  CLI::App& verb = *group.add_subcommand("check", "Tell whether the databases are sound, and repair them");
-  verb.add_flag("--repair", options->repair, "Repair what can be");
-  verb.add_flag("--yes", options->yes, "Do not ask before the repair");
-  verb.add_flag("--json", options->json, "Print a JSON object");
+  Verb verb = group.verb("check", "Tell whether the databases are sound, and repair them");
+  verb.flag("--repair", options->repair, "Repair what can be");
+  verb.flag("--yes", options->yes, "Do not ask before the repair");
+  verb.flag("--json", options->json, "Print a JSON object");
   verb.footer(kFooter);
-  verb.callback([shared, options, &action] { action = [shared, options] { return runCheck(*shared, *options); }; });
+  verb.action([shared, options] { return runCheck(*shared, *options); });
 }
 
 }  // namespace tool

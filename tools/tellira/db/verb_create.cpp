@@ -7,6 +7,7 @@
 #include "db/db.h"
 #include "db/dictionary.h"
 #include "db/table_session.h"
+#include "db/words.h"
 #include "edge/confirm.h"
 #include "edge/console.h"
 #include "edge/paths.h"
@@ -195,23 +196,20 @@ int runDrop(const DbOptions& group, const DropOptions& options) {
 
 }  // namespace
 
-void addDbCreate(CLI::App& group, const SharedDbOptions& shared, Action& action) {
+void addDbCreate(Verb& group, const SharedDbOptions& shared) {
   auto create = std::make_shared<CreateOptions>();
-  CLI::App& made = *group.add_subcommand("create", "Make a table");
-  addName(made, "TABLE", create->table, "Name of the new table");
-  made.add_option("FIELD", create->fields, "Its fields in order: NAME:TYPE:LEN[:DEC]")->type_name("")->required();
+  Verb made = group.verb("create", "Make a table");
+  made.argument("TABLE", create->table, "Name of the new table");
+  made.arguments("FIELD", create->fields, "Its fields in order: NAME:TYPE:LEN[:DEC]");
   made.footer(kCreateFooter);
-  made.callback([shared, create, &action] {
-    for (std::string& field : create->fields) field = unguarded(field);
-    action = [shared, create] { return runCreate(*shared, *create); };
-  });
+  made.action([shared, create] { return runCreate(*shared, *create); });
 
   auto drop = std::make_shared<DropOptions>();
-  CLI::App& dropped = *group.add_subcommand("drop", "Remove a table with its memo texts and indexes");
-  addName(dropped, "TABLE", drop->table, "Name of the table");
-  dropped.add_flag("--yes", drop->yes, "Do not ask before");
+  Verb dropped = group.verb("drop", "Remove a table with its memo texts and indexes");
+  dropped.argument("TABLE", drop->table, "Name of the table");
+  dropped.flag("--yes", drop->yes, "Do not ask before");
   dropped.footer(kDropFooter);
-  dropped.callback([shared, drop, &action] { action = [shared, drop] { return runDrop(*shared, *drop); }; });
+  dropped.action([shared, drop] { return runDrop(*shared, *drop); });
 }
 
 }  // namespace tool

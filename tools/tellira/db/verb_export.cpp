@@ -6,6 +6,7 @@
 #include "db/dictionary.h"
 #include "db/read_table.h"
 #include "db/record_text.h"
+#include "db/words.h"
 #include "edge/console.h"
 #include "edge/csv.h"
 #include "edge/output_file.h"
@@ -115,21 +116,19 @@ int runExport(const DbOptions& group, const ExportOptions& options) {
 
 }  // namespace
 
-void addDbExport(CLI::App& group, const SharedDbOptions& shared, Action& action) {
+void addDbExport(Verb& group, const SharedDbOptions& shared) {
   auto options = std::make_shared<ExportOptions>();
-  CLI::App& verb = *group.add_subcommand("export", "Write the records of a table as CSV or JSON");
-  addName(verb, "TABLE", options->table, "Name of the table");
-  addName(verb, "FILE", options->file, "File to write (default: -, which is standard output)").required(false);
-  verb.add_option("--format", options->format, "csv (default), json (one array) or jsonl (one object a line)")
-      ->type_name("NAME")
-      ->check(CLI::IsMember({"csv", "json", "jsonl"}));
-  verb.add_option("--order", options->order, "Index whose order the records come in (default: as they are stored)")
-      ->type_name("INDEX");
-  verb.add_option("--separator", options->separator, "Character between cells of CSV, or tab (default: comma)")
-      ->type_name("C");
-  verb.add_flag("--deleted", options->deleted, "Deleted records too, with a column _deleted");
+  Verb verb = group.verb("export", "Write the records of a table as CSV or JSON");
+  verb.argument("TABLE", options->table, "Name of the table");
+  verb.argument("FILE", options->file, "File to write (default: -, which is standard output)", Need::kOptional);
+  verb.choice("--format", options->format, "NAME", "csv (default), json (one array) or jsonl (one object a line)",
+              {"csv", "json", "jsonl"});
+  verb.option("--order", options->order, "INDEX",
+              "Index whose order the records come in (default: as they are stored)");
+  verb.option("--separator", options->separator, "C", "Character between cells of CSV, or tab (default: comma)");
+  verb.flag("--deleted", options->deleted, "Deleted records too, with a column _deleted");
   verb.footer(kFooter);
-  verb.callback([shared, options, &action] { action = [shared, options] { return runExport(*shared, *options); }; });
+  verb.action([shared, options] { return runExport(*shared, *options); });
 }
 
 }  // namespace tool

@@ -10,6 +10,7 @@
 
 #include "db/db.h"
 #include "db/table_loader.h"
+#include "db/words.h"
 #include "edge/console.h"
 #include "edge/csv.h"
 #include "edge/progress.h"
@@ -168,21 +169,17 @@ int runImport(const DbOptions& group, const ImportOptions& options) {
 
 }  // namespace
 
-void addDbImport(CLI::App& group, const SharedDbOptions& shared, Action& action) {
+void addDbImport(Verb& group, const SharedDbOptions& shared) {
   auto options = std::make_shared<ImportOptions>();
-  CLI::App& verb = *group.add_subcommand("import", "Append the rows of a CSV file to a table");
-  addName(verb, "TABLE", options->table, "Name of the table");
-  addName(verb, "FILE", options->file, "CSV file, - for standard input");
-  verb.add_option("--encoding", options->encoding, "utf8 (default) or latin1")
-      ->type_name("NAME")
-      ->check(CLI::IsMember({"utf8", "latin1"}));
-  verb.add_option("--separator", options->separator,
-                  "Character between cells, or tab (default: comma, semicolon or tab, as the first line has it)")
-      ->type_name("C");
-  verb.add_flag("--truncate", options->truncate,
-                "Cut texts that are too long, and take numbers wider than their field");
+  Verb verb = group.verb("import", "Append the rows of a CSV file to a table");
+  verb.argument("TABLE", options->table, "Name of the table");
+  verb.argument("FILE", options->file, "CSV file, - for standard input");
+  verb.choice("--encoding", options->encoding, "NAME", "utf8 (default) or latin1", {"utf8", "latin1"});
+  verb.option("--separator", options->separator, "C",
+              "Character between cells, or tab (default: comma, semicolon or tab, as the first line has it)");
+  verb.flag("--truncate", options->truncate, "Cut texts that are too long, and take numbers wider than their field");
   verb.footer(kFooter);
-  verb.callback([shared, options, &action] { action = [shared, options] { return runImport(*shared, *options); }; });
+  verb.action([shared, options] { return runImport(*shared, *options); });
 }
 
 }  // namespace tool

@@ -6,6 +6,7 @@
 #include "db/db.h"
 #include "db/dictionary.h"
 #include "db/table_session.h"
+#include "db/words.h"
 #include "edge/console.h"
 #include "storage/format/keys.h"
 #include "text/text.h"
@@ -116,39 +117,30 @@ int runReindex(const DbOptions& group, const IndexOptions& options) {
   return kDone;
 }
 
-using Run = int (*)(const DbOptions&, const IndexOptions&);
-
-void addAction(CLI::App& verb, const SharedDbOptions& shared, const std::shared_ptr<IndexOptions>& options, Run run,
-               Action& action) {
-  verb.callback(
-      [shared, options, run, &action] { action = [shared, options, run] { return run(*shared, *options); }; });
-}
-
 }  // namespace
 
-void addDbIndex(CLI::App& group, const SharedDbOptions& shared, Action& action) {
+void addDbIndex(Verb& group, const SharedDbOptions& shared) {
   auto options = std::make_shared<IndexOptions>();
-  CLI::App& index = *group.add_subcommand("index", "Make or remove an index of a table");
-  index.require_subcommand(1);
+  Verb index = group.verb("index", "Make or remove an index of a table");
   index.footer(kIndexFooter);
 
-  CLI::App& create = *index.add_subcommand("create", "Make an index, filled from the table's records");
-  addName(create, "TABLE", options->table, "Name of the table");
-  addName(create, "INDEX", options->index, "Name of the new index");
-  addName(create, "FIELDS", options->fields, "Key fields, with commas between them");
+  Verb create = index.verb("create", "Make an index, filled from the table's records");
+  create.argument("TABLE", options->table, "Name of the table");
+  create.argument("INDEX", options->index, "Name of the new index");
+  create.argument("FIELDS", options->fields, "Key fields, with commas between them");
   create.footer(kCreateFooter);
-  addAction(create, shared, options, runCreate, action);
+  create.action([shared, options] { return runCreate(*shared, *options); });
 
-  CLI::App& drop = *index.add_subcommand("drop", "Remove an index; the table stays as it is");
-  addName(drop, "TABLE", options->table, "Name of the table");
-  addName(drop, "INDEX", options->index, "Name of the index");
+  Verb drop = index.verb("drop", "Remove an index; the table stays as it is");
+  drop.argument("TABLE", options->table, "Name of the table");
+  drop.argument("INDEX", options->index, "Name of the index");
   drop.footer(kDropFooter);
-  addAction(drop, shared, options, runDrop, action);
+  drop.action([shared, options] { return runDrop(*shared, *options); });
 
-  CLI::App& reindex = *group.add_subcommand("reindex", "Make all indexes of a table anew");
-  addName(reindex, "TABLE", options->table, "Name of the table");
+  Verb reindex = group.verb("reindex", "Make all indexes of a table anew");
+  reindex.argument("TABLE", options->table, "Name of the table");
   reindex.footer(kReindexFooter);
-  addAction(reindex, shared, options, runReindex, action);
+  reindex.action([shared, options] { return runReindex(*shared, *options); });
 }
 
 }  // namespace tool

@@ -3,6 +3,7 @@
 
 #include "db/db.h"
 #include "db/dictionary.h"
+#include "db/words.h"
 #include "edge/console.h"
 #include "edge/json_text.h"
 #include "edge/text_table.h"
@@ -38,7 +39,7 @@ Json jsonOf(const vorne::StoredDatabase& database, std::size_t indexes) {
 int runList(const DbOptions& options, bool json) {
   const Dictionary dictionary(options.checkedDirectory(), Dictionary::Heads::kOfAll);
   Json list = Json::array();
-  Table<5> table{{"Name", "Type", "Records", "Indexes", "Size"}};
+  TextTable<5> table{{"Name", "Type", "Records", "Indexes", "Size"}};
   for (const vorne::StoredDatabase& database : dictionary.databases()) {
     const std::size_t indexes = indexesOf(dictionary, database);
     list.push_back(jsonOf(database, indexes));
@@ -54,12 +55,12 @@ int runList(const DbOptions& options, bool json) {
 
 }  // namespace
 
-void addDbList(CLI::App& group, const SharedDbOptions& options, Action& action) {
+void addDbList(Verb& group, const SharedDbOptions& options) {
   auto json = std::make_shared<bool>(false);
-  CLI::App& verb = *group.add_subcommand("list", "List the databases: type, records, indexes, size");
-  verb.add_flag("--json", *json, "Print a JSON array");
+  Verb verb = group.verb("list", "List the databases: type, records, indexes, size");
+  verb.flag("--json", *json, "Print a JSON array");
   verb.footer(kFooter);
-  verb.callback([options, json, &action] { action = [options, json] { return runList(*options, *json); }; });
+  verb.action([options, json] { return runList(*options, *json); });
 }
 
 }  // namespace tool

@@ -2,6 +2,7 @@
 #include "db/db.h"
 #include "db/dictionary.h"
 #include "db/table_session.h"
+#include "db/words.h"
 #include "edge/confirm.h"
 #include "edge/console.h"
 #include "storage/format/record_bytes.h"
@@ -99,19 +100,17 @@ constexpr VerbRow kVerbs[] = {
 
 }  // namespace
 
-void addDbRecords(CLI::App& group, const SharedDbOptions& shared, Action& action) {
+void addDbRecords(Verb& group, const SharedDbOptions& shared) {
   for (const VerbRow& row : kVerbs) {
     auto options = std::make_shared<RecordsOptions>();
-    CLI::App& verb = *group.add_subcommand(row.name, row.description);
-    addName(verb, "TABLE", options->table, "Name of the table");
+    Verb verb = group.verb(row.name, row.description);
+    verb.argument("TABLE", options->table, "Name of the table");
     if (row.run == runMark)
-      verb.add_option("RECNO", options->record, "Number of the record, from 1")->type_name("")->required();
+      verb.argument("RECNO", options->record, "Number of the record, from 1");
     else
-      verb.add_flag("--yes", options->yes, "Do not ask before");
+      verb.flag("--yes", options->yes, "Do not ask before");
     verb.footer(row.footer);
-    verb.callback([shared, options, &row, &action] {
-      action = [shared, options, &row] { return row.run(*shared, *options, row.argument); };
-    });
+    verb.action([shared, options, &row] { return row.run(*shared, *options, row.argument); });
   }
 }
 

@@ -6,9 +6,11 @@
 
 #include "db/db.h"
 #include "db/dictionary.h"
+#include "db/words.h"
 #include "edge/console.h"
 #include "edge/json_text.h"
 #include "edge/text_table.h"
+#include "storage/repair/directory_check.h"
 #include "text/text.h"
 
 namespace tool {
@@ -143,14 +145,14 @@ std::string quoted(const std::string& word) {
 
 void printText(const Dictionary::Table& table) {
   print("\n");
-  Table<4> fields{{"Field", "Type", "Length", "Decimals"}};
+  TextTable<4> fields{{"Field", "Type", "Length", "Decimals"}};
   for (const ControlFieldTBL& field : table.fields())
     fields.add({shown(field.FieldName), std::string(1, vorne::TypeLetter(field.FieldType)),
                 std::to_string(field.FieldLen), std::to_string(field.FieldDecLen)});
   fields.print();
   print("\n");
   if (!table.indexes.empty()) {
-    Table<2> indexes{{"Index", "Key fields"}};
+    TextTable<2> indexes{{"Index", "Key fields"}};
     for (const vorne::IndexDescription& index : table.indexes)
       indexes.add({shown(index.name), joined(keyNames(table, index))});
     indexes.print();
@@ -193,17 +195,13 @@ int runSchema(const DbOptions& group, const SchemaOptions& options) {
 
 }  // namespace
 
-void addDbSchema(CLI::App& group, const SharedDbOptions& shared, Action& action) {
+void addDbSchema(Verb& group, const SharedDbOptions& shared) {
   auto options = std::make_shared<SchemaOptions>();
-  CLI::App& verb =
-      *group.add_subcommand("schema", "Describe one database: kind, records, files; a table's fields and indexes");
-  verb.add_flag("--json", options->json, "Print a JSON object");
-  verb.add_option("NAME", options->name, "Name of the database")->type_name("")->required();
+  Verb verb = group.verb("schema", "Describe one database: kind, records, files; a table's fields and indexes");
+  verb.flag("--json", options->json, "Print a JSON object");
+  verb.argument("NAME", options->name, "Name of the database");
   verb.footer(kFooter);
-  verb.callback([shared, options, &action] {
-    options->name = unguarded(options->name);
-    action = [shared, options] { return runSchema(*shared, *options); };
-  });
+  verb.action([shared, options] { return runSchema(*shared, *options); });
 }
 
 }  // namespace tool

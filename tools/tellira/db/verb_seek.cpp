@@ -7,6 +7,7 @@
 #include "db/field_values.h"
 #include "db/read_table.h"
 #include "db/record_text.h"
+#include "db/words.h"
 #include "edge/console.h"
 #include "edge/json_text.h"
 #include "edge/masking.h"
@@ -134,17 +135,17 @@ int runSeek(const DbOptions& group, const SeekOptions& options) {
 
 }  // namespace
 
-void addDbSeek(CLI::App& group, const SharedDbOptions& shared, Action& action) {
+void addDbSeek(Verb& group, const SharedDbOptions& shared) {
   auto options = std::make_shared<SeekOptions>();
-  CLI::App& verb = *group.add_subcommand("seek", "Find a record by its key in an index");
-  addName(verb, "TABLE", options->table, "Name of the table");
-  addName(verb, "INDEX", options->index, "Name of the index");
-  addName(verb, "KEY", options->key, "Key, or the beginning of one");
-  verb.add_flag("--soft", options->soft, "When there is none, show the record with the next greater key");
-  verb.add_flag("--deleted", options->deleted, "See deleted records too");
-  verb.add_flag("--json", options->json, "Print a JSON object");
+  Verb verb = group.verb("seek", "Find a record by its key in an index");
+  verb.argument("TABLE", options->table, "Name of the table");
+  verb.argument("INDEX", options->index, "Name of the index");
+  verb.argument("KEY", options->key, "Key, or the beginning of one");
+  verb.flag("--soft", options->soft, "When there is none, show the record with the next greater key");
+  verb.flag("--deleted", options->deleted, "See deleted records too");
+  verb.flag("--json", options->json, "Print a JSON object");
   verb.footer(kFooter);
-  verb.callback([shared, options, &action] { action = [shared, options] { return runSeek(*shared, *options); }; });
+  verb.action([shared, options] { return runSeek(*shared, *options); });
 }
 
 }  // namespace tool

@@ -21,31 +21,27 @@ Exit status: 0 done, 1 a table is damaged or another program kept it busy, 2 wro
 
 struct SqlOptions {
   std::string statement;
-  SqlFormat format = SqlFormat::kTable;
+  std::string format = "table";
 };
 
 const std::map<std::string, SqlFormat> kFormats{
     {"table", SqlFormat::kTable}, {"csv", SqlFormat::kCsv}, {"json", SqlFormat::kJson}};
 
+int runSql(const DbOptions& group, const SqlOptions& options) {
+  runSqlQuery(group.checkedDirectory(), options.statement, kFormats.at(options.format));
+  return kDone;
+}
+
 }  // namespace
 
-void addDbSql(CLI::App& group, const SharedDbOptions& shared, Action& action) {
+void addDbSql(Verb& group, const SharedDbOptions& shared) {
   auto options = std::make_shared<SqlOptions>();
-  auto format = std::make_shared<std::string>("table");
-  CLI::App& verb = *group.add_subcommand("sql", "Ask the tables with SQL");
-  verb.add_option("--format", *format, "Form of the answer: table (default), csv or json")
-      ->type_name("FORM")
-      ->check(CLI::IsMember({"table", "csv", "json"}));
-  verb.add_option("SQL", options->statement, "One statement that reads")->type_name("")->required();
+  Verb verb = group.verb("sql", "Ask the tables with SQL");
+  verb.choice("--format", options->format, "FORM", "Form of the answer: table (default), csv or json",
+              {"table", "csv", "json"});
+  verb.argument("SQL", options->statement, "One statement that reads");
   verb.footer(kFooter);
-  verb.callback([shared, options, format, &action] {
-    options->statement = unguarded(options->statement);
-    options->format = kFormats.at(*format);
-    action = [shared, options] {
-      runSqlQuery(shared->checkedDirectory(), options->statement, options->format);
-      return kDone;
-    };
-  });
+  verb.action([shared, options] { return runSql(*shared, *options); });
 }
 
 }  // namespace tool

@@ -1,43 +1,82 @@
-// How a verb meets the command line: each verb is one file with one function that registers it.
+// The command line as verbs declare theirs: options, flags and arguments, each read into a variable. Only cli.cpp knows
+// the parser behind it, which takes a compiler longer than any verb.
 #pragma once
 
-#include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
-#include <chrono>
+#include <climits>
+#include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
+#include <vector>
+
+namespace CLI {
+class App;
+}
 
 namespace tool {
 
-/// The options of every verb that calls the library.
-struct LibraryOptions {
-  std::string library;
-  std::string directory = ".";
-  int timeoutSeconds = 300;
-
-  /// Absolute path of the library that is meant.
-  std::string libraryPath() const;
-  /// Absolute path of the working directory.
-  std::string directoryPath() const;
-  std::chrono::seconds timeout() const { return std::chrono::seconds(timeoutSeconds); }
-};
-
-/// Adds --lib, --cwd and --timeout to a verb; `options` must live as long as the verb.
-void addLibraryOptions(CLI::App& verb, LibraryOptions& options);
-
-/// What the chosen verb does after the command line was read; returns the exit status.
+/// What a verb does once the command line was read; returns the exit status.
 using Action = std::function<int()>;
 
-/// Registers one verb: `action` is set when the verb is chosen.
-void addCall(CLI::App& app, Action& action);
-void addCommands(CLI::App& app, Action& action);
-void addSale(CLI::App& app, Action& action);
-void addDb(CLI::App& app, Action& action);
+enum class Need { kRequired, kOptional };
 
-/// Arguments are passed through this before the parser sees them, fields again through `unguarded` after it. The parser
-/// takes an argument in square brackets apart as a list; a field must arrive as it was typed.
-std::string guarded(const std::string& argument);
-std::string unguarded(const std::string& argument);
+/// A verb of the command line, or a group of verbs of which one must be named. The variables that a verb's words are
+/// read into must live until its action has run: hold them in what the action captures.
+class Verb {
+ public:
+  Verb(CLI::App& app, Action& chosen) : app_(&app), chosen_(&chosen) {}
+
+  /// Adds a verb below this one.
+  Verb verb(const char* name, const char* description);
+  /// What the verb does when it is named.
+  void action(Action action);
+  /// Text below the options in the verb's help: examples, exit status.
+  void footer(const char* text);
+
+  /// @param type what stands for the value in the help, as in FILE
+  void option(const char* name, std::string& value, const char* type, const char* description);
+  void option(const char* name, int& value, const char* type, const char* description, int least = INT_MIN,
+              int most = INT_MAX);
+  /// An option that takes one of a few words.
+  void choice(const char* name, std::string& value, const char* type, const char* description,
+              const std::vector<std::string>& words);
+  void flag(const char* name, bool& value, const char* description);
+  /// An option of this group that its verbs take as well: it may stand before a verb or behind it. To be declared
+  /// before they are.
+  void sharedOption(const char* name, std::string& value, const char* type, const char* description);
+
+  /// Words that are no options, in the order in which they are declared.
+  void argument(const char* name, std::string& value, const char* description, Need need = Need::kRequired);
+  void argument(const char* name, std::uint32_t& value, const char* description);
+  /// All the words that are left; to be declared last.
+  void arguments(const char* name, std::vector<std::string>& values, const char* description,
+                 Need need = Need::kRequired);
+
+ private:
+  CLI::App* app_;
+  Action* chosen_;
+  std::vector<std::function<void(Verb&)>> shared_;
+};
+
+/// The tool's whole command line.
+class CommandLine {
+ public:
+  CommandLine(const char* description, const char* version, const char* footer);
+  ~CommandLine();
+  CommandLine(const CommandLine&) = delete;
+  CommandLine& operator=(const CommandLine&) = delete;
+
+  /// To add the verbs to.
+  Verb& top() { return top_; }
+  /// Reads the arguments and runs the verb that they name; tells what is wrong with them.
+  /// @returns the exit status
+  /// @throws what the verb's action throws
+  int run(const std::vector<std::string>& arguments);
+
+ private:
+  std::unique_ptr<CLI::App> app_;
+  Action chosen_;
+  Verb top_;
+};
 
 }  // namespace tool

@@ -13,11 +13,11 @@
 namespace tool {
 
 template <std::size_t N>
-class Table {
+class TextTable {
  public:
   using Row = std::array<std::string, N>;
 
-  explicit Table(Row heads) : heads_(std::move(heads)) { widen(heads_); }
+  explicit TextTable(Row heads) : heads_(std::move(heads)) { widen(heads_); }
 
   void add(Row row) {
     widen(row);

@@ -2,13 +2,14 @@
 #include <memory>
 #include <vector>
 
-#include "edge/cli.h"
 #include "edge/console.h"
 #include "edge/json_text.h"
 #include "edge/masking.h"
 #include "library/commands.h"
 #include "library/diagnosis.h"
+#include "library/library_options.h"
 #include "library/parameter.h"
+#include "library/verbs.h"
 #include "library/worker.h"
 #include "text/text.h"
 
@@ -130,26 +131,21 @@ int runCall(const CallOptions& options) {
 
 }  // namespace
 
-void addCall(CLI::App& app, Action& action) {
+void addCall(Verb& top) {
   auto options = std::make_shared<CallOptions>();
-  CLI::App& verb = *app.add_subcommand("call", "Send one command to the device and show its answer");
+  Verb verb = top.verb("call", "Send one command to the device and show its answer");
   addLibraryOptions(verb, *options);
-  verb.add_option("--out", options->outBytes, "Size of the output buffer in bytes, 0 to 16777216 (default: 65536)")
-      ->type_name("BYTES")
-      ->check(CLI::Range(0, kMostOutBytes));
-  verb.add_option("--cmd", options->command, "Command number (default: 0); 999 and 997 answer versions without a NAME")
-      ->type_name("N");
-  verb.add_flag("--plain", options->plain, "Pass and read texts without encoding");
-  verb.add_flag("--json", options->json, "Print one JSON object: command, returned, fields, output");
-  verb.add_flag("--unchecked", options->unchecked, "Send name and fields as they stand, without looking at the table");
-  verb.add_option("NAME", options->name, "Command")->type_name("");
-  verb.add_option("FIELD", options->fields, "Parameter fields from field 2 on")->type_name("");
+  verb.option("--out", options->outBytes, "BYTES", "Size of the output buffer in bytes, 0 to 16777216 (default: 65536)",
+              0, kMostOutBytes);
+  verb.option("--cmd", options->command, "N",
+              "Command number (default: 0); 999 and 997 answer versions without a NAME");
+  verb.flag("--plain", options->plain, "Pass and read texts without encoding");
+  verb.flag("--json", options->json, "Print one JSON object: command, returned, fields, output");
+  verb.flag("--unchecked", options->unchecked, "Send name and fields as they stand, without looking at the table");
+  verb.argument("NAME", options->name, "Command", Need::kOptional);
+  verb.arguments("FIELD", options->fields, "Parameter fields from field 2 on", Need::kOptional);
   verb.footer(kFooter);
-  verb.callback([options, &action] {
-    options->name = unguarded(options->name);
-    for (std::string& field : options->fields) field = unguarded(field);
-    action = [options] { return runCall(*options); };
-  });
+  verb.action([options] { return runCall(*options); });
 }
 
 }  // namespace tool

@@ -2,11 +2,11 @@
 #include <memory>
 #include <vector>
 
-#include "edge/cli.h"
 #include "edge/console.h"
 #include "edge/json_text.h"
 #include "edge/text_table.h"
 #include "library/commands.h"
+#include "library/verbs.h"
 #include "text/text.h"
 
 namespace tool {
@@ -35,9 +35,9 @@ bool matches(const Command& command, const std::string& pattern) {
   return matchesGlob(glob ? pattern : "*" + pattern + "*", command.name);
 }
 
-Table<7> tableOf(const std::vector<const Command*>& commands) {
+TextTable<7> tableOf(const std::vector<const Command*>& commands) {
   const auto orDash = [](std::string_view text) { return text.empty() ? std::string("-") : std::string(text); };
-  Table<7> table{{"No", "Command", "Library", "Adapter", "Vendor function", "Answer", "Arguments"}};
+  TextTable<7> table{{"No", "Command", "Library", "Adapter", "Vendor function", "Answer", "Arguments"}};
   for (const Command* command : commands)
     table.add({std::to_string(numberOf(*command)), std::string(command->name), orDash(command->library),
                orDash(command->adapter), orDash(command->function), std::string(outputInWords(command->output)),
@@ -88,16 +88,13 @@ int runCommands(const CommandsOptions& options) {
 
 }  // namespace
 
-void addCommands(CLI::App& app, Action& action) {
+void addCommands(Verb& top) {
   auto options = std::make_shared<CommandsOptions>();
-  CLI::App& verb = *app.add_subcommand("commands", "List the commands: library, vendor function, fields, answer");
-  verb.add_flag("--json", options->json, "Print a JSON array");
-  verb.add_option("PATTERN", options->pattern, "Part of a name, or a pattern with * and ?")->type_name("");
+  Verb verb = top.verb("commands", "List the commands: library, vendor function, fields, answer");
+  verb.flag("--json", options->json, "Print a JSON array");
+  verb.argument("PATTERN", options->pattern, "Part of a name, or a pattern with * and ?", Need::kOptional);
   verb.footer(kFooter);
-  verb.callback([options, &action] {
-    options->pattern = unguarded(options->pattern);
-    action = [options] { return runCommands(*options); };
-  });
+  verb.action([options] { return runCommands(*options); });
 }
 
 }  // namespace tool

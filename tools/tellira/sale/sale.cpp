@@ -67,14 +67,14 @@ void Sale::runStatement(const Statement& statement) {
     const Expectation& right = condition->right;
     if (!holds(expanded(condition->left), right.comparison, expanded(right.value))) return;
   }
-  switch (statement.verb) {
-    case Verb::kEcho: {
+  switch (statement.kind) {
+    case Statement::Kind::kEcho: {
       std::string text;
       for (const std::string& word : expanded(statement.words)) text += (text.empty() ? "" : " ") + word;
       transcript_.begin(statement.place.line, "echo", {});
       return transcript_.remark(Remark::Kind::kEcho, text);
     }
-    case Verb::kTef:
+    case Statement::Kind::kTef:
       return runDialogue(statement);
     default:
       return runCommand(statement);

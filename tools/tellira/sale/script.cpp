@@ -93,10 +93,10 @@ class Parser {
 
   void classify(const Word& name, Statement& statement) {
     if (name.text() == "echo") {
-      statement.verb = Verb::kEcho;
+      statement.kind = Statement::Kind::kEcho;
       if (!statement.target.empty()) fail(name.place, "echo has no answer to keep.");
     } else if (name.text() == "tef") {
-      statement.verb = Verb::kTef;
+      statement.kind = Statement::Kind::kTef;
       if (statement.target.empty()) statement.target = "tef";
       dialogues_.insert(statement.target);
       if (statement.words.size() < kTefLeast || statement.words.size() > kTefMost) {
@@ -144,7 +144,7 @@ class Parser {
 
   void expectation(std::vector<Word> words) {
     const Word first = words.front();
-    if (script_.statements.empty() || script_.statements.back().verb == Verb::kEcho) {
+    if (script_.statements.empty() || script_.statements.back().kind == Statement::Kind::kEcho) {
       fail(first.place, "expect stands behind the command whose result it checks.");
     }
     words.erase(words.begin());
@@ -172,7 +172,7 @@ class Parser {
   }
 
   void reply(const std::vector<Word>& words, const std::string& first) {
-    if (script_.statements.empty() || script_.statements.back().verb != Verb::kTef) {
+    if (script_.statements.empty() || script_.statements.back().kind != Statement::Kind::kTef) {
       fail(words.front().place, first + " stands behind the tef line whose dialogue it belongs to.");
     }
     Reply reply{first, words.front()};

@@ -56,10 +56,10 @@ struct Condition {
   Expectation right;
 };
 
-enum class Verb { kCommand, kTef, kEcho };
-
 struct Statement {
-  Verb verb = Verb::kCommand;
+  enum class Kind { kCommand, kTef, kEcho };
+
+  Kind kind = Kind::kCommand;
   Place place;
   const generated::Command* command = nullptr;  ///< the row of a kCommand
   std::vector<Word> words;                      ///< fields from field 2 on, a dialogue's arguments, what to echo

@@ -1,13 +1,15 @@
-// `tellira sale`: a script of commands against the devices.
+#include "sale/verb_sale.h"
+
 #include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <iostream>
 #include <memory>
 
-#include "edge/cli.h"
 #include "edge/console.h"
+#include "edge/json_text.h"
 #include "edge/masking.h"
+#include "library/library_options.h"
 #include "sale/page.h"
 #include "sale/sale.h"
 
@@ -108,18 +110,15 @@ int runSale(const SaleOptions& options) {
 
 }  // namespace
 
-void addSale(CLI::App& app, Action& action) {
+void addSale(Verb& top) {
   auto options = std::make_shared<SaleOptions>();
-  CLI::App& verb = *app.add_subcommand("sale", "Run a script of commands, card payments included");
+  Verb verb = top.verb("sale", "Run a script of commands, card payments included");
   addLibraryOptions(verb, *options);
-  verb.add_option("--tape", options->tape, "Write the run as an HTML page")->type_name("FILE.html");
-  verb.add_flag("--json", options->json, "Print one JSON object: script, done, steps");
-  verb.add_option("FILE", options->file, "Script, - for standard input")->required()->type_name("");
+  verb.option("--tape", options->tape, "FILE.html", "Write the run as an HTML page");
+  verb.flag("--json", options->json, "Print one JSON object: script, done, steps");
+  verb.argument("FILE", options->file, "Script, - for standard input");
   verb.footer(kFooter);
-  verb.callback([options, &action] {
-    options->file = unguarded(options->file);
-    action = [options] { return runSale(*options); };
-  });
+  verb.action([options] { return runSale(*options); });
 }
 
 }  // namespace tool

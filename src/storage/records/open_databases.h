@@ -1,17 +1,15 @@
 // Inside the storage floor: the table of databases that have been found.
 #pragma once
 
-#include <string>
 #include <string_view>
 
-#include "storage/records/moves.h"
+#include "storage/vornerdd.h"
 
 namespace vorne {
 
+/// Makes and frees the table; false without memory.
 bool MakeOpenFiles();
 void FreeOpenFiles();
-/// Closes all of them, writing back what is pending.
-void CloseDatabases();
 
 /// The references given out, one for each slot of OpenFiles; null while the catalogue is closed.
 extern OpenStruct* databases;
@@ -29,17 +27,19 @@ inline bool IsVariable(const OpenStruct& db) {
   return db.Head.Type == kVariableDatabase;
 }
 
-/// The name as far as the catalogue can hold it.
-std::string_view ShortName(const char* name);
-/// The same in capital letters: what names are told apart by.
-std::string FoldedName(std::string_view name);
+/// The database of that name among those that have been found, null for none.
+DmOpenRef FoundDatabase(std::string_view name);
+/// The database of an ID, null for a wrong one.
+DmOpenRef DatabaseById(LocalID id);
+LocalID IdOf(const OpenStruct* db);
+/// Takes a slot for the database whose catalogue entry is at `entry`; null when there is none left.
+DmOpenRef TakeDatabase(std::string_view name, UInt32 entry);
+/// Frees its slot.
+void ForgetDatabase(DmOpenRef db);
+/// Gives it, and what of it is mapped, another name.
+void RenameDatabase(DmOpenRef db, std::string_view name);
 
-/// Brings everything in memory up to date after a move in the data file that was made: working header, handles, the
-/// places of the records that moved.
-void FollowMove(DmOpenRef db, const TailMove& move);
-/// The same after a growth without a move.
-void FollowGrowth(DmOpenRef db);
-/// Error 5: the file cannot grow.
-[[noreturn]] void GrowthFailure(const mymap& map);
+/// Called before a database is deleted, so that whoever works with it lets go of it; null while nobody wants to know.
+extern void (*beforeDeletion)(DmOpenRef db);
 
 }  // namespace vorne

@@ -1,0 +1,146 @@
+#include "storage/databases/opening.h"
+
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "runtime/hooks.h"
+#include "storage/databases/catalog.h"
+#include "storage/databases/rebuild.h"
+#include "storage/files/diagnostic_log.h"
+#include "storage/files/mapped_file.h"
+#include "storage/files/system.h"
+#include "storage/format/names.h"
+#include "storage/journal/journal.h"
+#include "storage/journal/recovery.h"
+#include "storage/records/handles.h"
+#include "storage/records/open_databases.h"
+#include "storage/records/records.h"
+#include "storage/records/waiting_entries.h"
+
+namespace vorne {
+
+void UnmapDatabase(DmOpenRef db) {
+  FreeHandlesOf(db);
+  DropEntries(db);
+  liberarmap(db->hFile);
+  liberarmap(db->hOS);
+  db->hFile = db->hOS = nullptr;
+}
+
+namespace {
+
+bool findDirectory() {
+  char working[PATH_MAX];
+  if (::getcwd(working, sizeof working) == nullptr) return false;
+  const std::string path = std::string(working) + kDataDirectory;
+  if (path.size() >= sizeof wcDir) return false;
+  std::memcpy(wcDir, path.c_str(), path.size() + 1);
+  CreateDirectory(wcDir);
+  return true;
+}
+
+void closeForGood(DmOpenRef db) {
+  if (db->hFile != nullptr) {
+    SettleHeld(db);
+    __WriteAppInfo(db);
+  }
+  UnmapDatabase(db);
+  ForgetDatabase(db);
+}
+
+void closeDatabases() {
+  for (UInt32 slot = 0; slot < kOpenFiles; ++slot)
+    if (OpenFiles[slot] != nullptr) closeForGood(OpenFiles[slot]);
+}
+
+}  // namespace
+
+}  // namespace vorne
+
+using namespace vorne;
+
+Err OpenCatalog() {
+  if (rwCatalog != nullptr) return errNone;
+  if (!MakeHandles() || !MakeOpenFiles()) {
+    Logar(MemHandles == nullptr ? "falhou 1" : "falhou 2");
+    FreeHandles();
+    __RuntimeError(5, -1);
+  }
+  hooks.closeCatalogue = CloseCatalog;
+  ForgetCatalogNames();
+  if (findDirectory()) {
+    RecoverInterruptedChanges();
+    rwCatalog = mapeararquivo(kCatalogName);
+    // Tells a repair that the files are in use; databases open without it all the same.
+    fileSystem.flock(rwCatalog->hFile, LOCK_SH | LOCK_NB);
+  }
+  if (rwCatalog != nullptr) return errNone;
+  std::printf("falhou mapeamento %s ...", kCatalogName);
+  FreeOpenFiles();
+  FreeHandles();
+  return errCatalogNotMapped;
+}
+
+void CloseCatalog() {
+  if (rwCatalog != nullptr) {
+    closeDatabases();
+    FlushCatalog();
+    GerarCatalogBck();
+    liberarmap(rwCatalog);
+    rwCatalog = nullptr;
+    CloseJournal();
+  }
+  FreeOpenFiles();
+  FreeHandles();
+  CloseDiagnosticLog();
+}
+
+int FindFileInDefaultDir(const char* name) {
+  if (name == nullptr || OpenCatalog() != errNone) return 0;
+  FindEntry entry;
+  const HANDLE search = _findfirst(GetWideName(name), &entry);
+  _findclose(search);
+  return search != INVALID_HANDLE_VALUE;
+}
+
+DmOpenRef DmOpenDatabase(UInt16, LocalID id, UInt16) {
+  DmOpenRef db = DatabaseById(id);
+  if (db == nullptr) return nullptr;
+  if (db->opens == 0) FreeHandlesOf(db);
+  if (db->hFile == nullptr) db->hFile = mapeararquivo(db->fName);
+  if (db->opens == 0) {
+    db->HeadReaded = 0;
+    if (!IsSoundHeader(*db->hFile)) {
+      std::printf("Falhou Abertura de %s", db->fName);
+      UnmapDatabase(db);
+      return nullptr;
+    }
+  }
+  __GetAppInfo(db);
+  if (db->opens == 0) {
+    if (IsVariable(*db)) {
+      if (db->hOS == nullptr) db->hOS = mapeararquivo(OffsetsName(db->fName).c_str());
+      VerifyFileOffset(db);
+    } else {
+      VerifyEqualRecords(db);
+    }
+    // A file into which nothing was ever stored, and nothing found in it: the first record goes behind its header.
+    if (db->hFile->szmap < static_cast<std::int32_t>(kHeaderSize)) WriteUsedSize(db->hFile, kHeaderSize);
+    db->Head = HeaderOf(*db->hFile);
+  }
+  ++db->opens;
+  return db;
+}
+
+Err DmCloseDatabase(DmOpenRef db) {
+  if (!IsFound(db)) return errArgument;
+  if (db->opens > 1)
+    --db->opens;
+  else
+    closeForGood(db);
+  return errNone;
+}

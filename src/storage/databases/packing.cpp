@@ -1,0 +1,110 @@
+#include "storage/databases/packing.h"
+
+#include <algorithm>
+#include <string>
+
+#include "storage/databases/rebuild.h"
+#include "storage/files/unfinished_file.h"
+#include "storage/format/names.h"
+#include "storage/records/moves.h"
+#include "storage/records/open_databases.h"
+#include "storage/records/records.h"
+
+namespace vorne {
+
+namespace {
+
+// Writes what the database uses, records without spare space and without those to be left out; its header gets the new
+// sizes and count. False for a damaged record: places that overlap would make the copy many times as large as the file,
+// lengths that differ in a database of equal records would put the ones behind them where nobody looks.
+bool copyUsed(const OpenStruct& db, const std::vector<bool>& without, UnfinishedFile& copy, FileHeader& header) {
+  copy.put(db.hFile->mapmem, RecordsBegin(header));
+  header.szmap = RecordsBegin(header);
+  header.NumberOfRecords = 0;
+  UInt32 end = RecordsBegin(header);
+  for (UInt32 i = 0; i < db.Head.NumberOfRecords; ++i) {
+    if (i < without.size() && without[i]) continue;
+    const UInt32 place = RecordPlace(db, i);
+    if (place < end) return false;
+    end = RecordEnd(db, place);
+    RecordHeader record = HeaderAtPlace(db, place);
+    if (end - place != kRecordHeaderSize + record.AllocatedSpace) return false;
+    ++header.NumberOfRecords;
+    if (IsVariable(db)) record.AllocatedSpace = std::max<std::uint16_t>(record.RecordLen, 1);
+    copy.put(&record, sizeof record);
+    copy.put(db.hFile->mapmem + place + kRecordHeaderSize, record.AllocatedSpace);
+    header.szmap += kRecordHeaderSize + record.AllocatedSpace;
+  }
+  header.szallocated = (header.szmap / kSmallestFile + 1) * kSmallestFile;
+  return true;
+}
+
+// Puts a copy without those records in the place of the database's files, or leaves all as it was.
+Err rewrite(DmOpenRef db, const std::vector<bool>& without) {
+  SettleHeld(db);
+  const std::string name = db->fName;
+  const std::string path = GetWideName(name.c_str());
+  UnfinishedFile copy(GetWideName(kUnfinishedName));
+  FileHeader header = db->Head;
+  if (!copyUsed(*db, without, copy, header)) return errNoSuchRecord;
+  // Without an offsets file the next opening makes it anew, whichever of the two data files it finds.
+  if (db->hOS != nullptr) DeleteFile((OffsetsName(path)).c_str());
+  copy.finish(header, header.szallocated);
+  const bool packed = copy.become(path, UnfinishedFile::Wait::ForTheDisk);
+  if (packed) {
+    FreeHandlesOf(db);
+    liberarmap(db->hFile);
+    db->hFile = nullptr;
+    db->hFile = mapeararquivo(name.c_str());
+    FollowGrowth(db);
+    __GetAppInfo(db);
+  }
+  if (db->hOS != nullptr) {
+    liberarmap(db->hOS);
+    db->hOS = nullptr;
+    db->hOS = mapeararquivo(OffsetsName(name).c_str());
+    VerifyFileOffset(db);
+  }
+  return packed ? errNone : errWriteOutOfBounds;
+}
+
+}  // namespace
+
+void RemoveRecords(DmOpenRef db, const std::vector<bool>& which) {
+  const auto begin = which.begin(), end = which.end();
+  if (std::find(begin, end, true) == end) return;
+  if (std::find(begin, end, false) == end) return __InternalZap(db);
+  if (rewrite(db, which) == errNone) return;
+  // Without room for a copy they go run by run, each time moving what lies behind.
+  for (std::size_t last = which.size(); last-- > 0;) {
+    if (!which[last]) continue;
+    std::size_t first = last;
+    while (first > 0 && which[first - 1]) --first;
+    ExcluirFaixa(db, static_cast<UInt32>(first), static_cast<UInt32>(last));
+    last = first;
+  }
+}
+
+}  // namespace vorne
+
+using namespace vorne;
+
+Err InterNalPack(DmOpenRef db) {
+  return IsOpen(db) ? rewrite(db, {}) : errArgument;
+}
+
+void InCreaseFile(DmOpenRef db, long size, UInt32 count) {
+  if (!IsOpen(db)) return;
+  // Only the allocation grows: the places that a growth would move on are put back.
+  const auto reserve = [](pmymap map, std::int64_t bytes) {
+    const mymap before = *map;
+    if (bytes <= 0 || !increasefilesz(map, static_cast<long>(bytes))) return;
+    map->offset = before.offset;
+    WriteUsedSize(map, before.szmap);
+    FlushViewOfFile(map->mapmem, kHeaderSize);
+  };
+  if (db->hFile->szallocated - db->hFile->szmap < size) reserve(db->hFile, size - db->hFile->szallocated);
+  if (count != 0 && db->hOS != nullptr)
+    reserve(db->hOS, static_cast<std::int64_t>(count) * kOffsetSize + kHeaderSize - db->hOS->szallocated);
+  FollowGrowth(db);
+}

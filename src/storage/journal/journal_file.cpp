@@ -1,0 +1,87 @@
+#include "storage/journal/journal_file.h"
+
+#include <sys/file.h>
+#include <sys/mman.h>
+
+#include <cstring>
+
+#include "storage/files/mapped_file.h"
+#include "storage/files/system.h"
+
+namespace vorne {
+
+namespace {
+
+// Copies the tail chunk by chunk, in the order in which no chunk overwrites one that is still to come. A chunk is saved
+// before it is copied, since it may overlap its own destination; taken up again, the one saved last is copied anew.
+void copyChunks(JournalFile& file, char* bytes) {
+  const UnderWay& change = file.underWay;
+  const UInt32 chunks = (change.length + kChunk - 1) / kChunk;
+  for (UInt32 i = file.chunks == 0 ? 0 : file.chunks - 1; i < chunks; ++i) {
+    const UInt32 before = i * kChunk;
+    const UInt32 size = change.length - before < kChunk ? change.length - before : kChunk;
+    const UInt32 place = change.to > change.from ? change.length - before - size : before;
+    char* saved = file.room + (i & 1) * kChunk;
+    if (i >= file.chunks) {
+      std::memcpy(saved, bytes + change.from + place, size);
+      StoreBarrier();
+      file.chunks = i + 1;
+      StoreBarrier();
+    }
+    std::memcpy(bytes + change.to + place, saved, size);
+    StoreBarrier();
+  }
+}
+
+}  // namespace
+
+std::uint64_t Sum(const void* bytes, std::size_t size) {
+  std::uint64_t sum = 0xCBF29CE484222325u;
+  const char* at = static_cast<const char*>(bytes);
+  for (; size >= 8; at += 8, size -= 8) sum = (sum ^ Load<std::uint64_t>(at)) * 0x100000001B3u;
+  for (; size > 0; ++at, --size) sum = (sum ^ static_cast<unsigned char>(*at)) * 0x100000001B3u;
+  return sum;
+}
+
+std::string JournalPath(const char* directory, std::string_view name) {
+  return std::string(directory).append("/").append(name);
+}
+
+JournalFile* MapJournal(int file) {
+  void* at = fileSystem.mmap(sizeof(JournalFile), file);
+  return at == MAP_FAILED ? nullptr : static_cast<JournalFile*>(at);
+}
+
+bool Claim(int file) {
+  return fileSystem.flock(file, LOCK_EX | LOCK_NB) == 0;
+}
+
+void Begin(JournalFile& file, State state) {
+  file.underWay.check = Sum(&file.underWay, offsetof(UnderWay, check));
+  file.chunks = 0;
+  StoreBarrier();
+  file.state = state;
+  StoreBarrier();
+}
+
+void End(JournalFile& file) {
+  StoreBarrier();
+  file.state = kIdle;
+  StoreBarrier();
+}
+
+void FinishMove(JournalFile& file, pmymap map) {
+  const UnderWay& change = file.underWay;
+  copyChunks(file, map->mapmem);
+  const bool forward = change.to > change.from;
+  const UInt32 vacated = forward ? change.from : change.to + change.length;
+  const UInt32 behind = forward ? change.to : change.end;
+  if (behind > vacated) std::memset(map->mapmem + vacated, 0, behind - vacated);
+  std::memcpy(map->mapmem + kHeaderSize, file.info, change.infoLength);
+  if (change.patchAt != 0) Store(map->mapmem + change.patchAt, change.patch);
+  Store(map->mapmem + offsetof(FileHeader, szmap), change.after.szmap);
+  map->szmap = static_cast<std::int32_t>(change.after.szmap);
+  WriteHeader(map, change.after);
+}
+
+}  // namespace vorne

@@ -1,0 +1,181 @@
+#include "storage/journal/recovery.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "storage/files/descriptor.h"
+#include "storage/files/diagnostic_log.h"
+#include "storage/files/mapped_file.h"
+#include "storage/format/names.h"
+#include "storage/journal/journal_file.h"
+
+namespace vorne {
+
+namespace {
+
+// A header is stored field by field: each may be the old or the new one.
+bool isBetween(const FileHeader& now, const FileHeader& before, const FileHeader& after) {
+  const auto either = [](UInt32 value, UInt32 a, UInt32 b) { return value == a || value == b; };
+  return either(now.szmap, before.szmap, after.szmap) &&
+         either(now.NumberOfRecords, before.NumberOfRecords, after.NumberOfRecords) &&
+         either(now.AppInfoLen, before.AppInfoLen, after.AppInfoLen);
+}
+
+bool isNamed(const UnderWay& change) {
+  return std::memchr(change.name, 0, sizeof change.name) != nullptr && IsFileName(change.name);
+}
+
+// A journal is bytes from outside like any other file.
+bool isSound(const JournalFile& file) {
+  const UnderWay& change = file.underWay;
+  if (file.magic != kJournalMagic || (file.state != kBytesKept && file.state != kMoving)) return false;
+  if (change.check != Sum(&change, offsetof(UnderWay, check)) || !isNamed(change)) return false;
+  if (file.state == kBytesKept)
+    return change.length <= kLargestProtected && change.keptCheck == Sum(file.room, change.length);
+  if (change.infoLength > kLargestProtected || change.infoLength > change.after.AppInfoLen ||
+      change.keptCheck != Sum(file.info, change.infoLength))
+    return false;
+  const std::uint64_t chunks = (static_cast<std::uint64_t>(change.length) + kChunk - 1) / kChunk;
+  return file.chunks <= chunks && change.from <= change.end && change.length == change.end - change.from;
+}
+
+bool fitsInto(const JournalFile& file, const mymap& map) {
+  const UnderWay& change = file.underWay;
+  const auto size = static_cast<std::uint32_t>(map.szallocated);
+  const auto inside = [size](UInt32 place, UInt32 length) { return length <= size && place <= size - length; };
+  if (!inside(change.from, change.length) || change.from < kHeaderSize) return false;
+  if (file.state == kBytesKept) return isBetween(HeaderOf(map), change.before, change.before);
+  return isBetween(HeaderOf(map), change.before, change.after) && inside(change.to, change.length) &&
+         change.end <= size && change.after.szmap <= size && change.to >= kHeaderSize &&
+         inside(change.patchAt, sizeof change.patch) && inside(kHeaderSize, change.infoLength);
+}
+
+bool exists(const char* path) {
+  struct stat found;
+  return fileSystem.stat(path, &found) == 0 && S_ISREG(found.st_mode);
+}
+
+[[noreturn]] void recoveryFailure(const char* name) {
+  StorageFailure(Message("falhou abertura do arquivo %s %s", name, __MemoryReport()).c_str());
+}
+
+// What cannot be looked at just now must not be passed over: going on would make the half-way state last.
+bool isThere(const char* path) {
+  struct stat found;
+  if (fileSystem.stat(path, &found) == 0) return S_ISREG(found.st_mode);
+  if (errno != ENOENT) recoveryFailure(path);
+  return false;
+}
+
+void restore(const JournalFile& file, pmymap map) {
+  std::memcpy(map->mapmem + file.underWay.from, file.room, file.underWay.length);
+}
+
+// An entry of an unopened catalogue in whose change, from `before`, a process died: finishes it when the data file has
+// its new name already or is gone, else undoes it.
+void settleCatalogEntry(pmymap catalog, UInt32 place, const DatabaseHdrType& before) {
+  const auto pathOf = [](const std::string& name) { return std::string(GetWideName(name.c_str())); };
+  const auto hasVanished = [&](const DatabaseHdrType& entry) {
+    struct stat found;
+    return entry.name[0] == 0 || (fileSystem.stat(pathOf(NameOf(entry)).c_str(), &found) != 0 && errno == ENOENT);
+  };
+  auto now = Load<DatabaseHdrType>(catalog->mapmem + place);
+  const auto isStrange = [](const DatabaseHdrType& entry) { return entry.name[0] != 0 && !IsFileName(NameOf(entry)); };
+  if (isStrange(before) || isStrange(now) || !hasVanished(before))
+    now = before;
+  else if (hasVanished(now))
+    fileSystem.unlink(pathOf(OffsetsName(NameOf(before))).c_str()), now = {};
+  else
+    fileSystem.rename(pathOf(OffsetsName(NameOf(before))).c_str(), pathOf(OffsetsName(NameOf(now))).c_str());
+  Store(catalog->mapmem + place, now);
+}
+
+void recover(JournalFile& file) {
+  const UnderWay& change = file.underWay;
+  if (!isSound(file) || !isThere(GetWideName(change.name))) return;
+  const MapOwner map(mapeararquivo(change.name));
+  if (!fitsInto(file, *map)) return;
+  if (file.state == kMoving)
+    FinishMove(file, map.get());
+  else if (change.name == std::string_view(kCatalogName) && change.length == kCatalogEntrySize)
+    settleCatalogEntry(map.get(), change.from, Load<DatabaseHdrType>(file.room));
+  else
+    restore(file, map.get());
+  const std::string offsets = OffsetsName(change.name);
+  if (change.offsetsFollow != 0 && fileSystem.unlink(GetWideName(offsets.c_str())) != 0 && errno != ENOENT)
+    recoveryFailure(offsets.c_str());
+}
+
+// The same, where taking a dead process's journal for a living one's would leave its change half-done: a reader that
+// looks whether the writer lives holds the lock for an instant.
+bool claimFromReaders(int file) {
+  constexpr int kTries = 5;
+  constexpr useconds_t kBetween = 1000;
+  for (int tries = 1; !Claim(file); ++tries) {
+    if (tries == kTries || errno != EWOULDBLOCK) return false;
+    ::usleep(kBetween);
+  }
+  return true;
+}
+
+// A journal file that belonged to a process that has died, mapped; it goes with the object.
+class DeadJournal {
+ public:
+  explicit DeadJournal(const std::string& path) : file_(OpenFile(path.c_str(), O_RDWR)) {
+    struct stat found;
+    failure_ = errno;
+    if (file_ < 0) return;
+    const bool claimed = claimFromReaders(file_);
+    failure_ = claimed ? 0 : errno;
+    if (!claimed || ::fstat(file_, &found) != 0 || found.st_size != static_cast<off_t>(sizeof(JournalFile))) return;
+    at_ = MapJournal(file_);
+    if (at_ == nullptr) failure_ = errno;
+  }
+  ~DeadJournal() {
+    if (at_ != nullptr) fileSystem.munmap(at_, sizeof(JournalFile));
+    if (file_ >= 0) fileSystem.close(file_);
+  }
+  DeadJournal(const DeadJournal&) = delete;
+  DeadJournal& operator=(const DeadJournal&) = delete;
+
+  JournalFile* get() const { return at_; }
+  /// False for one that this process cannot read just now, though it could another time.
+  bool isKnown() const {
+    return failure_ == 0 || failure_ == EWOULDBLOCK || failure_ == ENOENT || failure_ == EACCES || failure_ == EPERM;
+  }
+
+ private:
+  int file_;
+  int failure_ = 0;
+  JournalFile* at_ = nullptr;
+};
+
+}  // namespace
+
+void RecoverInterruptedChanges() {
+  for (const std::string_view name : kJournalNames) {
+    const std::string path = JournalPath(wcDir, name);
+    if (!isThere(path.c_str())) continue;
+    const DeadJournal dead(path);
+    if (!dead.isKnown()) recoveryFailure(path.c_str());
+    if (dead.get() == nullptr) continue;
+    recover(*dead.get());
+    End(*dead.get());
+    fileSystem.unlink(path.c_str());
+  }
+}
+
+std::vector<std::string> InterruptedChanges(const char* directory) {
+  std::vector<std::string> names;
+  for (const std::string_view name : kJournalNames) {
+    const std::string path = JournalPath(directory, name);
+    if (!exists(path.c_str())) continue;
+    const DeadJournal dead(path);
+    if (dead.get() != nullptr && isSound(*dead.get())) names.emplace_back(dead.get()->underWay.name);
+  }
+  return names;
+}
+
+}  // namespace vorne
