@@ -1,4 +1,4 @@
-// Constructors, the shared values, text buffers, hashing and conversion to int.
+// Text buffers, hashing and conversion to int.
 #include <cmath>
 
 #include "values.h"
@@ -8,30 +8,6 @@ namespace {
 using namespace std::string_view_literals;
 
 class Values : public RuntimeTest {};
-
-TEST_F(Values, Constructors) {
-  const Obj_Node* made[] = {__INIT_CHARPTR(nullptr), __INIT_CHARPTR("a"), __INIT_CHARPTR("abc"), __ALLOC_CHARPTR(7)};
-  const int lengths[] = {2, 2, 4, 8};
-  for (int i = 0; i < 4; ++i) EXPECT_EQ(made[i]->objLength, lengths[i]);
-  EXPECT_STREQ(made[0]->objData.mbuff, "");
-  EXPECT_EQ(bytes(made[3]), std::string(7, '\0'));
-  for (int impossible : {-1, INT32_MAX}) EXPECT_RUNTIME_ERROR(__ALLOC_CHARPTR(impossible), -1);
-  Obj_Node* constant = __INIT_CHARCONST("one");
-  EXPECT_EQ(__INIT_CHARCONST("second"), constant);
-  EXPECT_EQ(bytes(constant), "second");
-}
-
-TEST_F(Values, SharedValuesAndTheGlobalRecord) {
-  const auto described = rows("F T NIL NIL NIL 0 NUL 1 '' NIL NUL 0 0 T NIL", 1);
-  for (std::size_t i = 0; i < described.size(); ++i) {
-    Obj_Node* n = S_GLOB->mRetVal[i];
-    EXPECT_EQ(describe(variable(n)), described[i][0]) << i;  // number 6 is a text without a buffer
-    EXPECT_TRUE(n->objType == vRetval && n->objRefCount == 1);
-    EXPECT_EQ(n->objLength, i == 8 ? 1 : -1);
-  }
-  EXPECT_EQ(__INIT_BOOL(-256), S_GLOB->mRetVal[1]);
-  for (int pool = 0; pool < 3; ++pool) EXPECT_EQ(S_GLOB->cdnptr[pool].objsize, 28);  // as stored, on every machine
-}
 
 TEST_F(Values, GrowingATextsBuffer) {
   const double sizes[][2] = {{0, 4},         {-1, 4},    {3, 4},     {4, 5},  {100, 101},
@@ -43,7 +19,9 @@ TEST_F(Values, GrowingATextsBuffer) {
     EXPECT_EQ(v->objLength, c[1]) << c[0];
     EXPECT_EQ(bytes(v), std::string("a\0b"sv) + std::string(static_cast<std::size_t>(c[1]) - 4, '\0')) << c[0];
   }
+  for (int impossible : {-1, INT32_MAX}) EXPECT_RUNTIME_ERROR(__ALLOC_CHARPTR(impossible), -1);
   Obj_Node* constant = __INIT_CHARCONST("lit");
+  EXPECT_EQ(__INIT_CHARCONST("set"), constant);
   SETBUFFSIZE(constant, number(50));
   EXPECT_EQ(constant->objLength, 4);
   EXPECT_RUNTIME_ERROR(SETBUFFSIZE(text("a"), text("5")), -1);

@@ -1,9 +1,7 @@
 // Kills a process that writes, at any moment, and looks at what a plain opening finds: every record as it was before or
 // after the call that was under way.
 //   killed_writer [--kills 300] [--seed 1]
-#include "storage/journal/recovery.h"
-#include "support/failing_system.h"
-#include "support/store_load.h"
+#include "support/kill_rounds.h"
 
 using namespace load;
 
@@ -11,53 +9,31 @@ namespace {
 
 constexpr UInt32 kOperations = 400;
 
-struct Totals {
-  unsigned kills = 0, inChanges = 0, inOpenings = 0, afterwards = 0;
-};
-
-class Killing {
+class Killing : public KillRounds {
  public:
-  explicit Killing(unsigned seed) : seed_(seed), stores_(emptyStores(1500000)) {
+  explicit Killing(unsigned seed) : KillRounds(seed, {100, 1000, 40000}), stores_(emptyStores(1500000)) {
     killed([this] { Load(stores_, progress_, seed_).fill(), CloseCatalog(); }, {});
     stores_ = outcomesOf(stores_, progress_, seed_, [](Load& load, Stores&) { load.fill(); }).front();
-  }
-
-  /// False when something is not as it must be.
-  bool round() {
-    std::mt19937 random(++seed_);
     progress_.clear();
-    // Killed shortly after a chosen call began, behind a system call that it makes, or at any time.
-    const unsigned way = random() % 4;
-    const UInt32 chosen = random() % 100;
-    const auto own = delay(random, 1000), patience = delay(random, 40000);
-    failing::Plan plan{static_cast<unsigned>(random() % 12), random() % 2 == 0};
-    const auto work = [&] {
-      Load load(stores_, progress_, seed_);
-      load.ahead = [&](UInt32 number) {
-        if (number == chosen && way == 0) failing::install("kill", plan);
-        if (number == chosen && way != 0 && way != 3) endIn(own);
-      };
-      load.run(kOperations);
-    };
-    const bool ended = killed(work, way == 3 ? patience : std::chrono::microseconds());
-    ++(ended ? totals_.kills : totals_.afterwards);
-    totals_.inChanges += !vorne::InterruptedChanges("DB").empty();
-    const auto open = [&] {
-      Progress none{};
-      plan.first *= 5;
-      if (way % 2 == 0) failing::install("kill", plan);
-      if (way % 2 != 0) endIn(own * 2);
-      Load(stores_, none, 0).open();
-    };
-    if (random() % 4 == 0) totals_.inOpenings += killed(open, {});
-    if (random() % 8 == 0) repair();
-    const auto same = [](Load& load, Stores&) { load.run(kOperations); };
-    return isOutcome(stores_, progress_, seed_, same) && progress_.refusals == 0;
   }
-
-  const Totals& totals() const { return totals_; }
 
  private:
+  void work(const Ahead& ahead) override {
+    Load load(stores_, progress_, seed_);
+    load.ahead = ahead;
+    load.run(kOperations);
+  }
+  void open() override {
+    Progress none{};
+    Load(stores_, none, 0).open();
+  }
+  bool judge(bool, std::mt19937& random) override {
+    if (random() % 8 == 0) repair();
+    const auto same = [](Load& load, Stores&) { load.run(kOperations); };
+    const bool is = isOutcome(stores_, progress_, seed_, same) && progress_.refusals == 0;
+    progress_.clear();
+    return is;
+  }
   // What a repair does must come to the same.
   static void repair() {
     runChild([] {
@@ -68,23 +44,13 @@ class Killing {
       if (entry.is_directory()) std::filesystem::remove_all(entry);
   }
 
-  unsigned seed_;
   Progress& progress_ = shared<Progress>();
   Stores stores_;
-  Totals totals_;
 };
 
 }  // namespace
 
 int main(int argc, char** argv) {
   const ScratchDirectory directory;
-  const unsigned kills = option(argc, argv, "--kills", kSlow ? 60 : 300);
-  Killing killing(option(argc, argv, "--seed", 1));
-  bool sound = true;
-  while (sound && killing.totals().kills < kills) sound = killing.round();
-  const Totals& totals = killing.totals();
-  std::printf("%u kills, %u of them inside a protected change, %u openings killed, %u loads came to their end: %s\n",
-              totals.kills, totals.inChanges, totals.inOpenings, totals.afterwards,
-              sound ? "nothing lost" : "NOT AS IT MUST BE");
-  return sound ? 0 : 1;
+  return Killing(option(argc, argv, "--seed", 1)).run(option(argc, argv, "--kills", kSlow ? 60 : 300));
 }

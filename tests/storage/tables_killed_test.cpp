@@ -4,10 +4,8 @@
 //   tables_killed [--kills 300] [--seed 1]
 #include "runtime/values.h"
 #include "storage/format/record_bytes.h"
-#include "storage/journal/recovery.h"
 #include "storage/tables/areas.h"
-#include "support/failing_system.h"
-#include "support/store_load.h"
+#include "support/kill_rounds.h"
 
 using namespace load;
 
@@ -205,9 +203,6 @@ std::vector<State> outcomesOf(State state, std::atomic<UInt32>& done, unsigned s
   return outcomes;
 }
 
-// ------------------------------------------------------------------------------------------------- what a reopening
-// finds
-
 State readState() {
   State state;
   const vorne::Fields fields = vorne::FieldsOf(area());
@@ -248,12 +243,8 @@ bool indexesFit() {
   return fit && kept == anew;
 }
 
-struct Totals {
-  std::atomic<unsigned> kills, inChanges, inOpenings, afterwards, madeAnew;
-};
-
 // A reopening in a process of its own: the number of the outcome that it finds, as its exit status.
-ChildResult reopened(const std::vector<State>& outcomes, Totals& totals) {
+ChildResult reopened(const std::vector<State>& outcomes) {
   return runChild([&] {
     std::filesystem::remove("saida.txt");
     use();
@@ -262,7 +253,6 @@ ChildResult reopened(const std::vector<State>& outcomes, Totals& totals) {
     __dbCloseAll();
     CloseCatalog();
     const std::string log = readFile("saida.txt");
-    totals.madeAnew += log.find("refeito") != std::string::npos;
     const auto outcome = std::find(outcomes.begin(), outcomes.end(), found);
     const vorne::DirectoryReport report = vorne::CheckDirectory(".");
     std::printf("found %zu records, %zu texts\n%s%s", found.rows.size(), found.memos.size(), log.c_str(),
@@ -276,9 +266,9 @@ ChildResult reopened(const std::vector<State>& outcomes, Totals& totals) {
   });
 }
 
-class Killing {
+class Killing : public KillRounds {
  public:
-  explicit Killing(unsigned seed) : seed_(seed) {
+  explicit Killing(unsigned seed) : KillRounds(seed, {600, 300, 30000}) {
     runChild([] {
       __BeginGlobal();
       __DBCREATE(text("T"), value(kStructure));
@@ -290,67 +280,33 @@ class Killing {
     std::fill(std::begin(state_.indexed), std::end(state_.indexed), true);
   }
 
-  /// False when something is not as it must be.
-  bool round() {
-    std::mt19937 random(++seed_);
-    done_ = 0;
-    // Killed shortly after a chosen call began, behind a system call that it makes, or at any time.
-    const unsigned way = random() % 4;
-    const UInt32 chosen = random() % 600;
-    const auto own = delay(random, 300), patience = delay(random, 30000);
-    failing::Plan plan{static_cast<unsigned>(random() % 12), random() % 2 == 0};
-    const auto work = [&] {
-      Work load(state_, done_, seed_);
-      load.ahead = [&](UInt32 number) {
-        if (number == chosen && way == 0) failing::install("kill", plan);
-        if (number == chosen && (way == 1 || way == 2)) endIn(own);
-      };
-      load.run();
-    };
-    const bool ended = killed(work, way == 3 ? patience : std::chrono::microseconds());
-    ++(ended ? totals_.kills : totals_.afterwards);
-    totals_.inChanges += !vorne::InterruptedChanges("DB").empty();
-    const auto open = [&] {
-      plan.first *= 5;
-      if (way % 2 == 0) failing::install("kill", plan);
-      if (way % 2 != 0) endIn(own * 4);
-      use();
-    };
-    if (random() % 4 == 0) totals_.inOpenings += killed(open, {});
-
+ private:
+  void work(const Ahead& ahead) override {
+    Work load(state_, done_, seed_);
+    load.ahead = ahead;
+    load.run();
+  }
+  void open() override { use(); }
+  bool judge(bool ended, std::mt19937&) override {
     const std::vector<State> outcomes = outcomesOf(state_, done_, seed_);
-    const ChildResult result = reopened(outcomes, totals_);
+    const ChildResult result = reopened(outcomes);
     const bool is =
         (ended || outcomes.size() == 1) && result.status >= 0 && result.status < static_cast<int>(outcomes.size());
     if (is) state_ = outcomes[static_cast<std::size_t>(result.status)];
     if (!is)
       std::printf("seed %u, %u calls done, status %d:\n%s\n", seed_, done_.load(), result.status,
                   result.output.c_str());
+    done_ = 0;
     return is;
   }
 
-  const Totals& totals() const { return totals_; }
-
- private:
-  unsigned seed_;
   std::atomic<UInt32>& done_ = shared<std::atomic<UInt32>>();
   State state_;
-  Totals& totals_ = shared<Totals>();
 };
 
 }  // namespace
 
 int main(int argc, char** argv) {
   const ScratchDirectory directory;
-  const unsigned kills = option(argc, argv, "--kills", kSlow ? 60 : 300);
-  Killing killing(option(argc, argv, "--seed", 1));
-  bool sound = true;
-  while (sound && killing.totals().kills < kills) sound = killing.round();
-  const Totals& totals = killing.totals();
-  std::printf(
-      "%u kills, %u of them inside a protected change, %u openings killed, %u loads came to their end, indexes "
-      "made anew after %u: %s\n",
-      totals.kills.load(), totals.inChanges.load(), totals.inOpenings.load(), totals.afterwards.load(),
-      totals.madeAnew.load(), sound ? "nothing lost" : "NOT AS IT MUST BE");
-  return sound ? 0 : 1;
+  return Killing(option(argc, argv, "--seed", 1)).run(option(argc, argv, "--kills", kSlow ? 60 : 300));
 }

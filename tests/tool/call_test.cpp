@@ -42,7 +42,8 @@ TEST_F(Call, RefusesWrongUsageBeforeCalling) {
       {{"--out", "16777217", "ECF_LeituraX"}, "--out"},
       {{"--out", "-1", "ECF_LeituraX"}, "--out"},
       {{"--timeout", "0", "ECF_LeituraX"}, "--timeout"},
-      {{"--wrong", "ECF_LeituraX"}, "--wrong"},
+      {{"--wrong", "ECF_LeituraX"}, "no option \"--wrong\".\n  A word that begins with a dash"},
+      {{"--timeot=3", "ECF_LeituraX"}, "no option \"--timeot\".\n  near to it: --timeout\n"},
   };
   for (const auto& [arguments, words] : cases) {
     const Ran ran = fake("call", arguments);
@@ -68,7 +69,7 @@ TEST_F(Call, ExplainsHowTheProcessEnded) {
   for (const auto& [what, words] : cases) {
     const Ran ran = fake("call", {"--json", "ECF_Registry_Path", what});
     EXPECT_EQ(ran.status, 3) << what;
-    EXPECT_EQ(ran.out, "") << what;
+    EXPECT_TRUE(nlohmann::json::parse(ran.out)["error"]["next"].is_string()) << what;
     for (const std::string& word : words) EXPECT_THAT(ran.err, HasSubstr(word)) << what;
   }
   const Ran missing = fake("call", {"--unchecked", "ECF_VendeItem", "!argument"});
@@ -79,6 +80,7 @@ TEST_F(Call, StopsWaitingAndSaysForWhat) {
   const Ran ran = fake("call", {"--timeout", "1", "ECF_Registry_Path", "!hang"});
   EXPECT_EQ(ran.status, 3);
   EXPECT_THAT(ran.err, HasSubstr("ECF_Registry_Path: no answer within 1 second from " FAKE_LIBRARY));
+  EXPECT_THAT(ran.err, HasSubstr("the command may have been carried out all the same"));
 }
 
 TEST_F(Call, SaysWhyALibraryCannotBeLoaded) {
@@ -158,9 +160,14 @@ TEST_F(Call, ExplainsItselfOnEveryLevel) {
     const Ran ran = run(arguments);
     EXPECT_TRUE(ran.status == 0 && ran.out.find("Examples:") != std::string::npos) << arguments[0] << ran.out;
   }
-  const Ran wrong = run({"sell"});
+  EXPECT_EQ(run({"help", "db", "list"}).out, run({"db", "list", "--help"}).out);
+  EXPECT_EQ(run({"help"}).out, run({"--help"}).out);
+  EXPECT_EQ(run({"-V"}).out, run({"--version"}).out);
+  EXPECT_EQ(run({"help", "sell"}).status, 2);
+  const Ran wrong = run({"sell", "--json"});
   EXPECT_EQ(wrong.status, 2);
-  EXPECT_THAT(wrong.err, HasSubstr("there is no verb \"sell\"; the verbs are call, commands, sale"));
+  EXPECT_THAT(wrong.err, HasSubstr("there is no verb \"sell\"; the verbs are call, commands, sale, db, help.\n"));
+  EXPECT_EQ(nlohmann::json::parse(wrong.out)["error"]["cause"], "near to it: call, sale");
   EXPECT_EQ(run({}).status, 2);
 }
 

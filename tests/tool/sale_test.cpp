@@ -58,6 +58,14 @@ TEST_F(Sale, RefusesAScriptAsAWholeBeforeTheFirstCommand) {
   EXPECT_THAT(sale("tef 0 1 2 3 4 5\nanswer yes 1\n").err, HasSubstr("takes no value"));
   EXPECT_THAT(fake("sale", {"nowhere.tlr"}).err, HasSubstr("nowhere.tlr cannot be read"));
   EXPECT_EQ(sale(std::string(1 << 21, '#')).status, 2);
+  for (const char* nothing : {"", "# only words\n\n"}) {
+    EXPECT_EQ(sale(nothing).status, 2);
+    EXPECT_THAT(sale(nothing).err, HasSubstr("holds no command"));
+  }
+  // A line in error is an error of that line alone: what it would have set or begun is there for the lines behind it.
+  const Ran many = sale("$a = ECF_LeituraY\necho $a.1\ntef 0 $b\nanswer yes\nexpect 0\nECF_LeituraX 1\n");
+  EXPECT_EQ(std::count(many.err.begin(), many.err.end(), '^'), 3) << many.err;
+  for (const char* place : {"input:1: ", "input:3: ", "input:6: "}) EXPECT_THAT(many.err, HasSubstr(place));
 }
 
 TEST_F(Sale, KeepsAnswersAndFillsThemIn) {
@@ -117,6 +125,9 @@ TEST_F(Sale, ShowsNewPaperAndWritesThePage) {
   EXPECT_EQ(run["steps"][0]["paper"][0], "Café & <pão> 400000******0010");
   EXPECT_EQ(run["steps"][1]["answer"], nlohmann::json({"-3"}));
   EXPECT_EQ(fake("sale", {"--tape", "no/page.html", "print.tlr"}).status, 2);
+  const Ran full = fake("sale", {"--tape", "/dev/full", "-"}, "ECF_LeituraX\n");
+  EXPECT_EQ(full.status, 3);
+  EXPECT_THAT(full.err, HasSubstr("the sale was carried out, but the page /dev/full cannot be written"));
 }
 
 class Dialogue : public Sale {
@@ -174,4 +185,35 @@ TEST_F(Dialogue, CancelAndBackAreFlags) {
   dialogue("10000|30|513|4|4|Validade\n10000|30|512|13|19|Cartao\n-2|0|0|0|0|\n", "back\ncancel\nexpect <0\n");
   EXPECT_THAT(calls(), HasSubstr("513|4|4||20000|1\n"));
   EXPECT_THAT(calls(), HasSubstr("19||20000|-1\n"));
+}
+
+TEST_F(Dialogue, TellsWhatIsOpenAtAnEarlyEnd) {
+  // What follows the approved payment, the signal that comes while it waits, the exit status.
+  const std::tuple<const char*, int, int> cases[] = {{"ECF_Registry_Path !hang", SIGINT, 3},
+                                                     {"ECF_Registry_Path !hang", SIGTERM, 3},
+                                                     {"ECF_Registry_Path !exit7", 0, 3},
+                                                     {"ECF_Registry_Path -1", 0, 1}};
+  for (const auto& [line, number, status] : cases) {
+    writeFile(directory / "dialogue.txt", "10000|0|12|0|0|000777\n0|0|0|0|0|\n");
+    writeFile(directory / "page.html", "the page of an earlier sale");
+    std::filesystem::remove(directory / "calls.txt");
+    const pid_t child = start({"sale", "--lib", FAKE_LIBRARY, "--json", "--tape", "page.html", "-"},
+                              std::string("ECF_AbreRelatorioGerencial\nECF_FechaRelatorioGerencial\nECF_AbreCupom x\n"
+                                          "tef 0 10,00 000123 20260315 120000 ANA\n") +
+                                  line + "\n");
+    while (number != 0 && calls().find("!hang") == std::string::npos) usleep(10000);
+    if (number != 0) kill(child, number);
+    const Ran ran = ended(child);
+    EXPECT_EQ(ran.status, status) << line << ran.err;
+    EXPECT_THAT(ran.err, HasSubstr("open: the coupon of line 3; `ECF_CancelaCupom` ends it.\n  open: the payment of "
+                                   "line 4, NSU 000777; `FinalizaTransacaoSiTefInterativo 1 000123 20260315 120000` "
+                                   "confirms it, `FinalizaTransacaoSiTefInterativo 0 000123"));
+    EXPECT_THAT(contents(directory / "page.html"), HasSubstr("NSU 000777"));
+    const auto json = nlohmann::json::parse(ran.out);
+    EXPECT_EQ(json["open"].size(), 2U);
+    EXPECT_EQ(json["open"][1]["nsu"], "000777");
+    EXPECT_EQ(json["error"]["cause"].is_string(), true);
+  }
+  dialogue("10000|0|12|0|0|000777\n-2|0|0|0|0|\n", "expect -2\nECF_AbreCupom x\nECF_CancelaCupom\n");
+  EXPECT_THAT(sale("ECF_AbreCupom -1\n").err, Not(HasSubstr("open:")));
 }

@@ -1,12 +1,15 @@
 // The command line tool's entry: puts the verbs together, turns failures into text and exit status.
+#include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <new>
 #include <string>
 #include <vector>
 
 #include "db/db.h"
 #include "edge/cli.h"
 #include "edge/console.h"
+#include "edge/failure_report.h"
 #include "library/verbs.h"
 #include "sale/verb_sale.h"
 
@@ -47,13 +50,22 @@ int run(const std::vector<std::string>& arguments) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  const std::vector<std::string> arguments(argv + 1, argv + argc);
+  const auto end = std::find(arguments.begin(), arguments.end(), "--");
+  const bool json = std::find(arguments.begin(), end, "--json") != end;
   try {
-    return flushed(run({argv + 1, argv + argc}));
+    return flushed(run(arguments));
   } catch (const tool::Failure& failure) {
-    tool::complain(failure.what());
-    return failure.status;
+    return flushed(tool::reportFailure(failure, json));
+  } catch (const std::bad_alloc&) {
+    return tool::reportFailure({tool::kEnded,
+                                "stopped: there is not enough memory.\n  next: end other programs, or ask "
+                                "for less at once."},
+                               json);
   } catch (const std::exception& error) {
-    tool::complain(std::string("stopped: ") + error.what() + ".");
-    return tool::kEnded;
+    return tool::reportFailure({tool::kEnded, std::string("stopped: ") + error.what() +
+                                                  ".\n  next: try again; if it "
+                                                  "stays, tell the maker what was asked for."},
+                               json);
   }
 }

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "edge/console.h"
+#include "edge/nearest.h"
 
 namespace tool {
 namespace {
@@ -38,35 +39,71 @@ std::string callOf(const CLI::App& verb) {
   return verb.get_parent() == nullptr ? verb.get_name() : callOf(*verb.get_parent()) + " " + verb.get_name();
 }
 
+std::vector<const CLI::App*> verbsOf(const CLI::App& app) {
+  return app.get_subcommands([](const CLI::App*) { return true; });
+}
+
 std::string verbNames(const CLI::App& app) {
   std::string names;
-  for (const CLI::App* verb : app.get_subcommands([](const CLI::App*) { return true; })) {
-    names += (names.empty() ? "" : ", ") + verb->get_name();
-  }
+  for (const CLI::App* verb : verbsOf(app)) names += (names.empty() ? "" : ", ") + verb->get_name();
   return names;
 }
 
-/// The word that stands where the verb of `group` belongs; empty when there is none, or an option comes first.
-std::string unknownVerb(const CLI::App& group, const std::vector<std::string>& arguments) {
-  auto word = arguments.begin();
-  if (group.get_parent() != nullptr) word = std::find(arguments.begin(), arguments.end(), group.get_name()) + 1;
-  return word == arguments.end() || word->starts_with('-') ? "" : *word;
+/// The ones that are nearest to a mistyped word, as the line of an error text.
+std::string nearestText(const std::string& word, const std::vector<std::string>& names) {
+  auto near = nearestNames(word, {names.begin(), names.end()});
+  if (near.size() > 2) near.resize(2);
+  return nearText(near);
 }
 
-/// A word that is no verb would otherwise only be told as "a verb is missing".
-std::string parserWords(const CLI::App& verb, const CLI::ParseError& error, const std::vector<std::string>& arguments) {
-  const std::string names = verbNames(verb);
-  if (names.empty()) return error.what();
-  const std::string word = unknownVerb(verb, arguments);
-  if (!word.empty()) return "there is no verb \"" + word + "\"; the verbs are " + names + ".";
-  return arguments.empty() || arguments.back() == verb.get_name() ? "a verb is missing; the verbs are " + names + "."
-                                                                  : error.what();
+std::string unknownVerb(const CLI::App& group, const std::string& word) {
+  std::vector<std::string> names;
+  for (const CLI::App* verb : verbsOf(group)) names.push_back(verb->get_name());
+  return "there is no verb \"" + word + "\"; the verbs are " + verbNames(group) + "." + nearestText(word, names);
 }
 
-int usageError(const CLI::App& app, const CLI::ParseError& error, const std::vector<std::string>& arguments) {
-  const CLI::App& verb = chosenIn(app);
-  complain(parserWords(verb, error, arguments) + "\n  next: `" + callOf(verb) + " --help` shows how it is used.");
-  return kUsage;
+std::string unknownOption(const CLI::App& verb, const std::string& word) {
+  const std::string option = word.substr(0, word.find('='));
+  std::vector<std::string> names;
+  for (const CLI::Option* known : verb.get_options())
+    for (const std::string& name : known->get_lnames()) names.push_back("--" + name);
+  const std::string near = nearestText(option, names);
+  if (near.empty() && !verb.get_options([](const CLI::Option* known) { return known->get_positional(); }).empty())
+    return callOf(verb) + " has no option \"" + option +
+           "\".\n  A word that begins with a dash and is no option stands behind --.";
+  return callOf(verb) + " has no option \"" + option + "\"." + near;
+}
+
+/// What the parser says, in words that help: it tells a word that is no verb only as "a verb is missing".
+std::string parserWords(const CLI::App& verb, const CLI::ParseError& error) {
+  const std::vector<std::string> left = verb.remaining();
+  const bool isGroup = !verbsOf(verb).empty();
+  if (left.empty()) return isGroup ? "a verb is missing; the verbs are " + verbNames(verb) + "." : error.what();
+  const std::string word = unguarded(left.front());
+  if (word.starts_with('-') && word != "-") return unknownOption(verb, word);
+  return isGroup ? unknownVerb(verb, word) : callOf(verb) + " takes fewer words; \"" + word + "\" is one too many.";
+}
+
+std::string helpOf(const CLI::App& verb) {
+  // Not by help(), which gives the help of the verb that was named where another's is wanted.
+  const std::string group = verb.get_parent() == nullptr ? "" : callOf(*verb.get_parent());
+  return verb.get_formatter()->make_help(&verb, group.empty() ? verb.get_name() : group + " " + verb.get_name(),
+                                         CLI::AppFormatMode::Normal) +
+         "\n";
+}
+
+/// `tellira help VERB ...`
+int showHelp(const CLI::App& app, const std::vector<std::string>& words) {
+  const CLI::App* verb = &app;
+  for (const std::string& word : words) {
+    const auto verbs = verbsOf(*verb);
+    const auto found =
+        std::find_if(verbs.begin(), verbs.end(), [&](const CLI::App* known) { return known->get_name() == word; });
+    if (found == verbs.end()) throw Failure(kUsage, unknownVerb(*verb, word) + "\n  next: `tellira help`");
+    verb = *found;
+  }
+  print(helpOf(*verb));
+  return kDone;
 }
 
 }  // namespace
@@ -130,25 +167,30 @@ void Verb::arguments(const char* name, std::vector<std::string>& values, const c
 
 CommandLine::CommandLine(const char* description, const char* version, const char* footer)
     : app_(std::make_unique<CLI::App>(description, "tellira")), top_(*app_, chosen_) {
-  app_->set_version_flag("--version", version);
+  app_->set_version_flag("-V,--version", version);
   app_->footer(footer);
 }
 
 CommandLine::~CommandLine() = default;
 
 int CommandLine::run(const std::vector<std::string>& arguments) {
+  std::vector<std::string> asked;
+  Verb help = top_.verb("help", "Show how the tool or one of its verbs is used");
+  help.arguments("VERB", asked, "Verb, as in `tellira help db list`", Need::kOptional);
+  help.footer("\nThe same is shown behind --help, as in `tellira db list --help`.");
+  help.action([&] { return showHelp(*app_, asked); });
   std::vector<std::string> words;  // the parser takes them from the end
   std::transform(arguments.rbegin(), arguments.rend(), std::back_inserter(words), guarded);
   try {
     app_->parse(std::move(words));
     return chosen_();
   } catch (const CLI::CallForHelp&) {
-    const CLI::App& verb = chosenIn(*app_);
-    print(verb.help(verb.get_parent() == nullptr ? "" : callOf(*verb.get_parent())) + "\n");
+    print(helpOf(chosenIn(*app_)));
   } catch (const CLI::CallForVersion& version) {
     print(std::string(version.what()) + "\n");
   } catch (const CLI::ParseError& error) {
-    return usageError(*app_, error, arguments);
+    const CLI::App& verb = chosenIn(*app_);
+    throw Failure(kUsage, parserWords(verb, error) + "\n  next: `" + callOf(verb) + " --help` shows how it is used.");
   }
   return kDone;
 }

@@ -68,9 +68,9 @@ class CommandLine {
 
   /// To add the verbs to.
   Verb& top() { return top_; }
-  /// Reads the arguments and runs the verb that they name; tells what is wrong with them.
+  /// Reads the arguments and runs the verb that they name, or `help`.
   /// @returns the exit status
-  /// @throws what the verb's action throws
+  /// @throws Failure (kUsage) for arguments that cannot be understood; what the verb's action throws
   int run(const std::vector<std::string>& arguments);
 
  private:

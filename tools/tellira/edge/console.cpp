@@ -24,6 +24,8 @@ std::string wrapped(Style style, std::string_view text) {
   return kCodes[static_cast<std::size_t>(style)] + std::string(text) + "\033[0m";
 }
 
+bool anyPrinted = false;
+
 void write(FILE* stream, std::string_view text) {
   // A reader that went away (`| head`) ends the tool by SIGPIPE; any other failed write is told once at the end.
   std::fwrite(text.data(), 1, text.size(), stream);
@@ -32,11 +34,16 @@ void write(FILE* stream, std::string_view text) {
 }  // namespace
 
 void print(std::string_view text) {
-  write(stdout, maskCards(text));
+  printRaw(maskCards(text));
 }
 
 void printRaw(std::string_view text) {
+  anyPrinted = anyPrinted || !text.empty();
   write(stdout, text);
+}
+
+bool hasPrinted() {
+  return anyPrinted;
 }
 
 void note(std::string_view text) {

@@ -15,7 +15,8 @@ enum Status : int {
   kEnded = 3,  ///< the library ended the process, or a device or library is missing
 };
 
-/// What ends a verb early: the text for standard error (the thing, the cause, the next step) and the exit status.
+/// What ends a verb early: the text for standard error (the thing, the cause, the next step; failure_report.h tells its
+/// form) and the exit status.
 class Failure : public std::runtime_error {
  public:
   Failure(Status exitStatus, const std::string& text) : std::runtime_error(text), status(exitStatus) {}
@@ -27,6 +28,9 @@ void print(std::string_view text);
 
 /// Writes data that is masked already and must not be looked at as text again (JSON, Base64).
 void printRaw(std::string_view text);
+
+/// True once something was written to standard output.
+bool hasPrinted();
 
 /// Writes a remark to standard error, card numbers masked, with a line end.
 void note(std::string_view text);

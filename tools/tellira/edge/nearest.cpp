@@ -28,21 +28,21 @@ std::size_t editDistance(std::string_view a, std::string_view b) {
   return row[b.size()];
 }
 
-/// Nearness for suggestions: edits, where a name that holds the whole of the other counts as near.
-std::size_t distance(std::string_view wanted, std::string_view name) {
+/// Nearness for suggestions: edits, where a name that holds the whole of the other counts as near enough.
+std::size_t distance(std::string_view wanted, std::string_view name, std::size_t limit) {
   const std::size_t edits = editDistance(wanted, name);
   const bool held = wanted.size() >= 4 && name.find(wanted) != std::string_view::npos;
-  return held ? std::min<std::size_t>(edits, 3) : edits;
+  return held ? std::min(edits, limit) : edits;
 }
 
 }  // namespace
 
 std::vector<std::string_view> nearestNames(std::string_view name, const std::vector<std::string_view>& names) {
   const std::string wanted = upperCase(trimmed(name)).substr(0, kLongestCompared);
-  const std::size_t limit = std::max<std::size_t>(3, wanted.size() / 3);
+  const std::size_t limit = std::max<std::size_t>(2, wanted.size() / 3);
   std::vector<std::pair<std::size_t, std::string_view>> near;
   for (const std::string_view candidate : names) {
-    const std::size_t far = distance(wanted, upperCase(candidate));
+    const std::size_t far = distance(wanted, upperCase(candidate), limit);
     if (far <= limit) near.emplace_back(far, candidate);
   }
   std::stable_sort(near.begin(), near.end(), [](const auto& a, const auto& b) {

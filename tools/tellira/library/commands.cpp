@@ -87,8 +87,11 @@ std::vector<std::string_view> nearestCommands(std::string_view name) {
 }
 
 std::string unknownCommandText(std::string_view name) {
-  return "there is no command \"" + std::string(trimmed(name)) + "\"." + nearText(nearestCommands(name)) +
-         "\n  `tellira commands` lists all " + std::to_string(generated::kCommandCount) +
+  return "there is no command \"" + std::string(trimmed(name)) + "\"." + nearText(nearestCommands(name));
+}
+
+std::string findingCommandsText() {
+  return "`tellira commands` lists all " + std::to_string(generated::kCommandCount) +
          "; `tellira commands PATTERN` searches them.";
 }
 

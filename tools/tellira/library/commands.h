@@ -25,6 +25,9 @@ std::vector<std::string_view> nearestCommands(std::string_view name);
 /// "unknown command", with the nearest names.
 std::string unknownCommandText(std::string_view name);
 
+/// The advice that belongs to it.
+std::string findingCommandsText();
+
 /// The highest field that a command reads; 1 when it takes none.
 int highestField(const generated::Command& command);
 

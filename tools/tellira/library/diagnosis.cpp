@@ -12,6 +12,9 @@
 namespace tool {
 namespace {
 
+constexpr const char* kLookFirst =
+    "check that the device is on and connected, and look at what it did before the command is sent again.";
+
 /// Why it happened and what to do next.
 struct Reason {
   std::string why;
@@ -52,7 +55,7 @@ Reason functionMissing(std::string_view words, const CallFacts& facts) {
 }
 
 Reason unknownCommand(std::string_view, const CallFacts& facts) {
-  return {unknownCommandText(facts.name), "correct the name."};
+  return {unknownCommandText(facts.name), findingCommandsText()};
 }
 
 Reason runtimeStopped(std::string_view, const CallFacts& facts) {
@@ -110,8 +113,10 @@ Reason reasonOf(const Answer& answer, const CallFacts& facts) {
       return {"the vendor library (or the library) made an access it must not make.",
               "check the fields against the vendor's manual; the device may be half-way through a document."};
     case Ending::kTimedOut:
-      return {"the device or its library did not come back.",
-              "check that the device is on and connected; a longer time is given with --timeout SECONDS."};
+      return {"the device or its library did not come back; the command may have been carried out all the same.",
+              std::string(kLookFirst) + " A longer time is given with --timeout SECONDS."};
+    case Ending::kInterrupted:
+      return {"the tool was asked to end before the answer came; the command may have been carried out.", kLookFirst};
     case Ending::kNoProcess:
       return {answer.detail + ".", "free memory or end other processes, then try again."};
     default:
@@ -132,6 +137,8 @@ std::string happened(const Answer& answer, const CallFacts& facts) {
       return "no answer within " + std::to_string(facts.timeout.count()) +
              (facts.timeout.count() == 1 ? " second" : " seconds") + " from " + facts.library +
              "; the process was stopped";
+    case Ending::kInterrupted:
+      return "interrupted; the process was stopped";
     case Ending::kNoProcess:
       return "no process could be started for the call";
     default:

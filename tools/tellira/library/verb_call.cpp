@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "edge/console.h"
+#include "edge/interrupts.h"
 #include "edge/json_text.h"
 #include "edge/masking.h"
 #include "library/commands.h"
@@ -50,7 +51,8 @@ const generated::Command* checkedCommand(const CallOptions& options) {
   const generated::Command* command = findCommand(options.name);
   if (options.unchecked || options.asksVersion()) return command;
   if (options.name.empty()) throw Failure(kUsage, "no command was named.\n  next: `tellira call --help`");
-  if (command == nullptr) throw Failure(kUsage, unknownCommandText(options.name));
+  if (command == nullptr)
+    throw Failure(kUsage, unknownCommandText(options.name) + "\n  next: " + findingCommandsText());
   if (const auto problem = checkFields(*command, options.fields)) {
     throw Failure(kUsage, problem->text + "\n  next: see `tellira commands " + std::string(command->name) +
                               "`; --unchecked sends the fields as they stand.");
@@ -116,7 +118,8 @@ int runCall(const CallOptions& options) {
       options.timeout()};
   const Request request = requestOf(options);
   Worker worker(facts.library, facts.directory);
-  const Answer answer = worker.call(request, options.timeout());
+  const Interrupts interrupts;
+  const Answer answer = worker.call(request, options.timeout(), facts.name);
   if (answer.ending != Ending::kAnswered) throw Failure(kEnded, explain(answer, facts));
 
   const Output output = readOutput(answer.output, options.plain || options.asksVersion());

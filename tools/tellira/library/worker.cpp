@@ -11,9 +11,13 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
+#include "edge/interrupts.h"
+#include "edge/progress.h"
 #include "library/worker_child.h"
 
 namespace tool {
@@ -24,6 +28,7 @@ constexpr std::size_t kMostDetail = 4096;
 constexpr std::chrono::milliseconds kTick{50};      // a child's end is seen no later, even if others hold its pipes
 constexpr std::chrono::milliseconds kTickAtEnd{1};  // once its socket is closed the child is about to end
 constexpr std::chrono::milliseconds kPatienceAtEnd{2000};
+constexpr std::chrono::milliseconds kPatienceWhenAsked{2000};  // what a device has begun it may still finish
 
 /// Appends what is there to read, never more than `most` in all; what is beyond is read and dropped.
 /// @returns false at the end of the stream
@@ -74,12 +79,12 @@ Worker::~Worker() {
   finish();
 }
 
-Answer Worker::call(const Request& request, std::chrono::milliseconds timeout) {
+Answer Worker::call(const Request& request, std::chrono::milliseconds timeout, const std::string& name) {
   Answer answer;
   const auto deadline = Clock::now() + timeout;
   if (child_ < 0 && !start(answer.detail)) return answer;
   sendRequest(request, timeout);  // a child that is gone already shows itself while its answer is awaited
-  return await(request, deadline);
+  return await(request, deadline, name);
 }
 
 bool Worker::start(std::string& reason) {
@@ -94,6 +99,7 @@ bool Worker::start(std::string& reason) {
   std::fflush(nullptr);  // the child must not say again what is still in the buffers
   child_ = fork();
   if (child_ == 0) {
+    std::signal(SIGPIPE, SIG_DFL);  // a vendor library finds what a host would give it
     close(calls[0]);
     close(words[0]);
     serveCalls(library_, directory_, calls[1], words[1]);
@@ -123,11 +129,16 @@ void Worker::sendRequest(const Request& request, std::chrono::milliseconds timeo
   }
 }
 
-Answer Worker::await(const Request& request, Clock::time_point deadline) {
+Answer Worker::await(const Request& request, Clock::time_point deadline, const std::string& name) {
   Answer answer;
+  Progress progress;
+  bool isAsked = false;
   std::string frames;
   const std::size_t mostFrame = sizeof(ReplyHead) + static_cast<std::size_t>(request.outBytes) + kMostDetail;
   while (Clock::now() < deadline) {
+    progress.show("waiting for the answer of " + name);
+    if (Interrupts::asked() && !std::exchange(isAsked, true))
+      deadline = std::min(deadline, Clock::now() + kPatienceWhenAsked);
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
     pump(frames, mostFrame, answer.words, std::min(left, calls_ < 0 ? kTickAtEnd : kTick));
     int status = 0;
@@ -148,7 +159,7 @@ Answer Worker::await(const Request& request, Clock::time_point deadline) {
   kill(child_, SIGKILL);
   drainWords(answer.words);
   finish();
-  answer.ending = Ending::kTimedOut;
+  answer.ending = isAsked ? Ending::kInterrupted : Ending::kTimedOut;
   return answer;
 }
 

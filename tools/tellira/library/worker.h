@@ -28,6 +28,7 @@ enum class Ending {
   kExited,       ///< the process ended itself; `number` is its exit status
   kSignalled,    ///< the process was ended by signal `number`
   kTimedOut,     ///< no answer in time; the process was killed
+  kInterrupted,  ///< the tool was asked to end while the answer was awaited; the process was killed
   kNoProcess,    ///< the child process could not be made
 };
 
@@ -52,15 +53,17 @@ class Worker {
   Worker(const Worker&) = delete;
   Worker& operator=(const Worker&) = delete;
 
-  /// Makes one call and waits for it no longer than `timeout`.
-  Answer call(const Request& request, std::chrono::milliseconds timeout);
+  /// Makes one call and waits for it no longer than `timeout`, and only for a moment more once the tool was asked to
+  /// end. Shows on a terminal that it waits.
+  /// @param name of the command, to be shown
+  Answer call(const Request& request, std::chrono::milliseconds timeout, const std::string& name);
 
  private:
   using Clock = std::chrono::steady_clock;
 
   bool start(std::string& reason);
   void sendRequest(const Request& request, std::chrono::milliseconds timeout);
-  Answer await(const Request& request, Clock::time_point deadline);
+  Answer await(const Request& request, Clock::time_point deadline, const std::string& name);
   void pump(std::string& frames, std::size_t mostFrame, std::string& words, std::chrono::milliseconds wait);
   void drainWords(std::string& words);
   void finish();

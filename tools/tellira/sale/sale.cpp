@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <optional>
 
+#include "edge/interrupts.h"
 #include "edge/masking.h"
 #include "library/commands.h"
 #include "library/diagnosis.h"
@@ -51,6 +52,7 @@ Sale::Sale(const Script& script, const SalePlaces& places, Transcript& transcrip
 void Sale::run() {
   for (const Statement& statement : script_.statements) {
     try {
+      if (Interrupts::asked()) throw failureAt(script_, statement.place, kEnded, "interrupted before this line.");
       runStatement(statement);
     } catch (const Failure&) {
       if (!transcript_.steps().empty()) {
@@ -161,7 +163,9 @@ std::vector<std::string> Sale::send(const Statement& statement, const generated:
     bytes.push_back(fieldBytes(
         fields[i], script_.name + ":" + std::to_string(statement.place.line) + ": field " + std::to_string(i + 2)));
   }
-  const Answer answer = worker_.call({0, parameterText(bytes, false), kOutBytes, false}, places_.timeout);
+  open_.send(command, fields, statement.place.line);
+  const Answer answer =
+      worker_.call({0, parameterText(bytes, false), kOutBytes, false}, places_.timeout, std::string(command.name));
   if (answer.ending != Ending::kAnswered) {
     const CallFacts facts{std::string(command.name), &command,          fields.size(),
                           places_.library,           places_.directory, places_.timeout};
@@ -170,7 +174,9 @@ std::vector<std::string> Sale::send(const Statement& statement, const generated:
   if (const std::string words = quotedWords(answer.words); !words.empty()) {
     transcript_.remark(Remark::Kind::kWords, utf8FromLatin1(trimmed(answer.words)));
   }
-  return readOutput(answer.output, false).values;
+  std::vector<std::string> values = readOutput(answer.output, false).values;
+  open_.answer(values);
+  return values;
 }
 
 }  // namespace tool

@@ -7,6 +7,7 @@
 
 #include "library/worker.h"
 #include "sale/dialogue.h"
+#include "sale/open_documents.h"
 #include "sale/script.h"
 #include "sale/tape.h"
 #include "sale/transcript.h"
@@ -27,8 +28,11 @@ class Sale {
   Sale(const Script& script, const SalePlaces& places, Transcript& transcript);
 
   /// @throws Failure: kNo when an answer is not what the script wants, kUsage when a field filled in from a variable
-  ///   is no good, kEnded when the library gave no answer. The transcript holds what happened until then.
+  ///   is no good, kEnded when the library gave no answer or the tool was asked to end. The transcript holds what
+  ///   happened until then.
   void run();
+  /// What the devices still wait for.
+  const OpenDocuments& open() const { return open_; }
 
  private:
   void runStatement(const Statement& statement);
@@ -46,6 +50,7 @@ class Sale {
   Worker worker_;
   Tape tape_;
   Variables variables_;
+  OpenDocuments open_;
 };
 
 }  // namespace tool

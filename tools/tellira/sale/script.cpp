@@ -13,6 +13,7 @@ namespace {
 
 constexpr std::size_t kTefLeast = 6;
 constexpr std::size_t kTefMost = 7;
+constexpr std::size_t kMostErrors = 50;
 
 class Parser {
  public:
@@ -22,10 +23,24 @@ class Parser {
     script_.lines = split(text, '\n');
   }
 
+  /// All errors are told at once: who mends one wants to know the others.
   Script parse() {
+    std::string errors;
+    std::size_t count = 0;
     for (std::size_t i = 0; i < script_.lines.size(); ++i) {
-      const std::vector<Word> words = cut(i + 1);
-      if (!words.empty()) line(words);
+      try {
+        const std::vector<Word> words = cut(i + 1);
+        if (!words.empty()) line(words);
+      } catch (const Failure& failure) {
+        if (!script_.statements.empty()) keepTarget(script_.statements.back());
+        if (++count <= kMostErrors) errors += (count == 1 ? "" : "\n") + std::string(failure.what());
+      }
+    }
+    if (count > kMostErrors) errors += "\nand " + std::to_string(count - kMostErrors) + " errors more.";
+    if (count > 0) throw Failure(kUsage, errors + "\n  next: correct the script; nothing was sent.");
+    if (script_.statements.empty()) {
+      throw Failure(kUsage, "the script " + script_.name +
+                                " holds no command.\n  next: `tellira sale --help` shows what a script is made of.");
     }
     return std::move(script_);
   }
@@ -45,20 +60,30 @@ class Parser {
     const std::string first = words.front().quoted ? "" : words.front().literal() ? words.front().text() : "";
     if (first == "expect") return expectation(words);
     if (first == "answer" || first == "cancel" || first == "back") return reply(words, first);
-    Statement statement;
+    // A line that is in error stays as far as it was read, so that the lines behind it are read for what they are.
+    Statement& statement = script_.statements.emplace_back();
     statement.place = words.front().place;
     takeCondition(words, statement);
     statement.tried = isBare(words, "try");
     if (statement.tried) words.erase(words.begin());
     takeTarget(words, statement);
     if (words.empty()) fail(statement.place, "a command is missing here.");
-    for (const Word& word : words) checkVariables(word);
     const Word name = words.front();
     if (!name.literal()) fail(name.place, "a command's name cannot come from a variable.");
     statement.words.assign(words.begin() + 1, words.end());
     classify(name, statement);
-    if (!statement.target.empty()) known_.insert(statement.target);
-    script_.statements.push_back(std::move(statement));
+    for (const Word& word : words) checkVariables(word);
+    keepTarget(statement);
+  }
+
+  void keepTarget(const Statement& statement) {
+    if (statement.target.empty()) return;
+    known_.insert(statement.target);
+    if (statement.kind == Statement::Kind::kTef) {
+      dialogues_.insert(statement.target);
+    } else {
+      dialogues_.erase(statement.target);
+    }
   }
 
   static bool isBare(const std::vector<Word>& words, std::string_view text) {
@@ -91,21 +116,19 @@ class Parser {
     words.erase(words.begin(), words.begin() + 2);
   }
 
-  void classify(const Word& name, Statement& statement) {
+  void classify(const Word& name, Statement& statement) const {
     if (name.text() == "echo") {
       statement.kind = Statement::Kind::kEcho;
       if (!statement.target.empty()) fail(name.place, "echo has no answer to keep.");
     } else if (name.text() == "tef") {
       statement.kind = Statement::Kind::kTef;
       if (statement.target.empty()) statement.target = "tef";
-      dialogues_.insert(statement.target);
       if (statement.words.size() < kTefLeast || statement.words.size() > kTefMost) {
         fail(name.place, "tef needs FUNCTION VALUE COUPON DATE TIME OPERATOR and at most RESTRICTIONS behind them; " +
                              std::to_string(statement.words.size()) + " were given.");
       }
     } else {
       command(name, statement);
-      if (!statement.target.empty()) dialogues_.erase(statement.target);
     }
   }
 

@@ -81,8 +81,9 @@ Failure failureAt(const Script& script, Place place, Status status, const std::s
 
 /// Reads a script.
 /// @param text UTF-8, at most kMostScriptBytes
-/// @throws Failure (kUsage) for the first line that cannot be read or that can only go wrong when it runs: unknown
-///   command, missing field, bad number, variable that no earlier line sets
+/// @throws Failure (kUsage) for a script without a command, and with all the lines that cannot be read or that can only
+/// go
+///   wrong when they run: unknown command, missing field, bad number, variable that no earlier line sets
 Script parseScript(std::string_view text, const std::string& name);
 
 inline constexpr std::size_t kMostScriptBytes = 1 << 20;

@@ -1,14 +1,19 @@
 #include "sale/verb_sale.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <optional>
 
 #include "edge/console.h"
+#include "edge/failure_report.h"
+#include "edge/interrupts.h"
 #include "edge/json_text.h"
 #include "edge/masking.h"
+#include "edge/output_file.h"
 #include "library/library_options.h"
 #include "sale/page.h"
 #include "sale/sale.h"
@@ -67,45 +72,61 @@ std::string readScript(const std::string& file) {
   return text;
 }
 
-/// Opened before the first command: a page that cannot be written must not be found out after the sale.
-std::ofstream openPage(const std::string& file) {
-  std::ofstream page;
-  if (file.empty()) return page;
-  page.open(file, std::ios::binary);
-  if (!page) {
-    throw Failure(kUsage, "the page " + file + " cannot be written: " + std::strerror(errno) +
-                              ".\n  next: name another file with --tape.");
+/// How a sale ended.
+struct Ended {
+  bool isDone = true;  ///< the script ran to its end
+  Status status = kDone;
+  std::string words;  ///< what went wrong
+  std::string open;   ///< what the devices wait for after an early end
+
+  std::string text() const { return words + open; }
+};
+
+Ended carriedOut(Sale& sale) {
+  try {
+    sale.run();
+    return {};
+  } catch (const Failure& failure) {
+    return {false, failure.status, failure.what(), sale.open().text()};
   }
-  return page;
 }
 
-void finish(const SaleOptions& options, const Transcript& transcript, std::ofstream& page, const std::string& failure) {
-  if (options.json) {
-    Json json;
-    json["script"] = maskCards(options.file);
-    json["done"] = failure.empty();
-    json["steps"] = transcript.json();
-    printJson(json);
+/// The page takes its file's place when it is whole. The sale is over then, whatever becomes of the page.
+void writePage(OutputFile& page, const SaleOptions& options, const Transcript& transcript, Ended& ended) {
+  try {
+    page.text() = salePage(maskCards(options.file), transcript.steps(), ended.text());
+    page.finish();
+  } catch (const Failure& failure) {
+    ended.status = kEnded;
+    ended.words +=
+        (ended.isDone ? "the sale was carried out, but the page " : "\nThe page ") + std::string(failure.what());
   }
-  if (!page.is_open()) return;
-  page << salePage(maskCards(options.file), transcript.steps(), failure);
-  page.close();
-  if (!page) note("tellira: the page " + options.tape + " could not be written whole; look whether the disk is full.");
+}
+
+void printJsonSale(const SaleOptions& options, const Sale& sale, const Transcript& transcript, const Ended& ended) {
+  Json json;
+  json["script"] = maskCards(options.file);
+  json["done"] = ended.isDone;
+  json["steps"] = transcript.json();
+  json["open"] = sale.open().json();
+  if (!ended.words.empty()) json["error"] = failureJson(ended.words);
+  printJson(json);
 }
 
 int runSale(const SaleOptions& options) {
   const Script script = parseScript(readScript(options.file), options.file == "-" ? "standard input" : options.file);
-  std::ofstream page = openPage(options.tape);
+  // Opened before the first command: a page that cannot be written must not be found out after the sale.
+  std::optional<OutputFile> page;
+  if (!options.tape.empty()) page.emplace(options.tape);
+  const Interrupts interrupts;
+  std::signal(SIGPIPE, SIG_IGN);  // a sale goes on when nobody looks at it any more
   Transcript transcript(!options.json);
   Sale sale(script, {options.libraryPath(), options.directoryPath(), options.timeout()}, transcript);
-  try {
-    sale.run();
-  } catch (const Failure& failure) {
-    finish(options, transcript, page, failure.what());
-    throw;
-  }
-  finish(options, transcript, page, "");
-  return kDone;
+  Ended ended = carriedOut(sale);
+  if (page) writePage(*page, options, transcript, ended);
+  if (options.json) printJsonSale(options, sale, transcript, ended);
+  if (!ended.words.empty()) complain(ended.text());
+  return ended.status;
 }
 
 }  // namespace

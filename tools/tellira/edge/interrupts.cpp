@@ -1,0 +1,32 @@
+#include "edge/interrupts.h"
+
+namespace tool {
+namespace {
+
+volatile std::sig_atomic_t interrupted = 0;
+void interrupt(int) {
+  interrupted = 1;
+}
+
+}  // namespace
+
+Interrupts::Interrupts() {
+  interrupted = 0;
+  struct sigaction wait = {};
+  wait.sa_handler = interrupt;
+  wait.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);
+  for (std::size_t i = 0; i < kSignals.size(); ++i) {
+    ::sigaction(kSignals[i], nullptr, &before_[i]);
+    if (before_[i].sa_handler != SIG_IGN) ::sigaction(kSignals[i], &wait, nullptr);
+  }
+}
+
+Interrupts::~Interrupts() {
+  for (std::size_t i = 0; i < kSignals.size(); ++i) ::sigaction(kSignals[i], &before_[i], nullptr);
+}
+
+bool Interrupts::asked() {
+  return interrupted != 0;
+}
+
+}  // namespace tool

@@ -1,0 +1,27 @@
+// Ctrl-C and its kin while something must come to an orderly end.
+#pragma once
+
+#include <csignal>
+
+#include <array>
+
+namespace tool {
+
+/// While it lives, a first Ctrl-C, SIGTERM or hang-up only asks to end; a second one ends the process. A signal that
+/// whoever started the tool has it ignore, as nohup does, stays ignored. One at a time.
+class Interrupts {
+ public:
+  Interrupts();
+  ~Interrupts();
+  Interrupts(const Interrupts&) = delete;
+  Interrupts& operator=(const Interrupts&) = delete;
+
+  /// True once the tool was asked to end.
+  static bool asked();
+
+ private:
+  static constexpr std::array<int, 3> kSignals{SIGINT, SIGTERM, SIGHUP};
+  std::array<struct sigaction, kSignals.size()> before_{};
+};
+
+}  // namespace tool

@@ -1,0 +1,25 @@
+#include "edge/terminal.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include "text/text.h"
+
+namespace tool {
+
+std::size_t terminalWidth(int descriptor) {
+  winsize size = {};
+  return isatty(descriptor) == 1 && ioctl(descriptor, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
+
+std::string cutTo(std::size_t width, std::string_view utf8) {
+  if (columns(utf8) <= width) return std::string(utf8);
+  std::size_t at = 0;
+  for (std::size_t seen = 0; at < utf8.size(); ++at) {
+    const bool begins = (static_cast<unsigned char>(utf8[at]) & 0xC0) != 0x80;
+    if (begins && ++seen == width) break;
+  }
+  return std::string(utf8.substr(0, at)) + "…";
+}
+
+}  // namespace tool
