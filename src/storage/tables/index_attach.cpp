@@ -78,18 +78,59 @@ DmOpenRef openDatabase(const char* name) {
   return id == 0 ? nullptr : DmOpenDatabase(0, id, kReadWrite);
 }
 
-// What other areas have open already has been looked at.
 bool isOpenElsewhere(DmOpenRef db) {
   return db->opens > 1;
 }
 
+// Entries stand elsewhere then, for every area that has the index.
 void makeAnew(const myAppInfoType& table, IDX_IndexesNames& index, EntryMaker& maker) {
   ReplaceEntries(index.IDX_dbRef, EntriesOfTable(table.TBL_dbRef, maker), maker.size());
   index.IDX_recID = -1;
+  ForEachIndexOf(index.IDX_dbRef, table.TBL_dbRef, [](IDX_IndexesNames& other) { other.IDX_recID = -1; });
+}
+
+void logMade(const myAppInfoType& table, const IDX_IndexesNames& index, const std::string& why) {
+  Logar(Message("Índice %s da tabela %s refeito: %s"_l1, index.IDX_name, table.TBL_name, why.c_str()).c_str());
+}
+
+// Entries of the index, of a bounded number of them, that are what the maker makes of their records.
+bool fitsBetter(const myAppInfoType& table, const IDX_IndexesNames& index, EntryMaker& maker, EntryMaker& than) {
+  return than.size() == 0 || EntriesThatFit(table.TBL_dbRef, index.IDX_dbRef, maker) >
+                                 EntriesThatFit(table.TBL_dbRef, index.IDX_dbRef, than);
+}
+
+// Files of other origin count key fields from 0. Whether this one does is seen by its entries, before anything is made
+// anew from the wrong fields.
+bool countsFromZero(const myAppInfoType& table, const IDX_IndexesNames& index) {
+  const std::vector<IDX_Indexes> other = NumberedFromOne(KeyFieldsOf(index));
+  EntryMaker fromOne(FieldsOf(table), KeyFieldsOf(index)), fromZero(FieldsOf(table), other);
+  return fromZero.size() != 0 && fitsBetter(table, index, fromZero, fromOne);
+}
+
+void takeNumbers(IDX_IndexesNames& index, KeyFields key, bool fromZero) {
+  std::copy(key.begin(), key.end(), index.IDX_ind);
+  static_cast<OwnedIndex&>(index).countsFromZero = fromZero;
+}
+
+std::string whatDoesNotFit(const myAppInfoType& table, const IDX_IndexesNames& index, bool behind) {
+  if (behind) return "ficou atrás da tabela"_l1;
+  EntryMaker maker(FieldsOf(table), KeyFieldsOf(index));
+  return WhatDoesNotFit(table.TBL_dbRef, index.IDX_dbRef, maker);
 }
 
 // Makes an open index fit the table. `told` is what its block says. False when no index can be made of that key.
 bool makeFit(myAppInfoType& table, IDX_IndexesNames& index, bool behind) {
+  // What other areas have open already has been looked at.
+  const bool isKnown = isOpenElsewhere(index.IDX_dbRef) && !behind;
+  if (isKnown)
+    ForEachIndexOf(index.IDX_dbRef, table.TBL_dbRef, [&](const IDX_IndexesNames& other) {
+      takeNumbers(index, KeyFieldsOf(other), static_cast<const OwnedIndex&>(other).countsFromZero);
+    });
+  std::string words = isKnown ? std::string() : whatDoesNotFit(table, index, behind);
+  if (!words.empty() && countsFromZero(table, index)) {
+    takeNumbers(index, NumberedFromOne(KeyFieldsOf(index)), true);
+    words = whatDoesNotFit(table, index, behind);
+  }
   EntryMaker maker(FieldsOf(table), KeyFieldsOf(index));
   if (maker.size() == 0) {
     Logar(Message("Índice %s não aberto: a tabela %s não tem os campos da chave"_l1, index.IDX_name, table.TBL_name)
@@ -97,11 +138,8 @@ bool makeFit(myAppInfoType& table, IDX_IndexesNames& index, bool behind) {
     return false;
   }
   index.IDX_tam_max_key = static_cast<std::int32_t>(maker.size() - kEntryKeyAt);
-  if (isOpenElsewhere(index.IDX_dbRef) && !behind) return true;
-  const std::string words =
-      behind ? "ficou atrás da tabela"_l1 : WhatDoesNotFit(table.TBL_dbRef, index.IDX_dbRef, maker);
   if (words.empty()) return true;
-  Logar(Message("Índice %s da tabela %s refeito: %s"_l1, index.IDX_name, table.TBL_name, words.c_str()).c_str());
+  logMade(table, index, words);
   makeAnew(table, index, maker);
   return true;
 }
@@ -124,7 +162,7 @@ void ForgetOwner(DmOpenRef index) {
 }
 
 int AddIndex(myAppInfoType& table, const char* name, DmOpenRef db, KeyFields key) {
-  auto* index = static_cast<IDX_IndexesNames*>(Allocate(sizeof(IDX_IndexesNames)));
+  auto* index = static_cast<OwnedIndex*>(Allocate(sizeof(OwnedIndex)));
   std::string_view(name).substr(0, kLongestTableName).copy(index->IDX_name, kLongestTableName);
   index->IDX_dbRef = db;
   index->IDX_recID = -1;
@@ -149,6 +187,7 @@ int AttachIndex(myAppInfoType& table, const std::string& name) {
   if (db == nullptr) return -1;
   const std::optional<IndexDescription> told = describe(db);
   if (!told || FoldedName(told->table) != FoldedName(table.TBL_name)) {
+    if (!told) Logar(Message("Índice %s não aberto: descrição ilegível"_l1, name.c_str()).c_str());
     DmCloseDatabase(db);
     return -1;
   }
@@ -186,7 +225,10 @@ void DeleteIndexes(const char* table) {
 }
 
 bool OpenIndex(myAppInfoType& table, IDX_IndexesNames& index) {
-  if (IsOpen(index.IDX_dbRef)) return true;
+  if (IsOpen(index.IDX_dbRef)) {
+    if (IsBehind(index.IDX_dbRef)) MendIndex(table, index);
+    return true;
+  }
   index.IDX_dbRef = openDatabase(index.IDX_name);
   if (index.IDX_dbRef == nullptr) return false;
   const std::optional<IndexDescription> told = describe(index.IDX_dbRef);
@@ -209,6 +251,19 @@ bool RebuildIndex(myAppInfoType& table, IDX_IndexesNames& index) {
   if (index.IDX_dbRef == nullptr || maker.size() == 0) return false;
   makeAnew(table, index, maker);
   return true;
+}
+
+void MendIndex(myAppInfoType& table, IDX_IndexesNames& index) {
+  logMade(table, index, "não tem uma entrada para cada registro"_l1);
+  RebuildIndex(table, index);
+}
+
+bool NamesOneRecord(const VORNE_RDD& area, const Entries& entries, int place, int direction) {
+  const auto at = static_cast<UInt32>(place), from = static_cast<UInt32>(place - direction);
+  if (at >= entries.count) return false;
+  const std::int32_t record = entries.record(at);
+  return record >= 0 && record < RecordCount(area) &&
+         (direction == 0 || from >= entries.count || entries.record(from) != record);
 }
 
 void RebuildIndexes(myAppInfoType& table) {

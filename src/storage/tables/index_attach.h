@@ -1,6 +1,7 @@
 // Inside the storage floor: which indexes a table has, opening them, making them anew.
 #pragma once
 
+#include "storage/format/entry_order.h"
 #include "storage/tables/areas.h"
 
 namespace vorne {
@@ -27,6 +28,11 @@ void ZapIndexes(myAppInfoType& table);
 void RebuildIndexes(myAppInfoType& table);
 /// Makes one anew. False when it cannot be opened.
 bool RebuildIndex(myAppInfoType& table, IDX_IndexesNames& index);
+/// Makes one anew in which a record was met twice or not at all, with a line in the log.
+void MendIndex(myAppInfoType& table, IDX_IndexesNames& index);
+/// False when the entry at `place` names no record of the table, or the same one as the entry from which a walk in
+/// `direction` (0: none) came to it.
+bool NamesOneRecord(const VORNE_RDD& area, const Entries& entries, int place, int direction);
 /// Opens an index of the list, should it be closed, and sees to it that it fits. False when it cannot be.
 bool OpenIndex(myAppInfoType& table, IDX_IndexesNames& index);
 bool CloseIndex(IDX_IndexesNames& index);  ///< false when it was not open

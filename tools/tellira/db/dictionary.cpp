@@ -9,6 +9,7 @@
 
 #include "edge/console.h"
 #include "edge/nearest.h"
+#include "storage/format/keys.h"
 #include "text/text.h"
 
 namespace tool {
@@ -105,7 +106,11 @@ Dictionary::Table Dictionary::table(std::string_view name) const {
                     (isTable ? "its description is missing or damaged" : "its type is " + codeText(found->entry.type)) +
                     ".\n  next: `tellira db schema " + shown(found->name) + "` shows what it is.");
   Table table{found->name, *description, {}};
-  for (const StoredDatabase* index : stored_.indexesOf(found->name)) table.indexes.push_back(*index->index);
+  for (const StoredDatabase* index : stored_.indexesOf(found->name)) {
+    table.indexes.push_back(*index->index);
+    IndexDescription& added = table.indexes.back();
+    added.keyFields = vorne::NumberedByLength(description->fields, added.keyFields, added.keyLength);
+  }
   return table;
 }
 

@@ -23,7 +23,7 @@ A FIELD is NAME:TYPE:LEN[:DEC]. The types:
   D            date
   L            logical
   M            memo: text of up to 65534 characters
-Names have letters, digits and underscores, 20 of them at most (a table's 26, and dashes), and begin with a letter.
+Names have letters, digits and underscores, 20 of them at most (a table's 30, 29 with memo fields, and dashes), and begin with a letter.
 
 Examples:
   tellira db create CUSTOMER CODE:C:12 NAME:C:30 LIMIT:N:12:2 SINCE:D ACTIVE:L NOTES:M
@@ -39,7 +39,8 @@ Example:
 
 Exit status: 0 done, 1 there is no such table, or nobody agreed, 2 wrong usage, or the databases are in use.)";
 
-constexpr std::size_t kLongestName = 26;  // the files beside a table have suffixes
+constexpr std::size_t kLongestName = vorne::kLongestTableName;
+constexpr std::size_t kLongestNameWithMemo = 29;  // its memo texts' database has a suffix
 constexpr int kWidestNumber = 32;
 constexpr std::size_t kLargestBlock = vorne::kSmallestFile;
 constexpr std::size_t kEndMark = 2;
@@ -133,6 +134,11 @@ std::vector<ControlFieldTBL> parsedFields(const std::vector<std::string>& texts)
   return fields;
 }
 
+std::size_t longestName(const std::vector<ControlFieldTBL>& fields) {
+  const auto isMemo = [](const ControlFieldTBL& field) { return field.FieldType == TBLMEMO; };
+  return std::any_of(fields.begin(), fields.end(), isMemo) ? kLongestNameWithMemo : kLongestName;
+}
+
 struct CreateOptions {
   std::string table;
   std::vector<std::string> fields;
@@ -158,8 +164,8 @@ Obj_Node* structureOf(const std::vector<ControlFieldTBL>& fields) {
 
 int runCreate(const DbOptions& group, const CreateOptions& options) {
   const std::string directory = absolute(group.directory);
-  const std::string name = checkedName(options.table, "table", kLongestName, "_-");
   const std::vector<ControlFieldTBL> fields = parsedFields(options.fields);
+  const std::string name = checkedName(options.table, "table", longestName(fields), "_-");
   TableSession session(directory);
   const Dictionary dictionary(directory);
   if (const auto* taken = inTheWay(dictionary, name))
