@@ -5,16 +5,14 @@
 //  - All database files live in the directory "DB" of the working directory at the time the catalogue is opened. The
 //    catalogue opens itself at the first database call.
 //  - Results of type Err are 0 for success, 1 for a null or missing argument, 514 for a place outside a record, 518
-//  when
-//    the catalogue could not be mapped, 531 for no such record, 537 for a database that exists already. "Error n" means
-//    a call of __RuntimeError, which ends the process; failures of the mapped files are error 5, told in "saida.txt".
+//    when the catalogue could not be mapped, 531 for no such record, 537 for a database that exists already. "Error n"
+//    means a call of __RuntimeError, which ends the process; failures of the mapped files are error 5, told in
+//    "saida.txt".
 //  - A record is edited in place, in the mapped file. One record of a database is held at a time; asking for another
-//  one
-//    writes the held one back when it is new or changed. A data pointer is good until the next call that makes, removes
-//    or resizes something in the same database.
+//    one writes the held one back when it is new or changed. A data pointer is good until the next call that makes,
+//    removes or resizes something in the same database.
 //  - Killing the process at any moment loses nothing that a call had reported done: the next open finishes or undoes
-//  what
-//    stood half-way.
+//    what stood half-way.
 //  - Card numbers are taken and ignored. Names are compared without regard to case; a name has at most 31 bytes.
 //  - One thread at a time, and one process that writes.
 #pragma once

@@ -41,7 +41,7 @@ FLOORS = {
     'tools/text': 'text/',
     'tools/vornetab': 'vornetab/|text/|storage/reading/table_reader$',
     'tools/tellira': 'text/|edge/|library/|sale/|db/',
-    'tools/tellira/edge': 'text/|edge/',
+    'tools/tellira/edge': 'text/|edge/|storage/disk_layout$',
     'tools/tellira/library': 'text/|edge/|library/|' + VENDOR,
     'tools/tellira/sale': 'text/|edge/|library/|sale/|generated/',
     'tools/tellira/db': 'text/|edge/|db/|vornetab/|runtime/process$|storage/(disk_layout|tables)$|'
@@ -56,9 +56,7 @@ FEWEST_FILES = 100
 
 Symbol = namedtuple('Symbol', 'value size kind binding section name')
 # Folders where circles and calls up the floors are still being opened: told at each run, until this is empty.
-OPEN = {'src/runtime', 'src/storage/format', 'src/storage/files', 'src/storage/journal', 'src/storage/records',
-        'src/storage/databases', 'src/storage/tables', 'src/storage/reading', 'src/storage/repair', 'tools/tellira/db',
-        'tools/vornetab'}
+OPEN = {'src/runtime', 'src/storage/repair'}
 
 
 def read_objects(paths):
@@ -105,20 +103,10 @@ def read_includes(root):
 
 def reached(includes, name):
     """The file and what it includes, directly or not."""
-    seen, waiting = set(), [name]
-    while waiting:
-        here = waiting.pop()
-        if here not in seen:
-            seen.add(here)
-            waiting += includes.get(here, ())
-    return seen
-
-
-def nearest(units, place):
-    """The one of several files that shares most folders with `place`: devices have functions of equal names."""
-    def shared(other):
-        return sum(1 for a, b in zip(other.split('/'), place.split('/')) if a == b)
-    return max(sorted(units), key=shared)
+    seen = [name]
+    for here in seen:
+        seen += [other for other in includes.get(here, ()) if other not in seen]
+    return set(seen)
 
 
 def inline_definitions(root, headers):
@@ -166,11 +154,7 @@ def read_calls(root, build, includes):
     objects = [(unit(places[path]), reached(includes, places[path]), symbols, references)
                for path, symbols, references in read_objects(sorted(places))]
 
-    defined = defaultdict(set)
-    for place, _, symbols, _ in objects:
-        for symbol in symbols:
-            if symbol.binding == 'GLOBAL':
-                defined[symbol.name].add(place)
+    defined = {symbol.name: place for place, _, symbols, _ in objects for symbol in symbols if symbol.binding == 'GLOBAL'}
     calls = {}
     for place, seen, symbols, references in objects:
         weak = {symbol.name for symbol in symbols if symbol.binding in ('WEAK', 'UNIQUE')}
@@ -181,40 +165,22 @@ def read_calls(root, build, includes):
         for section, offset, name in references:
             holder = next((s for s in spans[section] if s.value <= offset < s.value + s.size), None)
             begin = holder and holder.name in weak and home_of(holder.name, inline, seen) or place
-            if name in weak:
-                end = home_of(name, inline, seen)
-            else:
-                end = nearest(defined[name], place) if name in defined else None
+            end = home_of(name, inline, seen) if name in weak else defined.get(name)
             if end not in (None, begin):
                 calls.setdefault((begin, end), (holder.name if holder else 'data', name))
     return calls, len(set(places.values()))
 
 
 def circles(calls):
-    """The sets of files that reach each other (Tarjan)."""
-    following = defaultdict(set)
+    """The sets of files that reach each other."""
+    beyond = defaultdict(set)
     for begin, end in calls:
-        following[begin].add(end)
-    number, low, path, found = {}, {}, [], []
-
-    def visit(node):
-        number[node] = low[node] = len(number)
-        path.append(node)
-        for other in sorted(following[node]):
-            if other not in number:
-                visit(other)
-            if other in path:
-                low[node] = min(low[node], low[other])
-        if low[node] == number[node]:
-            begin = path.index(node)
-            if len(path) - begin > 1:
-                found.append(sorted(path[begin:]))
-            del path[begin:]
-
-    for node in sorted(following):
-        if node not in number:
-            visit(node)
-    return found
+        beyond[begin].add(end)
+    for middle in list(beyond):
+        for reached_here in beyond.values():
+            if middle in reached_here:
+                reached_here |= beyond[middle]
+    return sorted({tuple(sorted(o for o in beyond[file] if file in beyond.get(o, ()))) for file in beyond if file in beyond[file]})
 
 
 def may(begin, end):

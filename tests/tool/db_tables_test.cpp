@@ -62,7 +62,7 @@ TEST_F(Tables, ExportGivesBackWhatWasImported) {
                            "A,\"quoted, \"\"twice\"\"\",1.50,2004-03-17,true,\"two\nlines\"\n"
                            "B,  leading,-0.07,1850-12-31,false,\"\r\"\n"
                            ",,0.00,,false,\n"
-                           "Ação,ÿ,12345.678,9999-12-31,true,a;b\n"
+                           "Ação,ÿ,12345.67,9999-12-31,true,a;b\n"
                            "C,\x01\t,99999.99,0001-01-01,false," +
                            std::string(60000, 'm') + "\n";
   import(rows);
@@ -105,12 +105,18 @@ TEST_F(Tables, ReadsFilesAsTheyAreMetInTheWild) {
     EXPECT_EQ(exported(), kHead + first + second) << what;
     ok({"zap", "GOODS", "--yes"});
   }
-  import(
-      "CODE,NAME\n\xC7"
-      "A,\xE3\n",
-      {"--encoding", "latin1"});
+  for (const char* encoding : {"latin1", "cp1252"}) import("CODE,NAME\n\xC7,\xE3\n", {"--encoding", encoding});
   import("CODE,PRICE\n1234567,123456789012\n\"\",1\n", {"--truncate"});
-  EXPECT_EQ(exported(), std::string(kHead) + "ÇA,ã,0.00,,false,\n123456,,123456789012.00,,false,\n,,1.00,,false,\n");
+  EXPECT_EQ(exported(), std::string(kHead) +
+                            "Ç,ã,0.00,,false,\nÇ,ã,0.00,,false,\n123456,,123456789012.00,,false,\n,,1.00,,false,\n");
+  // Halves as they are written; what computing leaves behind the decimals is no decimal.
+  ok({"zap", "GOODS", "--yes"});
+  const Ran rounded = db({"import", "GOODS", "-", "--round"},
+                         "PRICE,_deleted\n1.005,\n-1.005,\n-0.004,\n0.30000000000000004,\n99999.991,\n");
+  EXPECT_THAT(rounded.err, HasSubstr("5 rows imported into GOODS; 4 numbers rounded; fields left empty: CODE, "));
+  EXPECT_EQ(exported(), std::string(kHead) +
+                            ",,1.01,,false,\n,,-1.01,,false,\n,,0.00,,false,\n"
+                            ",,0.30000000000000004,,false,\n,,99999.99,,false,\n");
   // Rows as large as what is read at once, and larger: every place of a row meets the end of the buffer.
   std::string large = kHead;
   for (int i = 0; i < 900; ++i)
@@ -129,6 +135,7 @@ TEST_F(Tables, AFailedImportLeavesTheTableAsItWas) {
   const std::pair<std::string, const char*> cases[] = {
       {"A,n,1,5,,true\n", "line 4, column 4 (SINCE): \"5\" is not a date"},
       {"A,n,\"1,5\",,true,\n", "line 4, column 3 (PRICE): \"1,5\" is not a number: decimals stand behind a point"},
+      {"A,n,1.005,,true,\n", "column 3 (PRICE): \"1.005\" has more decimals than the field, which is N:8:2"},
       {"A,n,1x,,true,\n", "column 3 (PRICE): \"1x\" is not a number.\n  next: write it like 1234.50"},
       {"A,n,inf,,true,\n", "\"inf\" is not a number"},
       {"A,n,123456.00,,,\n", "\"123456.00\" does not fit the field, which is N:8:2"},
@@ -152,11 +159,15 @@ TEST_F(Tables, AFailedImportLeavesTheTableAsItWas) {
     EXPECT_THAT(ran.err, HasSubstr(words));
     EXPECT_THAT(ran.err, EndsWith("Nothing was imported; GOODS is as it was.\n"));
   }
+  for (const auto& [encoding, words] : {std::pair("latin1", "0x93 is no character of ISO-8859-1, in cp1252 it is '“'"),
+                                        std::pair("cp1252", "the character '“' does not exist in ISO-8859-1")})
+    EXPECT_THAT(db({"import", "GOODS", "-", "--encoding", encoding}, "CODE\n\x93\n").err, HasSubstr(words));
   EXPECT_EQ(files(), before);
   const std::pair<std::string, const char*> heads[] = {
       {"", "standard input is empty"},
       {"CODE,NAMES\n", "standard input, line 1: there is no field \"NAMES\" in GOODS.\n  near to it: NAME, "},
       {"CODE,code\n", "the field code is named twice"},
+      {"CODE|NAME\n", "--separator '|'"},
       {"\xFF\xFE"
        "C\0",
        "UTF-16"},
@@ -174,13 +185,14 @@ TEST_F(Tables, AFailedImportLeavesTheTableAsItWas) {
 TEST_F(Tables, AnImportThatIsStoppedLeavesASoundTable) {
   ok({"index", "create", "GOODS", "BYCODE", "CODE"});
   import(std::string(kHead) + "OLD,,,,,kept\n");
-  for (const int number : {SIGINT, SIGKILL}) {
+  for (const int number : {SIGHUP, SIGINT, SIGKILL}) {
     int ends[2];
     ASSERT_EQ(pipe(ends), 0);
     const pid_t child = fork();
     if (child == 0) {
       dup2(ends[0], 0);
       close(ends[1]);
+      if (number == SIGHUP) signal(SIGHUP, SIG_IGN);
       if (chdir(directory.c_str()) == 0 && freopen("stderr", "w", stderr) != nullptr)
         execl(TOOL, TOOL, "db", "import", "GOODS", "-", nullptr);
       _exit(99);
@@ -192,7 +204,14 @@ TEST_F(Tables, AnImportThatIsStoppedLeavesASoundTable) {
     usleep(300000);
     kill(child, number);
     int status = 0;
+    if (number == SIGHUP) close(ends[1]);  // or it would go on for ever
     waitpid(child, &status, 0);
+    if (number == SIGHUP) {
+      EXPECT_EQ(WEXITSTATUS(status), 0) << "as under nohup";
+      ok({"zap", "GOODS", "--yes"});
+      import(std::string(kHead) + "OLD,,,,,kept\n");
+      continue;
+    }
     close(ends[1]);
     if (number == SIGKILL) break;
     EXPECT_EQ(WEXITSTATUS(status), 1);
@@ -225,6 +244,7 @@ TEST_F(Tables, SeeksByTextNumberDateAndLogical) {
       {"BYDATE", "2004-03-17", false, 1}, {"BYDATE", "2004", false, 1},
       {"BYDATE", "2004-03-18", true, -4}, {"BYSOLD", "true", false, 1},
       {"BYSOLD", "false", false, 2},      {"BYNAME", "Z", true, 0},
+      {"BYPRICE", "-3", false, 2},
   };
   for (const auto& [index, key, soft, record] : cases) {
     const json answer = sought(soft ? Words{index, key, "--soft"} : Words{index, key}, record > 0 ? 0 : 1);
@@ -267,7 +287,9 @@ TEST_F(Tables, SchemaTellsTheCommandsThatWouldMakeTheTable) {
 
 TEST_F(Tables, RefusesWithTheReasonAndTheNextStep) {
   import("CODE\nA\n");
-  ok({"index", "create", "GOODS", "BYCODE", "CODE"});
+  for (const auto& [index, field] : {std::pair("BYCODE", "CODE"), std::pair("BYKEY", "PRICE"),
+                                     std::pair("BYDATE", "SINCE"), std::pair("BYSOLD", "SOLD")})
+    ok({"index", "create", "GOODS", index, field});
   const std::tuple<Words, int, const char*> cases[] = {
       {{"create", "GOODS", "A:C:3"}, 2, "there is a database \"GOODS\" already"},
       {{"create", "GOODS_m", "A:C:3"}, 2, "there is a database \"GOODS_M\" already"},
@@ -290,6 +312,12 @@ TEST_F(Tables, RefusesWithTheReasonAndTheNextStep) {
       {{"index", "create", "GOODS", "X", "NOTES"}, 2, "NOTES cannot be part of a key"},
       {{"index", "drop", "GOODS", "X"}, 1, "there is no index \"X\""},
       {{"seek", "GOODS", "BYCODE", "€"}, 2, "no key can be \"€\""},
+      {{"seek", "GOODS", "BYCODE", "--", "-x"}, 1, "no record of GOODS has the key \"-x\""},
+      {{"seek", "GOODS", "BYKEY", "1,5"}, 2, "\"1,5\" is no number for the key field PRICE, which is N:8:2"},
+      {{"seek", "GOODS", "BYKEY", "1.505"}, 2, "has more decimals than the key field PRICE"},
+      {{"seek", "GOODS", "BYKEY", "100000"}, 2, "does not fit the key field PRICE"},
+      {{"seek", "GOODS", "BYDATE", "2004-02-30"}, 2, "is no date for the key field SINCE"},
+      {{"seek", "GOODS", "BYSOLD", "yes"}, 2, "is no logical for the key field SOLD"},
       {{"delete", "GOODS", "2"}, 1, "there is no record 2 of GOODS, which has 1 record"},
       {{"recall", "GOODS", "0"}, 1, "there is no record 0"},
       {{"pack", "GOODS"}, 2, "add --yes"},
@@ -302,7 +330,82 @@ TEST_F(Tables, RefusesWithTheReasonAndTheNextStep) {
     EXPECT_EQ(ran.out, "") << text;
     EXPECT_THAT(ran.err, HasSubstr(text));
   }
-  EXPECT_EQ(json::parse(ok({"list", "--json"})).size(), 3U);
+  EXPECT_EQ(json::parse(ok({"list", "--json"})).size(), 6U);
+}
+
+TEST_F(Tables, AnExportReplacesNoDatabaseAndNoLink) {
+  import("CODE\nA\n");
+  const std::string before = contents(directory / "DB" / "GOODS");
+  const std::string other = directory / "other.csv";
+  for (const auto& [to, link] : {std::pair("DB", "data"), std::pair("DB/GOODS", "goods.csv"),
+                                 std::pair("other.csv", "linked.csv"), std::pair("missing.csv", "dangling.csv")})
+    std::filesystem::create_symlink(to, directory / link);
+  writeFile(other, "old");
+  std::filesystem::permissions(other, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+  std::filesystem::create_hard_link(directory / "DB" / "GOODS", directory / "other.csv.part");
+  for (const char* name : {"DB/GOODS", "DB/new.csv", "./DB/../data/GOODS", "goods.csv", "DB/new/new.csv"}) {
+    const Ran ran = db({"export", "GOODS", name});
+    EXPECT_EQ(ran.status, 2) << name;
+    EXPECT_THAT(ran.err, HasSubstr(std::string(name) + " lies in a directory of databases"));
+  }
+  const std::string csv = exported();
+  for (const char* name : {"linked.csv", "dangling.csv"}) {
+    ok({"export", "GOODS", name});
+    EXPECT_TRUE(std::filesystem::is_symlink(directory / name));
+    EXPECT_EQ(contents(directory / name), csv);
+  }
+  EXPECT_EQ(std::filesystem::status(other).permissions(),
+            std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+  EXPECT_EQ(ok({"export", "GOODS", "/dev/stdout"}), csv);
+  EXPECT_EQ(contents(directory / "DB" / "GOODS"), before);
+}
+
+// A name that looks like a card number is masked where it is shown and nowhere else.
+TEST_F(Tables, ATableMayBeNamedLikeACard) {
+  const std::string name = "T4000000000000010", index = "I4000000000000010";
+  ok({"create", name, "A:C:3", "M:M"});
+  ok({"import", name, "-"}, "A,M\nx,m\ny,\n");
+  ok({"index", "create", name, index, "A"});
+  ok({"delete", name, "2"});
+  EXPECT_EQ(json::parse(ok({"schema", name, "--json"}))["fields"].size(), 2U);
+  EXPECT_EQ(ok({"sql", "SELECT a FROM " + name, "--json"}), "[{\"A\":\"x\"}]\n");
+  EXPECT_EQ(json::parse(ok({"seek", name, index, "x", "--json"}))["recno"], 1);
+  for (const Words& words : {Words{"reindex", name},
+                             {"pack", name, "--yes"},
+                             {"index", "drop", name, index},
+                             {"zap", name, "--yes"},
+                             {"drop", name, "--yes"}}) {
+    const Ran ran = db(words);
+    EXPECT_EQ(ran.status, 0) << words[0];
+    EXPECT_THAT(ran.out + ran.err, testing::Not(HasSubstr("4000000000000010"))) << words[0];
+  }
+}
+
+TEST_F(Tables, PackingAfterZappingGivesTheSpaceBack) {
+  const auto bytes = [this] {
+    std::uintmax_t sum = 0;
+    for (const auto& file : std::filesystem::directory_iterator(directory / "DB")) sum += file.file_size();
+    return sum;
+  };
+  ok({"index", "create", "GOODS", "BYCODE", "CODE"});
+  const std::uintmax_t empty = bytes();
+  std::string csv = "CODE,NOTES\n";
+  for (int i = 0; i < 5000; ++i) csv += std::to_string(i) + ",a memo\n";
+  for (int round = 0; round < 2; ++round) {
+    import(csv);
+    ok({"zap", "GOODS", "--yes"});
+    ok({"pack", "GOODS", "--yes"});
+    EXPECT_EQ(bytes(), empty);
+    EXPECT_EQ(db({"check"}).status, 0);
+  }
+}
+
+TEST_F(Tables, AnswersInSqlAreCutToTheTerminalOnly) {
+  import("CODE,NAME,NOTES\nA,João,ção" + std::string(100, 'n') + "\n");
+  const std::string statement = "SELECT code, name, notes, 1 FROM GOODS";
+  const std::string seen = seenOnTerminal({"db", "sql", statement});
+  EXPECT_THAT(seen, HasSubstr("\r\nA     João  ção" + std::string(64, 'n') + "…\r\n"));
+  EXPECT_THAT(ok({"sql", statement}), HasSubstr(std::string(100, 'n') + "  1\n"));
 }
 
 // A program that has the databases open holds a lock on the catalogue.

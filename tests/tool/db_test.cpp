@@ -1,6 +1,5 @@
 // `tellira db` with the finished tool, on a directory whose files are made by hand.
 #include <gmock/gmock.h>
-#include <pty.h>
 
 #include <nlohmann/json.hpp>
 
@@ -29,27 +28,6 @@ class Db : public ToolTest {
   void damage() const {
     images::Bytes sales = stored("SALES");
     store("SALES", sales.replace(images::places(sales)[1], 8, 8, '\0'));
-  }
-
-  // Runs the tool on a terminal; what it printed, and its exit status at the end.
-  std::string onTerminal(const std::vector<std::string>& arguments, const std::string& typed) const {
-    int terminal = -1;
-    const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
-    if (child == 0) {
-      std::vector<char*> argv{const_cast<char*>(TOOL)};
-      for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
-      argv.push_back(nullptr);
-      if (chdir(directory.c_str()) == 0) execv(TOOL, argv.data());
-      _exit(99);
-    }
-    EXPECT_EQ(write(terminal, typed.data(), typed.size()), static_cast<ssize_t>(typed.size()));
-    std::string text;
-    char buffer[4096];
-    for (ssize_t n; (n = read(terminal, buffer, sizeof buffer)) > 0;) text.append(buffer, static_cast<std::size_t>(n));
-    close(terminal);
-    int status = 0;
-    waitpid(child, &status, 0);
-    return text + " " + std::to_string(WEXITSTATUS(status));
   }
 };
 
@@ -103,9 +81,9 @@ TEST_F(Db, AsksOnATerminal) {
   damage();
   const std::string before = stored("SALES");
   for (const char* answer : {"n\n", "\n", "yup\n"})
-    EXPECT_THAT(onTerminal({"db", "check", "--repair"}, answer), EndsWith("Nothing was changed.\r\n 1"));
+    EXPECT_THAT(seenOnTerminal({"db", "check", "--repair"}, answer), EndsWith("Nothing was changed.\r\n 1"));
   EXPECT_EQ(stored("SALES"), before);
-  EXPECT_THAT(onTerminal({"db", "check", "--repair"}, "Yes\n"), HasSubstr("Go on? [y/N]"));
+  EXPECT_THAT(seenOnTerminal({"db", "check", "--repair"}, "Yes\n"), HasSubstr("Go on? [y/N]"));
   EXPECT_NE(stored("SALES"), before);
 }
 

@@ -1,8 +1,12 @@
 // The tool's small parts, by tables of cases.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "edge/masking.h"
+#include "edge/progress.h"
 #include "library/base64.h"
 #include "library/commands.h"
 #include "library/parameter.h"
@@ -10,7 +14,9 @@
 
 using namespace tool;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
+using testing::StartsWith;
 
 TEST(Masking, KeepsFirstSixAndLastFourOfCardNumbersOnly) {
   const std::pair<const char*, const char*> cases[] = {
@@ -53,6 +59,27 @@ TEST(Text, ConvertsTheWholeAlphabetBothWays) {
       EXPECT_EQ(error.offset, offset) << text;
     }
   }
+}
+
+TEST(Progress, SaysOnATerminalThatItGoesOn) {
+  int terminal = -1;
+  const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
+  if (child == 0) {
+    {
+      const Working working("packing " + std::string(90, 'x'));
+      usleep(1300000);
+    }
+    _exit(0);
+  }
+  std::string text(1000, '\0');
+  std::size_t size = 0;
+  for (ssize_t n; (n = read(terminal, &text[size], text.size() - size)) > 0;) size += static_cast<std::size_t>(n);
+  text.resize(size);
+  waitpid(child, nullptr, 0);
+  close(terminal);
+  // No wider than the terminal, without escape sequences, and gone in the end.
+  const std::string line = "\r1 s, packing " + std::string(65, 'x') + "…\r";
+  EXPECT_THAT(text, AllOf(StartsWith(line), EndsWith("…\r" + std::string(79, ' ') + "\r")));
 }
 
 TEST(Text, MatchesGlobs) {

@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <pty.h>
 #include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -74,6 +75,28 @@ class ToolTest : public testing::Test {
     std::vector<std::string> all{verb, "--lib", FAKE_LIBRARY};
     all.insert(all.end(), arguments.begin(), arguments.end());
     return run(all, input);
+  }
+
+  /// Runs it on a terminal of 80 columns; what it printed, and its exit status at the end.
+  std::string seenOnTerminal(const std::vector<std::string>& arguments, const std::string& typed = "") const {
+    int terminal = -1;
+    winsize size{24, 80, 0, 0};
+    const pid_t child = forkpty(&terminal, nullptr, nullptr, &size);
+    if (child == 0) {
+      std::vector<char*> argv{const_cast<char*>(TOOL)};
+      for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
+      argv.push_back(nullptr);
+      if (chdir(directory.c_str()) == 0) execv(TOOL, argv.data());
+      _exit(99);
+    }
+    EXPECT_EQ(write(terminal, typed.data(), typed.size()), static_cast<ssize_t>(typed.size()));
+    std::string text;
+    char buffer[4096];
+    for (ssize_t n; (n = read(terminal, buffer, sizeof buffer)) > 0;) text.append(buffer, static_cast<std::size_t>(n));
+    close(terminal);
+    int status = 0;
+    waitpid(child, &status, 0);
+    return text + " " + std::to_string(WEXITSTATUS(status));
   }
 
   /// What the fake library was called with; '|' stands between the fields.

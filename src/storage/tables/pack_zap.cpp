@@ -52,6 +52,20 @@ void follow(DmOpenRef table, const std::vector<int>& places) {
   });
 }
 
+// Space that records left when they were removed, as zapping does.
+void giveSpaceBack(DmOpenRef db) {
+  if (db == nullptr) return;
+  const mymap& map = *db->hFile;
+  if (map.szallocated - map.szmap > static_cast<std::int64_t>(kSmallestFile)) InterNalPack(db);
+}
+
+void giveSpaceBack(const VORNE_RDD& area, int number) {
+  giveSpaceBack(DatabaseOf(area));
+  if (OpenMemoDB(number)) giveSpaceBack(area.TBL_memo);
+  for (std::uint32_t i = 0; i < area.TBL_appinfo->TBL_numIndexes; ++i)
+    giveSpaceBack(area.TBL_appinfo->TBL_IndexesNames[i]->IDX_dbRef);
+}
+
 }  // namespace
 
 Obj_Node* __dbPack(Obj_Node* alias) {
@@ -67,6 +81,7 @@ Obj_Node* __dbPack(Obj_Node* alias) {
       follow(DatabaseOf(area), placesWithout(deleted));
     }
     RebuildIndexes(*area.TBL_appinfo);
+    giveSpaceBack(area, number);
   }
   __GoTo(number, 0, 1, 1);
   return __INIT_NIL();

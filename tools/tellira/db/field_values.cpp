@@ -20,6 +20,7 @@ constexpr double kFirstDay = -693593, kLastDay = 2958465;  // 1 January 1, 31 De
 
 constexpr std::size_t kLongestNumber = 512;
 constexpr std::size_t kLongestMemo = 65534;  // a record without the text's zero
+constexpr double kNoise = 5e-15;             // what computing with doubles adds to a number, in proportion to it
 
 bool isAscii(std::string_view text) {
   unsigned char all = 0;
@@ -60,25 +61,43 @@ bool fits(const ControlFieldTBL& field, double value) {
   return fixedText(text, value, field.FieldDecLen) <= static_cast<std::size_t>(field.FieldLen);
 }
 
-std::string typeText(const ControlFieldTBL& field) {
-  return std::string(1, vorne::TypeLetter(field.FieldType)) + ":" + std::to_string(field.FieldLen) +
-         (field.FieldDecLen > 0 ? ":" + std::to_string(field.FieldDecLen) : "");
+/// A number of so many decimals, halves away from zero as they are written: 1.005 becomes 1.01, though the double is a
+/// little less.
+double roundedTo(double value, int decimals) {
+  const double scale = std::pow(10.0, std::clamp(decimals, 0, 64));
+  const double scaled = value * scale;
+  const double whole = std::round(scaled + scaled * kNoise);
+  // Beyond this a double has no decimals that could be lost.
+  return std::isfinite(whole) && std::fabs(scaled) < 0x1p53 ? whole / scale + 0.0 : value;
 }
 
-std::string storeNumber(const ControlFieldTBL& field, std::string_view cell, bool anyWidth, char* at) {
-  const std::string_view text = withoutBlanks(cell);
-  double value = 0;
-  if (!text.empty() && !readNumber(text, value)) {
-    if (text.find(',') == std::string_view::npos) return "is not a number.\n  next: write it like 1234.50.";
-    return "is not a number: decimals stand behind a point, and nothing between thousands.\n"
-           "  next: write it like 1234.50.";
-  }
-  if (!anyWidth && !fits(field, value))
-    return "does not fit the field, which is " + typeText(field) +
-           ".\n  next: make the field wider, or import with --truncate, which stores it all the same.";
-  std::memcpy(at, &value, sizeof value);
-  return {};
+bool isHeldTo(int decimals, double value) {
+  return std::fabs(value - roundedTo(value, decimals)) <= std::fabs(value) * kNoise;
 }
+
+/// True when a number as it is written has at most so many decimals: it need not be computed with then.
+bool isWrittenWithin(std::string_view text, int decimals) {
+  const std::size_t point = text.find('.');
+  return text.find_first_of("eE") == std::string_view::npos &&
+         (point == std::string_view::npos ||
+          text.size() - point - 1 <= static_cast<std::size_t>(std::max(decimals, 0)));
+}
+
+/// The byte from 0x80 to 0x9F in a text; 0 for none.
+unsigned char controlByteIn(std::string_view text) {
+  const auto* found = std::find_if(text.begin(), text.end(), [](char c) { return (c & 0xE0) == 0x80; });
+  return found == text.end() ? 0 : static_cast<unsigned char>(*found);
+}
+
+std::string hexText(unsigned char byte) {
+  static constexpr char kDigits[] = "0123456789ABCDEF";
+  return {'0', 'x', kDigits[byte >> 4], kDigits[byte & 15]};
+}
+
+// The characters of cp1252 from 0x80 to 0x9F in UTF-8; empty where it has none.
+constexpr const char* kWindowsCharacters[32] = {"€", "",  "‚", "ƒ", "„", "…", "†", "‡", "ˆ", "‰", "Š",
+                                                "‹", "Œ", "",  "Ž", "",  "",  "‘", "’", "“", "”", "•",
+                                                "–", "—", "˜", "™", "š", "›", "œ", "",  "ž", "Ÿ"};
 
 std::string storeDate(std::string_view cell, char* at) {
   double value = 0;
@@ -98,6 +117,16 @@ std::string storeLogical(std::string_view cell, char* at) {
 }
 
 }  // namespace
+
+std::string typeText(const ControlFieldTBL& field) {
+  return std::string(1, vorne::TypeLetter(field.FieldType)) + ":" + std::to_string(field.FieldLen) +
+         (field.FieldDecLen > 0 ? ":" + std::to_string(field.FieldDecLen) : "");
+}
+
+const char* misfit(const ControlFieldTBL& field, double value) {
+  if (!isHeldTo(field.FieldDecLen, value)) return "has more decimals than";
+  return fits(field, value) ? nullptr : "does not fit";
+}
 
 bool readNumber(std::string_view text, double& value) {
   text = withoutBlanks(text);
@@ -119,20 +148,43 @@ bool readDate(std::string_view text, double& value) {
 
 // ---------------------------------------------------------------------------------------------------------- inwards
 
+namespace {
+
+std::string controlByteProblem(unsigned char byte, Encoding encoding) {
+  const std::string character = kWindowsCharacters[byte - 0x80];
+  if (encoding == Encoding::kLatin1)
+    return "cannot be stored: the byte " + hexText(byte) + " is no character of ISO-8859-1" +
+           (character.empty() ? "" : ", in cp1252 it is '" + character + "'") +
+           ".\n  next: import with --encoding cp1252 when the file comes from Windows.";
+  if (character.empty())
+    return "holds the byte " + hexText(byte) +
+           ", which cp1252 has no character for.\n  next: look at the file's encoding.";
+  return "cannot be stored: the character '" + character +
+         "' does not exist in ISO-8859-1.\n  next: write it with another character.";
+}
+
+}  // namespace
+
 // The cell in ISO-8859-1. Empty, with a problem told, when there is no such text.
 std::string_view ValueReader::converted(std::string_view cell, std::string& problem) {
   if (std::memchr(cell.data(), '\0', cell.size()) != nullptr) {
     problem = "holds a zero byte, which would end the text.\n  next: take it out.";
     return {};
   }
-  if (rules_.latin1 || isAscii(cell)) return cell;
+  if (isAscii(cell)) return cell;
+  if (rules_.encoding != Encoding::kUtf8) {
+    const unsigned char byte = controlByteIn(cell);
+    if (byte != 0) problem = controlByteProblem(byte, rules_.encoding);
+    return cell;
+  }
   try {
     latin1_ = latin1FromUtf8(cell);
     return latin1_;
   } catch (const ConversionError& error) {
     const bool isUtf8 = !std::string_view(error.what()).ends_with("UTF-8");
     problem = std::string("cannot be stored: ") + error.what() + ".\n  next: " +
-              (isUtf8 ? "write it with another character." : "import with --encoding latin1 when the file is that.");
+              (isUtf8 ? "write it with another character."
+                      : "import with --encoding latin1 or cp1252 when the file is that.");
     return {};
   }
 }
@@ -151,11 +203,34 @@ std::string ValueReader::storeText(const ControlFieldTBL& field, std::string_vie
   return {};
 }
 
+std::string ValueReader::storeNumber(const ControlFieldTBL& field, std::string_view cell, char* at) {
+  const std::string_view text = withoutBlanks(cell);
+  double value = 0;
+  if (!text.empty() && !readNumber(text, value)) {
+    if (text.find(',') == std::string_view::npos) return "is not a number.\n  next: write it like 1234.50.";
+    return "is not a number: decimals stand behind a point, and nothing between thousands.\n"
+           "  next: write it like 1234.50.";
+  }
+  const int decimals = field.FieldDecLen;
+  if (!isWrittenWithin(text, decimals) && !isHeldTo(decimals, value)) {
+    if (!rules_.round)
+      return "has more decimals than the field, which is " + typeText(field) +
+             ".\n  next: make a field with more of them, or import with --round, which rounds numbers.";
+    value = roundedTo(value, decimals);
+    ++rounded_;
+  }
+  if (!rules_.truncate && !fits(field, value))
+    return "does not fit the field, which is " + typeText(field) +
+           ".\n  next: make the field wider, or import with --truncate, which stores it all the same.";
+  std::memcpy(at, &value, sizeof value);
+  return {};
+}
+
 std::string ValueReader::store(const ControlFieldTBL& field, std::string_view cell, char* buffer) {
   char* at = buffer + field.iOffset;
   switch (field.FieldType) {
     case TBLNUM:
-      return storeNumber(field, cell, rules_.truncate, at);
+      return storeNumber(field, cell, at);
     case TBLDATE:
       return storeDate(cell, at);
     case TBLSTRING:

@@ -2,6 +2,7 @@
 // 2004-03-17, logicals as true and false; nothing for the empty date.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -9,9 +10,14 @@
 
 namespace tool {
 
+/// How texts come. Windows' cp1252 is ISO-8859-1 with printed characters in the place of the control codes from 0x80
+/// on.
+enum class Encoding { kUtf8, kLatin1, kCp1252 };
+
 struct ValueRules {
-  bool latin1 = false;    ///< texts come as ISO-8859-1, else as UTF-8
+  Encoding encoding = Encoding::kUtf8;
   bool truncate = false;  ///< texts are cut to their field, and numbers may be wider than theirs
+  bool round = false;     ///< numbers are rounded to their field's decimals
 };
 
 /// Reads cells into the field buffer of a work area.
@@ -24,14 +30,24 @@ class ValueReader {
   std::string store(const ControlFieldTBL& field, std::string_view cell, char* buffer);
   /// The text of a memo's cell as it is stored; `problem` is told as above.
   std::string_view memo(std::string_view cell, std::string& problem);
+  /// How many numbers were rounded.
+  std::uint64_t rounded() const { return rounded_; }
 
  private:
   std::string_view converted(std::string_view cell, std::string& problem);
   std::string storeText(const ControlFieldTBL& field, std::string_view cell, char* at);
+  std::string storeNumber(const ControlFieldTBL& field, std::string_view cell, char* at);
 
   ValueRules rules_;
+  std::uint64_t rounded_ = 0;
   std::string latin1_;
 };
+
+/// Why a number cannot stand in a field, for an error text; null when it can. Decimals that come of computing with
+/// doubles do not count.
+const char* misfit(const ControlFieldTBL& field, double value);
+/// A field's type as it is declared, as in N:8:2.
+std::string typeText(const ControlFieldTBL& field);
 
 /// The number or date that a text means; false for none. Blanks around a number are taken off.
 bool readNumber(std::string_view text, double& value);

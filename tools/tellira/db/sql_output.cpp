@@ -1,5 +1,7 @@
 #include "db/sql_output.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <set>
 #include <utility>
@@ -7,6 +9,7 @@
 #include "edge/console.h"
 #include "edge/csv.h"
 #include "edge/json_text.h"
+#include "edge/terminal.h"
 #include "text/text.h"
 
 namespace tool {
@@ -54,12 +57,16 @@ class TableOutput : public SqlOutput {
     return text;
   }
 
+  // A line that the terminal breaks would put cells under others' heads.
+  std::string seen(const std::string& text) const { return width_ == 0 ? text : cutTo(width_, text); }
+
   void flush() {
-    if (!std::exchange(isSettled_, true)) printRaw(styled(Style::kBold, line(heads_)) + "\n");
-    for (const SqlRow& cells : waiting_) printRaw(line(cells) + "\n");
+    if (!std::exchange(isSettled_, true)) printRaw(styled(Style::kBold, seen(line(heads_))) + "\n");
+    for (const SqlRow& cells : waiting_) printRaw(seen(line(cells)) + "\n");
     waiting_.clear();
   }
 
+  const std::size_t width_ = terminalWidth(STDOUT_FILENO);
   SqlRow heads_;
   std::vector<std::size_t> widths_;
   std::vector<SqlRow> waiting_;

@@ -6,11 +6,13 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <optional>
 #include <set>
 #include <string_view>
 
 #include "edge/console.h"
 #include "edge/nearest.h"
+#include "edge/progress.h"
 #include "storage/reading/table_reader.h"
 #include "text/text.h"
 #include "vornetab.h"
@@ -185,10 +187,12 @@ void answer(const TablesInSql& tables, sqlite3_stmt* statement, SqlFormat format
   const int columns = sqlite3_column_count(statement);
   std::vector<std::string> heads;
   for (int i = 0; i < columns; ++i) heads.emplace_back(sqlite3_column_name(statement, i));
+  std::optional<Working> waiting("asking the tables");
   // Begun with the first row: what cannot be answered must not look like an empty answer.
   std::unique_ptr<SqlOutput> output;
   for (int code = SQLITE_ROW; code == SQLITE_ROW;) {
     code = sqlite3_step(statement);
+    waiting.reset();
     if (code != SQLITE_ROW && code != SQLITE_DONE) tables.fail(code);
     if (output == nullptr) output = makeSqlOutput(format, heads);
     if (code == SQLITE_DONE) break;

@@ -14,10 +14,11 @@ namespace {
 constexpr std::size_t kMostShown = 60;
 
 /// A cell for an error text: no longer than a line, without control characters, and UTF-8 in any case.
-std::string readable(std::string_view cell, bool latin1) {
+std::string readable(std::string_view cell, Encoding encoding) {
+  bool latin1 = encoding != Encoding::kUtf8;
   std::string text(cell.substr(0, kMostShown));
   for (char& c : text)
-    if (static_cast<unsigned char>(c) < ' ') c = '?';
+    if (static_cast<unsigned char>(c) < ' ' || (latin1 && (c & 0xE0) == 0x80)) c = '?';
   const std::string end = text.size() < cell.size() ? "..." : "";
   // The cut may have left a part of a character.
   while (!latin1 && !end.empty() && !text.empty() && static_cast<unsigned char>(text.back()) >= 0x80) text.pop_back();
@@ -47,7 +48,7 @@ TableLoader::TableLoader(TableSession& session, const Dictionary::Table& table, 
     : load_(session.open(table.name)),
       fields_(load_.fields()),
       columns_(std::move(columns)),
-      latin1_(rules.latin1),
+      encoding_(rules.encoding),
       values_(rules) {}
 
 std::string TableLoader::storeMemo(std::size_t field, std::string_view cell) {
@@ -63,7 +64,7 @@ std::string TableLoader::store(std::size_t column, std::string_view cell) {
   if (fields_[field].FieldType == TBLMEMO) return storeMemo(field, cell);
   if (field + 1 < fields_.size()) return values_.store(fields_[field], cell, load_.buffer());
   const std::string word = upperCase(cell);
-  if (word != "TRUE" && word != "FALSE") return "is no logical.\n  next: write true or false.";
+  if (!word.empty() && word != "TRUE" && word != "FALSE") return "is no logical.\n  next: write true or false.";
   vorne::MarkDeleted(fields_, load_.buffer(), word == "TRUE");
   return {};
 }
@@ -71,7 +72,7 @@ std::string TableLoader::store(std::size_t column, std::string_view cell) {
 std::string TableLoader::columnText(std::size_t column, std::string_view cell, const std::string& problem) const {
   const bool isMark = columns_[column] + 1 == fields_.size();
   const std::string name = isMark ? kDeletedColumn : shown(fields_[columns_[column]].FieldName);
-  const std::string value = readable(cell, latin1_);
+  const std::string value = readable(cell, encoding_);
   return "column " + std::to_string(column + 1) + " (" + name + "): \"" + value + "\" " + problem;
 }
 

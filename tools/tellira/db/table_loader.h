@@ -36,6 +36,8 @@ class TableLoader {
   bool takeBack() { return load_.takeBack(); }
 
   std::uint64_t added() const { return load_.added(); }
+  /// How many numbers were rounded to their field's decimals.
+  std::uint64_t rounded() const { return values_.rounded(); }
 
  private:
   std::string store(std::size_t column, std::string_view cell);
@@ -45,7 +47,7 @@ class TableLoader {
   vorne::BulkLoad load_;
   vorne::Fields fields_;  // the deletion mark included
   std::vector<std::size_t> columns_;
-  bool latin1_;
+  Encoding encoding_;
   ValueReader values_;
 };
 

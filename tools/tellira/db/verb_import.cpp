@@ -5,14 +5,15 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
+#include <map>
 
 #include "db/db.h"
 #include "db/table_loader.h"
 #include "db/words.h"
 #include "edge/console.h"
 #include "edge/csv.h"
+#include "edge/interrupts.h"
 #include "edge/progress.h"
 #include "text/text.h"
 
@@ -22,7 +23,8 @@ namespace {
 constexpr const char* kFooter = R"(
 The first line names fields, in any order; fields that it leaves out stay empty. Numbers have a point, dates are like
 2004-03-17, logicals true or false; nothing stands for 0, the empty date and false. A column _deleted tells which
-records are deleted. Cells may stand in quotes; lines end with LF, CRLF or CR.
+records are deleted. Cells may stand in quotes; lines end with LF, CRLF or CR. A number with more decimals than its
+field is refused unless --round rounds it.
 
 Either every row is appended or none: a row that cannot be stored is named, and the table is as it was. Only a process
 that is killed leaves the rows that it had come to.
@@ -43,31 +45,11 @@ struct ImportOptions {
   std::string encoding = "utf8";
   std::string separator;
   bool truncate = false;
+  bool round = false;
 };
 
-volatile std::sig_atomic_t interrupted = 0;
-void interrupt(int) {
-  interrupted = 1;
-}
-
-/// While it lives, a first Ctrl-C (and the like) only sets the flag, so that what was begun can be taken back.
-class InterruptsWait {
- public:
-  InterruptsWait() {
-    struct sigaction wait = {};
-    wait.sa_handler = interrupt;
-    wait.sa_flags = static_cast<int>(SA_RESETHAND);
-    for (const int number : kSignals) ::sigaction(number, &wait, nullptr);
-  }
-  ~InterruptsWait() {
-    for (const int number : kSignals) std::signal(number, SIG_DFL);
-  }
-  InterruptsWait(const InterruptsWait&) = delete;
-  InterruptsWait& operator=(const InterruptsWait&) = delete;
-
- private:
-  static constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
-};
+const std::map<std::string, Encoding> kEncodings{
+    {"utf8", Encoding::kUtf8}, {"latin1", Encoding::kLatin1}, {"cp1252", Encoding::kCp1252}};
 
 class InputFile {
  public:
@@ -98,6 +80,18 @@ class InputFile {
   std::uint64_t size_ = 0;
 };
 
+/// What to do when the first line looks as if another character stood between its cells.
+std::string separatorHint(const CsvReader& reader) {
+  if (reader.cells().size() != 1) return {};
+  const std::string_view line = reader.cells().front();
+  const std::size_t at = line.find_first_of(",;\t|:");
+  if (at == std::string_view::npos) return {};
+  return "\n  or: the cells seem to stand between " +
+         (line[at] == '\t' ? "tabs: --separator tab"
+                           : "other characters: --separator '" + std::string(1, line[at]) + "'") +
+         ".";
+}
+
 /// The fields that the first line names.
 std::vector<std::size_t> readHeader(CsvReader& reader, const Dictionary::Table& table, bool latin1) {
   if (!reader.next())
@@ -108,7 +102,7 @@ std::vector<std::size_t> readHeader(CsvReader& reader, const Dictionary::Table& 
   try {
     return columnsOf(table, names);
   } catch (const Failure& failure) {
-    throw Failure(failure.status, reader.place() + ": " + failure.what());
+    throw Failure(failure.status, reader.place() + ": " + failure.what() + separatorHint(reader));
   }
 }
 
@@ -124,15 +118,15 @@ std::string leftEmpty(const Dictionary::Table& table, const std::vector<std::siz
 /// @throws Failure for the first row that cannot be stored
 void load(CsvReader& reader, TableLoader& loader, std::uint64_t size) {
   Progress progress;
-  const InterruptsWait waiting;
+  const Interrupts interrupts(Interrupts::kReturns);
   while (reader.next()) {
     const std::string problem = loader.add(reader.cells());
     if (!problem.empty()) throw Failure(kUsage, reader.place() + ", " + problem);
     if (loader.added() % kRowsBetweenLooks != 0) continue;
     progress.show(counted(loader.added(), "row"), reader.bytes(), size);
-    if (interrupted) throw Failure(kNo, "interrupted at " + reader.place() + ".");
+    if (Interrupts::asked()) throw Failure(kNo, "interrupted at " + reader.place() + ".");
   }
-  if (interrupted) throw Failure(kNo, "interrupted at the end of " + reader.name() + ".");
+  if (Interrupts::asked()) throw Failure(kNo, "interrupted at the end of " + reader.name() + ".");
 }
 
 void loadOrTakeBack(CsvReader& reader, TableLoader& loader, std::uint64_t size, const std::string& table) {
@@ -141,6 +135,7 @@ void loadOrTakeBack(CsvReader& reader, TableLoader& loader, std::uint64_t size, 
   } catch (const Failure& failure) {
     bool takenBack = false;
     try {
+      const Working shown("taking " + counted(loader.added(), "row") + " back out of " + table);
       takenBack = loader.takeBack();
     } catch (const Failure&) {
       // It is told below.
@@ -154,16 +149,18 @@ void loadOrTakeBack(CsvReader& reader, TableLoader& loader, std::uint64_t size, 
 
 int runImport(const DbOptions& group, const ImportOptions& options) {
   const std::string directory = group.checkedDirectory();
-  const bool latin1 = options.encoding == "latin1";
+  const ValueRules rules{kEncodings.at(options.encoding), options.truncate, options.round};
   const InputFile input(options.file);
   const Dictionary::Table table = Dictionary(directory).table(options.table);
   CsvReader reader(input.file(), input.name(), separatorIn(options.separator));
-  const std::vector<std::size_t> columns = readHeader(reader, table, latin1);
+  const std::vector<std::size_t> columns = readHeader(reader, table, rules.encoding != Encoding::kUtf8);
   TableSession session(directory);
-  TableLoader loader(session, table, columns, {latin1, options.truncate});
+  TableLoader loader(session, table, columns, rules);
   loadOrTakeBack(reader, loader, input.size(), shown(table.name));
   session.close();
-  note(counted(loader.added(), "row") + " imported into " + shown(table.name) + leftEmpty(table, columns) + ".");
+  const std::string rounded = loader.rounded() == 0 ? "" : "; " + counted(loader.rounded(), "number") + " rounded";
+  note(counted(loader.added(), "row") + " imported into " + shown(table.name) + rounded + leftEmpty(table, columns) +
+       ".");
   return kDone;
 }
 
@@ -174,10 +171,12 @@ void addDbImport(Verb& group, const SharedDbOptions& shared) {
   Verb verb = group.verb("import", "Append the rows of a CSV file to a table");
   verb.argument("TABLE", options->table, "Name of the table");
   verb.argument("FILE", options->file, "CSV file, - for standard input");
-  verb.choice("--encoding", options->encoding, "NAME", "utf8 (default) or latin1", {"utf8", "latin1"});
+  verb.choice("--encoding", options->encoding, "NAME", "utf8 (default), latin1, or cp1252 for files from Windows",
+              {"utf8", "latin1", "cp1252"});
   verb.option("--separator", options->separator, "C",
               "Character between cells, or tab (default: comma, semicolon or tab, as the first line has it)");
   verb.flag("--truncate", options->truncate, "Cut texts that are too long, and take numbers wider than their field");
+  verb.flag("--round", options->round, "Round numbers to the decimals of their field");
   verb.footer(kFooter);
   verb.action([shared, options] { return runImport(*shared, *options); });
 }

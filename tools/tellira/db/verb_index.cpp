@@ -8,6 +8,7 @@
 #include "db/table_session.h"
 #include "db/words.h"
 #include "edge/console.h"
+#include "edge/progress.h"
 #include "storage/format/keys.h"
 #include "text/text.h"
 
@@ -82,6 +83,7 @@ int runCreate(const DbOptions& group, const IndexOptions& options) {
   const Dictionary dictionary(directory);
   if (const auto* taken = dictionary.database(name))
     refuse("there is a database \"" + shown(taken->name) + "\" already", "take another name");
+  const Working going("making the index " + name + " of " + shown(table.name));
   const int area = session.open(table.name);
   if (__TrataCriaIndice(area, name.c_str(), fields.data(), static_cast<int>(fields.size())) != 1)
     refuse("the index " + name + " could not be made", "look whether a file of that name is in " + directory + "/DB");
@@ -110,8 +112,11 @@ int runReindex(const DbOptions& group, const IndexOptions& options) {
   const std::string directory = group.checkedDirectory();
   const Dictionary::Table table = Dictionary(directory).table(options.table);
   TableSession session(directory);
-  session.open(table.name);
-  __Reindex();
+  {
+    const Working going("making the indexes of " + shown(table.name) + " anew");
+    session.open(table.name);
+    __Reindex();
+  }
   session.close();
   note("made " + counted(table.indexes.size(), "index", "indexes") + " of " + shown(table.name) + " anew.");
   return kDone;

@@ -5,6 +5,7 @@
 #include "db/words.h"
 #include "edge/confirm.h"
 #include "edge/console.h"
+#include "edge/progress.h"
 #include "storage/format/record_bytes.h"
 
 namespace tool {
@@ -73,10 +74,13 @@ int runRemoval(const DbOptions& group, const RecordsOptions& options, bool all) 
   TableSession session(directory);
   const VORNE_RDD& area = *vorne::AreaAt(session.open(table.name));
   const int before = vorne::RecordCount(area);
-  if (all)
-    __dbZap();
-  else
-    __dbPack();
+  {
+    const Working going((all ? "emptying " : "packing ") + shown(table.name));
+    if (all)
+      __dbZap();
+    else
+      __dbPack();
+  }
   const int removed = before - vorne::RecordCount(area);
   session.close();
   note("removed " + std::to_string(removed) + " of " + counted(static_cast<std::uint64_t>(before), "record") +

@@ -170,7 +170,7 @@ void printText(const Dictionary::Table& table) {
 std::optional<Dictionary::Table> tableOf(const Dictionary& dictionary, const vorne::DatabaseReport& database) {
   if (database.entry.type != vorne::kTypeData) return std::nullopt;
   try {
-    return dictionary.table(shown(database.name));
+    return dictionary.table(utf8FromLatin1(database.name));
   } catch (const Failure&) {
     return std::nullopt;
   }

@@ -20,13 +20,15 @@ namespace {
 constexpr const char* kFooter = R"(
 The key is the text that the key fields make, one behind the other, each padded to its length; a shorter text finds the
 first key that begins with it. Where the first key field is a number, date or logical, its value will do: 12.5,
-2004-03-17, true. Deleted records are passed over unless --deleted shows them.
+2004-03-17, true. Put -- before a key that begins with a dash. Deleted records are passed over unless --deleted shows
+them.
 
 Nothing is changed, so that this may run beside the program.
 
 Examples:
   tellira db seek CUSTOMER BYNAME "Silva"
   tellira db seek SALES BYDATE 2026-03-15 --soft --json
+  tellira db seek SALES BYPRICE -- -12.50
 
 Exit status: 0 found, 1 not found (with --soft the next greater key's record is shown all the same), or there is no such
 table or index, 2 wrong usage.)";
@@ -41,20 +43,56 @@ struct Landing {
   std::optional<std::uint32_t> position;
 };
 
+[[noreturn]] void refuse(const std::string& key, const ControlFieldTBL& field, const std::string& why,
+                         const char* next) {
+  throw Failure(kUsage, "\"" + key + "\" " + why + " the key field " + shown(field.FieldName) + ", which is " +
+                            typeText(field) + ".\n  next: " + next);
+}
+
+std::string numberKey(const ControlFieldTBL& field, const std::string& key) {
+  double value = 0;
+  if (readNumber(key, value)) {
+    const char* why = misfit(field, value);
+    if (why != nullptr) refuse(key, field, why, "no record can have it; write another number.");
+    return vorne::NumberKey(field, value);
+  }
+  // Text of the key as it is stored: the number with blanks before it, and then the other fields.
+  const auto head = std::string_view(key).substr(0, static_cast<std::size_t>(vorne::KeyRoom(field)));
+  if (head.find_first_not_of(" +-.0123456789") == std::string_view::npos) return {};
+  refuse(key, field, "is no number for", "write it like 1234.50.");
+}
+
+std::string dateKey(const ControlFieldTBL& field, const std::string& key) {
+  double value = 0;
+  if (readDate(key, value)) return vorne::DateKey(value);
+  const auto head = std::string_view(key).substr(0, static_cast<std::size_t>(vorne::KeyRoom(field)));
+  if (head.find_first_not_of(" 0123456789") == std::string_view::npos) return {};
+  refuse(key, field, "is no date for", "write it like 2004-03-17, or its beginning as stored, like 200403.");
+}
+
+/// A value of the first key field as it stands in keys; empty when the key is taken as it is written.
+std::string firstKeyValue(const ControlFieldTBL& field, const std::string& key) {
+  if (key.empty()) return {};
+  const std::string word = upperCase(key);
+  switch (field.FieldType) {
+    case TBLNUM:
+      return numberKey(field, key);
+    case TBLDATE:
+      return dateKey(field, key);
+    case TBLBOOL:
+      if (word != "TRUE" && word != "FALSE") refuse(key, field, "is no logical for", "write true or false.");
+      return std::string(1, word == "TRUE" ? '\1' : '\0');
+    default:
+      return {};
+  }
+}
+
 /// The key's bytes, cut to what the index has.
 std::string keyBytes(const Dictionary::Table& table, const vorne::IndexDescription& index, const std::string& key) {
   const vorne::Fields fields = table.fields();
   const std::uint32_t number = index.keyFields.front().KeyField;
   std::string bytes;
-  double value = 0;
-  if (number >= 1 && number <= fields.size()) {
-    const ControlFieldTBL& field = fields[number - 1];
-    const std::string word = upperCase(key);
-    if (field.FieldType == TBLNUM && readNumber(key, value)) bytes = vorne::NumberKey(field, value);
-    if (field.FieldType == TBLDATE && readDate(key, value)) bytes = vorne::DateKey(value);
-    if (field.FieldType == TBLBOOL && (word == "TRUE" || word == "FALSE"))
-      bytes.assign(1, word == "TRUE" ? '\1' : '\0');
-  }
+  if (number >= 1 && number <= fields.size()) bytes = firstKeyValue(fields[number - 1], key);
   try {
     if (bytes.empty()) bytes = latin1FromUtf8(key);
   } catch (const ConversionError& error) {

@@ -11,7 +11,8 @@ namespace {
 constexpr const char* kFooter = R"(
 All tables of the directory are there by name, to be read only; this may run while the program works. Texts, dates
 (2004-03-17, NULL for the empty date) and memos are texts, logicals 0 and 1. `recno` is the number of a record. Deleted
-records are passed over unless the statement names `_deleted`, which is 1 for them.
+records are passed over unless the statement names `_deleted`, which is 1 for them. On a terminal lines are cut to its
+width; what is piped, or asked for as csv or json, is whole.
 
 Examples:
   tellira db sql "SELECT name, sum(price) FROM SALES GROUP BY name ORDER BY 2 DESC LIMIT 10"
@@ -22,13 +23,15 @@ Exit status: 0 done, 1 a table is damaged or another program kept it busy, 2 wro
 struct SqlOptions {
   std::string statement;
   std::string format = "table";
+  bool json = false;
 };
 
 const std::map<std::string, SqlFormat> kFormats{
     {"table", SqlFormat::kTable}, {"csv", SqlFormat::kCsv}, {"json", SqlFormat::kJson}};
 
 int runSql(const DbOptions& group, const SqlOptions& options) {
-  runSqlQuery(group.checkedDirectory(), options.statement, kFormats.at(options.format));
+  runSqlQuery(group.checkedDirectory(), options.statement,
+              options.json ? SqlFormat::kJson : kFormats.at(options.format));
   return kDone;
 }
 
@@ -39,6 +42,7 @@ void addDbSql(Verb& group, const SharedDbOptions& shared) {
   Verb verb = group.verb("sql", "Ask the tables with SQL");
   verb.choice("--format", options->format, "FORM", "Form of the answer: table (default), csv or json",
               {"table", "csv", "json"});
+  verb.flag("--json", options->json, "The same as --format json");
   verb.argument("SQL", options->statement, "One statement that reads");
   verb.footer(kFooter);
   verb.action([shared, options] { return runSql(*shared, *options); });

@@ -10,11 +10,11 @@ void interrupt(int) {
 
 }  // namespace
 
-Interrupts::Interrupts() {
+Interrupts::Interrupts(Reading reading) {
   interrupted = 0;
   struct sigaction wait = {};
   wait.sa_handler = interrupt;
-  wait.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);
+  wait.sa_flags = static_cast<int>(SA_RESETHAND | (reading == kGoesOn ? SA_RESTART : 0));
   for (std::size_t i = 0; i < kSignals.size(); ++i) {
     ::sigaction(kSignals[i], nullptr, &before_[i]);
     if (before_[i].sa_handler != SIG_IGN) ::sigaction(kSignals[i], &wait, nullptr);

@@ -11,7 +11,10 @@ namespace tool {
 /// whoever started the tool has it ignore, as nohup does, stays ignored. One at a time.
 class Interrupts {
  public:
-  Interrupts();
+  /// Whether reading that waits goes on when it was asked to end, or returns with EINTR.
+  enum Reading : bool { kGoesOn, kReturns };
+
+  explicit Interrupts(Reading reading = kGoesOn);
   ~Interrupts();
   Interrupts(const Interrupts&) = delete;
   Interrupts& operator=(const Interrupts&) = delete;

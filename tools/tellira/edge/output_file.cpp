@@ -8,33 +8,73 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 
 #include "edge/console.h"
+#include "storage/disk_layout.h"
 
 namespace tool {
 namespace {
 
-bool isSpecial(const std::string& name) {
-  struct stat found = {};
-  return ::stat(name.c_str(), &found) == 0 && !S_ISREG(found.st_mode);
+namespace fs = std::filesystem;
+
+constexpr int kMostLinks = 40;  // as the system follows
+
+/// The file that is meant in the end, links followed, whether it is there yet or not; as it stands where that cannot be
+/// known.
+fs::path meant(fs::path path) {
+  std::error_code error;
+  for (int links = 0; links < kMostLinks && fs::is_symlink(fs::symlink_status(path, error)); ++links)
+    path = path.parent_path() / fs::read_symlink(path, error);
+  const fs::path folder = fs::canonical(path.has_parent_path() ? path.parent_path() : ".", error);
+  return error ? path : folder / path.filename();
+}
+
+/// True for a place in a directory of databases, or somewhere below one.
+bool isAmongDatabases(const fs::path& path) {
+  std::error_code ignored;
+  for (fs::path folder = path.parent_path();; folder = folder.parent_path()) {
+    for (const char* name : {vorne::kCatalogName, vorne::kCatalogBackupName})
+      if (fs::exists(folder / name, ignored)) return true;
+    if (folder == folder.parent_path()) return false;
+  }
 }
 
 }  // namespace
 
-OutputFile::OutputFile(const std::string& name) : name_(name == "-" ? "standard output" : name) {
-  if (name == "-") {
+OutputFile::OutputFile(const std::string& name) : name_(name) {
+  struct stat there = {}, output = {};
+  const bool isThere = ::stat(name.c_str(), &there) == 0;
+  // By any name, as in /dev/stdout: what it was redirected to must not be replaced.
+  const bool isOutput =
+      isThere && ::fstat(STDOUT_FILENO, &output) == 0 && there.st_dev == output.st_dev && there.st_ino == output.st_ino;
+  if (name == "-" || isOutput) {
+    name_ = "standard output";
     std::fflush(stdout);
     file_ = STDOUT_FILENO;
     return;
   }
   // A pipe or a device cannot be put in place by a new name.
-  if (!isSpecial(name)) unfinished_ = name + ".part";
-  const std::string& path = unfinished_.empty() ? name_ : unfinished_;
-  file_ = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-  if (file_ < 0) {
-    unfinished_.clear();
-    fail(kUsage);
+  if (isThere && !S_ISREG(there.st_mode)) {
+    open(name, 0);
+    return;
   }
+  path_ = meant(name);
+  if (isAmongDatabases(path_))
+    throw Failure(kUsage, name +
+                              " lies in a directory of databases, where no other file may be.\n  next: name a file "
+                              "in another directory.");
+  // What is left of a killed run goes by its name: it could be a link to anything.
+  const std::string unfinished = path_ + ".part";
+  ::unlink(unfinished.c_str());
+  open(unfinished, O_CREAT | O_EXCL);
+  unfinished_ = unfinished;
+  if (isThere) ::fchmod(file_, there.st_mode & 07777);
+}
+
+void OutputFile::open(const std::string& path, int flags) {
+  file_ = ::open(path.c_str(), O_WRONLY | O_CLOEXEC | flags, 0666);
+  if (file_ < 0) fail(kUsage);
 }
 
 OutputFile::~OutputFile() {
@@ -68,7 +108,7 @@ void OutputFile::flush() {
 void OutputFile::finish() {
   flush();
   if (unfinished_.empty()) return;
-  if (::close(file_) != 0 || std::rename(unfinished_.c_str(), name_.c_str()) != 0) {
+  if (::close(file_) != 0 || std::rename(unfinished_.c_str(), path_.c_str()) != 0) {
     file_ = -1;
     fail(kEnded);
   }

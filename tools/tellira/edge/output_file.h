@@ -1,4 +1,4 @@
-// Where an export goes: standard output, or a file that is there only when it is complete.
+// Where an export or a page goes: standard output, or a file that is there only when it is complete.
 #pragma once
 
 #include <cstdint>
@@ -8,8 +8,8 @@ namespace tool {
 
 class OutputFile {
  public:
-  /// @param name of the file, "-" for standard output
-  /// @throws Failure (kUsage) when the file cannot be made
+  /// @param name of the file, "-" for standard output; a symbolic link stands for the file that it names
+  /// @throws Failure (kUsage) when the file cannot be made, or would lie among databases
   explicit OutputFile(const std::string& name);
   /// Without finish() the file is not made; what had its name before stays.
   ~OutputFile();
@@ -29,10 +29,11 @@ class OutputFile {
  private:
   static constexpr std::size_t kMuch = 1 << 18;
 
+  void open(const std::string& path, int flags);
   void flush();
   [[noreturn]] void fail(int status) const;
 
-  std::string name_, unfinished_;
+  std::string name_, path_, unfinished_;
   int file_ = -1;
   std::string text_;
   std::uint64_t written_ = 0;
