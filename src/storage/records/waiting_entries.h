@@ -20,6 +20,9 @@ void InsertEntry(DmOpenRef index, std::span<const char> entry);
 void RemoveEntry(DmOpenRef index, std::span<const char> entry);
 /// Puts in and takes out what waits. Error 5 when the file cannot grow.
 void SettleEntries(DmOpenRef index);
+/// True when what waited did not fit the index (an entry to be taken out was missing, or one to be put in was there):
+/// it has to be made anew.
+bool IsBehind(DmOpenRef index);
 /// Forgets what waits: the database is going to be emptied or deleted.
 void DropEntries(DmOpenRef index);
 /// The database has just been emptied: what waited is forgotten, and it is not behind any more.

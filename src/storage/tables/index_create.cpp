@@ -115,6 +115,7 @@ int __TrataCriaIndice(int number, const char* name, const std::uint32_t* keyFiel
   const Making making(capitals);
   DmOpenRef db = makeDatabase(capitals.c_str());
   if (db == nullptr) return 0;
+  ForgetOwner(db);
   const int index = AddIndex(table, capitals.c_str(), db, key);
   __TBL_CreateOrChangeMyAppInfo(&table);
   PopulateIndex(number, index);

@@ -10,7 +10,8 @@
 namespace tool {
 namespace {
 
-constexpr std::size_t kLongestTable = 26;  // the files beside a table have suffixes
+constexpr std::size_t kLongestTable = vorne::kLongestTableName;
+constexpr std::size_t kLongestTableWithMemo = 29;  // its memo texts' database has a suffix
 constexpr int kWidestNumber = 32;
 constexpr std::size_t kLargestBlock = vorne::kSmallestFile;
 constexpr std::size_t kEndMark = 2;
@@ -82,8 +83,10 @@ void refuse(const std::string& what, const std::string& next) {
   throw Failure(kUsage, what + ".\n  next: " + next + ".");
 }
 
-std::string checkedTableName(const std::string& name) {
-  return checkedName(name, "table", kLongestTable, "_-");
+std::string checkedTableName(const std::string& name, const std::vector<ControlFieldTBL>& fields) {
+  const auto isMemo = [](const ControlFieldTBL& field) { return field.FieldType == TBLMEMO; };
+  const bool memo = std::any_of(fields.begin(), fields.end(), isMemo);
+  return checkedName(name, "table", memo ? kLongestTableWithMemo : kLongestTable, "_-");
 }
 
 std::vector<ControlFieldTBL> parsedFields(const std::vector<std::string>& texts) {

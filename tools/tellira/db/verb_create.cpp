@@ -24,7 +24,7 @@ A FIELD is NAME:TYPE:LEN[:DEC]. The types:
   D            date
   L            logical
   M            memo: text of up to 65534 characters
-Names have letters, digits and underscores, 20 of them at most (a table's 26, and dashes), and begin with a letter.
+Names have letters, digits and underscores, 20 of them at most (a table's 30, 29 with memo fields, and dashes), and begin with a letter.
 
 Examples:
   tellira db create CUSTOMER CODE:C:12 NAME:C:30 LIMIT:N:12:2 SINCE:D ACTIVE:L NOTES:M
@@ -58,8 +58,8 @@ Obj_Node* structureOf(const std::vector<ControlFieldTBL>& fields) {
 
 int runCreate(const DbOptions& group, const CreateOptions& options) {
   const std::string directory = absolute(group.directory);
-  const std::string name = checkedTableName(options.table);
   const std::vector<ControlFieldTBL> fields = parsedFields(options.fields);
+  const std::string name = checkedTableName(options.table, fields);
   TableSession session(directory);
   const Dictionary dictionary(directory);
   refuseTaken(dictionary, name);
