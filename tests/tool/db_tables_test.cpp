@@ -293,6 +293,8 @@ TEST_F(Tables, RefusesWithTheReasonAndTheNextStep) {
   const std::tuple<Words, int, const char*> cases[] = {
       {{"create", "GOODS", "A:C:3"}, 2, "there is a database \"GOODS\" already"},
       {{"create", "GOODS_m", "A:C:3"}, 2, "there is a database \"GOODS_M\" already"},
+      {{"create", "goods_os", "A:C:3"}, 2, "\"GOODS_OS\" is the name of the offsets file of \"GOODS\".\n  next: "},
+      {{"index", "create", "GOODS", "GOODS_M_OS", "CODE"}, 2, "is the name of the offsets file of \"GOODS_M\""},
       {{"create", "A/B", "A:C:3"}, 2, "\"A/B\" cannot be the name of a table"},
       {{"create", "T", "A:X:3"}, 2, "has no type that can be stored"},
       {{"create", "T", "A:B:3"}, 2, "has no type that can be stored"},

@@ -4,6 +4,7 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <cstring>
 #include <fstream>
 #include <optional>
 #include <utility>
@@ -64,6 +65,20 @@ const DatabaseReport* Dictionary::database(std::string_view name) const& {
   const auto found = std::find_if(databases_.begin(), databases_.end(),
                                   [&](const DatabaseReport& database) { return isSameName(database.name, wanted); });
   return found == databases_.end() ? nullptr : &*found;
+}
+
+std::string Dictionary::takenText(const DatabaseReport& taken, std::string_view name) {
+  const bool same = isSameName(taken.name, std::string(name));
+  return same ? "there is a database \"" + shown(taken.name) + "\" already"
+              : "\"" + shown(name) + "\" is the name of the offsets file of \"" + shown(taken.name) + "\"";
+}
+
+const DatabaseReport* Dictionary::inTheWayOf(std::string_view name) const& {
+  if (const DatabaseReport* taken = database(name)) return taken;
+  const std::string capitals = upperCase(std::string(name));
+  if (!capitals.ends_with(vorne::kOffsetsSuffix)) return nullptr;
+  const DatabaseReport* owner = database(name.substr(0, name.size() - std::strlen(vorne::kOffsetsSuffix)));
+  return owner != nullptr && owner->kind == vorne::kVariableDatabase ? owner : nullptr;
 }
 
 std::vector<char> Dictionary::blockOf(const DatabaseReport& database) const {

@@ -35,6 +35,11 @@ class Dictionary {
   /// The database of that name (UTF-8, any letters), null for none. It lives as long as the dictionary.
   const vorne::DatabaseReport* database(std::string_view name) const&;
   const vorne::DatabaseReport* database(std::string_view name) const&& = delete;
+  /// The database of that name, or the one whose offsets file has it; null for none.
+  const vorne::DatabaseReport* inTheWayOf(std::string_view name) const&;
+  const vorne::DatabaseReport* inTheWayOf(std::string_view name) const&& = delete;
+  /// Why a database cannot have that name, which `taken` has or needs for its offsets file.
+  static std::string takenText(const vorne::DatabaseReport& taken, std::string_view name);
   /// @param name in UTF-8, any letters
   /// @throws Failure (kNo) when there is no such table, with the nearest names; (kUsage) for a damaged description
   Table table(std::string_view name) const;

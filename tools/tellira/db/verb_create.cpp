@@ -138,11 +138,12 @@ struct CreateOptions {
   std::vector<std::string> fields;
 };
 
-/// A database that the new table's files would take the place of, or have a name of; null for none.
-const vorne::DatabaseReport* inTheWay(const Dictionary& dictionary, const std::string& table) {
+/// Where the new table's files would take the place of a database's.
+void refuseTaken(const Dictionary& dictionary, const std::string& table) {
   for (const char* suffix : {"", vorne::kMemoSuffix, vorne::kOffsetsSuffix, "_M_OS"})
-    if (const auto* found = dictionary.database(table + suffix)) return found;
-  return nullptr;
+    if (const auto* taken = dictionary.inTheWayOf(table + suffix))
+      refuse(Dictionary::takenText(*taken, table + suffix),
+             "take another name, or drop the table first (`tellira db drop " + shown(taken->name) + "`)");
 }
 
 Obj_Node* structureOf(const std::vector<ControlFieldTBL>& fields) {
@@ -162,9 +163,7 @@ int runCreate(const DbOptions& group, const CreateOptions& options) {
   const std::vector<ControlFieldTBL> fields = parsedFields(options.fields);
   TableSession session(directory);
   const Dictionary dictionary(directory);
-  if (const auto* taken = inTheWay(dictionary, name))
-    refuse("there is a database \"" + shown(taken->name) + "\" already",
-           "take another name, or drop the table first (`tellira db drop " + shown(taken->name) + "`)");
+  refuseTaken(dictionary, name);
   const Obj_Node* made = __DBCREATE(__INIT_CHARPTR(name.c_str()), structureOf(fields));
   if (made->objData.mbool == 0)
     refuse("the table " + name + " could not be made", "look whether files of that name are in " + directory + "/DB");

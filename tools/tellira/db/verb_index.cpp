@@ -81,8 +81,7 @@ int runCreate(const DbOptions& group, const IndexOptions& options) {
   for (const IDX_Indexes& part : keyFields(table, options.fields)) fields.push_back(part.KeyField);
   TableSession session(directory);
   const Dictionary dictionary(directory);
-  if (const auto* taken = dictionary.database(name))
-    refuse("there is a database \"" + shown(taken->name) + "\" already", "take another name");
+  if (const auto* taken = dictionary.inTheWayOf(name)) refuse(Dictionary::takenText(*taken, name), "take another name");
   const Working going("making the index " + name + " of " + shown(table.name));
   const int area = session.open(table.name);
   if (__TrataCriaIndice(area, name.c_str(), fields.data(), static_cast<int>(fields.size())) != 1)
