@@ -135,7 +135,7 @@ TEST_F(DbRepair, FindsWhatIsLostAndRepairsTheRest) {
        0,
        rows()},
       {"index entries",
-       [&] { patch("X", 0, std::string(90, '#')), patch("X", contents(path("X")).find("C3"), "?"); },
+       [&] { patch("X", 0, std::string(107, '#')), patch("X", contents(path("X")).find("C3"), "?"); },
        {"X: its description cannot be read, nor told"},
        1,
        rows()},
