@@ -427,4 +427,14 @@ TEST_F(Tables, KeepsAwayFromWhatAProgramHasOpen) {
   EXPECT_EQ(exported(), std::string(kHead) + "A,,0.00,,false,\n");
   close(held);
   EXPECT_EQ(db({"delete", "GOODS", "1"}).status, 0);
+  // Another tool is waited for.
+  const int other = open((directory / "DB").c_str(), O_RDONLY | O_CLOEXEC);
+  ASSERT_EQ(flock(other, LOCK_EX), 0);
+  std::filesystem::remove(directory / "stderr");
+  const pid_t waiting = start({"db", "recall", "GOODS", "1"});
+  while (contents(directory / "stderr").find(')') == std::string::npos) usleep(10000);
+  close(other);
+  const Ran waited = ended(waiting);
+  EXPECT_EQ(waited.status, 0);
+  EXPECT_THAT(waited.err, HasSubstr("waiting for process " + std::to_string(getpid()) + " (tool_tests), "));
 }
