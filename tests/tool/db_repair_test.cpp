@@ -115,7 +115,7 @@ TEST_F(DbRepair, FindsWhatIsLostAndRepairsTheRest) {
        [&] {
          remove({"T", "catalog.bck"}), patch("catalog.plm", 20, std::string(88, '\0'));
        },
-       {"T: the table is gone; X tells of 5 records; put away with it: X, Y, T_OS, T_M"},
+       {"T: the table is gone; X tells of 5 records; put away with it: X, Y, T_M, T_OS"},
        6,
        ""},
       {"memo file", [&] { remove({"T_M"}); }, {"T 5: field NOTES holds memo text 5", "T_M: the memo"}, 6, rows("")},
