@@ -115,7 +115,7 @@ TEST_F(DbRepair, FindsWhatIsLostAndRepairsTheRest) {
        [&] {
          remove({"T", "catalog.bck"}), patch("catalog.plm", 20, std::string(88, '\0'));
        },
-       {"T: the table is gone; X tells of 5 records; put away with it: X, Y, T_OS, T_M"},
+       {"T: the table is gone; X tells of 5 records; put away with it: X, Y, T_M, T_OS"},
        6,
        ""},
       {"memo file", [&] { remove({"T_M"}); }, {"T 5: field NOTES holds memo text 5", "T_M: the memo"}, 6, rows("")},
@@ -135,7 +135,7 @@ TEST_F(DbRepair, FindsWhatIsLostAndRepairsTheRest) {
        0,
        rows()},
       {"index entries",
-       [&] { patch("X", 0, std::string(90, '#')), patch("X", contents(path("X")).find("C3"), "?"); },
+       [&] { patch("X", 0, std::string(107, '#')), patch("X", contents(path("X")).find("C3"), "?"); },
        {"X: its description cannot be read, nor told"},
        1,
        rows()},

@@ -235,13 +235,6 @@ void Inspection::checkOrphans() {
     else if (entry.type != kTypeMemo)
       gone_.try_emplace(FoldedName(name), Gone{name, {}, {}, {}});
   }
-  for (const std::string& name : state_.orphans) {
-    const std::string offsets = OffsetsName(name);
-    const std::uint32_t used = FileHeaderOf(directory_.read(offsets, kHeaderSize).bytes()).szmap;
-    leftovers_.push_back(offsets);
-    // What memo texts were there, the table's references tell.
-    if (!memos.contains(name)) takeAway(name, offsets, (used - kHeaderSize) / kOffsetSize);
-  }
   for (const auto& [memo, texts] : texts_) {
     if (!memo.ends_with(kMemoSuffix)) continue;
     const std::string table = memo.substr(0, memo.size() - std::strlen(kMemoSuffix));
@@ -254,6 +247,17 @@ void Inspection::checkOrphans() {
       takeAway(table, *name, {});
       removals_.push_back(*name);
     }
+  }
+  for (const std::string& name : state_.orphans) {
+    const std::string offsets = OffsetsName(name);
+    const std::uint32_t used = FileHeaderOf(directory_.read(offsets, kHeaderSize).bytes()).szmap;
+    if (gone_.contains(FoldedName(name)))
+      takeAway(name, offsets, (used - kHeaderSize) / kOffsetSize);
+    else if (!memos.contains(name)) {  // alone it is what a deletion may leave
+      report_.notes.push_back({offsets, -1, "it belongs to no database", false});
+      continue;
+    }
+    leftovers_.push_back(offsets);
   }
   for (const auto& [folded, gone] : gone_) {
     Findings findings(gone.name);
