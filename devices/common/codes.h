@@ -4,9 +4,7 @@
 namespace device {
 
 inline constexpr int kFileError = -1;
-inline constexpr int kDamagedState = -4;
-inline constexpr int kBadFault = -90;
-inline constexpr int kInternalError = -98;
-inline constexpr int kNoHandler = -99;
+#define DEVICE_CODE(name, number, meaning) inline constexpr int name = number;
+#include "generated/device_codes.def"
 
 }  // namespace device

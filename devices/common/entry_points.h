@@ -77,7 +77,7 @@ int call(std::string_view function, std::initializer_list<Native> places);
 namespace device::exports {
 using namespace generated::words;
 // A COMMAND_VIA row calls a function that another row already exports.
-#define COMMAND(name, library, adapter, function, arguments, output) DEVICE_ROW_##library(function, arguments)
+#define COMMAND(name, library, adapter, function, arguments, output, fields) DEVICE_ROW_##library(function, arguments)
 #define ADAPTER_ONLY(library, adapter, function, arguments) DEVICE_ROW_##library(function, arguments)
 #include "generated/command_table.def"
 }  // namespace device::exports

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "common/arguments.h"
+#include "common/codes.h"
 #include "common/text.h"
 #include "printer/state.h"
 #include "printer/tape.h"
@@ -17,23 +18,10 @@ using device::Arguments;
 
 /// Results of vendor functions; the README lists them for the host.
 enum Code : int {
-  kOk = 1,
-  kFileError = -1,
-  kBadArgument = -2,
-  kPortClosed = -3,
-  kDamagedState = -4,
-  kDocumentOpen = -5,
-  kNoDocument = -6,
-  kWrongPhase = -7,
-  kDayClosed = -8,
-  kReductionPending = -9,
-  kNoItem = -10,
-  kAmount = -11,
-  kNotProgrammed = -12,
-  kFull = -13,
-  kNothing = -14,
-  kDayHasSales = -15,
+#define PRINTER_CODE(name, number, meaning) name = number,
+#include "generated/device_codes.def"
 };
+using device::kDamagedState;
 
 /// The made-up shop and machine.
 inline constexpr std::string_view kCnpj = "12.345.678/0001-95";

@@ -14,17 +14,8 @@ using device::Arguments;
 
 /// Results of vendor functions; the README lists them for the host.
 enum Code : int {
-  kApproved = 0,
-  kGoesOn = 10000,
-  kNotConfigured = -1,
-  kCancelled = -2,
-  kBadArgument = -3,
-  kRefused = -5,
-  kNoDialogue = -6,
-  kWrongAnswers = -7,
-  kCheckDigit = -8,
-  kUnknown = -9,
-  kFull = -10,
+#define TERMINAL_CODE(name, number, meaning) name = number,
+#include "generated/device_codes.def"
 };
 
 /// Commands of the dialogue, and the kinds of data and fields; the README lists them for the host.

@@ -48,7 +48,8 @@ using namespace words;
   }
 #define ADAPTER_ONLY(library, adapter, function, arguments) \
   inline constexpr auto adapter = Adapter<library, #function, ARGUMENTS arguments>::kCall;
-#define COMMAND(name, library, adapter, function, arguments, output) ADAPTER_ONLY(library, adapter, function, arguments)
+#define COMMAND(name, library, adapter, function, arguments, output, fields) \
+  ADAPTER_ONLY(library, adapter, function, arguments)
 #include "generated/command_table.def"
 #undef ARGUMENTS
 }  // namespace rows
@@ -56,5 +57,5 @@ using namespace words;
 }  // namespace generated
 
 #define ADAPTER_ONLY(library, adapter, function, arguments) using generated::rows::adapter;
-#define COMMAND(name, library, adapter, function, arguments, output) using generated::rows::adapter;
+#define COMMAND(name, library, adapter, function, arguments, output, fields) using generated::rows::adapter;
 #include "generated/command_table.def"

@@ -33,9 +33,9 @@ Obj_Node* invoke(Obj_Node* const* values) {
 
 /// The adapter of each row, null for the command that calls none.
 constexpr std::array<Invoke, kCommandCount> kInvoke = {
-#define COMMAND(name, library, adapter, function, arguments, output) &invoke<rows::adapter>,
+#define COMMAND(name, library, adapter, function, arguments, output, fields) &invoke<rows::adapter>,
 #define COMMAND_VIA COMMAND
-#define COMMAND_WITHOUT_CALL(name, output) nullptr,
+#define COMMAND_WITHOUT_CALL(name, output, fields) nullptr,
 #include "generated/command_table.def"
 };
 

@@ -5,13 +5,14 @@
 #include <sstream>
 
 #include "generated/adapters.h"
+#include "generated/commands.h"
 #include "host.h"
 #include "runtime/vorneobjs.h"
 
 namespace {
 
 struct Row {
-  std::string name, function, arguments, output;
+  std::string name, function, arguments, output, fields;
 };
 
 std::vector<Row> commandData() {
@@ -22,7 +23,7 @@ std::vector<Row> commandData() {
     std::vector<std::string> columns;
     std::istringstream stream(line);
     for (std::string column; std::getline(stream, column, '\t');) columns.push_back(column);
-    if (columns.size() == 7) rows.push_back({columns[1], columns[4], columns[5], columns[6]});
+    if (columns.size() == 8) rows.push_back({columns[1], columns[4], columns[5], columns[6], columns[7]});
   }
   return rows;
 }
@@ -94,9 +95,11 @@ TEST_F(CommandTableTest, EveryCommandCallsItsFunctionAndAnswersInItsForm) {
   useMocks();
   const std::vector<Row> rows = commandData();
   ASSERT_EQ(rows.size(), 344U);
-  for (const Row& row : rows) {
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    const Row& row = rows[i];
     SCOPED_TRACE(row.name);
     resetMocks();
+    EXPECT_EQ(generated::kCommands[i].fields, row.fields == "-" ? "" : row.fields);
     if (row.function == "-") {
       EXPECT_EQ(callRaw(row.name + "\x01 abc \x02").text, base64("0\x01"
                                                                  "abc\0"s));

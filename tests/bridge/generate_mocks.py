@@ -11,7 +11,7 @@ done = set()
 for row in open(sys.argv[1], encoding='utf-8'):
     columns = row.rstrip('\n').split('\t')
     # A command that borrows another command's function says less about its arguments than that one.
-    if len(columns) != 7 or columns[2] != sys.argv[2] or columns[1].lower() != columns[4].lower() or columns[4] in done:
+    if len(columns) != 8 or columns[2] != sys.argv[2] or columns[1].lower() != columns[4].lower() or columns[4] in done:
         continue
     function, words = columns[4], OWN_VALUES.get(columns[5], columns[5]).split()
     done.add(function)

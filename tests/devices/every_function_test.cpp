@@ -58,7 +58,7 @@ const Row kAll[] = {
   ArgList {       \
     __VA_ARGS__   \
   }
-#define COMMAND(name, library, adapter, function, arguments, output) \
+#define COMMAND(name, library, adapter, function, arguments, output, fields) \
   {library, #function, LIST arguments, callRow<LIST arguments>},
 #define ADAPTER_ONLY(library, adapter, function, arguments) \
   {library, #function, LIST arguments, callRow<LIST arguments>},

@@ -146,6 +146,9 @@ TEST_F(FileCalls, SearchesMatchNamesThatOccurInThePattern) {
 }
 
 TEST_F(FileCalls, TextsAndPlace) {
+  writeFile("from", "moved");
+  EXPECT_EQ(MoveFile("from", "to") + MoveFile("none", "to"), 2);
+  EXPECT_EQ(readFile("to"), "moved");
   const std::tuple<std::string, int, std::string> rows[] = {
       {"abz{\xe3", 0, "ABZ{\xe3"}, {"abcd", 1, "ABcd"}, {"ab", 9, "AB"}, {"ab", -2, "ab"}};
   for (auto [text, length, upper] : rows) EXPECT_EQ(strupr(text.data(), length), upper);

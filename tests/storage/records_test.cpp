@@ -136,6 +136,19 @@ TEST_F(Records, AnswersAtTheEdges) {
   EXPECT_FALSE(std::filesystem::exists(file("A_OS")));
 }
 
+TEST_F(Records, ReserveSpaceAndTellPlaces) {
+  DmOpenRef db = openStore("A", kTypeData);
+  ASSERT_TRUE(put(db, "one") && put(db, "two"));
+  InCreaseFile(db, 100000, 100000);
+  EXPECT_GE(std::filesystem::file_size(file("A")), 100000u);
+  EXPECT_GE(std::filesystem::file_size(file("A_OS")), 384688u);
+  EXPECT_TRUE(FindEor(db, GetRecOffSet(db, 1)) && !FindEor(db, GetRecOffSet(db, 1) + 1));
+  EXPECT_EQ(MemHandleUnlock(DmQueryRecord(db, 1)), errNone);
+  ASSERT_TRUE(put(db, "three"));
+  CloseCatalog();
+  EXPECT_THAT(records(openStore("A")), ElementsAre("one", "two", "three"));
+}
+
 TEST_F(Records, TakeAnApplicationInfoBlockLargerThanAnyRecord) {
   const UInt32 size = 150000;
   openStore("LARGE", FourChars("ABCD"));

@@ -205,6 +205,16 @@ TEST_F(Tables, OpenAreasUnderAliases) {
   EXPECT_EQ(S_GLOB->TBL_this, -1);
 }
 
+TEST_F(Tables, TellAttributesAndCommitEveryArea) {
+  ASSERT_TRUE(create("A", kClients) && create("B", kClients) && use("A") && use("B"));
+  for (const char* area : {"A", "B"}) __DBAPPEND(text(area));
+  __CommitAll();
+  std::string all;
+  for (const char* area : {"A", "B"}) all += describe(__TBL_RecCount(text(area))) + " ";
+  for (int i = 1; i <= 5; ++i) all += describe(__GetFieldAttribute(text("A"), text("PRICE"), number(i))) + " ";
+  EXPECT_EQ(all, "1 1 'PRICE' 'N' 12 2 NIL ");
+}
+
 TEST_F(Tables, RefuseWhatIsWrong) {
   ASSERT_TRUE(create("C", "{{'NAME','C',5,0},{'WHOLE','I',4,0}}") && use("C"));
   const std::pair<const char*, int> structures[] = {{"{}", 38},

@@ -1,6 +1,8 @@
 // The demonstration sale with the finished library, the simulated devices and the finished tool.
 #include <gmock/gmock.h>
 
+#include <nlohmann/json.hpp>
+
 #include "run_tool.h"
 
 using testing::HasSubstr;
@@ -30,4 +32,12 @@ TEST_F(Demonstration, TellsADeviceThatIsNotThere) {
   EXPECT_THAT(ran.err, HasSubstr("| DLL ./bemafi32.so não encontrada\n"));
   EXPECT_THAT(ran.err, HasSubstr((directory / "bemafi32.so").string() + " does not exist"));
   EXPECT_EQ(run({"call", "--cmd", "997"}).out, "11\n");
+}
+
+TEST_F(Demonstration, ExplainsWhatTheSimulatedDevicesMean) {
+  const Ran closed = run({"call", "--json", "ECF_LeituraX"});
+  EXPECT_THAT(closed.err, HasSubstr("-3 from the simulated device: the serial port is closed; ECF_AbrePortaSerial"));
+  EXPECT_EQ(nlohmann::json::parse(closed.out)["meaning"], "the serial port is closed; ECF_AbrePortaSerial opens it");
+  EXPECT_THAT(run({"call", "LeSimNaoPinPad", "?"}).err, HasSubstr("-1 from the simulated device: not configured"));
+  EXPECT_THAT(run({"sale", "-"}, "ECF_AbreCupom x\n").err, HasSubstr("it answered -3: the serial port is closed"));
 }

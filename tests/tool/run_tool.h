@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pty.h>
+#include <signal.h>
 #include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -50,6 +51,7 @@ class ToolTest : public testing::Test {
     writeFile(directory / "stdin", input);
     const pid_t child = fork();
     if (child == 0) {
+      signal(SIGINT, SIG_DFL);  // whoever runs the tests in the background has it ignored
       if (chdir(directory.c_str()) != 0) _exit(98);
       redirect("stdin", O_RDONLY, 0);
       redirect("stdout", O_WRONLY | O_CREAT | O_TRUNC, 1);
@@ -77,10 +79,11 @@ class ToolTest : public testing::Test {
     return run(all, input);
   }
 
-  /// Runs it on a terminal of 80 columns; what it printed, and its exit status at the end.
-  std::string seenOnTerminal(const std::vector<std::string>& arguments, const std::string& typed = "") const {
+  /// Runs it on a terminal; what it printed, and its exit status at the end.
+  std::string seenOnTerminal(const std::vector<std::string>& arguments, const std::string& typed = "",
+                             unsigned short columns = 80) const {
     int terminal = -1;
-    winsize size{24, 80, 0, 0};
+    winsize size{24, columns, 0, 0};
     const pid_t child = forkpty(&terminal, nullptr, nullptr, &size);
     if (child == 0) {
       std::vector<char*> argv{const_cast<char*>(TOOL)};

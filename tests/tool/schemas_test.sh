@@ -1,9 +1,10 @@
 #!/bin/sh
-# What the verbs of `tellira db` print as JSON, against docs/schemas.
-#   schemas_test.sh TOOL WORK     WORK is a directory to work in
+# What the verbs print as JSON, against docs/schemas.
+#   schemas_test.sh TOOL DEVICES WORK     the simulated devices' directory, one to work in
 set -eu
 tool=$1
-work=$2
+devices=$2
+work=$3
 schemas=$(dirname "$(readlink -f "$0")")/../../docs/schemas
 python=
 for candidate in python3 /usr/bin/python3; do
@@ -14,18 +15,18 @@ if [ -z "$python" ]; then
   exit 1
 fi
 
-# valid VERB STATUS ARGUMENT...: the answer fits the verb's schema and the exit status is the one told.
+# valid SCHEMA STATUS ARGUMENT...: the answer fits the schema and the exit status is the one told.
 valid() {
-  verb=$1
+  schema=$1
   wanted=$2
   shift 2
   status=0
-  "$tool" db --dir "$work" "$verb" "$@" --json >"$work/answer.json" 2>"$work/words" || status=$?
+  "$tool" "$@" >answer.json 2>words || status=$?
   if [ "$status" != "$wanted" ]; then
-    echo "db $verb $*: exit status $status instead of $wanted" >&2
+    echo "$*: exit status $status instead of $wanted" >&2
     exit 1
   fi
-  "$python" - "$schemas/db-$verb.json" "$work/answer.json" <<'END'
+  "$python" - "$schemas/$schema.json" answer.json <<'END'
 import json, sys
 import jsonschema
 
@@ -34,7 +35,7 @@ jsonschema.Draft202012Validator.check_schema(schema)
 jsonschema.Draft202012Validator(schema).validate(answer)
 # A schema that takes anything would prove nothing: without a member that it requires no answer may pass.
 subject = answer[0] if isinstance(answer, list) else answer
-for member in schema.get("items", schema)["required"]:
+for member in schema.get("items", schema).get("required", []):
     broken = {key: value for key, value in subject.items() if key != member}
     assert not jsonschema.Draft202012Validator(schema).is_valid([broken] if isinstance(answer, list) else broken), member
 END
@@ -42,17 +43,29 @@ END
 
 rm -rf "$work"
 mkdir -p "$work"
-"$tool" db --dir "$work" create GOODS CODE:C:12 PRICE:N:12:2 SINCE:D SOLD:L NOTES:M 2>/dev/null
-printf 'CODE,PRICE,SINCE,NOTES\nA,1.5,2004-03-17,"two\nlines"\nB,,,\n' | "$tool" db --dir "$work" import GOODS - 2>/dev/null
-"$tool" db --dir "$work" index create GOODS BYCODE CODE 2>/dev/null
-valid list 0
-valid schema 0 GOODS
-valid schema 0 BYCODE
-valid seek 0 GOODS BYCODE A --deleted
-valid seek 1 GOODS BYCODE AA --soft
-valid seek 1 GOODS BYCODE C --soft
-valid check 0
-echo paper >"$work/DB/notes.txt"
-printf x | dd of="$work/DB/GOODS" bs=1 seek=20000 conv=notrunc 2>/dev/null
-printf x | dd of="$work/DB/BYCODE" bs=1 seek=1 conv=notrunc 2>/dev/null
-valid check 1
+cd "$work"
+cp "$devices"/*.so .
+"$tool" db create GOODS CODE:C:12 PRICE:N:12:2 SINCE:D SOLD:L NOTES:M 2>/dev/null
+printf 'CODE,PRICE,SINCE,NOTES\nA,1.5,2004-03-17,"two\nlines"\nB,,,\n' | "$tool" db import GOODS - 2>/dev/null
+"$tool" db index create GOODS BYCODE CODE 2>/dev/null
+valid db-list 0 db list --json
+valid db-schema 0 db schema GOODS --json
+valid db-schema 0 db schema BYCODE --json
+valid db-seek 0 db seek GOODS BYCODE A --deleted --json
+valid db-seek 1 db seek GOODS BYCODE AA --soft --json
+valid db-seek 1 db seek GOODS BYCODE C --soft --json
+valid db-check 0 db check --json
+if "$tool" db sql 'SELECT 1' >/dev/null 2>&1; then valid db-sql 0 db sql --json 'SELECT * FROM GOODS'; fi
+valid error 1 db seek NOTHING BYCODE A --json
+valid error 2 call ECF_Nada --json
+valid call 0 call ECF_LeituraX --json
+valid commands 0 commands --json ECF_RetornoImpressora
+echo 'echo $today
+ECF_AbrePortaSerial
+ECF_AbreCupom ""
+ECF_AbreCupom ""' >short.tlr
+valid sale 1 sale --json short.tlr
+echo paper >DB/notes.txt
+printf x | dd of=DB/GOODS bs=1 seek=20000 conv=notrunc 2>/dev/null
+printf x | dd of=DB/BYCODE bs=1 seek=1 conv=notrunc 2>/dev/null
+valid db-check 1 db check --json

@@ -20,12 +20,12 @@
 namespace {
 
 constexpr const char* kFooter = R"(
-Examples:
+Examples (in a source tree where ./run was called; build/release/lib/devices holds simulated devices):
   tellira commands cupom                    commands with "cupom" in their name
-  tellira call --cwd lib/devices ECF_LeituraX
-  tellira sale --cwd lib/devices examples/sale.tlr
+  tellira call --cwd build/release/lib/devices ECF_AbrePortaSerial
+  tellira sale --cwd build/release/lib/devices examples/sale.tlr
   tellira db --dir /srv/pos check           are the databases sound
-  tellira VERB --help                       all about one verb
+  tellira help db check                     all about one verb
 
 Exit status: 0 done, 1 done but the answer is no, 2 wrong usage or input, 3 the library ended the process or a device
 is missing. Data goes to standard output, everything else to standard error. Card numbers are masked.)";

@@ -15,6 +15,7 @@
 
 #include "db/words.h"
 #include "edge/console.h"
+#include "edge/lock_holder.h"
 #include "runtime/process.h"
 #include "text/text.h"
 
@@ -97,6 +98,7 @@ TableSession::TableSession(const std::string& directory) : directory_(directory)
 // Two tools wait for each other. A program is not waited for: it holds what it has open for as long as it runs.
 void TableSession::lockDirectory() const {
   for (int tries = 0; ::flock(lock_, LOCK_EX | LOCK_NB) != 0; ++tries) {
+    if (tries == 0) note("tellira: waiting for " + lockHolder(lock_) + ", which works with the same databases.");
     if (tries == kTries) failAsInUse(directory_);
     ::usleep(kBetweenTries);
   }

@@ -11,7 +11,7 @@ Examples:
   tellira db --dir /srv/pos list
   tellira db create CUSTOMER CODE:C:12 NAME:C:30 LIMIT:N:12:2
   tellira db import CUSTOMER customers.csv
-  tellira db check --repair
+  tellira db check
 
 Exit status: 0 done, 1 done but the answer is no (not found, damage found, records lost), 2 wrong usage or input, 3 the
 runtime could not go on.)";

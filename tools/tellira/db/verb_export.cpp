@@ -26,7 +26,7 @@ Nothing is changed, so that this may run beside the program.
 Examples:
   tellira db export CUSTOMER > customers.csv
   tellira db export CUSTOMER customers.jsonl --format jsonl --order BYNAME
-  tellira db export CUSTOMER --format json | jq '.[] | .NAME'
+  tellira db export CUSTOMER --format json | python3 -m json.tool
 
 Exit status: 0 done, 1 there is no such table or index, or it is damaged, 2 wrong usage, 3 it cannot be written.)";
 

@@ -102,7 +102,7 @@ int showHelp(const CLI::App& app, const std::vector<std::string>& words) {
     if (found == verbs.end()) throw Failure(kUsage, unknownVerb(*verb, word) + "\n  next: `tellira help`");
     verb = *found;
   }
-  print(helpOf(*verb));
+  printRaw(helpOf(*verb));
   return kDone;
 }
 
@@ -185,7 +185,7 @@ int CommandLine::run(const std::vector<std::string>& arguments) {
     app_->parse(std::move(words));
     return chosen_();
   } catch (const CLI::CallForHelp&) {
-    print(helpOf(chosenIn(*app_)));
+    printRaw(helpOf(chosenIn(*app_)));  // an example's card number is nobody's
   } catch (const CLI::CallForVersion& version) {
     print(std::string(version.what()) + "\n");
   } catch (const CLI::ParseError& error) {

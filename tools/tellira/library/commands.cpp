@@ -34,12 +34,13 @@ FieldKind kindOf(Argument argument) {
 }
 
 std::string missingText(const Command& command, int field, std::size_t given) {
-  const int highest = highestField(command);
+  const int highest = HighestField(command);
   const FieldKind kind = fieldKind(command, field);
   std::string text =
       std::string(command.name) + " needs field" + (highest == 2 ? " 2" : "s 2 to " + std::to_string(highest)) +
       ", but " + (given == 0 ? "none was given" : std::to_string(given) + (given == 1 ? " was" : " were") + " given") +
-      ": field " + std::to_string(field) + " (" + std::string(kindName(kind)) + ") is missing.";
+      ": field " + std::to_string(field) + " (" + std::string(kindName(kind)) +
+      ") is missing: " + fieldNames(command)[static_cast<std::size_t>(field) - 2] + ".";
   if (kind == FieldKind::kAnswerText) text += " The device writes its answer there; give an empty text: ''.";
   if (kind == FieldKind::kUnused) text += " It is never read, but its place must be there: give ''.";
   return text;
@@ -95,10 +96,10 @@ std::string findingCommandsText() {
          "; `tellira commands PATTERN` searches them.";
 }
 
-int highestField(const Command& command) {
-  int highest = command.output == Output::FIELD_2_BACK ? 2 : 1;
-  for (const auto& argument : command.arguments) highest = std::max<int>(highest, argument.field);
-  return highest;
+std::vector<std::string> fieldNames(const Command& command) {
+  std::vector<std::string> names = command.fields.empty() ? std::vector<std::string>{} : split(command.fields, ',');
+  for (std::string& name : names) name = trimmed(name);
+  return names;
 }
 
 FieldKind fieldKind(const Command& command, int number) {
@@ -118,7 +119,7 @@ std::string_view kindName(FieldKind kind) {
 
 std::optional<FieldProblem> checkFields(const Command& command, const std::vector<std::string>& fields,
                                         const std::vector<bool>& known) {
-  for (int field = 2; field <= highestField(command); ++field) {
+  for (int field = 2; field <= HighestField(command); ++field) {
     const auto at = static_cast<std::size_t>(field - 2);
     if (at >= fields.size()) return FieldProblem{field, missingText(command, field, fields.size())};
     if (at < known.size() && !known[at]) continue;
@@ -143,7 +144,7 @@ std::vector<std::string> answerLabels(const Command& command) {
       labels.emplace_back("three two-digit numbers");
       break;
     case Output::ECHO_ALL:
-      for (int i = 2; i <= highestField(command); ++i) labels.push_back(field(i));
+      for (int i = 2; i <= HighestField(command); ++i) labels.push_back(field(i));
       break;
     case Output::CONTINUATION:
       for (const char* label : {"command", "field type", "shortest", "longest", "data"}) labels.emplace_back(label);

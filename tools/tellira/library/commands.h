@@ -28,8 +28,8 @@ std::string unknownCommandText(std::string_view name);
 /// The advice that belongs to it.
 std::string findingCommandsText();
 
-/// The highest field that a command reads; 1 when it takes none.
-int highestField(const generated::Command& command);
+/// What the parameter fields of a command are, from field 2 on.
+std::vector<std::string> fieldNames(const generated::Command& command);
 
 /// What field `number` (from 2) is to a command.
 FieldKind fieldKind(const generated::Command& command, int number);

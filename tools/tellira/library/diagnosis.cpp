@@ -59,10 +59,10 @@ Reason unknownCommand(std::string_view, const CallFacts& facts) {
 }
 
 Reason runtimeStopped(std::string_view, const CallFacts& facts) {
-  if (facts.command != nullptr && static_cast<int>(facts.fields) + 1 < highestField(*facts.command)) {
+  if (facts.command != nullptr && static_cast<int>(facts.fields) + 1 < generated::HighestField(*facts.command)) {
     const int missing = static_cast<int>(facts.fields) + 2;
-    return {std::string(facts.command->name) + " reads fields 2 to " + std::to_string(highestField(*facts.command)) +
-                "; field " + std::to_string(missing) + " (" +
+    return {std::string(facts.command->name) + " reads fields 2 to " +
+                std::to_string(generated::HighestField(*facts.command)) + "; field " + std::to_string(missing) + " (" +
                 std::string(kindName(fieldKind(*facts.command, missing))) + ") is missing.",
             "give every field, '' for an empty one."};
   }

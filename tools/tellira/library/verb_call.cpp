@@ -10,6 +10,7 @@
 #include "library/diagnosis.h"
 #include "library/library_options.h"
 #include "library/parameter.h"
+#include "library/simulator.h"
 #include "library/verbs.h"
 #include "library/worker.h"
 #include "text/text.h"
@@ -23,14 +24,16 @@ its parameter fields from field 2 on, in UTF-8; a field that the device fills in
 the fields when one of them begins with a letter behind a dash.
 
 The answer's fields are printed one per line. The first is the vendor's result, whose meaning is the vendor's own:
-a negative result is an answer like any other, and the exit status is then 0 too.
+a negative result is an answer like any other, and the exit status is then 0 too. What the simulated devices mean is
+told.
 
-Examples:
-  tellira call --cwd lib/devices ECF_LeituraX
-  tellira call ECF_NumeroCupom ''
-  tellira call --json ECF_RetornoImpressora 0 0 0
+Examples, on the simulated devices:
   tellira call --cmd 999                         the library's version
-  tellira call --timeout 20 ECF_VendeItem 7891000100103 'Café torrado 500 g' FF I 1 2 15,90 % 0,00
+  tellira call --cwd build/release/lib/devices ECF_AbrePortaSerial
+  tellira call --cwd build/release/lib/devices ECF_NumeroCupom ''
+  tellira call --cwd build/release/lib/devices --json ECF_RetornoImpressora 0 0 0
+  tellira call --cwd build/release/lib/devices --timeout 20 ECF_AbreCupom 123.456.789-09
+  tellira call --cwd build/release/lib/devices ECF_VendeItem 7891000100103 'Café torrado' FF I 1 2 15,90 % 0,00
 
 Exit status: 0 answered, 2 wrong usage or input, 3 the library ended the process or something is missing.)";
 
@@ -57,9 +60,9 @@ const generated::Command* checkedCommand(const CallOptions& options) {
     throw Failure(kUsage, problem->text + "\n  next: see `tellira commands " + std::string(command->name) +
                               "`; --unchecked sends the fields as they stand.");
   }
-  if (static_cast<int>(options.fields.size()) + 1 > highestField(*command)) {
-    note("tellira: " + std::string(command->name) + " reads no field beyond " + std::to_string(highestField(*command)) +
-         "; the rest is sent but ignored.");
+  if (static_cast<int>(options.fields.size()) + 1 > generated::HighestField(*command)) {
+    note("tellira: " + std::string(command->name) + " reads no field beyond " +
+         std::to_string(generated::HighestField(*command)) + "; the rest is sent but ignored.");
   }
   return command;
 }
@@ -87,13 +90,20 @@ void printFields(const Output& output, const generated::Command* command) {
   }
 }
 
-void printJsonAnswer(const CallOptions& options, const Answer& answer, const Output& output) {
+void printJsonAnswer(const CallOptions& options, const Answer& answer, const Output& output,
+                     const std::string& meaning) {
   Json json;
   json["command"] = maskCards(options.name);
   json["returned"] = answer.returned;
   json["fields"] = output.fields;
   json["output"] = output.text;
+  if (!meaning.empty()) json["meaning"] = meaning;
   printJson(json);
+}
+
+/// What a simulated device means by a refusal.
+std::string meaningOf(const generated::Command* command, const CallFacts& facts, const Output& output) {
+  return command == nullptr ? "" : simulatedMeaning(*command, facts.directory, output.fields.front());
 }
 
 void noteOddities(const CallOptions& options, const Answer& answer, const Output& output) {
@@ -123,11 +133,13 @@ int runCall(const CallOptions& options) {
   if (answer.ending != Ending::kAnswered) throw Failure(kEnded, explain(answer, facts));
 
   const Output output = readOutput(answer.output, options.plain || options.asksVersion());
+  const std::string meaning = options.asksVersion() ? "" : meaningOf(command, facts, output);
   if (options.json) {
-    printJsonAnswer(options, answer, output);
+    printJsonAnswer(options, answer, output, meaning);
   } else {
     printFields(output, options.asksVersion() ? nullptr : command);
   }
+  if (!meaning.empty()) note("tellira: " + output.fields.front() + " from the simulated device: " + meaning + ".");
   noteOddities(options, answer, output);
   return kDone;
 }

@@ -136,7 +136,7 @@ Answer Worker::await(const Request& request, Clock::time_point deadline, const s
   std::string frames;
   const std::size_t mostFrame = sizeof(ReplyHead) + static_cast<std::size_t>(request.outBytes) + kMostDetail;
   while (Clock::now() < deadline) {
-    progress.show("waiting for the answer of " + name);
+    progress.show("waiting for " + name);
     if (Interrupts::asked() && !std::exchange(isAsked, true))
       deadline = std::min(deadline, Clock::now() + kPatienceWhenAsked);
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());

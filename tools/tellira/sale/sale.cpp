@@ -8,6 +8,7 @@
 #include "library/commands.h"
 #include "library/diagnosis.h"
 #include "library/parameter.h"
+#include "library/simulator.h"
 #include "text/text.h"
 
 namespace tool {
@@ -94,7 +95,7 @@ void Sale::runCommand(const Statement& statement) {
   transcript_.answer(answer);
   transcript_.paper(tape_.newLines());
   if (!statement.target.empty()) variables_.set(statement.target, answer);
-  check(statement, answer, answersResult(*statement.command));
+  check(statement, answer, *statement.command);
 }
 
 void Sale::runDialogue(const Statement& statement) {
@@ -120,11 +121,12 @@ void Sale::runDialogue(const Statement& statement) {
   for (const auto& [key, value] : result.kept) variables_.set(statement.target, key, value);
   transcript_.answer({result.result});
   transcript_.paper(tape_.newLines());
-  check(statement, {result.result}, true);
+  check(statement, {result.result}, start);
 }
 
 /// Without an `expect` a negative result stops the script, unless the line was only tried.
-void Sale::check(const Statement& statement, const std::vector<std::string>& fields, bool hasResult) {
+void Sale::check(const Statement& statement, const std::vector<std::string>& fields,
+                 const generated::Command& command) {
   const std::string& result = fields.front();
   for (const Expectation& expectation : statement.expectations) {
     const std::string wanted = expanded(expectation.value);
@@ -134,14 +136,15 @@ void Sale::check(const Statement& statement, const std::vector<std::string>& fie
                         std::to_string(statement.place.line) + " answered " + shownField(maskCards(result)) + ".");
   }
   const auto number = numberIn(result);
-  const bool refused = hasResult && number && *number < 0;
+  const bool refused = answersResult(command) && number && *number < 0;
   if (!refused || !statement.expectations.empty()) return;
   transcript_.bad();
   if (statement.tried) return;
+  const std::string meaning = simulatedMeaning(command, places_.directory, result);
   throw failureAt(script_, statement.place, kNo,
                   "the device refused: it answered " + result +
-                      ". The meaning of the number is the vendor's own; "
-                      "`try` in front of the line goes on in spite of it, `expect <0` behind it demands it.");
+                      (meaning.empty() ? ". The meaning of the number is the vendor's own." : ": " + meaning + ".") +
+                      "\n  next: `try` in front of the line goes on in spite of it, `expect <0` behind it demands it.");
 }
 
 std::string Sale::expanded(const Word& word) const {

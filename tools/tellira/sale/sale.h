@@ -38,7 +38,7 @@ class Sale {
   void runStatement(const Statement& statement);
   void runCommand(const Statement& statement);
   void runDialogue(const Statement& statement);
-  void check(const Statement& statement, const std::vector<std::string>& fields, bool hasResult);
+  void check(const Statement& statement, const std::vector<std::string>& fields, const generated::Command& command);
   std::string expanded(const Word& word) const;
   std::vector<std::string> expanded(const std::vector<Word>& words) const;
   std::vector<std::string> send(const Statement& statement, const generated::Command& command,

@@ -145,7 +145,7 @@ class Parser {
       const auto at = static_cast<std::size_t>(problem->field - 2);
       fail(at < statement.words.size() ? statement.words[at].place : name.place, problem->text);
     }
-    const auto most = static_cast<std::size_t>(highestField(*statement.command)) - 1;
+    const auto most = static_cast<std::size_t>(generated::HighestField(*statement.command)) - 1;
     if (statement.words.size() > most) {
       fail(statement.words[most].place, std::string(statement.command->name) + " takes " +
                                             (most == 0 ? "no" : std::to_string(most)) +

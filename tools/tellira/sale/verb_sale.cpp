@@ -39,13 +39,16 @@ A script holds one command per line:
 A dialogue leaves $tef.result, .customer, .merchant (receipts), .nsu, .authorization, .brand, .kind. The whole script
 is checked before the first command is sent.
 
-Examples:
-  tellira sale --cwd lib/devices examples/sale.tlr
-  tellira sale --cwd lib/devices --tape sale.html examples/sale.tlr
-  echo ECF_LeituraX | tellira sale -
+A sale that ends early says what the devices wait for (an open coupon, a payment that is not confirmed) and the commands
+that end it. Ctrl-C ends it so, after the command that is under way or two seconds.
+
+Examples, on the simulated devices:
+  tellira sale --cwd build/release/lib/devices examples/sale.tlr
+  tellira sale --cwd build/release/lib/devices --tape sale.html examples/sale.tlr
+  echo ECF_AbrePortaSerial | tellira sale --cwd build/release/lib/devices -
 
 Exit status: 0 done, 1 an answer was not what the script wants, 2 wrong usage or script, 3 the library ended the
-process or something is missing.)";
+process, something is missing, the sale was interrupted, or its page could not be written.)";
 
 struct SaleOptions : LibraryOptions {
   std::string file;
@@ -136,7 +139,7 @@ void addSale(Verb& top) {
   Verb verb = top.verb("sale", "Run a script of commands, card payments included");
   addLibraryOptions(verb, *options);
   verb.option("--tape", options->tape, "FILE.html", "Write the run as an HTML page");
-  verb.flag("--json", options->json, "Print one JSON object: script, done, steps");
+  verb.flag("--json", options->json, "Print one JSON object: script, done, steps, open");
   verb.argument("FILE", options->file, "Script, - for standard input");
   verb.footer(kFooter);
   verb.action([options] { return runSale(*options); });
