@@ -225,26 +225,6 @@ BehindWhile::~BehindWhile() {
   if (index_->waiting == nullptr) StoreMark(*index_, 0);
 }
 
-bool RemoveEntriesFrom(DmOpenRef index, std::int32_t first) {
-  const Entries entries = EntriesOf(*index);
-  if (entries.count != index->Head.NumberOfRecords) return false;
-  if (entries.count == 0) return SettleZapped(index), true;
-  const ChangeSeenByReaders change;
-  DropEntries(index);
-  const BehindWhile behind(index);
-  EntryFile file(index, entries.size);
-  UInt32 kept = 0;
-  for (UInt32 from = 0, end = 0; from < entries.count; from = end) {
-    const bool stays = entries.record(from) < first;
-    for (end = from + 1; end < entries.count && (entries.record(end) < first) == stays;) ++end;
-    if (!stays) continue;
-    if (kept != from) file.move(from, kept, end - from);
-    kept += end - from;
-  }
-  file.cut(entries.count - kept);
-  return true;
-}
-
 void ReplaceEntries(DmOpenRef index, std::span<const char> bytes, std::size_t size) {
   if (!IsOpen(index)) return;
   const ChangeSeenByReaders change;
