@@ -80,7 +80,7 @@ struct DropOptions {
 int runDrop(const DbOptions& group, const DropOptions& options) {
   const std::string directory = group.checkedDirectory();
   const Dictionary dictionary(directory);
-  const vorne::DatabaseReport* found = dictionary.database(options.table);
+  const vorne::StoredDatabase* found = dictionary.database(options.table);
   if (found == nullptr) throw Failure(kNo, dictionary.unknownText(options.table, "database"));
   const bool isTable = found->entry.type == vorne::kTypeData;
   const std::string what =

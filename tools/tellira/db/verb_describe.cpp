@@ -30,7 +30,7 @@ struct DescribeOptions {
 int runDescribe(const DbOptions& group, const DescribeOptions& options) {
   const std::string directory = group.checkedDirectory();
   const Dictionary dictionary(directory);
-  const vorne::DatabaseReport* found = dictionary.database(options.table);
+  const vorne::StoredDatabase* found = dictionary.database(options.table);
   if (found == nullptr) throw Failure(kNo, dictionary.unknownText(options.table, "table"));
   if (found->entry.type != vorne::kTypeData)
     refuse(shown(found->name) + " is no table: its type is " + codeText(found->entry.type),
