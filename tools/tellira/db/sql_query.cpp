@@ -7,6 +7,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <new>
 #include <optional>
 #include <set>
 #include <string_view>
@@ -85,6 +86,7 @@ class TablesInSql {
   [[noreturn]] void fail(int code) const {
     const std::string words = sqlite3_errmsg(connection_.get());
     const int kind = code & 0xFF;
+    if (kind == SQLITE_NOMEM) throw std::bad_alloc();
     // What the tables' files say goes with its own next step.
     if (kind == SQLITE_BUSY || kind == SQLITE_CORRUPT || kind == SQLITE_CANTOPEN) throw Failure(kNo, words + ".");
     if (words.starts_with("not authorized") || words.ends_with("may not be modified"))
