@@ -1,5 +1,7 @@
 #include "bridge/host_entry.h"
 
+#include <unwind.h>
+
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -38,6 +40,12 @@ void copyAnswer(const Obj_Node* answer, char* out, int outLen) {
   // A longer answer is cut without a terminator: hosts read outLen bytes at most.
   if (HasText(answer)) std::memcpy(out, answer->objData.mbuff, strnlen(answer->objData.mbuff, size));
 }
+
+/// A vendor library may bring an unwinder of its own. What an exception of such a one calls in ours counts on tables
+/// that the system's unwinder fills at its first walk, which therefore is taken at once.
+[[maybe_unused]] const bool kUnwinderReady = [] {
+  return _Unwind_Backtrace([](_Unwind_Context*, void*) { return _URC_END_OF_STACK; }, nullptr) != _URC_NO_REASON;
+}();
 
 int serve(int cmd, const char* params, char* out, int outLen) {
   __BeginGlobal();

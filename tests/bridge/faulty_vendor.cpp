@@ -7,6 +7,9 @@
 EXPORT int ECF_LeituraX() {
   throw std::runtime_error("device on fire");
 }
+EXPORT int ECF_AbrePortaSerial() {
+  throw 42;
+}
 // Past the room, but within what the library can bear.
 EXPORT int ECF_NumeroCupom(char* text) {
   std::memset(text, '7', 30000);

@@ -69,6 +69,18 @@ TEST_F(MessageLogTest, ScriptsWriteLinesUntilTheEndOfTheCall) {
   __EndGlobal();
 }
 
+TEST_F(MessageLogTest, TheNameFollowsTheZoneThatTheHostSets) {
+  for (const char* zone : {"A0", "B-5:17", "C7:41"}) {
+    setenv("TZ", zone, 1);
+    __BeginGlobal();
+    __WriteMsgLog(zone);
+    __EndGlobal();
+    const std::time_t now = std::time(nullptr);
+    EXPECT_TRUE(std::filesystem::exists(nameAt(now)) || std::filesystem::exists(nameAt(now - 60))) << zone;
+  }
+  unsetenv("TZ");
+}
+
 TEST_F(MessageLogTest, WithoutAPlaceForTheLogTheCallGoesOn) {
   for (std::time_t t = std::time(nullptr) - 60; t < std::time(nullptr) + 180; t += 60) {
     std::filesystem::create_directory(nameAt(t));

@@ -1,5 +1,6 @@
-/* A host in C on the finished shared library: loads it, runs commands, leaves. Usage: shared_library_test LIBRARY, in a
- * directory with vendor libraries that answer as the recording ones do. */
+/* A host in C on the finished shared library: loads it, runs commands, leaves. In a directory with vendor libraries
+ * that answer as the recording ones do: shared_library_test LIBRARY shared_library_test LIBRARY COMMAND     runs a
+ * command without arguments and says so when it comes back */
 #include <dlfcn.h>
 #include <stdio.h>
 #include <string.h>
@@ -13,7 +14,7 @@ static void expect(const char* what, const char* got, const char* wanted) {
 }
 
 int main(int argc, char** argv) {
-  void* library = argc == 2 ? dlopen(argv[1], RTLD_NOW) : NULL;
+  void* library = argc >= 2 ? dlopen(argv[1], RTLD_NOW) : NULL;
   if (library == NULL) {
     fprintf(stderr, "cannot load the library: %s\n", dlerror());
     return 1;
@@ -23,6 +24,14 @@ int main(int argc, char** argv) {
   if (exec == NULL || encode == NULL || dlsym(library, "SetCheckBuffer") == NULL) return 1;
 
   char out[256];
+  if (argc > 2) {
+    char command[64];
+    snprintf(command, sizeof command, "%s\2", argv[2]);
+    encode(0);
+    exec(0, command, out, sizeof out);
+    puts("came back");
+    return 1;
+  }
   exec(999, "", out, sizeof out);
   expect("version", out, "3.4.1.3");
   exec(0, "RUNGX0xlaXR1cmFYAgA=", out, sizeof out); /* ECF_LeituraX, 0x02, 0 */

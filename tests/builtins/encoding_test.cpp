@@ -50,6 +50,11 @@ TEST(Base64, EveryByteAtEveryLengthBothWays) {
     }
   }
   EXPECT_EQ(encode(std::string_view(nullptr, 0)), "");
+  char group[5] = "";
+  for (const auto& [count, characters] : {std::pair(1, "Tf=="), std::pair(2, "Tf/="), std::pair(3, "Tf//")}) {
+    EncodeBase64Bytes(reinterpret_cast<const unsigned char*>("M\xFF\xFF"), group, count);  // reads all three bytes
+    EXPECT_STREQ(group, characters);
+  }
 }
 
 TEST(Base64, CharactersOutsideTheAlphabetAreTaken) {

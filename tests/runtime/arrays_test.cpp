@@ -30,12 +30,26 @@ TEST_F(ArrayTest, ChangesInPlace) {
     expectAll(op, "- 1 error  1 1 error  e{1} 1 error  {1} - error");
 }
 
+TEST_F(ArrayTest, ElementsOneByOne) {
+  Obj_Node* array = value("{1}");
+  const Obj_Node* added = __NewArrayElement(array, value("{7,'x'}"));
+  EXPECT_EQ(added, __GET_OBJ_ARRAY_EL(array, 1));
+  EXPECT_RUNTIME_ERROR(__NewArrayElement(array, nullptr), -1);
+  __begin_context();
+  Obj_Node* kept = value("{'own',{2}}");
+  EXPECT_EQ(__KillArrayEl(array->objData.mArray), 0);
+  EXPECT_EQ(describe(array), "{1,{7,'x'}}");  // older than the context
+  EXPECT_EQ(__KillArrayEl(kept->objData.mArray), 1);
+  EXPECT_TRUE(describe(kept) == "{}" && live(vArray) == 3);
+  __end_context(nullptr);
+}
+
 TEST_F(ArrayTest, FillingAndCopying) {
   expectAll(
       +[](Obj_Node* v, Obj_Node* from, Obj_Node* to) { return __AFill(value("{1,2,3,4,5}"), v, from, to); },
       "0 1 5 {0,0,3,4,5}  0 - 0 {0,0,3,4,5}  0 -4 -1 {0,0,3,4,5}  0 2 5 {1,0,0,4,5}  0 1 20 {0,0,0,0,0}  "
       "'xy' 1 6 {'xy','xy','xy',4,5}  {7} 1 5 {{7},{7},3,4,5}  NIL 1 2 {NIL,2,3,4,5}  0 9 9 {1,2,3,4,5}  "
-      "- 1 1 error  1 1 - error");
+      "0 NIL NIL {0,0,3,4,5}  - 1 1 error  1 1 - error");
   expectAll(__AFill, "e{1} 1 1 1 error");
   expectAll(
       +[](Obj_Node* from, Obj_Node* to, Obj_Node* at) {

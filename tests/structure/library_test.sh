@@ -14,11 +14,11 @@ expect() {
 exported=$(nm --dynamic --defined-only "$1" | awk '{ print $NF }' | sort | xargs)
 expect 'exported names' 'ExecInClientDLL SetCheckBuffer SetEncode' "$exported"
 
-# A host may be written in anything: of C++ nothing may be asked for. The sanitizers bring libraries of their own.
+# A host may be written in anything: of C++ nothing may be asked for but the one unwinder of a process. The sanitizers bring libraries of their own.
 if [ -z "$2" ]; then
   foreign=$(readelf --dynamic --wide "$1" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' |
-    grep -vxE 'lib(c|m)\.so\.6|libz\.so\.1|ld-linux.*' | xargs)
-  expect 'libraries needed besides libc, libm and zlib' '' "$foreign"
+    grep -vxE 'lib(c|m)\.so\.6|lib(gcc_s|z)\.so\.1|ld-linux.*' | xargs)
+  expect 'libraries needed besides libc, libm, libgcc_s and zlib' '' "$foreign"
 fi
 
 # Found through a search path the library could meet another file of the same name in the field.
