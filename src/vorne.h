@@ -2,6 +2,8 @@
 #pragma once
 
 #include "adapters/vorneadapters.h"
+#include "bridge/dispatcher.h"
+#include "bridge/host_entry.h"
 #include "builtins/vornefun.h"
 #include "generated/adapters.h"
 #include "log/message_log.h"

@@ -4,8 +4,8 @@
 #include <cstring>
 
 #include "adapters/vorneadapters.h"
+#include "runtime/arguments.h"
 #include "runtime/hooks.h"
-#include "runtime/internal.h"
 #include "runtime/latin1.h"
 #include "runtime/memory.h"
 
@@ -41,7 +41,7 @@ void freeEntry(LibHandles* entry) {
 
 }  // namespace
 
-void* nHdlGetDllHandle(const char* name) {
+HMODULE nHdlGetDllHandle(const char* name) {
   LibHandles* tail = thepLibHandles;
   // The last entry is never compared: a library used twice in a row is opened twice, and the list shows every opening.
   while (tail != nullptr && tail->next != nullptr) {

@@ -9,7 +9,7 @@
 #include "adapters/native.h"
 #include "adapters/vendor_text.h"
 #include "adapters/vorneadapters.h"
-#include "runtime/internal.h"
+#include "runtime/arguments.h"
 
 namespace vorne {
 
@@ -20,7 +20,7 @@ class NativeArgument;
 template <>
 class NativeArgument<Native::kInt> {
  public:
-  explicit NativeArgument(const Obj_Node* value) : number_(IntOrFail(value)) {}
+  explicit NativeArgument(const Obj_Node* value) : number_(IntArgument(value)) {}
   int native() { return number_; }
   void bringBack(Obj_Node*) {}
 
@@ -32,7 +32,7 @@ class NativeArgument<Native::kInt> {
 template <typename Number>
 class NumberRef {
  public:
-  explicit NumberRef(const Obj_Node* value) : number_(static_cast<Number>(IsNil(value) ? 0 : IntOrFail(value))) {}
+  explicit NumberRef(const Obj_Node* value) : number_(static_cast<Number>(IsNil(value) ? 0 : IntArgument(value))) {}
   Number* native() { return &number_; }
   void bringBack(Obj_Node* value) {
     if (!IsNil(value)) __SET_OBJECT(value, __INIT_DOUBLE(number_));

@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "builtins/vornefun.h"
-#include "runtime/internal.h"
+#include "runtime/arguments.h"
 
 namespace vorne {
 

@@ -3,10 +3,12 @@
 
 #include "runtime/vorneobjs.h"
 
+typedef void* HMODULE;  // what dlopen returned
+
 /// One opened vendor library.
 struct LibHandles {
   char* DllName;
-  void* nHdl;  // never closed: the library stays mapped for the life of the process
+  HMODULE nHdl;  // never closed: the library stays mapped for the life of the process
   LibHandles* next;
 };
 
@@ -14,7 +16,7 @@ extern LibHandles* thepLibHandles;
 
 /// The handle of the library `name`, opened when the list does not hold it. A relative name counts from the current
 /// directory. Prints "DLL <name> não encontrada" and raises error 16 (auxiliary 133) when it cannot be opened; error 5.
-void* nHdlGetDllHandle(const char* name);
+HMODULE nHdlGetDllHandle(const char* name);
 /// Empties the list; the end of every host call does it.
 void FreeDllHandles();
 /// The address of `function` in the library `name`. Prints "Function <function> not found in DLL <name>!" and raises

@@ -6,8 +6,8 @@
 #include "generated/answer.h"
 #include "generated/constants.h"
 #include "generated/run_command.h"
+#include "runtime/arguments.h"
 #include "runtime/cursor.h"
-#include "runtime/internal.h"
 #include "screen/vornewin.h"
 
 using namespace vorne;

@@ -7,7 +7,7 @@
 #include "bridge/dispatcher.h"
 #include "generated/constants.h"
 #include "log/message_log.h"
-#include "runtime/internal.h"
+#include "runtime/arguments.h"
 #include "runtime/process.h"
 
 using namespace vorne;

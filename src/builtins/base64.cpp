@@ -27,10 +27,9 @@ constexpr auto kStandardValues = reverseOf(kStandardAlphabet);
 const char* m_szBase64Table = kStandardAlphabet;
 
 void EncodeBase64Bytes(const unsigned char* src, char* dst, int n) {
-  // Bytes that are not there count as 0, so that a text's code never depends on what follows it in memory.
   const unsigned a = src[0];
-  const unsigned b = n > 1 ? src[1] : 0;
-  const unsigned c = n > 2 ? src[2] : 0;
+  const unsigned b = src[1];
+  const unsigned c = src[2];
   const char* const table = m_szBase64Table;
   dst[0] = table[a >> 2];
   dst[1] = table[((a << 4) & 0x30) + (b >> 4)];
@@ -65,8 +64,13 @@ char* Encode64(const void* buffer, int len) {
   if (encoded == nullptr) return nullptr;
   const auto* bytes = static_cast<const unsigned char*>(buffer);
   char* end = encoded;
-  for (std::size_t at = 0; at < size; at += 3, end += 4) {
-    EncodeBase64Bytes(bytes + at, end, size - at < 3 ? static_cast<int>(size - at) : 3);
+  std::size_t at = 0;
+  for (; size - at >= 3; at += 3, end += 4) EncodeBase64Bytes(bytes + at, end, 3);
+  if (at < size) {
+    // Bytes that are not there count as 0, so that a text's code never depends on what follows it in memory.
+    unsigned char group[3] = {};
+    std::memcpy(group, bytes + at, size - at);
+    EncodeBase64Bytes(group, end, static_cast<int>(size - at));
   }
   return encoded;
 }

@@ -1,8 +1,8 @@
 // Classes of the bytes of ISO-8859-1, whatever locale the host has chosen.
 #include <array>
 
-#include "builtins/arguments.h"
 #include "builtins/vornefun.h"
+#include "runtime/arguments.h"
 
 using namespace vorne;
 

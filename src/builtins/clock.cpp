@@ -5,10 +5,10 @@
 #include <cstdlib>
 #include <thread>
 
-#include "builtins/arguments.h"
 #include "builtins/digits.h"
 #include "builtins/new_text.h"
 #include "builtins/vornefun.h"
+#include "runtime/arguments.h"
 #include "runtime/calendar.h"
 #include "runtime/local_clock.h"
 

@@ -3,10 +3,10 @@
 #include <array>
 #include <string>
 
-#include "builtins/arguments.h"
 #include "builtins/digits.h"
 #include "builtins/new_text.h"
 #include "builtins/vornefun.h"
+#include "runtime/arguments.h"
 #include "runtime/calendar.h"
 
 using namespace vorne;
@@ -89,7 +89,7 @@ Obj_Node* __Dtoc(Obj_Node* d, Obj_Node* format) {
 
 void __Set_DateFormat(Obj_Node* format) {
   if (format == nullptr) return;
-  if (!IsReadableText(format)) WrongArgument();
+  if (!HasText(format)) ArgumentError();
   Obj_Node*& setting = S_GLOB->Internal_Sets[kDateFormatSetting - 1];
   setting = __SET_OBJECT(setting, format);
 }

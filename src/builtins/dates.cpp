@@ -2,9 +2,9 @@
 #include <cmath>
 #include <cstdio>
 
-#include "builtins/arguments.h"
 #include "builtins/new_text.h"
 #include "builtins/vornefun.h"
+#include "runtime/arguments.h"
 #include "runtime/calendar.h"
 
 using namespace vorne;

@@ -1,9 +1,9 @@
 // Capital and small letters.
 #include <algorithm>
 
-#include "builtins/arguments.h"
 #include "builtins/new_text.h"
 #include "builtins/vornefun.h"
+#include "runtime/arguments.h"
 
 using namespace vorne;
 

@@ -6,9 +6,9 @@
 #include <cstdio>
 #include <cstring>
 
-#include "builtins/arguments.h"
 #include "builtins/padding.h"
 #include "builtins/vornefun.h"
+#include "runtime/arguments.h"
 
 using namespace vorne;
 

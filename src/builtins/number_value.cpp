@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "builtins/arguments.h"
 #include "builtins/vornefun.h"
+#include "runtime/arguments.h"
 
 using namespace vorne;
 
@@ -72,7 +72,7 @@ double valueOf(std::string_view s) {
 
 Obj_Node* __Val(Obj_Node* s) {
   if (s == nullptr) return nullptr;
-  if (!IsReadableText(s)) return __INIT_DOUBLE(0);
+  if (!HasText(s)) return __INIT_DOUBLE(0);
   const std::string_view text = TextArgument(s).shown;
   return __INIT_DOUBLE(valueOf(text.substr(std::min(text.find_first_not_of(' '), text.size()))));
 }

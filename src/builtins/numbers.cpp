@@ -1,8 +1,8 @@
 // Rounding, remainders, the smaller and the greater of two values.
 #include <cmath>
 
-#include "builtins/arguments.h"
 #include "builtins/vornefun.h"
+#include "runtime/arguments.h"
 
 using namespace vorne;
 
@@ -10,13 +10,13 @@ namespace {
 
 /// Refuses two values that Min and Max cannot compare.
 void checkPair(const Obj_Node* a, const Obj_Node* b) {
-  if (a == nullptr || b == nullptr || a->objVarType != b->objVarType) WrongArgument();
-  if (a->objVarType != varNumber && a->objVarType != varDate) WrongArgument();
+  if (a == nullptr || b == nullptr || a->objVarType != b->objVarType) ArgumentError();
+  if (a->objVarType != varNumber && a->objVarType != varDate) ArgumentError();
 }
 
 /// Whatever its type: programs that read binary files hand on what they got.
 Obj_Node* sameNumber(const Obj_Node* n) {
-  if (n == nullptr) WrongArgument();
+  if (n == nullptr) ArgumentError();
   return __INIT_DOUBLE(n->objData.mdbl);
 }
 
@@ -45,7 +45,7 @@ Obj_Node* __Abs(Obj_Node* n) {
 Obj_Node* __FMOD(Obj_Node* a, Obj_Node* b) {
   const double dividend = NumberArgument(a);
   const double divisor = NumberArgument(b);
-  if (divisor == 0) WrongArgument();
+  if (divisor == 0) ArgumentError();
   return __INIT_DOUBLE(std::fmod(dividend, divisor));
 }
 

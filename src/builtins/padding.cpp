@@ -3,9 +3,9 @@
 
 #include <algorithm>
 
-#include "builtins/arguments.h"
 #include "builtins/new_text.h"
 #include "builtins/vornefun.h"
+#include "runtime/arguments.h"
 
 using namespace vorne;
 

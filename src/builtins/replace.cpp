@@ -2,9 +2,9 @@
 #include <algorithm>
 #include <cstring>
 
-#include "builtins/arguments.h"
 #include "builtins/new_text.h"
 #include "builtins/vornefun.h"
+#include "runtime/arguments.h"
 
 using namespace vorne;
 

@@ -1,8 +1,8 @@
 // Finding one text in another.
 #include <cstring>
 
-#include "builtins/arguments.h"
 #include "builtins/vornefun.h"
+#include "runtime/arguments.h"
 
 using namespace vorne;
 

@@ -1,9 +1,9 @@
 // Parts of a text: __SubStr, __Left, __Right, and single characters.
 #include <algorithm>
 
-#include "builtins/arguments.h"
 #include "builtins/new_text.h"
 #include "builtins/vornefun.h"
+#include "runtime/arguments.h"
 
 using namespace vorne;
 

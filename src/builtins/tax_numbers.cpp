@@ -1,8 +1,8 @@
 // The check digits of Brazil's tax numbers, as the Receita Federal defines them.
 #include <cstring>
 
-#include "builtins/arguments.h"
 #include "builtins/vornefun.h"
+#include "runtime/arguments.h"
 
 using namespace vorne;
 

@@ -1,7 +1,7 @@
 // Taking blanks off a text. Only the space character is a blank.
-#include "builtins/arguments.h"
 #include "builtins/new_text.h"
 #include "builtins/vornefun.h"
+#include "runtime/arguments.h"
 
 using namespace vorne;
 

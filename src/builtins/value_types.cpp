@@ -1,9 +1,9 @@
 // Questions that a script asks of any value: its type, its length, whether it is empty.
 #include <cstring>
 
-#include "builtins/arguments.h"
 #include "builtins/new_text.h"
 #include "builtins/vornefun.h"
+#include "runtime/arguments.h"
 
 using namespace vorne;
 
@@ -27,7 +27,7 @@ char typeLetter(varTypes type) {
 }
 
 bool isBlank(const Obj_Node* text) {
-  return !IsReadableText(text) || TextArgument(text).shown.find_first_not_of(' ') == std::string_view::npos;
+  return !HasText(text) || TextArgument(text).shown.find_first_not_of(' ') == std::string_view::npos;
 }
 
 bool isEmpty(Obj_Node* v) {
@@ -47,7 +47,7 @@ bool isEmpty(Obj_Node* v) {
 
 /// Bytes of a text before its first zero byte, at most as many as its length field says.
 int textLength(const Obj_Node* v) {
-  if (v->objVarType != varString) WrongArgument();
+  if (v->objVarType != varString) ArgumentError();
   if (v->objData.mbuff == nullptr || v->objLength < 1) return 0;
   return static_cast<int>(strnlen(v->objData.mbuff, static_cast<std::size_t>(v->objLength)));
 }
@@ -68,19 +68,19 @@ int lengthOf(Obj_Node* v) {
     case vRegister:
       return textLength(v);
     default:  // the shared values
-      WrongArgument();
+      ArgumentError();
   }
 }
 
 }  // namespace
 
 Obj_Node* __If(short cond, Obj_Node* a, Obj_Node* b) {
-  if (a == nullptr || b == nullptr || a->objVarType != b->objVarType) WrongArgument();
+  if (a == nullptr || b == nullptr || a->objVarType != b->objVarType) ArgumentError();
   return cond != 0 ? a : b;
 }
 
 Obj_Node* __Empty(Obj_Node* v) {
-  if (v == nullptr) WrongArgument();
+  if (v == nullptr) ArgumentError();
   return __INIT_BOOL(isEmpty(v));
 }
 
@@ -89,7 +89,7 @@ Obj_Node* __Len(Obj_Node* v) {
 }
 
 Obj_Node* __Type(Obj_Node* v) {
-  if (v == nullptr) WrongArgument();
+  if (v == nullptr) ArgumentError();
   const char letter = typeLetter(v->objVarType);
   return MakeText({&letter, 1});
 }

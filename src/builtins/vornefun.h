@@ -1,4 +1,5 @@
 // The builtin functions of the script language: texts, numbers, dates, types, Base64 and parameter encoding.
+// They stand on the runtime alone and raise errors with __RuntimeError.
 //
 // Arguments are never changed; results are temporaries (see vorneobjs.h for values and errors) and are not locked.
 // An optional argument is left out with a null pointer or NIL. A text larger than 0x0FFFFFFF bytes is error 5.

@@ -4,7 +4,7 @@
 
 #include "builtins/vornefun.h"
 #include "generated/constants.h"
-#include "runtime/internal.h"
+#include "runtime/arguments.h"
 
 namespace generated {
 

@@ -1,10 +1,14 @@
 #include "log/message_log.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
+#include <string>
+#include <string_view>
 
+#include "runtime/arguments.h"
 #include "runtime/hooks.h"
-#include "runtime/internal.h"
+#include "runtime/local_clock.h"
 
 using namespace vorne;
 
@@ -16,15 +20,19 @@ void closeAtEnd() {
   __CloseMsgLog();
 }
 
-/// The log's name at this moment; it changes with the minute, so it is made once a minute.
+/// The log's name at this moment. It changes with the minute and with the zone that the host sets, so it is made anew
+/// only then.
 const char* logName() {
   static char text[64];
   static std::time_t minute = -1;
+  static std::string zone;
   const std::time_t now = std::time(nullptr);
-  if (now / 60 != minute) {
+  const char* set = std::getenv("TZ");
+  const std::string_view wanted = set == nullptr ? "" : set;
+  if (now / 60 != minute || zone != wanted) {
     minute = now / 60;
-    std::tm t{};
-    localtime_r(&now, &t);
+    zone = wanted;
+    const std::tm t = LocalNow();
     // Minute before hour: support tools look for the name in this order.
     std::snprintf(text, sizeof text, "./msglog_%02d%02d%02d%02d%04d.log", t.tm_min, t.tm_hour, t.tm_mday, t.tm_mon + 1,
                   t.tm_year + 1900);
@@ -34,7 +42,7 @@ const char* logName() {
 
 bool open(const char* mode) {
   mlogfile = std::fopen(logName(), mode);
-  if (mlogfile != nullptr) hooks.closeNetwork = closeAtEnd;
+  if (mlogfile != nullptr) hooks.closeMessageLog = closeAtEnd;
   return mlogfile != nullptr;
 }
 

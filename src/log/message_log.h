@@ -1,5 +1,6 @@
 // The message log: a plain text file in the current directory, one line a message, made anew by every host call that
-// writes one.
+// writes one. It stands on the runtime, and closes itself through a hook. A log that cannot be written is silent;
+// errors of arguments are raised with __RuntimeError.
 #pragma once
 
 #include "runtime/vorneobjs.h"

@@ -1,5 +1,5 @@
 // Filling, copying and cloning arrays.
-#include "runtime/arrays.h"
+#include "runtime/array_elements.h"
 
 using namespace vorne;
 
@@ -8,7 +8,7 @@ namespace {
 /// An optional number that may also be NIL.
 int intOr(const Obj_Node* n, int missing, int nil) {
   if (n == nullptr) return missing;
-  return IsNil(n) ? nil : IntOrFail(n);
+  return IsNil(n) ? nil : IntArgument(n);
 }
 
 Obj_Node* clone(Obj_Node* a, int depth) {
@@ -27,8 +27,8 @@ Obj_Node* clone(Obj_Node* a, int depth) {
 Obj_Node* __AFill(Obj_Node* a, Obj_Node* v, Obj_Node* start, Obj_Node* count) {
   Arrays& header = HeaderOrFail(a);
   if (v == nullptr || count == nullptr) ArgumentError();
-  const int from = start == nullptr ? 1 : IntOrFail(start);
-  int end = IntOrFail(count);
+  const int from = OptionalInt(start, 1);
+  int end = OptionalInt(count, 0);
   if (end < 1) end = header.amntItens;
   // The end comes nearer while the index grows, so only about half of the range is filled; scripts count on it.
   --end;

@@ -1,7 +1,7 @@
 // Letting arrays go. An array may hold many others, which may hold more: the walk uses a list of its own instead of
 // the call stack, dead nodes are only marked while it runs, and one pass over the pool takes them out together.
+#include "runtime/array_elements.h"
 #include "runtime/array_places.h"
-#include "runtime/arrays.h"
 #include "runtime/memory.h"
 
 using namespace vorne;
@@ -20,10 +20,8 @@ bool dies(const Obj_Node* n) {
 /// Elements that died while holding an array, linked through objpNext.
 using Pending = Obj_Node*;
 
-/// Frees the dying elements of an array; elements that held arrays wait in `pending`. The array is dead when none is
-/// left.
-void emptyArray(Obj_Node* array, Pending& pending) {
-  Arrays& header = *array->objData.mArray;
+/// Frees the dying elements of a chain; elements that held arrays wait in `pending`.
+void emptyChain(Arrays& header, Pending& pending) {
   Obj_Node* kept = nullptr;
   ForgetPlaces(header, 0);
   for (Obj_Node* element = header.pFirst; element != nullptr;) {
@@ -44,16 +42,18 @@ void emptyArray(Obj_Node* array, Pending& pending) {
     element = next;
   }
   header.pLast = kept;
-  if (header.pFirst != nullptr) return;
+}
+
+/// The same for an array, which is dead when none is left.
+void emptyArray(Obj_Node* array, Pending& pending) {
+  emptyChain(*array->objData.mArray, pending);
+  if (array->objData.mArray->pFirst != nullptr) return;
   ReleaseArrayHeader(array->objData.mArray);
   array->objData.mArray = nullptr;
 }
 
-/// True when the array, or any that it held, died.
-bool release(Obj_Node* array) {
-  if (dead(array) || !dies(array)) return false;
-  Pending pending = nullptr;
-  emptyArray(array, pending);
+/// Frees the elements in `pending`, and what they alone held.
+void releaseHeld(Pending pending) {
   while (pending != nullptr) {
     Obj_Node* element = pending;
     pending = element->objpNext;
@@ -62,6 +62,14 @@ bool release(Obj_Node* array) {
     --held->objRefCount;
     if (!dead(held) && dies(held)) emptyArray(held, pending);
   }
+}
+
+/// True when the array, or any that it held, died.
+bool release(Obj_Node* array) {
+  if (dead(array) || !dies(array)) return false;
+  Pending pending = nullptr;
+  emptyArray(array, pending);
+  releaseHeld(pending);
   return true;
 }
 
@@ -137,4 +145,13 @@ Obj_Node* __KillArray(Obj_Node* a) {
   while (next != nullptr && dead(next) && next->objRefCount <= 0) next = next->objpNext;
   sweepArrays();
   return next;
+}
+
+short __KillArrayEl(Arrays* header) {
+  if (header == nullptr) ArgumentError();
+  Pending pending = nullptr;
+  emptyChain(*header, pending);
+  releaseHeld(pending);
+  sweepArrays();
+  return header->pFirst == nullptr;
 }

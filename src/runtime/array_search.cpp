@@ -1,18 +1,20 @@
 // Comparing and scanning elements.
+#include "runtime/array_search.h"
+
 #include <cstring>
 
-#include "runtime/arrays.h"
+#include "runtime/array_elements.h"
 
 using namespace vorne;
 
 namespace vorne {
 
 int ColumnIndex(const Obj_Node* column) {
-  return column == nullptr || IsNil(column) ? 0 : IntOrFail(column) - 1;
+  return column == nullptr || IsNil(column) ? 0 : IntArgument(column) - 1;
 }
 
 int StartIndex(const Obj_Node* start) {
-  const int first = start == nullptr || IsNil(start) ? 1 : IntOrFail(start);
+  const int first = start == nullptr || IsNil(start) ? 1 : IntArgument(start);
   return first < 1 ? 0 : first - 1;
 }
 
@@ -25,7 +27,7 @@ Obj_Node* KeyOf(Obj_Node* element, int column) {
 
 int EndPosition(const Obj_Node* count, int length) {
   if (count == nullptr || IsNil(count)) return length;
-  const int end = IntOrFail(count);
+  const int end = IntArgument(count);
   return end < 1 || end > length ? length : end;
 }
 

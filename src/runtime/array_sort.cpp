@@ -12,7 +12,8 @@
 #include <utility>
 #include <vector>
 
-#include "runtime/arrays.h"
+#include "runtime/array_elements.h"
+#include "runtime/array_search.h"
 #include "runtime/memory.h"
 
 using namespace vorne;

@@ -1,63 +1,13 @@
 // Arrays: creation, access, appending, removing, inserting.
-#include "runtime/arrays.h"
-
 #include <array>
 #include <cstdarg>
 #include <span>
 
+#include "runtime/array_elements.h"
 #include "runtime/array_places.h"
 #include "runtime/memory.h"
 
 using namespace vorne;
-
-namespace vorne {
-
-Obj_Node* Element(const Arrays& header, int i) {
-  if (i < 0 || i >= header.amntItens) BoundError();
-  if (i == header.amntItens - 1 && header.pLast != nullptr) return header.pLast;
-  Obj_Node* element = ElementAt(header, i);
-  if (element == nullptr) BoundError();
-  return element;
-}
-
-void HoldArray(Obj_Node* element, Obj_Node* array) {
-  if (array->objRefCount == INT16_MAX) BoundError();  // the count of holders is a 16-bit field
-  ++array->objRefCount;
-  ReleaseValue(element);
-  element->objVarType = varArray;
-  element->objLength = -1;
-  element->objData.mSubArray = array;
-}
-
-Obj_Node* AppendElement(Obj_Node* array) {
-  Arrays& header = HeaderOrFail(array);
-  if (header.amntItens >= kMostElements) BoundError();
-  Obj_Node* element = __fcpObj_CT(vElArray);
-  element->objContext = array->objContext;
-  (header.pLast == nullptr ? header.pFirst : header.pLast->objpNext) = element;
-  header.pLast = element;
-  ++header.amntItens;
-  return element;
-}
-
-void Truncate(Arrays& header, int kept) {
-  if (kept >= header.amntItens) return;
-  Obj_Node* last = kept == 0 ? nullptr : Element(header, kept - 1);
-  ForgetPlaces(header, kept);
-  Obj_Node*& end = last == nullptr ? header.pFirst : last->objpNext;
-  Obj_Node* removed = end;
-  end = nullptr;
-  header.pLast = last;
-  header.amntItens = static_cast<std::int16_t>(kept);
-  while (removed != nullptr) {
-    Obj_Node* next = removed->objpNext;
-    ReleaseValue(removed);
-    Release(removed);
-    removed = next;
-  }
-}
-
-}  // namespace vorne
 
 namespace {
 
@@ -108,27 +58,26 @@ Obj_Node* __Array(Obj_Node* dim1, ...) {
   va_start(rest, dim1);
   for (Obj_Node* n = dim1; !EndsList(n); n = va_arg(rest, Obj_Node*)) {
     if (count == dims.size()) BoundError();
-    dims[count++] = IntOrFail(n);
+    dims[count++] = IntArgument(n);
   }
   va_end(rest);
   return count == 0 ? __fcpObj_CT(vArray) : dimensioned({dims.data(), count});
 }
 
-Obj_Node* __AAdd(Obj_Node* a, Obj_Node* v) {
+Obj_Node* __NewArrayElement(Obj_Node* a, Obj_Node* v) {
   HeaderOrFail(a);
   if (v == nullptr) ArgumentError();
   Obj_Node* element = AppendElement(a);
   if (!IsNil(v)) setElement(element, v);
   SetArrayContext(v, a->objContext);
+  return element;
+}
+
+Obj_Node* __AAdd(Obj_Node* a, Obj_Node* v) {
+  __NewArrayElement(a, v);
   return a;
 }
 
-Obj_Node* __GET_OBJ_ARRAY_EL(Obj_Node* a, int i) {
-  return Element(HeaderOrFail(a), i);
-}
-Obj_Node* __GET_ARRAY_EL(Obj_Node* a, int i) {
-  return ElementValue(Element(HeaderOrFail(a), i));
-}
 int __Array_Get_Amnt_Itens(Obj_Node* a) {
   if (!IsArray(a)) ArgumentError();
   return a->objData.mArray == nullptr ? -1 : a->objData.mArray->amntItens;
@@ -136,7 +85,7 @@ int __Array_Get_Amnt_Itens(Obj_Node* a) {
 
 Obj_Node* __Array_Get_Item(Obj_Node* a, Obj_Node* n) {
   HeaderOrFail(a);
-  const int position = IntOrFail(n);
+  const int position = IntArgument(n);
   if (position < 1) BoundError();
   return __GET_ARRAY_EL(a, position - 1);
 }
@@ -181,12 +130,12 @@ Obj_Node* __DelEl(Obj_Node* a, int n, short addNil) {
 
 Obj_Node* __ADel(Obj_Node* a, Obj_Node* n) {
   HeaderOrFail(a);
-  return __DelEl(a, IntOrFail(n), 1);
+  return __DelEl(a, IntArgument(n), 1);
 }
 
 Obj_Node* __ASize(Obj_Node* a, Obj_Node* n) {
   Arrays& header = HeaderOrFail(a);
-  const int size = IntOrFail(n);
+  const int size = IntArgument(n);
   if (header.amntItens == 0) return a;  // an empty array does not grow
   if (size >= header.amntItens) {
     while (header.amntItens < size) AppendElement(a);
@@ -198,7 +147,7 @@ Obj_Node* __ASize(Obj_Node* a, Obj_Node* n) {
 
 Obj_Node* __AIns(Obj_Node* a, Obj_Node* n) {
   Arrays& header = HeaderOrFail(a);
-  const int position = IntOrFail(n);
+  const int position = IntArgument(n);
   const int count = header.amntItens;
   if (position < 1 || position > count) return a;
   __DelEl(a, count, 0);
@@ -214,16 +163,4 @@ Obj_Node* __AIns(Obj_Node* a, Obj_Node* n) {
   element->objpNext = link;
   link = element;
   return a;
-}
-
-void SetArrayContext(Obj_Node* node, int ctx) {
-  if (node == nullptr || node->objContext <= ctx) return;
-  if (node->objType != vVariable && node->objType != vElArray && node->objType != vArray) return;
-  // Lowered before its elements, so that arrays which hold themselves end the walk.
-  node->objContext = static_cast<std::int16_t>(ctx);
-  if (IsElementWithArray(node)) SetArrayContext(node->objData.mSubArray, ctx);
-  if (!IsArray(node) || node->objData.mArray == nullptr) return;
-  for (Obj_Node* element = node->objData.mArray->pFirst; element != nullptr; element = element->objpNext) {
-    SetArrayContext(element, ctx);
-  }
 }

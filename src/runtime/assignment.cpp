@@ -1,7 +1,7 @@
 // __SET_OBJECT: scalars are copied or moved, arrays are shared or moved.
 #include <utility>
 
-#include "runtime/arrays.h"
+#include "runtime/array_elements.h"
 #include "runtime/memory.h"
 
 using namespace vorne;
@@ -13,15 +13,17 @@ namespace {
 Obj_Node* moveArray(Obj_Node* dest, Obj_Node* src) {
   std::swap(dest->objData.mArray, src->objData.mArray);
   Truncate(*src->objData.mArray, 0);
+  // The elements, and the arrays that they hold, live on with their new owner.
+  for (Obj_Node* element = dest->objData.mArray->pFirst; element != nullptr; element = element->objpNext)
+    SetArrayContext(element, dest->objContext);
   return dest;
 }
 
 /// An array stored into dest: dest's variable becomes the array node, which then lives as long as dest would have.
 Obj_Node* shareArray(Obj_Node* dest, Obj_Node* src) {
   if (dest == nullptr) return src;
-  const int context = dest->objContext;
+  if (dest->objType != vRegister) SetArrayContext(src, dest->objContext);
   if (dest->objType == vVariable) __fcObj_DT(dest);
-  if (dest->objType != vRegister) SetArrayContext(src, context);
   return src;
 }
 
@@ -100,10 +102,28 @@ Obj_Node* __SET_OBJECT(void* destination, Obj_Node* src) {
   if (reusable(dest)) {
     ReleaseValue(dest);
   } else {
-    dest = __fcpObj_CT(vVariable);
+    Obj_Node* made = __fcpObj_CT(vVariable);
+    // In an array's place it is as old as the array: it may be a caller's variable that a function assigns to.
+    if (IsArray(dest)) SetArrayContext(made, dest->objContext);
+    dest = made;
   }
   dest->objVarType = value.type;
   dest->objLength = value.length;
   dest->objData = value.data;
   return dest;
 }
+
+Obj_Node* __ByRef(Obj_Node** slot) {
+  if (slot == nullptr) ArgumentError();
+  if (*slot == nullptr) StoreForRun(*slot, __INIT_NIL());
+  return *slot;
+}
+
+namespace vorne {
+
+void StoreForRun(Obj_Node*& slot, Obj_Node* value) {
+  slot = __SET_OBJECT(slot, value);
+  SetArrayContext(slot, 1);
+}
+
+}  // namespace vorne

@@ -25,22 +25,15 @@ struct Cycle {
 constexpr Cycle kCycles[] = {
     {146097, 400, std::numeric_limits<std::int64_t>::max()}, {36524, 100, 3}, {1461, 4, 24}, {365, 1, 3}};
 
-/// A number outside the value stack, whose slots may all be in use by the arguments at hand.
-Obj_Node ownNumber(double v) {
-  Obj_Node n;
-  __InitObjNode(&n, varNumber);
-  n.objData.mdbl = v;
-  return n;
-}
-
 /// The epoch setting, at least 1900; a lower one, or one that is no number, is replaced.
 unsigned epoch() {
-  const Obj_Node* setting = S_GLOB->Internal_Sets[kEpochSetting - 1];
+  Obj_Node*& setting = S_GLOB->Internal_Sets[kEpochSetting - 1];
   const int year = IsNumber(setting) ? ToInt(setting->objData.mdbl) : 0;
   if (year >= kEarliestEpoch) return static_cast<unsigned>(year);
-  Obj_Node number = ownNumber(kEpochSetting);
-  Obj_Node raised = ownNumber(kEarliestEpoch);
-  __Set(&number, &raised);
+  Obj_Node raised;  // outside the value stack, whose slots may all be in use by the arguments at hand
+  __InitObjNode(&raised, varNumber);
+  raised.objData.mdbl = kEarliestEpoch;
+  StoreForRun(setting, &raised);
   return kEarliestEpoch;
 }
 
@@ -70,8 +63,7 @@ unsigned DaysBefore(unsigned year, unsigned month) {
 }
 
 DateParts DecodeDate(datetime value) {
-  if (value == 0 || std::isnan(value)) return {};
-  std::int64_t left = std::int64_t{ToInt(std::floor(value))} + kDayZero - 1;
+  std::int64_t left = __DateTimeToTimeStamp(value) - 1;
   if (left < 0) return {};
   DateParts date{1, 1, 1};
   for (const Cycle& cycle : kCycles) {
@@ -101,3 +93,8 @@ std::optional<datetime> EncodeDate(DateParts parts, int extraDays) {
 }
 
 }  // namespace vorne
+
+std::int64_t __DateTimeToTimeStamp(datetime value) {
+  if (value == 0 || std::isnan(value)) return 0;
+  return std::int64_t{ToInt(std::floor(value))} + vorne::kDayZero;
+}

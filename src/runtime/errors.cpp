@@ -1,4 +1,4 @@
-// Fatal errors, their texts, and the arrays that they save.
+// The texts of errors, and what a fatal one does before the process ends.
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -7,25 +7,21 @@
 #include "runtime/hooks.h"
 #include "runtime/internal.h"
 #include "runtime/messages.h"
-#include "runtime/process.h"
 
 using namespace vorne;
 
-int iSyncLang = 1;
-void (*pExit)() = nullptr;
-Obj_Node* pDumpArrays = nullptr;
-
-namespace {
-
-constexpr std::array stringErros = {
+constinit const std::array<const char*, 16> stringErros = {
     "ARGUMENT ERROR!", "BOUND ERROR!",  "DIVIDE BY ZERO!",       "RUNTIME ERROR!",    "INVALID FIELD!",
     "LOW MEMORY!",     "EG ARG!",       "ALIAS ALREADY EXISTS!", "IDX CREATE ERROR!", "IDX NOT EXISTS!",
     "INVALID ORDER!",  "CREATE ERROR!", "INDEX CREATE_ERROR!",   "INVALID INDEX!",    "ALIAS DOES NOT EXISTS!",
     "STACK FULL!",
 };
-static_assert(stringErros.size() == 16);
-
 char error_aux[1024] = "";
+
+namespace {
+
+/// What fails before the end stays on the call stack; no more than it can bear is tried.
+constexpr int kMostFailures = 64;
 
 /// Where the program was when it failed, one line a call; read by functions registered with __RegisterExit.
 char error_trace[4096] = "";
@@ -49,32 +45,6 @@ void writeTrace() {
   }
 }
 
-/// What a fatal error does before the process ends; any step may fail in turn.
-void prepareEnd(int aux) {
-  __DumpArray();
-  __begin_context();
-  if (aux != -1) __GetAuxError(aux);
-  writeTrace();
-  if (pExit != nullptr) pExit();
-  if (hooks.closeWorkAreas != nullptr) hooks.closeWorkAreas();
-}
-
-/// The registered pair of that name, null for none.
-Obj_Node* registeredPair(const char* name) {
-  const Arrays& pairs = *pDumpArrays->objData.mArray;
-  for (Obj_Node* element = pairs.pFirst; element != nullptr; element = element->objpNext) {
-    Obj_Node* pair = element->objData.mSubArray;
-    if (std::strcmp(__GET_ARRAY_EL(pair, 0)->objData.mbuff, name) == 0) return pair;
-  }
-  return nullptr;
-}
-
-/// Makes the list of saved arrays, which outlives every context of the run.
-void makeDumpList() {
-  pDumpArrays = __fcpObj_CT(vArray);
-  pDumpArrays->objContext = -1;
-}
-
 }  // namespace
 
 namespace vorne {
@@ -83,18 +53,29 @@ void ForgetAuxError() {
   error_aux[0] = '\0';
 }
 
-}  // namespace vorne
-
-void __RuntimeError(int /*code*/, int aux) {
-  static bool ending = false;
-  // An error inside the steps below, or before there is a record, goes straight to the end.
-  if (!ending && S_GLOB != nullptr) {
-    ending = true;
-    prepareEnd(aux);
-  }
-  std::printf("\nRunTimeError = %d", aux);
-  EndProcess(0);
+void PrepareEnd(int aux) {
+  // A step that fails comes back here through its own error: the rest is done on top of what it gave up.
+  static int failures = -1;
+  static int nextArray = 0;
+  static std::size_t nextStep = 0;
+  static void (*const kSteps[])(int) = {
+      [](int number) {
+        __begin_context();
+        if (number != -1) __GetAuxError(number);
+        writeTrace();
+      },
+      [](int) {
+        if (pExit != nullptr) pExit();
+      },
+      [](int) {
+        if (hooks.closeWorkAreas != nullptr) hooks.closeWorkAreas();
+      },
+  };
+  if (++failures < kMostFailures) DumpArraysFrom(nextArray);
+  while (nextStep < std::size(kSteps)) kSteps[nextStep++](aux);
 }
+
+}  // namespace vorne
 
 const char* __GetErrorTrace() {
   return error_trace;
@@ -114,46 +95,12 @@ void GetError(char* buf, int code) {
 }
 
 Obj_Node* __SetErrorLang(Obj_Node* n) {
-  const double language = NumberOrFail(n);
+  const double language = NumberArgument(n);
   iSyncLang = language > 3 ? 1 : ToInt(language);
   return Logical(true);
 }
 
-Obj_Node* __RegisterExit(void (*fn)()) {
-  if (fn != nullptr) pExit = fn;
+Obj_Node* __RegisterExit(void* fn) {
+  if (fn != nullptr) pExit = reinterpret_cast<void (*)()>(fn);
   return Logical(false);
-}
-
-Obj_Node* __RegisterArray(Obj_Node* name, Obj_Node* arr) {
-  if (name == nullptr || arr == nullptr) return Logical(false);
-  if (!HasText(name)) ArgumentError();
-  if (!IsArray(arr)) return Logical(false);
-  if (pDumpArrays == nullptr) makeDumpList();
-  if (registeredPair(name->objData.mbuff) != nullptr) return Logical(false);
-  Obj_Node* pair = __fcpObj_CT(vArray);
-  __AAdd(pair, name);
-  // Held, not handed over: the array stays its owner's, but lives as long as the list does.
-  __AAdd(pair, arr);
-  __AAdd(pDumpArrays, pair);
-  return Logical(true);
-}
-
-void __DumpArray() {
-  if (pDumpArrays == nullptr || S_GLOB == nullptr) return;
-  const Arrays& pairs = *pDumpArrays->objData.mArray;
-  for (Obj_Node* element = pairs.pFirst; element != nullptr; element = element->objpNext) {
-    Obj_Node* pair = element->objData.mSubArray;
-    ExecDumpArray(__GET_ARRAY_EL(pair, 0), __GET_ARRAY_EL(pair, 1));
-  }
-}
-
-Obj_Node* ExecDumpArray(Obj_Node* name, Obj_Node* arr) {
-  if (!HasText(name) || !IsArray(arr) || arr->objData.mArray->amntItens == 0) return Logical(false);
-  return Logical(hooks.saveArray != nullptr && hooks.saveArray(name->objData.mbuff, arr));
-}
-
-Obj_Node* __RestoreArray(Obj_Node* name) {
-  if (!HasText(name)) ArgumentError();
-  Obj_Node* restored = hooks.restoreArray == nullptr ? nullptr : hooks.restoreArray(name->objData.mbuff);
-  return restored == nullptr ? __INIT_NIL() : restored;
 }

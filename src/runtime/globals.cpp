@@ -9,14 +9,6 @@
 
 using namespace vorne;
 
-ObjsGlobals* S_GLOB = nullptr;
-
-namespace vorne {
-void FreeBlocks();
-void FreeConstants();
-void ForgetAuxError();
-}  // namespace vorne
-
 namespace {
 
 constexpr int kPools = 4;
@@ -122,6 +114,7 @@ ObjsGlobals* __RetGlob(short create) {
   glob.TBL_amnt_open_dbs = kWorkAreas;
   glob.LastConst = -1;
   glob.lang = Portuguese;
+  hooks.prepareEnd = PrepareEnd;
   S_GLOB = &glob;
   return S_GLOB;
 }
@@ -142,6 +135,7 @@ short __BeginGlobal() {
 void __EndGlobal() {
   if (S_GLOB == nullptr) return;
   call(hooks.closeNetwork);
+  call(hooks.closeMessageLog);
   FreeBlocks();
   call(hooks.closeWorkAreas);
   S_GLOB->LastContext = -32;  // below every context: nothing is too old to die
@@ -150,7 +144,7 @@ void __EndGlobal() {
   pDumpArrays = nullptr;  // was one of them
   call(hooks.freeVendorLibraries);
   freeValues();
-  call(hooks.closeCatalogue);
+  call(hooks.closeCatalog);
   Release(S_GLOB);  // the record's first member
   S_GLOB = nullptr;
 }

@@ -12,11 +12,15 @@ struct Hooks {
   void (*closeWindows)(int context) = nullptr;  ///< close every window opened in `context` or a later one
   void (*closeDialog)() = nullptr;              ///< close the current dialog
 
+  // Errors.
+  void (*prepareEnd)(int aux) = nullptr;  ///< what an error does before the process ends; set with the global record
+
   // The end of a run, in the order in which __EndGlobal calls them.
-  void (*closeNetwork)() = nullptr;         ///< free the communication buffers and the message log
+  void (*closeNetwork)() = nullptr;         ///< free the communication buffers
+  void (*closeMessageLog)() = nullptr;      ///< close the message log
   void (*closeWorkAreas)() = nullptr;       ///< close all tables; a fatal error calls it too
   void (*freeVendorLibraries)() = nullptr;  ///< empty the list of opened vendor libraries
-  void (*closeCatalogue)() = nullptr;       ///< close the record database's catalogue
+  void (*closeCatalog)() = nullptr;         ///< close the record database's catalogue
 
   // Synchronisation with the host server.
   void (*synchronise)() = nullptr;    ///< run a session
@@ -24,6 +28,7 @@ struct Hooks {
 
   // Arrays saved by a fatal error, kept in temporary databases.
   bool (*saveArray)(const char* name, Obj_Node* array) = nullptr;  ///< true when written
+  void (*logFailure)(const char* line) = nullptr;                  ///< a line for whoever looks after the workstation
   Obj_Node* (*restoreArray)(const char* name) = nullptr;           ///< null when there is none; deletes the copy
 };
 

@@ -3,18 +3,9 @@
 
 #include <cstddef>
 
-#include "runtime/vorneobjs.h"
+#include "runtime/arguments.h"
 
 namespace vorne {
-
-/// Raises error 0 with auxiliary number -1: a wrong argument.
-[[noreturn]] inline void ArgumentError() {
-  __RuntimeError(0, -1);
-}
-/// Raises error 1 with auxiliary number -1: an index outside an array.
-[[noreturn]] inline void BoundError() {
-  __RuntimeError(1, -1);
-}
 
 /// Indexes of the shared values in ObjsGlobals::mRetVal.
 enum Shared : int {
@@ -37,47 +28,20 @@ inline Obj_Node* Logical(bool v) {
   return SharedValue(v ? kTrue : kFalse);
 }
 
-inline bool IsText(const Obj_Node* n) {
-  return n != nullptr && n->objVarType == varString;
-}
-/// A text that can be read: one whose buffer was moved away is none.
-inline bool HasText(const Obj_Node* n) {
-  return IsText(n) && n->objData.mbuff != nullptr;
-}
-inline bool IsNumber(const Obj_Node* n) {
-  return n != nullptr && n->objVarType == varNumber;
-}
-inline bool IsDate(const Obj_Node* n) {
-  return n != nullptr && n->objVarType == varDate;
-}
-inline bool IsLogical(const Obj_Node* n) {
-  return n != nullptr && n->objVarType == varBool;
-}
-inline bool IsNil(const Obj_Node* n) {
-  return n != nullptr && n->objVarType == varNil;
-}
-inline bool IsTrue(const Obj_Node* n) {
-  return IsLogical(n) && n->objData.mbool != 0;
-}
-/// An array node (not an element that holds an array).
-inline bool IsArray(const Obj_Node* n) {
-  return n != nullptr && n->objType == vArray;
-}
-inline bool IsElementWithArray(const Obj_Node* n) {
-  return n != nullptr && n->objType == vElArray && n->objVarType == varArray && n->objData.mSubArray != nullptr;
-}
-
-inline double NumberOrFail(const Obj_Node* n) {
-  if (!IsNumber(n)) ArgumentError();
-  return n->objData.mdbl;
-}
-inline int IntOrFail(const Obj_Node* n) {
-  return ToInt(NumberOrFail(n));
-}
-
 /// Gives the `count` entries of a table of nodes their nodes, which stand behind it: table and nodes are one block.
 /// Returns the nodes, not yet filled. The table ends with `spare` null entries. Error 5.
 Obj_Node* MakeNodeTable(Obj_Node**& table, std::size_t count, std::size_t spare);
+
+/// What __EndGlobal frees of other files: the named blocks, the pool of constants, the last auxiliary message.
+void FreeBlocks();
+void FreeConstants();
+void ForgetAuxError();
+/// What a fatal error does before the process ends; `aux` of -1 is without a message. Called again by a step that
+/// fails, it takes the next ones.
+void PrepareEnd(int aux);
+/// Saves the registered arrays from number `next` on, which counts them. Called again after an error, it skips the
+/// array that raised it.
+void DumpArraysFrom(int& next);
 
 /// Slots of the value stack handed out since __BeginGlobal are those below this index; most calls need few of them.
 extern int usedSlots;
@@ -91,6 +55,9 @@ std::size_t TextRoom(const Obj_Node* text);
 Obj_Node* TextTemporary(char* buffer, std::int32_t length);
 /// A fresh copy of a text's bytes by the rule of bCheckBuffer. Error 5.
 char* CopyText(const Obj_Node* text);
+
+/// Assigns `value` to a slot that outlives the function that does so: its node lives until the run ends.
+void StoreForRun(Obj_Node*& slot, Obj_Node* value);
 
 /// The pool of a storage class; only vArray, vVariable and vElArray have one.
 inline ObjCDND& Pool(ObjType type) {
@@ -107,10 +74,5 @@ void ReleaseValue(Obj_Node* n);
 void KillArrays();
 /// Frees everything in the pools, whoever holds it.
 void FreePools();
-
-/// Walks a list of variadic arguments up to null or a varNul node.
-inline bool EndsList(const Obj_Node* n) {
-  return n == nullptr || n->objVarType == varNul;
-}
 
 }  // namespace vorne

@@ -127,12 +127,6 @@ Obj_Node* __fcObj_DT(Obj_Node* n) {
   return after;
 }
 
-Obj_Node* __ByRef(Obj_Node** slot) {
-  if (slot == nullptr) ArgumentError();
-  if (*slot == nullptr) *slot = __SET_OBJECT(nullptr, __INIT_NIL());
-  return *slot;
-}
-
 namespace vorne {
 
 Obj_Node* MakeNodeTable(Obj_Node**& table, std::size_t count, std::size_t spare) {

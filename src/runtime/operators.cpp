@@ -90,13 +90,13 @@ Obj_Node* daysLater(const Obj_Node* date, double days) {
 }
 
 Obj_Node* step(Obj_Node* a, double by) {
-  NumberOrFail(a);
+  NumberArgument(a);
   a->objData.mdbl += by;
   return a;
 }
 
 Obj_Node* stepAfter(Obj_Node* a, double by) {
-  Obj_Node* old = __INIT_DOUBLE(NumberOrFail(a));
+  Obj_Node* old = __INIT_DOUBLE(NumberArgument(a));
   a->objData.mdbl += by;
   return old;
 }
@@ -110,7 +110,7 @@ Obj_Node* __SUM(Obj_Node* a, Obj_Node* b) {
     case varDate:
       return __AddTod(a, b);
     case varNumber:
-      return __INIT_DOUBLE(a->objData.mdbl + NumberOrFail(b));
+      return __INIT_DOUBLE(a->objData.mdbl + NumberArgument(b));
     case varString:
       return concatenate(a, b);
     default:
@@ -122,29 +122,29 @@ Obj_Node* __SUB(Obj_Node* a, Obj_Node* b) {
   a = orOne(a);
   b = orOne(b);
   if (IsDate(a)) return __SubTod(a, b);
-  return __INIT_DOUBLE(NumberOrFail(a) - NumberOrFail(b));
+  return __INIT_DOUBLE(NumberArgument(a) - NumberArgument(b));
 }
 
 Obj_Node* __MUL(Obj_Node* a, Obj_Node* b) {
-  const double x = NumberOrFail(orOne(a));
-  return __INIT_DOUBLE(x * NumberOrFail(orOne(b)));
+  const double x = NumberArgument(orOne(a));
+  return __INIT_DOUBLE(x * NumberArgument(orOne(b)));
 }
 
 Obj_Node* __DIV(Obj_Node* a, Obj_Node* b) {
-  const double x = NumberOrFail(orOne(a));
-  const double y = NumberOrFail(orOne(b));
+  const double x = NumberArgument(orOne(a));
+  const double y = NumberArgument(orOne(b));
   return __INIT_DOUBLE(y == 0 ? y : x / y);
 }
 
 Obj_Node* __AddTod(Obj_Node* date, Obj_Node* days) {
   if (!IsDate(date)) ArgumentError();
-  return daysLater(date, NumberOrFail(days));
+  return daysLater(date, NumberArgument(days));
 }
 
 Obj_Node* __SubTod(Obj_Node* a, Obj_Node* b) {
   if (!IsDate(a)) ArgumentError();
   if (IsDate(b)) return __INIT_DOUBLE(a->objData.mdt - b->objData.mdt);
-  return daysLater(a, -NumberOrFail(b));
+  return daysLater(a, -NumberArgument(b));
 }
 
 Obj_Node* __EQ(Obj_Node* a, Obj_Node* b) {
@@ -184,7 +184,7 @@ Obj_Node* __OR(Obj_Node* a, Obj_Node* b) {
 Obj_Node* __INV(Obj_Node* a) {
   if (IsNil(a)) return SharedValue(kTrue);
   if (IsLogical(a)) return Logical(a->objData.mbool == 0);
-  return __INIT_DOUBLE(-NumberOrFail(a));
+  return __INIT_DOUBLE(-NumberArgument(a));
 }
 
 Obj_Node* __PREINCREMENT(Obj_Node* a) {

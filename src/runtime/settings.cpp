@@ -21,19 +21,12 @@ Obj_Node*& slot(int n) {
   return S_GLOB->Internal_Sets[n - 1];
 }
 
-void store(int n, Obj_Node* value) {
-  Obj_Node* node = __SET_OBJECT(slot(n), value);
-  // Settings outlive the function that makes them.
-  SetArrayContext(node, 1);
-  slot(n) = node;
-}
-
 bool century() {
   return IsTrue(slot(kCentury));
 }
 
 void storeStandardFormat() {
-  store(kDateFormat, __INIT_CHARPTR(century() ? "mm/dd/yyyy" : "mm/dd/yy"));
+  StoreForRun(slot(kDateFormat), __INIT_CHARPTR(century() ? "mm/dd/yyyy" : "mm/dd/yy"));
 }
 
 /// A date format's year made two or four letters wide, as the century setting wants it.
@@ -58,18 +51,18 @@ Obj_Node* fittedFormat(const Obj_Node* value) {
 
 void __InitSets() {
   for (int n = 1; n <= 13; ++n) slot(n) = nullptr;
-  store(kDateFormat, __INIT_CHARPTR("mm/dd/yy"));
-  store(kEpoch, __INIT_DOUBLE(1940));
-  store(kDecimals, __INIT_DOUBLE(2));
-  store(kNine, __INIT_BOOL(0));
-  store(kHideDeleted, __INIT_BOOL(0));
-  store(kCentury, __INIT_BOOL(0));
+  StoreForRun(slot(kDateFormat), __INIT_CHARPTR("mm/dd/yy"));
+  StoreForRun(slot(kEpoch), __INIT_DOUBLE(1940));
+  StoreForRun(slot(kDecimals), __INIT_DOUBLE(2));
+  StoreForRun(slot(kNine), __INIT_BOOL(0));
+  StoreForRun(slot(kHideDeleted), __INIT_BOOL(0));
+  StoreForRun(slot(kCentury), __INIT_BOOL(0));
 }
 
 Obj_Node* __Set(Obj_Node* n, Obj_Node* value) {
-  const int number = IntOrFail(n);
+  const int number = IntArgument(n);
   if (number < 1 || number > 12) ArgumentError();
-  if (value != nullptr) store(number, number == kDateFormat ? fittedFormat(value) : value);
+  if (value != nullptr) StoreForRun(slot(number), number == kDateFormat ? fittedFormat(value) : value);
   if (slot(number) == nullptr) return __INIT_NIL();
   if (number == kCentury && value != nullptr) storeStandardFormat();
   return slot(number);
@@ -78,7 +71,7 @@ Obj_Node* __Set(Obj_Node* n, Obj_Node* value) {
 Obj_Node* __SetCentury(Obj_Node* lgc) {
   if (lgc != nullptr) {
     if (!IsLogical(lgc)) ArgumentError();
-    store(kCentury, lgc);
+    StoreForRun(slot(kCentury), lgc);
     storeStandardFormat();
   }
   return slot(kCentury);

@@ -3,9 +3,6 @@
 
 using namespace vorne;
 
-Boolean bCheckBuffer = 0;
-Boolean bUseEncode64 = 1;
-
 extern "C" {
 __attribute__((visibility("default"))) void SetCheckBuffer(short on) {
   bCheckBuffer = on != 0;

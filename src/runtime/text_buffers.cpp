@@ -1,6 +1,5 @@
 // The buffers behind text values: room, copies, growth.
 #include <cstring>
-#include <limits>
 
 #include "runtime/internal.h"
 #include "runtime/memory.h"
@@ -51,18 +50,10 @@ int ContentLength(const Obj_Node* text) {
   return visible;
 }
 
-int ToInt(double v) {
-  using Limits = std::numeric_limits<int>;
-  if (!(v == v)) return 0;
-  if (v <= Limits::min()) return Limits::min();
-  if (v >= Limits::max()) return Limits::max();
-  return static_cast<int>(v);
-}
-
 void SETBUFFSIZE(Obj_Node* str, Obj_Node* n) {
   if (str == nullptr || n == nullptr) return;
   if (!IsText(str)) ArgumentError();
-  const int size = IntOrFail(n);
+  const int size = IntArgument(n);
   // A constant points at literal text that is not ours to free or to change.
   if (str->objType == vConst || str->objType == vRetval) return;
   if (size > 32767 || size < 1 || size < str->objLength) return;

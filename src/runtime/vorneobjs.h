@@ -1,5 +1,6 @@
 // The VORNE runtime core: script values, contexts, the value stack, the constant pool, settings, operators, arrays,
-// runtime errors and their messages.
+// runtime errors and their messages. It stands on nothing: what it needs of the floors above it calls through hooks.h.
+// Failures are raised with __RuntimeError, which ends the process.
 //
 // Conventions that hold for every function here:
 //  - A value is an Obj_Node. Constructors return temporaries in a ring of slots; a temporary stays valid until the ring
@@ -13,9 +14,12 @@
 //  - One thread at a time. Everything needs __BeginGlobal first, unless said otherwise.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <initializer_list>
 #include <span>
+
+#include "runtime/to_int.h"
 
 // ---------------------------------------------------------------------------------------------------------- values
 
@@ -215,7 +219,8 @@ Obj_Node* __INIT_CHARCONST(const char* s);
 /// arrays are shared, an array assigned over an array moves its elements. Constants stay as they are. Error 0 for a
 /// value of a reserved type, 5.
 Obj_Node* __SET_OBJECT(void* dest, Obj_Node* src);
-/// The node in `*slot`, made as a NIL variable first when there is none. Error 0 for a null `slot`.
+/// The node in `*slot`, made as a NIL variable first when there is none; it lives until the run ends, as the slot may
+/// be of any age. Error 0 for a null `slot`.
 Obj_Node* __ByRef(Obj_Node** slot);
 /// A new heap node of storage class `objType`, owned by the current context. Error 5.
 Obj_Node* __fcpObj_CT(int objType);
@@ -342,14 +347,14 @@ double dblRound(double v, int decimals);
 /// The date `days` (a number, truncated) days after `date`. A sum before 30 December 1899 wraps to a date in a distant
 /// future (see __DoEncodeDate). Error 0 for the empty date, a date beyond the year 9999 and a sum of 30 December 1899.
 Obj_Node* __AddTod(Obj_Node* date, Obj_Node* days);
+/// The number of the day that a date value falls on, 1 January of year 1 being day 1; 0 for the empty date and NaN.
+std::int64_t __DateTimeToTimeStamp(datetime value);
 /// The number of days from date `b` to date `a`, or the date `b` days before `a`. Error 0.
 Obj_Node* __SubTod(Obj_Node* a, Obj_Node* b);
 
 /// Bytes of a text's content. With bCheckBuffer on, all before its length field's end, or those before the first zero
 /// byte when nothing but zero bytes follows it; otherwise those before the first zero byte. 0 for any other value.
 int ContentLength(const Obj_Node* text);
-/// The int that a number stands for: NaN is 0, otherwise truncated toward zero and kept within the range of int.
-int ToInt(double v);
 
 // ----------------------------------------------------------------------------------------------------- arrays
 
@@ -363,14 +368,16 @@ Obj_Node* __Array(Obj_Node* dim1, ...);
 /// Appends `v` (a copy of a scalar, a share of an array); returns `a`. Error 1 beyond 32767 elements, or shares of one
 /// array.
 Obj_Node* __AAdd(Obj_Node* a, Obj_Node* v);
+/// The same, but returns the new element. Error 0 for a null `v`.
+Obj_Node* __NewArrayElement(Obj_Node* a, Obj_Node* v);
 /// Cuts or extends `a` to `n` elements; an empty array stays empty. Returns `a`.
 Obj_Node* __ASize(Obj_Node* a, Obj_Node* n);
 /// Removes element `n` and appends a NIL (an empty array in place of an array). Returns `a`.
 Obj_Node* __ADel(Obj_Node* a, Obj_Node* n);
 /// Inserts a NIL at `n`; the last element goes. Returns `a`.
 Obj_Node* __AIns(Obj_Node* a, Obj_Node* n);
-/// Sets elements from `start` on to `v`, while the index stays below an end that shrinks as the index grows: about
-/// half of `count`. `start` may be null. Returns `a`.
+/// Sets elements from `start` (default 1) on to `v`, while the index stays below an end that shrinks as the index
+/// grows: about half of `count`, which is the length when below 1 or NIL. Error 0 for a null `count`. Returns `a`.
 Obj_Node* __AFill(Obj_Node* a, Obj_Node* v, Obj_Node* start, Obj_Node* count);
 /// Copies from position `start` up to end position `count` into `dst` behind position `target`; the last element of
 /// `dst` is never written. Missing arguments count as 1. Returns `dst`.
@@ -412,11 +419,23 @@ int __Comp(Obj_Node* a, Obj_Node* b);
 void __SwapElements(Obj_Node* a, Obj_Node* b);
 /// Releases an array node that nobody holds any more; returns the node after it in the array pool.
 Obj_Node* __KillArray(Obj_Node* a);
+/// Releases those elements of a chain that belong to the current context or a later one; 1 when none is left. The
+/// header itself stays.
+short __KillArrayEl(Arrays* header);
 
 // --------------------------------------------------------------------------------------- errors and messages
 
+/// The texts of the codes, and the auxiliary messages in the three languages.
+extern const std::array<const char*, 16> stringErros;
+inline constexpr int kMessageCount = 141;
+using MessageTable = std::array<const char*, kMessageCount>;
+extern const MessageTable stringMsgErros, stringMsgErrosEng, stringMsgErrosSpa;
+/// The last auxiliary message, zero-terminated; empty for none.
+extern char error_aux[1024];
+
 /// Saves the registered arrays, builds the trace, closes the work areas, prints "RunTimeError = <aux>" and ends the
-/// process with status 0. Raised again while it runs, or without a global record, it only prints and ends.
+/// process with status 0. A step that fails in turn is given up, the next ones are still taken, and the number printed
+/// is that of the first error. Without a global record it only prints and ends.
 [[noreturn]] void __RuntimeError(int code, int aux);
 /// "Msg(<aux>)-<text>" in the message language, in a buffer that the next call overwrites; an unknown number has no
 /// text.
@@ -429,11 +448,12 @@ void GetError(char* buf, int code);
 const char* __GetErrorTrace();
 /// Message language; a number above 3 means 1. Error 0. Always true.
 Obj_Node* __SetErrorLang(Obj_Node* n);
-/// Stores a function to call before a fatal error ends the process (null is ignored). Always false.
-Obj_Node* __RegisterExit(void (*fn)());
+/// Stores a function to call before a fatal error ends the process, the address of a void (*)() (null is ignored).
+/// Always false.
+Obj_Node* __RegisterExit(void* fn);
 /// Has a fatal error save `arr` under `name`; false if that name is taken or something is missing. Error 0.
 Obj_Node* __RegisterArray(Obj_Node* name, Obj_Node* arr);
-/// Saves every registered array.
+/// Saves every registered array; one that cannot be saved is skipped, with a line in the diagnostic log.
 void __DumpArray();
 /// Saves one array under `name`; true when written.
 Obj_Node* ExecDumpArray(Obj_Node* name, Obj_Node* arr);

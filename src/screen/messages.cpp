@@ -2,8 +2,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "runtime/arguments.h"
 #include "runtime/hooks.h"
-#include "runtime/internal.h"
 #include "runtime/process.h"
 #include "screen/vornewin.h"
 

@@ -20,6 +20,7 @@
 #include <climits>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 
 #include "runtime/vorneobjs.h"
 #include "storage/disk_layout.h"
@@ -156,6 +157,7 @@ int setfilesz(pmymap map, long size);
 int liberarmap(pmymap map);                  ///< flushes, unmaps, closes and frees; 1, or 0 for null
 int UnmapViewOfFile(pmymap map);             ///< unmaps, without closing; always 1
 void TruncateFile(const char* name);         ///< empties or creates the file of that path
+extern std::FILE* pLogFile;                  ///< the open "saida.txt", null before the first line; appends
 void Logar(const char* message);             ///< a line in "saida.txt" of the working directory
 int FileExists(const char* name);            ///< 1 when a search for it finds an entry whose name occurs in it
 int FindFileInDefaultDir(const char* name);  ///< 1 when a search in the data directory finds it

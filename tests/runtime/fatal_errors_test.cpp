@@ -25,7 +25,7 @@ TEST_F(FatalErrors, CallTheExitFunctionThenCloseTheTables) {
     std::printf("[%s]", message);
   };
   expectEnd([] { __RuntimeError(99, 0); }, "\nRunTimeError = 0");
-  EXPECT_EQ(describe(__RegisterExit(report)), "F");
+  EXPECT_EQ(describe(__RegisterExit(reinterpret_cast<void*>(+report))), "F");
   EXPECT_EQ(describe(__RegisterExit(nullptr)), "F");  // keeps the function
   vorne::hooks.closeWorkAreas = [] { std::printf("[tables]"); };
   expectEnd([] { __RuntimeError(1, 134); },
@@ -33,21 +33,28 @@ TEST_F(FatalErrors, CallTheExitFunctionThenCloseTheTables) {
   expectEnd([] { __RuntimeError(1, -1); }, "[BOUND ERROR!][tables]\nRunTimeError = -1");
 }
 
-TEST_F(FatalErrors, RaisedAgainGoStraightToTheEnd) {
+TEST_F(FatalErrors, RaisedAgainSkipTheStepAndTellTheFirst) {
   const auto fail = [] { __RuntimeError(1, 8); };
+  vorne::hooks.closeWorkAreas = [] { std::printf("[tables]"); };
   pExit = [] { __RuntimeError(0, 7); };
-  expectEnd(fail, "\nRunTimeError = 7");
+  expectEnd(fail, "[tables]\nRunTimeError = 8");
   pExit = [] { number(1); };  // the ring is full, which was the error's cause
   const auto fillRing = [] {
     for (;;) __LockStack(number(1), __INIT_NUL());
   };
-  expectEnd(fillRing, "\nRunTimeError = -1");
+  expectEnd(fillRing, "[tables]\nRunTimeError = -1");
   pExit = nullptr;
   vorne::hooks.closeWorkAreas = [] { __ARRAY_EL(value("{}"), number(1), __INIT_NUL()); };
-  expectEnd(fail, "\nRunTimeError = -1");
-  vorne::hooks.saveArray = [](const char*, Obj_Node*) -> bool { __RuntimeError(5, 9); };
-  __RegisterArray(text("a"), value("{1}"));
-  expectEnd(fail, "\nRunTimeError = 9");
+  expectEnd(fail, "\nRunTimeError = 8");
+  vorne::hooks.saveArray = [](const char* name, Obj_Node*) -> bool {
+    if (*name == 'b') __RuntimeError(11, 9);
+    return std::printf("[%s]", name) > 0 && *name != 'd';
+  };
+  vorne::hooks.logFailure = [](const char* line) { std::printf("<%s>", line); };
+  for (const char* name : {"a", "b/c", "d", "e"}) __RegisterArray(text(name), value("{1}"));
+  expectEnd(fail, "[a]<Array b/c n\xE3o foi salvo>[d]<Array d n\xE3o foi salvo>[e]\nRunTimeError = 8");
+  for (int i = 0; i < 5000; ++i) __RegisterArray(text(("b" + std::to_string(i)).c_str()), value("{1}"));
+  EXPECT_TRUE(runChild(fail).output.ends_with("\nRunTimeError = 8"));
 }
 
 TEST_F(FatalErrors, EveryFailingAllocationOfAScriptIsReported) {
@@ -90,7 +97,7 @@ TEST_F(FatalErrors, Trace) {
 }
 
 TEST_F(FatalErrors, RegisteredArraysAreSavedAndRestored) {
-  vorne::hooks = {};
+  vorne::hooks.saveArray = nullptr;
   __begin_context();
   Obj_Node* cart = value("{{1,'milk'}}");
   EXPECT_EQ(describe(__RegisterArray(text("cart"), cart)), "T");

@@ -70,7 +70,7 @@ Err OpenCatalog() {
     FreeHandles();
     __RuntimeError(5, -1);
   }
-  hooks.closeCatalogue = CloseCatalog;
+  hooks.closeCatalog = CloseCatalog;
   ForgetCatalogNames();
   if (findDirectory()) {
     RecoverInterruptedChanges();

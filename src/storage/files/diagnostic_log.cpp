@@ -6,9 +6,16 @@
 #include "storage/files/descriptor.h"
 #include "storage/vornerdd.h"
 
+std::FILE* pLogFile = nullptr;
+
 namespace {
 
-int logFile = -1;
+std::FILE* openLog() {
+  const int file = vorne::OpenFile("saida.txt", O_WRONLY | O_CREAT | O_APPEND, 0666);
+  std::FILE* log = file < 0 ? nullptr : ::fdopen(file, "ab");
+  if (log == nullptr && file >= 0) vorne::fileSystem.close(file);
+  return log;
+}
 
 }  // namespace
 
@@ -33,8 +40,8 @@ void StorageFailure(const char* message) {
 }
 
 void CloseDiagnosticLog() {
-  if (logFile >= 0) fileSystem.close(logFile);
-  logFile = -1;
+  if (pLogFile != nullptr) std::fclose(pLogFile);
+  pLogFile = nullptr;
 }
 
 }  // namespace vorne
@@ -42,9 +49,9 @@ void CloseDiagnosticLog() {
 using namespace vorne;
 
 void Logar(const char* message) {
-  if (logFile < 0) logFile = OpenFile("saida.txt", O_WRONLY | O_CREAT | O_APPEND, 0666);
-  if (logFile < 0 || message == nullptr) return;
+  if (pLogFile == nullptr) pLogFile = openLog();
+  if (pLogFile == nullptr || message == nullptr) return;
   const std::string line = std::string(message) + "\n";
   // The only place where a failure could be told is this one.
-  static_cast<void>(fileSystem.write(logFile, line.data(), line.size()));
+  static_cast<void>(fileSystem.write(fileno(pLogFile), line.data(), line.size()));
 }

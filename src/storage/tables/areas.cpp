@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "builtins/arguments.h"
+#include "runtime/arguments.h"
 #include "storage/format/record_bytes.h"
 
 namespace vorne {
@@ -56,7 +56,7 @@ IDX_IndexesNames* IndexAt(const VORNE_RDD& area, int index) {
 }
 
 std::string CapitalText(const Obj_Node* text) {
-  if (!IsReadableText(text)) return {};
+  if (!HasText(text)) return {};
   std::string capitals(text->objData.mbuff);
   strupr(capitals.data());
   return capitals;
@@ -100,7 +100,7 @@ int __GetAliasID(Obj_Node* alias) {
   if (IsMissing(alias)) return S_GLOB->TBL_this;
   switch (alias->objVarType) {
     case varString:
-      return IsReadableText(alias) ? areaOfText(alias->objData.mbuff) : -1;
+      return HasText(alias) ? areaOfText(alias->objData.mbuff) : -1;
     case varNumber: {
       const int area = ToInt(alias->objData.mdbl);
       if (!IsAreaNumber(area)) __RuntimeError(3, kOutOfRange);

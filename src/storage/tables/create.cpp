@@ -1,8 +1,7 @@
 // Making, opening and deleting tables.
 #include <cstring>
 
-#include "builtins/arguments.h"
-#include "runtime/internal.h"
+#include "runtime/arguments.h"
 #include "storage/tables/index_attach.h"
 #include "storage/tables/opening.h"
 #include "storage/tables/table_descriptions.h"
@@ -84,17 +83,17 @@ bool deleteTable(const std::string& name) {
 
 // Scripts compare aliases by the constant that names them.
 Obj_Node* constantOf(Obj_Node* alias, const std::string& text) {
-  if (IsReadableText(alias) && alias->objType == vConst) return alias;
+  if (HasText(alias) && alias->objType == vConst) return alias;
   for (int i = 0; i <= S_GLOB->LastConst; ++i) {
     Obj_Node* constant = S_GLOB->mConst[i];
-    if (IsReadableText(constant) && text == constant->objData.mbuff) return constant;
+    if (HasText(constant) && text == constant->objData.mbuff) return constant;
   }
   return nullptr;
 }
 
 // The alias is compared as it was passed: areas keep it in capitals.
 void closeAreaWith(Obj_Node* alias, const std::string& name) {
-  const char* text = IsReadableText(alias) ? alias->objData.mbuff : name.c_str();
+  const char* text = HasText(alias) ? alias->objData.mbuff : name.c_str();
   for (int number = 0; number < S_GLOB->TBL_lasttable; ++number) {
     const VORNE_RDD* area = AreaAt(number);
     if (area == nullptr) continue;
@@ -108,7 +107,7 @@ void closeAreaWith(Obj_Node* alias, const std::string& name) {
 Obj_Node* __DBCREATE(Obj_Node* name, Obj_Node* structure, Obj_Node*) {
   if (IsMissing(name) || IsMissing(structure)) __RuntimeError(3, kMissing);
   Obj_Node* rows = arrayIn(structure);
-  if (!IsReadableText(name) || rows == nullptr) WrongArgument();
+  if (!HasText(name) || rows == nullptr) ArgumentError();
   const std::string capitals = CapitalText(name);
   if (capitals.empty() || capitals.size() > kMostLetters) __RuntimeError(6, kEmptyName);
   if (__Array_Get_Amnt_Itens(rows) < 1) __RuntimeError(6, kEmptyStructure);
@@ -132,9 +131,9 @@ Obj_Node* __DBCREATE(Obj_Node* name, Obj_Node* structure, Obj_Node*) {
 }
 
 Obj_Node* __DBUSEAREA(Obj_Node* newArea, Obj_Node*, Obj_Node* name, Obj_Node* alias, Obj_Node*, Obj_Node*) {
-  if (!IsReadableText(name)) __RuntimeError(3, kNoTable);
+  if (!HasText(name)) __RuntimeError(3, kNoTable);
   const std::string table = CapitalText(name);
-  const std::string capitals = IsReadableText(alias) ? CapitalText(alias) : table;
+  const std::string capitals = HasText(alias) ? CapitalText(alias) : table;
   closeAreaWith(alias, table);
   if (!IsTrue(newArea) && AreaAt(S_GLOB->TBL_this) != nullptr) __CloseTBL(S_GLOB->TBL_this);
   myAppInfoType* opened = __TBL_CreateOrOpen(table.c_str(), kTypeData, 3);
@@ -151,6 +150,6 @@ Obj_Node* __DBUSEAREA(Obj_Node* newArea, Obj_Node*, Obj_Node* name, Obj_Node* al
 }
 
 Obj_Node* __TBL_DeleteDatabase(Obj_Node* name) {
-  if (!IsReadableText(name)) WrongArgument();
+  if (!HasText(name)) ArgumentError();
   return __INIT_BOOL(deleteTable(CapitalText(name)));
 }

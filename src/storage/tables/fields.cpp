@@ -2,8 +2,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "builtins/arguments.h"
 #include "builtins/new_text.h"
+#include "runtime/arguments.h"
 #include "runtime/internal.h"
 #include "storage/format/keys.h"
 #include "storage/format/record_bytes.h"
@@ -19,7 +19,7 @@ constexpr int kUnreadableType = 8;
 
 // The number of the field that a script means, by name or number.
 int fieldIn(const VORNE_RDD& area, int number, Obj_Node* field) {
-  if (IsReadableText(field)) {
+  if (HasText(field)) {
     const int found = __GetFieldPos(number, field->objData.mbuff);
     if (found == 0) __RuntimeError(3, kUnknownName);
     return found;

@@ -2,12 +2,14 @@
 #include "runtime/hooks.h"
 
 #include "storage/databases/array_dump.h"
+#include "storage/vornerdd.h"
 
 namespace vorne {
 
 bool UseStorage() {
   hooks.saveArray = SaveArray;
   hooks.restoreArray = RestoreArray;
+  hooks.logFailure = Logar;
   return true;
 }
 

@@ -1,7 +1,7 @@
 // Opening and closing an area's indexes, and its current order.
 #include <strings.h>
 
-#include "builtins/arguments.h"
+#include "runtime/arguments.h"
 #include "runtime/memory.h"
 #include "storage/format/entry_order.h"
 #include "storage/format/keys.h"
@@ -21,7 +21,7 @@ constexpr char kNoIndexName[] = "INVALID_INDEX";
 // The index that a number (from 1) or a name means: -1 for none, -2 for one that does not exist.
 constexpr int kNone = -1, kUnknown = -2;
 int indexMeant(int number, const Obj_Node* order) {
-  if (IsReadableText(order)) {
+  if (HasText(order)) {
     const std::string name = CapitalText(order);
     if (name.empty() || name == kNoIndexName) return kNone;
     const int index = __GetIdxInd(number, name.c_str());

@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <cctype>
 
-#include "builtins/arguments.h"
+#include "runtime/arguments.h"
 #include "storage/format/keys.h"
 #include "storage/format/names.h"
 #include "storage/tables/index_attach.h"
@@ -128,7 +128,7 @@ Obj_Node* __DBCREATEINDEX(Obj_Node* name, Obj_Node* expression, Obj_Node* alias)
   if (IsMissing(name)) __RuntimeError(3, kNoName);
   if (IsMissing(expression)) __RuntimeError(3, kNoExpression);
   const std::string_view terms = TextArgument(expression).shown;
-  if (!IsReadableText(name)) WrongArgument();
+  if (!HasText(name)) ArgumentError();
   const std::string capitals = CapitalText(name);
   if (capitals.empty() || capitals.size() > kLongestTableName) __RuntimeError(3, kBadName);
   if (capitals == kNoIndexName) return __INIT_BOOL(0);
@@ -146,7 +146,7 @@ Obj_Node* __DBCREATEINDEX(Obj_Node* name, Obj_Node* expression, Obj_Node* alias)
 Obj_Node* __DBDROPINDEX(Obj_Node* name, Obj_Node* alias) {
   const int number = AreaNumber(alias);
   if (IsMissing(name)) __RuntimeError(3, kDropNoName);
-  if (!IsReadableText(name)) WrongArgument();
+  if (!HasText(name)) ArgumentError();
   const std::string capitals = CapitalText(name);
   if (capitals.empty()) __RuntimeError(3, kDropEmptyName);
   if (__GetIdxInd(number, capitals.c_str()) < 0) return __INIT_BOOL(0);

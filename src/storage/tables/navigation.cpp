@@ -1,5 +1,5 @@
 // Going from record to record.
-#include "builtins/arguments.h"
+#include "runtime/arguments.h"
 #include "storage/format/entry_order.h"
 #include "storage/format/record_bytes.h"
 #include "storage/records/entry_file.h"

@@ -3,7 +3,7 @@
 #include <cstring>
 #include <utility>
 
-#include "builtins/arguments.h"
+#include "runtime/arguments.h"
 #include "runtime/memory.h"
 #include "storage/format/entry_order.h"
 #include "storage/format/keys.h"
@@ -142,7 +142,7 @@ Obj_Node* __Seek(Obj_Node* alias, Obj_Node* key, Obj_Node* soft) {
     area.TBL_found = 0;
     return __INIT_BOOL(0);
   }
-  if (!IsReadableText(key)) __RuntimeError(3, kNoKeySubcode);
+  if (!HasText(key)) __RuntimeError(3, kNoKeySubcode);
   const bool softly = soft != nullptr && soft->objVarType == varBool && soft->objData.mbool != 0;
   Search(number, area, TextArgument(key).shown, softly).run();
   return __INIT_BOOL(static_cast<short>(area.TBL_found));

@@ -1,12 +1,12 @@
 // Auxiliary messages, English: the rows that differ from the Portuguese ones.
 // "conecting" and "Conection" are spelled as support staff know them from the logs.
+#pragma once
+
 #include "runtime/messages.h"
 
 namespace vorne {
 
-using namespace literals;
-
-const Translation stringMsgErrosEng[] = {
+inline constexpr Translation kEnglish[] = {
     {75, "Create a dial-up connection\ncalled VORNEConn"_l1},
     {76, "Error starting dial-up network: %d"_l1},
     {77, "Error starting dial-up network."_l1},
@@ -67,6 +67,5 @@ const Translation stringMsgErrosEng[] = {
     {139, "New connection"_l1},
     {140, "Invalid order."_l1},
 };
-const std::size_t stringMsgErrosEngCount = std::size(stringMsgErrosEng);
 
 }  // namespace vorne

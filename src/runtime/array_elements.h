@@ -1,4 +1,4 @@
-// Element access shared by the array files.
+// The elements of arrays: reaching, appending, cutting off.
 #pragma once
 
 #include "runtime/internal.h"
@@ -26,14 +26,6 @@ inline Obj_Node* ElementValue(Obj_Node* element) {
 Obj_Node* AppendElement(Obj_Node* array);
 /// Removes everything behind the first `kept` elements.
 void Truncate(Arrays& header, int kept);
-/// What counts of an element in a search or a sort: of a row its column (from 0), null when the row has none.
-Obj_Node* KeyOf(Obj_Node* element, int column);
-/// An optional column, counted from 1, as an index; error 0 for what is no number.
-int ColumnIndex(const Obj_Node* column);
-/// An optional start, counted from 1, as an index that is not negative.
-int StartIndex(const Obj_Node* start);
-/// An end position: the length when missing or out of range.
-int EndPosition(const Obj_Node* count, int length);
 /// Makes an element refer to an array.
 void HoldArray(Obj_Node* element, Obj_Node* array);
 

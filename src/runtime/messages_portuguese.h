@@ -1,11 +1,13 @@
 // Auxiliary messages, Portuguese: the table that the others follow row by row.
-#include "runtime/messages.h"
+#pragma once
+
+#include <array>
+
+#include "runtime/latin1.h"
 
 namespace vorne {
 
-using namespace literals;
-
-const char* const stringMsgErros[kMessageCount] = {
+inline constexpr std::array<const char*, 141> kPortuguese = {
     /*   0 */ "Erro Desconhecido!"_l1,
     /*   1 */ "VORNE: Init Failure!"_l1,
     /*   2 */ "__SCmpFunc\n (Tipo de Dados Desconhecido)"_l1,
