@@ -46,7 +46,7 @@ FLOORS = {
     'tools/tellira/sale': 'text/|edge/|library/|sale/|generated/',
     'tools/tellira/db': 'text/|edge/|db/|vornetab/|runtime/process$|storage/(disk_layout|tables)$|'
                         'storage/format/(description|keys|record_bytes)$|'
-                        'storage/(repair/directory_check|reading/table_reader|tables/areas)$',
+                        'storage/(repair/(directory_check|report|in_use|describe_table)|reading/table_reader|tables/areas)$',
     'devices/common': 'common/|' + VENDOR,
     'devices/printer': 'printer/|common/|' + VENDOR,
     'devices/tef': 'tef/|common/|' + VENDOR,
