@@ -197,7 +197,8 @@ TEST_F(DbRepair, DescribesATableAnewOnceItsRecordsFit) {
   const std::string before = contents(path("T"));
   Words describe{"describe", "t"};
   describe.insert(describe.end(), kFields.begin(), kFields.end());
-  EXPECT_THAT(db(describe).err, HasSubstr("T has a description that its records fit"));
+  EXPECT_THAT(db(describe).err, HasSubstr("T is described so already"));
+  EXPECT_THAT(db({"describe", "T", "A:C:6"}).err, HasSubstr("T has a description that its records fit"));
   patch("T", 92, std::string(50, '#'));
   EXPECT_THAT(problems(report({"--repair", "--yes"}, 1)),
               HasSubstr("`tellira db describe T FIELD:TYPE:LEN[:DEC] ...`"));

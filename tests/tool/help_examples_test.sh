@@ -12,7 +12,7 @@ cd "$work/base"
 { echo CODE,NAME,LIMIT; for i in $(seq 20); do echo "$i,Silva $i,$i.5"; done; } >customers.csv
 gzip -k customers.csv
 tr , ';' <customers.csv | sed 's/Silva/Jos\xE9/' >old.csv
-tellira db create CUSTOMER CODE:C:12 NAME:C:30 LIMIT:N:12:2 SINCE:D ACTIVE:L NOTES:M 2>/dev/null
+tellira db create CUSTOMER CODE:C:12 NAME:C:30 LIMIT:N:12:2 2>/dev/null
 tellira db import CUSTOMER customers.csv 2>/dev/null
 tellira db index create CUSTOMER BYNAME NAME,CODE 2>/dev/null
 for table in SALES CLIENTES; do
@@ -31,9 +31,6 @@ try() {
   tellira help "$@" >help
   sed -n '/^Examples*\b/,/^$/s/^  \(.*\<tellira .*\)/\1/p' help | sed "s,   .*,,; s,/srv/pos,$work/shop," >examples
   if grep -q 'db create CUSTOMER' examples; then tellira db --dir shop drop CUSTOMER --yes 2>/dev/null; fi
-  if grep -q 'db describe CUSTOMER' examples; then
-    dd if=/dev/zero of=shop/DB/CUSTOMER bs=1 seek=20 count=100 conv=notrunc 2>/dev/null
-  fi
   if grep -q 'index create' examples; then tellira db --dir shop index drop CUSTOMER BYNAME 2>/dev/null; fi
   while read -r line; do
     count=$((count + 1))

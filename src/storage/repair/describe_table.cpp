@@ -67,10 +67,13 @@ Described DescribeTable(const std::string& directory, const std::string& name, s
   Findings ofData(name), ofOffsets(offsetsName), misfits(name);
   DatabaseState state = CheckDatabase(kTypeData, files, ofData, ofOffsets);
   Described described;
+  const TableDescription table = DescriptionOf(name, std::move(fields));
+  const auto known = ReadDescription(SavedBlock(files, state.records));
+  described.isSame = known && TableBlock({0, table.name, 0, kTypeData, 3, 0, known->fields}) == TableBlock(table);
+  if (described.isSame) return described;
   described.refusal = Refusal(data, name, files, state, ofData.sound() && ofOffsets.sound());
   if (!described.refusal.empty()) return described;
 
-  const TableDescription table = DescriptionOf(name, std::move(fields));
   const Fit fit = FitOf(table, files, state, kAnyText);
   described.records = state.records.places.size();
   described.misfits = fit.misfits;

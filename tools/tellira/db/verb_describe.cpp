@@ -17,7 +17,7 @@ with, in their order (`tellira db create --help` explains them). They are held a
 written; the file as it was is copied to DB/repair-DATE-TIME. The program must not be running.
 
 Example:
-  tellira db describe CUSTOMER CODE:C:12 NAME:C:30 LIMIT:N:12:2 SINCE:D ACTIVE:L NOTES:M
+  tellira db describe CUSTOMER CODE:C:12 NAME:C:30 LIMIT:N:12:2
 
 Exit status: 0 done, 1 there is no such table, or records do not fit the fields, 2 wrong usage, or the table has its
 description.)";
@@ -36,6 +36,10 @@ int runDescribe(const DbOptions& group, const DescribeOptions& options) {
     refuse(shown(found->name) + " is no table: its type is " + codeText(found->entry.type),
            "`tellira db list` shows all types");
   const vorne::Described described = vorne::DescribeTable(directory, found->name, parsedFields(options.fields));
+  if (described.isSame) {
+    note(shown(found->name) + " is described so already; nothing was changed.");
+    return kDone;
+  }
   for (const vorne::Problem& misfit : described.problems)
     print(shown(misfit.file) + (misfit.record < 0 ? "" : ", record " + std::to_string(misfit.record)) + ": " +
           shown(misfit.problem) + "\n");
