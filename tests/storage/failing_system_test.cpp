@@ -4,6 +4,7 @@
 #include <sched.h>
 #include <sys/mount.h>
 
+#include "runtime/process.h"
 #include "storage/journal/journal.h"
 #include "storage/journal/recovery.h"
 #include "support/file_images.h"
@@ -197,6 +198,24 @@ TEST_F(HalfWay, ANewRecordWhoseEndIsStoredFirst) {
   EXPECT_NE(result.status, kCameBack);
   CloseCatalog();
   EXPECT_EQ(records(openStore("A")).size(), 1u);
+}
+
+TEST_F(HalfWay, AnEndKeepsTheJournalOnlyOfAChangeUnderWay) {
+  const auto journals = [] { return std::filesystem::exists("DB/journal.0"); };
+  for (const bool underWay : {false, true})
+    for (const auto end : {+[] { __RuntimeError(5, -1); }, +[] { vorne::EndProcess(0); }, +[] { CloseCatalog(); }}) {
+      runChild([&] {
+        const DmOpenRef db = openStore("A", vorne::kTypeData);
+        vorne::HasJournal();
+        if (underWay) vorne::KeepBytes(db->hFile, vorne::kHeaderSize, 4);
+        if (journals()) end();
+      });
+      EXPECT_EQ(journals(), underWay);
+      EXPECT_EQ(vorne::InterruptedChanges("DB").size(), underWay ? 1u : 0u);
+      OpenCatalog();
+      EXPECT_FALSE(journals());
+      CloseCatalog();
+    }
 }
 
 TEST_F(FailingSystem, DiskIsFull) {

@@ -89,6 +89,7 @@ Err OpenCatalog() {
     __RuntimeError(5, -1);
   }
   hooks.closeCatalog = CloseCatalog;
+  hooks.leaveJournal = LeaveJournal;
   ForgetCatalogNames();
   if (findDirectory()) {
     RecoverInterruptedChanges();

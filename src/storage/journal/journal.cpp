@@ -1,5 +1,7 @@
 #include "storage/journal/journal.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -21,6 +23,7 @@ struct OpenJournal {
   int file = -1;
   JournalFile* at = nullptr;
   std::string path;
+  pid_t owner = 0;            // a forked process must leave it to this one
   UInt32 room = 0, info = 0;  // bytes that have space
 };
 OpenJournal journal;
@@ -60,7 +63,7 @@ bool openJournal(const std::string& path) {
   ::clock_gettime(CLOCK_REALTIME, &now);
   at->session = static_cast<std::uint64_t>(now.tv_sec) * 1'000'000'000 + static_cast<std::uint64_t>(now.tv_nsec);
   at->magic = kJournalMagic;
-  journal = {file, at, path};
+  journal = {file, at, path, ::getpid()};
   return true;
 }
 
@@ -174,10 +177,14 @@ ChangeSeenByReaders::~ChangeSeenByReaders() {
 
 void CloseJournal() {
   if (journal.at == nullptr) return;
+  if (journal.at->state == kIdle && journal.owner == ::getpid()) fileSystem.unlink(journal.path.c_str());
   fileSystem.munmap(journal.at, sizeof(JournalFile));
-  fileSystem.unlink(journal.path.c_str());
   fileSystem.close(journal.file);
   journal = {};
+}
+
+void LeaveJournal() {
+  if (journal.at != nullptr && journal.at->state == kIdle) CloseJournal();
 }
 
 }  // namespace vorne
