@@ -17,6 +17,7 @@ namespace vorne {
 
 namespace {
 
+constexpr UInt32 kPage = 4096;
 constexpr UInt32 kLongestPause = 100'000;  // microseconds
 
 struct OpenJournal {
@@ -30,7 +31,6 @@ OpenJournal journal;
 
 // Space for so many bytes of both; whole pages, so that it is rarely asked for.
 bool reserve(UInt32 room, UInt32 info) {
-  constexpr UInt32 kPage = 4096;
   const auto reserveFrom = [](std::size_t begin, UInt32& has, UInt32 wanted) {
     wanted = std::min((wanted + kPage - 1) / kPage * kPage, kLargestProtected);
     const auto at = static_cast<std::int64_t>(begin);
@@ -64,6 +64,9 @@ bool openJournal(const std::string& path) {
   at->session = static_cast<std::uint64_t>(now.tv_sec) * 1'000'000'000 + static_cast<std::uint64_t>(now.tv_nsec);
   at->magic = kJournalMagic;
   journal = {file, at, path, ::getpid()};
+  // Room for every move at once, else for what is small: files that grow cannot take it then, and given back at the end
+  // it lets the next process delete and pack on a full disk.
+  if (!reserve(kLargestProtected, kPage)) reserve(kPage, kPage);
   return true;
 }
 
