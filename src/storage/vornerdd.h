@@ -235,7 +235,9 @@ void __PositionOnFirstNullCatalog(const char* name);
 
 // Databases.
 /// Makes a database; `type` DATA and MEMO have records of any length, INDX and all others records of one length. 1 for
-/// null, 537 when the name is taken (also as the offsets file of another). Error 11 when the file cannot be made.
+/// a name that no database can have: null, empty, over 31 bytes, ".", "..", with "/", "\\" or control bytes, one of the
+/// directory's own files, another database's offsets file. 537 when the name is taken, or its offsets file's is. Error
+/// 11 when the file cannot be made.
 Err DmCreateDatabase(UInt16 card, const char* name, UInt32 creator, UInt32 type, Boolean resource);
 /// The database's ID, 0 when there is none. An entry whose data file has vanished is cleared.
 LocalID DmFindDatabase(UInt16 card, const char* name);

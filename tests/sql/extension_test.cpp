@@ -2,6 +2,9 @@
 #include <random>
 
 #include "sql_fixture.h"
+#include "storage/files/system.h"
+#include "storage/reading/table_reader.h"
+#include "storage/tables/areas.h"
 
 namespace {
 
@@ -154,6 +157,50 @@ TEST_F(Extension, SurvivesEveryDamagedByte) {
   EXPECT_GT(answered, 1000);
 }
 
+// What is known of one table's surroundings serves the next: openings of files grow with their number.
+TEST_F(Extension, OpensFilesOnce) {
+  constexpr int kTables = 12, kFiles = 4 * kTables;
+  for (int i = 0; i < kTables; ++i) {
+    const std::string name = "T" + std::to_string(i), first = name + "A", second = name + "B";
+    make(name.c_str(), "{{'A','C',4,0},{'B','N',4,0}}");
+    __DBCREATEINDEX(text(first), text("A"));
+    __DBCREATEINDEX(text(second), text("B"));
+  }
+  close();
+  static int opened;
+  opened = 0;
+  vorne::fileSystem.open = [](const char* path, int flags, mode_t mode) {
+    ++opened;
+    return vorne::kSystem.open(path, flags, mode);
+  };
+  const auto openings = [](auto work) {
+    const int before = opened;
+    work();
+    return opened - before;
+  };
+  vorne::Dictionary dictionary(".");
+  EXPECT_LE(openings([&] { dictionary.renew(vorne::Dictionary::Heads::kOfAll); }), kFiles);
+  EXPECT_EQ(dictionary.indexesOf("t3").size(), 2U);
+  EXPECT_LE(openings([&] {
+              for (int i = 0; i < kTables; ++i)
+                EXPECT_EQ(vorne::TableReader(dictionary, "t" + std::to_string(i)).indexes().size(), 2U);
+            }),
+            2 * kFiles);
+  const auto use = [](const char* table) { __DBUSEAREA(__INIT_BOOL(1), nullptr, text(table)); };
+  EXPECT_LE(openings([&] { use("T0"); }), 2 * kTables + 20);
+  EXPECT_LE(openings([&] { use("T1"); }), 10);
+  // An index's name that another table took meanwhile belongs to it.
+  __DBDROPINDEX(text("T1A"));
+  __DBCREATEINDEX(text("T1A"), text("A"), text("T0"));
+  use("T1");
+  EXPECT_EQ(vorne::AreaAt(__GetAliasID(nullptr))->TBL_appinfo->TBL_numIndexes, 1U);
+  __dbCloseAll();
+  use("T0");
+  EXPECT_EQ(vorne::AreaAt(__GetAliasID(nullptr))->TBL_appinfo->TBL_numIndexes, 3U);
+  EXPECT_EQ(vorne::TableReader(".", "T0").indexes().size(), 3U);
+  vorne::fileSystem = vorne::kSystem;
+}
+
 TEST_F(Extension, AnswersInTheTool) {
   make("CLI", kStructure, {"NAME"});
   append("Jos\xE9", 3.5, 38063, true, "two\nlines, \"quoted\"");
@@ -183,16 +230,16 @@ TEST_F(Extension, AnswersInTheTool) {
       {"'SELECT name FROM clli'",
        "tellira: there is no table \"clli\".\n  near to it: CLI\n  next: `tellira db list` shows all of them.\n2"},
       {"'SELECT * FROM broken'",
-       "tellira: the table broken cannot be asked: the description of BROKEN cannot be read; `tellira db check` tells "
-       "more.\n1"},
+       "tellira: the description of BROKEN cannot be read; `tellira db check` tells more.\n1"},
       {"'SELECT nme FROM cli'",
        "tellira: SQL: no such column: nme, at character 8.\n  next: `tellira db schema TABLE` shows the fields of a "
        "table.\n2"},
       {"'SELECT 1; SELECT 2'", "tellira: there is more than one statement.\n  next: run one at a time.\n2"},
   };
   for (const auto& [arguments, expected] : kCases) EXPECT_EQ(tool(arguments), expected);
-  for (const char* statement : {"ATTACH 'x.db' AS x", "CREATE TABLE x(a)", "DELETE FROM cli",
-                                "PRAGMA journal_mode = DELETE", "SELECT load_extension('x')", "VACUUM INTO 'x.db'"})
+  for (const char* statement :
+       {"UPDATE sqlite_schema SET sql = 'x'", "ATTACH 'x.db' AS x", "CREATE TABLE x(a)", "DELETE FROM cli",
+        "PRAGMA journal_mode = DELETE", "SELECT load_extension('x')", "VACUUM INTO 'x.db'"})
     EXPECT_EQ(tool("\"" + std::string(statement) + "\"").substr(0, 40), "tellira: the statement does more than re")
         << statement;
   EXPECT_FALSE(std::filesystem::exists("x.db"));

@@ -81,6 +81,31 @@ TEST_F(FileCalls, MappingsAreWholePagesToTheSystem) {
   EXPECT_EQ(readFile("f").substr(4096, 3), ".!.");
 }
 
+TEST_F(FileCalls, MappedFilesHaveTheSizesThatFilesInTheFieldHave) {
+  std::filesystem::create_directory("DB");
+  std::snprintf(wcDir, sizeof wcDir, "DB");
+  const struct {
+    long added;
+    std::int32_t used, offset, allocated;
+  } kRows[] = {{100, 100, 0, 15360}, {15358, 15358, 0, 15360}, {15359, 15360, 1, 30720}, {40000, 40001, 1, 64642}};
+  for (const auto& row : kRows) {
+    std::filesystem::remove("DB/F");
+    const pmymap map = mapeararquivo("F");
+    ASSERT_EQ(map->szmap, 1);
+    EXPECT_EQ(increasefilesz(map, row.added), 1);
+    EXPECT_EQ(std::tie(map->szmap, map->offset), std::tie(row.used, row.offset)) << row.added;
+    EXPECT_EQ(map->szallocated, row.allocated) << row.added;
+    EXPECT_EQ(GetFileSize(map->hFile), row.allocated);
+    // A file may be cut below what it uses, never below its header.
+    EXPECT_EQ(setfilesz(map, 50), 1);
+    EXPECT_EQ(setfilesz(map, 19), 0);
+    EXPECT_EQ(GetFileSize(map->hFile), 50);
+    liberarmap(map);
+    EXPECT_EQ(readFile("DB/F").size(), 50u);
+  }
+  EXPECT_EXIT((::dup2(2, 1), increasefilesz(nullptr, 1)), testing::ExitedWithCode(0), "Falha de increase !mp");
+}
+
 void passTheSizeLimit(int signalMask) {
   const rlimit limit{4096, RLIM_INFINITY};
   setrlimit(RLIMIT_FSIZE, &limit);

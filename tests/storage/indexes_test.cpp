@@ -1,4 +1,6 @@
 // Indexes through the calls that scripts make: the bytes they leave, where a seek ends, what waits and what is noticed.
+#include <gmock/gmock.h>
+
 #include <algorithm>
 #include <random>
 #include <sstream>
@@ -6,9 +8,12 @@
 #include "runtime/values.h"
 #include "storage/files/system.h"
 #include "storage/format/keys.h"
+#include "storage/journal/journal.h"
+#include "storage/reading/table_reader.h"
 #include "storage/records/waiting_entries.h"
 #include "storage/repair/directory_check.h"
 #include "storage/tables/index_upkeep.h"
+#include "support/file_images.h"
 #include "support/store.h"
 
 using namespace vorne;
@@ -143,17 +148,17 @@ TEST_F(Indexes, Seek) {
   remove(4);
   remove(6);
   // Key, s for soft, h for hidden deleted records, where that leads. A soft seek that had to pass over a deleted record
-  // stays at that place, and its record is blank.
+  // stays at that place of the order, on no record.
   for (const std::string row : {"BA||3@1 found", "CA||6@3 found", "C||6@3 found", "C|h|5@4 found", "CA   ||6@3 found",
                                 "CA   and more||6@3 found", "CA   |h|0@3 eof", "||3@1 found", "CB||0@0 eof", "CB|s|4@6",
-                                "CB|sh|7@6", "D|sh|7@6", "A|s|3@1", "ZZ|s|0@0 eof"}) {
+                                "CB|sh|0@6", "D|sh|0@6", "A|s|3@1", "ZZ|s|0@0 eof"}) {
     const Strings part = parts(row);
     __Set(number(11), __INIT_BOOL(part[1].ends_with('h')));
     EXPECT_EQ(seek(part[0], part[1].starts_with('s')), part[2]) << row;
   }
-  // An entry that is missing: behind the last one the table's count still lets a soft seek look, and find nothing.
+  // An entry that is missing: behind the last one the table's count still lets a soft seek look, and notice it.
   DmRemoveRecord(index(), 6);
-  EXPECT_EQ(seek("Z", true), "0@7 eof bof");
+  EXPECT_EQ(seek("Z", true), "7@7 found");
   __dbZap();
   EXPECT_EQ(seek("A"), "0@0 eof bof");
   EXPECT_RUNTIME_ERROR(__Seek(text("X"), text("A")), 11);
@@ -258,11 +263,13 @@ TEST_F(Indexes, WhatDoesNotFitIsNoticedAndMadeAnew) {
       {changed(84, "TIAW"), "tabela T refeito: ficou atr", noMatch + "the program ended before it had all changes"},
       {changed(8, "\3").replace(16, 1, 1, static_cast<char>(begin + 3 * stride)), "outro n",
        noMatch + "it has 3 entries for 4 records"},
-      {changed(begin + 8, "\x09"), "chaves que", noMatch + "its entry names record 10 of 4"},
-      {changed(begin + 8 + 3, "\x80"), "chaves que", noMatch + "its entry names record 2147483650 of 4"},
+      {changed(begin + 8, "\x09"), "uma entrada para cada", noMatch + "its entry names record 10 of 4"},
+      {changed(begin + 8 + 3, "\x80"), "uma entrada para cada", noMatch + "its entry names record 2147483650 of 4"},
       {changed(begin + 12, "Z"), "chaves que", noMatch + "record 2 has another key"},
-      {changed(begin + 8, sound.substr(begin + 8 + 3 * stride, 9)), "chaves que",
+      {changed(begin + 8, sound.substr(begin + 8 + 3 * stride, 9)), "uma entrada para cada",
        noMatch + "the entry of record 3 is out of order"},
+      {changed(begin + 8 + 2 * stride, sound.substr(begin + 8 + stride, 9)), "uma entrada para cada",
+       noMatch + "record 3 has two entries"},
   };
   for (const auto& row : kRows) {
     std::filesystem::remove(directory_.path() / "saida.txt");
@@ -287,6 +294,92 @@ TEST_F(Indexes, WhatDoesNotFitIsNoticedAndMadeAnew) {
   reopen();
   EXPECT_EQ(area().TBL_appinfo->TBL_numIndexes, 0u);
   EXPECT_NE(log().find("campos da chave"), std::string::npos);
+}
+
+// Key fields numbered from 0, by a length that only this makes and by the keys alone: used, and left so.
+TEST_F(Indexes, KeepNumbersFromZero) {
+  const auto makeIt = [](const char* structure) {
+    __DBCREATE(text("T"), value(structure));
+    __DBUSEAREA(__INIT_BOOL(1), nullptr, text("T"));
+    for (const char* name : {"'C'", "'A'", "'B'"}) {
+      __DBAPPEND();
+      set("NAME", name);
+      __Commit();
+    }
+  };
+  for (const char* structure : {"{{'NAME','C',5,0},{'OTHER','C',9,0}}", "{{'OTHER','C',5,0},{'NAME','C',5,0}}"}) {
+    makeIt(structure);
+    ASSERT_TRUE(makeIndex("I", "NAME"));
+    __dbCloseAll();
+    CloseCatalog();
+    std::string bytes = readFile(file("I"));
+    --bytes[20 + 78];
+    writeFile(file("I"), bytes);
+    EXPECT_EQ(TableReader(".", "T").indexes().at(0).fields.at(0), structure[3] == 'N' ? 0u : 1u);
+    reopen();
+    __DBUSEAREA(__INIT_BOOL(1), nullptr, text("T"), text("AGAIN"));
+    ASSERT_EQ(area().TBL_appinfo->TBL_numIndexes, 1u) << log();
+    EXPECT_EQ(order() + visible(__IndexKey(nullptr, number(1))) + log(), "2 3 1 NAME");
+    __DBAPPEND();
+    set("NAME", "'AA'");
+    __Commit();
+    __TBL_CreateOrChangeMyAppInfo(area().TBL_appinfo);
+    EXPECT_EQ(order(), "2 4 3 1 ");
+    __dbCloseAll();
+    CloseCatalog();
+    EXPECT_EQ(readFile(file("I"))[20 + 78], bytes[20 + 78]);
+  }
+}
+
+// In a large index only some entries are looked at; whatever meets a record twice or not at all makes it anew.
+TEST_F(Indexes, DamageThatIsMetLaterIsMendedThen) {
+  constexpr int kRecords = 65600, kMissing = 6;
+  bBatchOper = 1;
+  makeTable({});
+  char name[6];
+  for (int i = 1; i <= kRecords; ++i) append((std::snprintf(name, sizeof name, "%05d", i), name));
+  ASSERT_TRUE(makeIndex("I", "NAME"));
+  __dbCloseAll();
+  CloseCatalog();
+  std::string bytes = readFile(file("I"));
+  const std::size_t begin = 20 + static_cast<unsigned char>(bytes[4]), stride = 8 + 4 + 5;
+  bytes.replace(begin + (kMissing - 1) * stride, stride, bytes.substr(begin + kMissing * stride, stride));
+  const std::pair<const char*, void (*)()> kWays[] = {
+      {"walk",
+       [] {
+         __TBL_SetOrder(nullptr, number(1));
+         __TBL_GoTop();
+         for (int i = 1; i < kMissing + 1; ++i) __TBL_Skip();
+       }},
+      {"search",
+       [] {
+         __TBL_GoTo(nullptr, number(kMissing));
+         __TBL_SetOrder(nullptr, number(1));
+       }},
+      {"merge",
+       [] {
+         for (const char* key : {"X", "00006"}) {
+           __TBL_GoTo(nullptr, number(kMissing));
+           set("NAME", std::string("'") + key + "'");
+           __Commit();
+           DmSyncDatabase(index());
+         }
+         __TBL_SetOrder(nullptr, number(1));
+         __TBL_GoTop();
+       }},
+  };
+  for (const auto& [words, meet] : kWays) {
+    std::filesystem::remove(directory_.path() / "saida.txt");
+    writeFile(file("I"), bytes);
+    reopen();
+    EXPECT_EQ(log(), "") << words;
+    meet();
+    EXPECT_NE(log().find("uma entrada para cada registro"), std::string::npos) << words;
+    EXPECT_EQ(seek("00006"), "6@6 found") << words;
+    __dbCloseAll();
+    CloseCatalog();
+  }
+  bBatchOper = 0;
 }
 
 TEST_F(Indexes, RefuseWhatCannotBe) {
@@ -323,5 +416,55 @@ TEST_F(Indexes, TakeTheNameOfOneThatWasNeverFinished) {
     EXPECT_TRUE(makeIndex("I", "NAME"));
     EXPECT_EQ(records(index()).size(), 2u);
     __DBDROPINDEX(text("I"));
+  }
+}
+
+// No more space on the disk, also for what file systems write that cannot reserve it.
+void fillDisk(int reserving) {
+  static int error;
+  error = reserving;
+  fileSystem.fallocate = [](int, off_t, off_t) { return errno = error, -1; };
+  fileSystem.write = [](int file, const void* bytes, std::size_t length) -> ssize_t {
+    return length < 200 ? kSystem.write(file, bytes, length) : (errno = ENOSPC, -1);
+  };
+}
+
+TEST_F(Indexes, AFullDiskKeepsNothingHalfMadeAndNoTableClosed) {
+  for (const int reserving : {ENOSPC, EOPNOTSUPP}) {
+    makeTable(Strings(2000, "ana"));
+    makeIndex("I", "NAME");
+    const std::string sound = readFile(file("I"));
+    reopen();
+    // Making one: it is taken back.
+    fillDisk(reserving);
+    EXPECT_EXIT((dup2(STDERR_FILENO, STDOUT_FILENO), makeIndex("J", "NAME+STR(PRICE)")), testing::ExitedWithCode(0),
+                "(journal|J): No space left on device \\([0-9]+ bytes\\)\nRunTimeError");
+    fileSystem = kSystem;
+    __dbCloseAll();
+    CloseCatalog();
+    EXPECT_EQ(DmFindDatabase(0, "J"), 0u);
+    // Opening with one that cannot be finished: the table is there without it, until there is space again.
+    CloseCatalog();
+    std::string behind = images::fileOf('B', sound.substr(20, images::get(sound, 4, 4)), 0, "");
+    writeFile(file("I"), behind.replace(20 + kEntriesWaitAt, 4, "TIAW"));
+    reopen();
+    EXPECT_EQ(area().TBL_appinfo->TBL_numIndexes, 1u);
+    __dbCloseAll();
+    CloseCatalog();
+    writeFile(file("I"), behind);
+    OpenCatalog();
+    HasJournal();
+    fillDisk(reserving);
+    reopen();
+    EXPECT_EQ(area().TBL_appinfo->TBL_numIndexes, 0u);
+    EXPECT_EQ(RecordCount(area()), 2000);
+    remove(7);
+    EXPECT_THAT(log(), testing::HasSubstr("\xCDndice I n\xE3o aberto: I: No space left on device"));
+    fileSystem = kSystem;
+    reopen();
+    EXPECT_EQ(DmNumRecords(index()), 2000u);
+    __dbCloseAll();
+    __TBL_DeleteDatabase(text("T"));
+    CloseCatalog();
   }
 }

@@ -1,8 +1,13 @@
 // The record database through its own calls: what they answer, what they leave in the files, byte for byte.
 #include <gmock/gmock.h>
+#include <sys/mman.h>
+
+#include <set>
 
 #include "storage/databases/tempdb.h"
 #include "storage/files/kept_copies.h"
+#include "storage/files/system.h"
+#include "support/child.h"
 #include "support/file_images.h"
 #include "support/store.h"
 #include "vorne.h"
@@ -61,17 +66,23 @@ TEST_F(Records, KindFollowsTheTypeAndNamesAreOneInAnyCase) {
     EXPECT_EQ(readFile(file(row.name)), std::string("\x02") + row.kind + std::string(18, 0));
   }
   const std::string before = readFile(file("catalog.plm"));
-  for (const char* taken : {"dados", "Dados_os", "DADOS_OS"})
-    EXPECT_EQ(DmCreateDatabase(0, taken, kCreator, kTypeData, 0), errAlreadyExists) << taken;
+  EXPECT_EQ(DmCreateDatabase(0, "dados", kCreator, kTypeData, 0), errAlreadyExists);
+  const std::string longest(31, 'n'), tooLong = longest + "n";
+  for (const char* name : {"Dados_os", "DADOS_OS", "", ".", "..", "a/b", "a\\b", "a\tb", "catalog.plm", "catalog.bck",
+                           "journal.0", tooLong.c_str()}) {
+    EXPECT_EQ(DmCreateDatabase(0, name, kCreator, kTypeData, 0), errArgument) << name;
+    EXPECT_EQ(DmFindDatabase(0, name), 0u) << name;
+  }
   EXPECT_EQ(readFile(file("catalog.plm")), before);
   // Another type code does not change what the files are.
   EXPECT_EQ(setDatabase("DADOS", {.type = &kTypeIndex}), errNone);
-  EXPECT_EQ(DmCreateDatabase(0, "DADOS_OS", kCreator, kTypeIndex, 0), errAlreadyExists);
+  EXPECT_EQ(DmCreateDatabase(0, "DADOS_OS", kCreator, kTypeIndex, 0), errArgument);
+  EXPECT_THAT(readFile("saida.txt"),
+              testing::HasSubstr("DADOS_OS n\xE3o pode ter este nome: um arquivo seria tamb\xE9m "
+                                 "do banco DADOS"));
   EXPECT_NE(openStore("outro"), nullptr);
   EXPECT_FALSE(std::filesystem::exists(file("outro")));
   EXPECT_EQ(DmCreateDatabase(0, nullptr, 0, 0, 0), errArgument);
-  for (const char* name : {"", "..", "a/b", "catalog.plm", "journal.0"})
-    EXPECT_RUNTIME_ERROR(DmCreateDatabase(0, name, 0, 0, 0), -1);
 
   // A freed entry is the next one's; an entry whose file has vanished is none.
   EXPECT_EQ(DmDeleteDatabase(0, DmFindDatabase(0, "textos")), errNone);
@@ -82,6 +93,91 @@ TEST_F(Records, KindFollowsTheTypeAndNamesAreOneInAnyCase) {
   std::filesystem::remove(file("ORDEM"));
   EXPECT_EQ(DmFindDatabase(0, "ORDEM"), 0u);
   EXPECT_EQ(readFile(file("catalog.plm")).substr(20 + 2 * 88, 88), std::string(88, 0));
+}
+
+// A database without an offsets file leaves alone what has the name of one.
+TEST_F(Records, NothingOfAnotherDatabaseIsTouched) {
+  const auto expectThere = [&](const char* after) {
+    CloseCatalog();
+    EXPECT_THAT(records(openStore("SALE_OS")), ElementsAre("one", "two")) << after;
+  };
+  put(openStore("SALE_OS", kTypeData), "one");
+  put(openStore("SALE_OS"), "two");
+  for (const UInt32 type : {kTypeIndex, FourChars("OTHR")}) {
+    ASSERT_NE(openStore("SALE", type), nullptr);
+    expectThere("making");
+    // Killed while it was being emptied: what is left is finished.
+    const ChildResult killed = runChild([] {
+      put(openStore("SALE"), "entry");
+      fileSystem.msync = [](void*, std::size_t, int) { return kill(getpid(), SIGKILL); };
+      __InternalZap(openStore("SALE"));
+    });
+    EXPECT_NE(killed.status, kCameBack);
+    fileSystem = kSystem;
+    expectThere("recovering");
+    EXPECT_EQ(setDatabase("SALE", {.name = "OTHER"}), errNone);
+    EXPECT_EQ(setDatabase("OTHER", {.name = "SALE"}), errNone);
+    expectThere("renaming");
+    EXPECT_EQ(DmDeleteDatabase(0, DmFindDatabase(0, "SALE")), errNone);
+    expectThere("deleting");
+  }
+  // Where both have come together nevertheless, the file is not taken for places of records.
+  openStore("ONE", kTypeData);
+  CloseCatalog();
+  std::filesystem::rename(file("ONE"), file("SALE"));
+  std::string catalog = readFile(file("catalog.plm"));
+  writeFile(file("catalog.plm"), catalog.replace(catalog.find("ONE"), 4, "SALE"));
+  EXPECT_EQ(openStore("SALE"), nullptr);
+  EXPECT_EQ(DmDeleteDatabase(0, DmFindDatabase(0, "SALE")), errNone);
+  expectThere("opening");
+}
+
+// What the count, the places and the marks agree on is believed more than the end that the header tells.
+TEST_F(Records, BehindAWrongEndAreFound) {
+  const Strings all(40, std::string(40, 'r'));
+  for (const UInt32 type : {kTypeData, kTypeIndex})
+    for (const UInt32 used : {0u, 1u, 20u, 61u, 1000u}) {
+      const char kind = static_cast<char>(KindOfType(type));
+      const std::string name = kind + std::to_string(used);
+      openStore(name.c_str(), type);
+      CloseCatalog();
+      std::string bytes = images::dataFile(kind, "0123456789", all);
+      if (kind == 'V') writeFile(file(name + "_OS"), images::offsetsFile(bytes));
+      images::put(bytes, 16, used, 4);
+      writeFile(file(name), bytes);
+      ASSERT_NE(openStore(name.c_str()), nullptr) << name;
+      EXPECT_EQ(records(openStore(name.c_str())), all) << name;
+      EXPECT_THAT(readFile("saida.txt"), testing::HasSubstr(name + ": tamanho usado corrigido de "));
+      // What was removed stays so, though its bytes may still stand behind the end.
+      CloseCatalog();
+      images::put(bytes, 8, 10, 4);
+      images::put(bytes, 16, images::places(bytes)[9] + 48, 4);
+      writeFile(file(name), bytes);
+      EXPECT_EQ(DmNumRecords(openStore(name.c_str())), 10u) << name;
+      CloseCatalog();
+    }
+}
+
+// A process dies in changing record 1; another one that has the file open goes on.
+TEST_F(Records, WrittenSinceAKillAreNotPutBack) {
+  const Strings all(4, std::string(5000, 'o'));
+  for (const std::string write : {"", "n", "w"}) {  // nothing, the change that was begun, something else
+    CloseCatalog();
+    const std::string name = "A" + write;
+    for (const std::string& bytes : all) put(openStore(name.c_str(), kTypeData), bytes);
+    CloseCatalog();
+    runChild([&] {
+      void* data = MemHandleLock(DmQueryRecord(openStore(name.c_str()), 1));
+      mprotect(reinterpret_cast<void*>((reinterpret_cast<std::uintptr_t>(data) + 4096) & ~std::uintptr_t{4095}), 4096,
+               PROT_READ);
+      DmWrite(data, 0, std::string(5000, 'n').data(), 5000);
+    });
+    if (!write.empty()) {
+      std::string bytes = readFile(file(name));
+      writeFile(file(name), bytes.replace(images::places(bytes)[1] + 8, 5000, 5000, write[0]));
+    }
+    EXPECT_EQ(record(openStore(name.c_str()), 1), std::string(5000, write == "w" ? 'w' : 'o')) << write;
+  }
 }
 
 TEST_F(Records, AnswersAtTheEdges) {
@@ -255,5 +351,10 @@ TEST_F(Records, KeepTheArraysThatAFatalErrorSaves) {
   DmCloseDatabase(db);
   EXPECT_EQ(__Array_Get_Amnt_Itens(restore()), 4) << "what is nested too deep begins anew";
   EXPECT_EQ(TemporaryName("clientes", 'P'), "CLIENTES.tPda");
-  EXPECT_EQ(TemporaryName(std::string(40, 'x'), '?'), std::string(26, 'X') + ".tLog");
+  const std::string shared(26, 'x');
+  EXPECT_EQ(TemporaryName(shared, '?'), std::string(26, 'X') + ".tLog");
+  std::set<std::string> names;
+  for (const char* more : {"", "1", "2", "22"}) names.insert(TemporaryName(shared + more, 'L'));
+  EXPECT_EQ(names.size(), 4u) << "one array does not replace another";
+  EXPECT_THAT(names, testing::Each(testing::SizeIs(31)));
 }

@@ -155,7 +155,7 @@ class Model {
   void go(Area& a, int place, bool through, int direction) {
     write(a);
     const int all = count();
-    if (place < 0 && all > 0) return go(a, 0, through, 1), static_cast<void>(a.bof = true);
+    if (place < 0 && all > 0) return go(a, 0, true, 1), static_cast<void>(a.bof = true);
     if (all == 0 || place >= all) return stop(a, true, true);
     const std::vector<int> records = through && !a.order.empty() ? order(a.order) : std::vector<int>();
     a.found = false;
@@ -194,20 +194,31 @@ class Model {
       if (!a.buffer.deleted && i < behind) return;
       if (!a.buffer.deleted || (i >= behind && !soft)) break;
     }
-    if (!soft) return stop(a, true, false);
-    a.eof = a.bof = a.found = false;
-    a.buffer = {};
+    stop(a, !soft, false);
   }
   void setNote(Area& a, const std::string& words) {
     if (a.buffer.memo == 0 || a.buffer.memo >= memos()) a.buffer.memo = memos() + 1;
     sql.run("INSERT OR REPLACE INTO m VALUES(?, ?)", {std::to_string(a.buffer.memo), words});
     a.changed = true;
   }
-  void pack() {
-    sql.run("DELETE FROM r WHERE deleted");
-    int place = 0;
+  // Edits that wait are written first; every area stays on its record, or stands on none.
+  void remove(const char* which) {
+    for (Area& any : areas) write(any);
+    sql.run(std::string("DELETE FROM r WHERE ") + which);
+    std::map<int, int> places;
     for (const Strings& row : sql.run("SELECT place FROM r ORDER BY place"))
-      sql.run("UPDATE r SET place = ? WHERE place = ?", {std::to_string(place++), row[0]});
+      places.emplace(std::stoi(row[0]), static_cast<int>(places.size()));
+    for (const auto& [from, to] : places)
+      sql.run("UPDATE r SET place = ? WHERE place = ?", {std::to_string(to), std::to_string(from)});
+    for (Area& any : areas) {
+      forgetPlaces(any);
+      if (any.record < 0) continue;
+      const auto now = places.find(any.record);
+      if (now == places.end())
+        stop(any, true, true);
+      else
+        any.place = any.record = now->second;
+    }
   }
   std::string note(const Area& a) {
     const auto rows = sql.run("SELECT words FROM m WHERE number = ?", {std::to_string(a.buffer.memo)});
@@ -377,9 +388,7 @@ class Runs {
   }
   void pack(Area& a) {
     __dbPack(alias(a));
-    model_.write(a);
-    model_.pack();
-    model_.forgetPlaces(a);
+    model_.remove("deleted");
     model_.go(a, 0, true, 1);
   }
   void walkOrZap(Area& a) {
@@ -389,11 +398,10 @@ class Runs {
       return;
     }
     __dbZap(alias(a));
-    model_.write(a);
+    for (Area& any : model_.areas) model_.write(any);
     if (model_.count() == 0) return;
-    model_.sql.run("DELETE FROM r");
+    model_.remove("true");
     model_.sql.run("DELETE FROM m");
-    model_.forgetPlaces(a);
     model_.go(a, 0, true, 1);
   }
   void index(Area& a) {

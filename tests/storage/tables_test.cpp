@@ -185,6 +185,48 @@ TEST_F(Tables, WalkAndStopAtTheEnds) {
   EXPECT_EQ(at() + describe(__TBL_RecNo()), "f1");
 }
 
+// What waits in another area is written first, and every area goes along with its record.
+TEST_F(Tables, PackAndZapTakeEveryAreaAlong) {
+  ASSERT_TRUE(create("C", "{{'NAME','C',20,0},{'PRICE','N',8,0}}") && use("C"));
+  for (const char* name : {"'a'", "'b'", "'c'", "'d'"}) append(name);
+  __DBCREATEINDEX(text("I"), text("NAME"));
+  ASSERT_TRUE(use("C", "OTHER"));
+  const auto deleteFirst = [] {
+    __TBL_Select(text("C"));
+    __TBL_GoTo(nullptr, number(1));
+    __TBL_Delete();
+    __dbPack();
+    __TBL_Select(text("OTHER"));
+  };
+  __TBL_SetOrder(nullptr, number(1));
+  // No record is skipped by the walk that begins before the first.
+  __TBL_GoTo(nullptr, number(4));
+  set("NAME", "'0'");
+  __TBL_GoTo(nullptr, number(-3));
+  EXPECT_EQ(at(), "0 bof");
+  __TBL_Skip();
+  EXPECT_EQ(at(), "a");
+  __TBL_GoTo(nullptr, number(2));
+  set("NAME", "'b2'");
+  deleteFirst();
+  EXPECT_EQ(at() + describe(__TBL_RecNo()), "b21");
+  set("PRICE", "7");
+  __Commit();
+  __TBL_Skip();
+  EXPECT_EQ(at() + describe(__TBL_RecNo()) + describe(__TBL_RecCount()), "c23");
+  __TBL_GoTo(nullptr, number(1));
+  EXPECT_EQ(at() + get("PRICE"), "b27");
+  deleteFirst();
+  EXPECT_EQ(at(), "none eof bof");
+  __DBAPPEND();
+  set("NAME", "'late'");
+  __TBL_Select(text("C"));
+  __dbZap();
+  __TBL_Select(text("OTHER"));
+  __Commit();
+  EXPECT_EQ(at() + describe(__TBL_RecCount()), "none eof bof0");
+}
+
 TEST_F(Tables, OpenAreasUnderAliases) {
   ASSERT_TRUE(create("A", "{{'NAME','C',5,0}}") && create("B", "{{'NAME','C',5,0}}"));
   ASSERT_TRUE(use("a") && use("b", "second"));
@@ -229,6 +271,13 @@ TEST_F(Tables, RefuseWhatIsWrong) {
         << structure;
   EXPECT_RUNTIME_ERROR(__DBCREATE(nullptr, nullptr), 36);
   EXPECT_RUNTIME_ERROR(create("", "{{'A','C',1,0}}"), 37);
+  const std::string longest(30, 'L'), tooLong = longest + "L", withMemo = longest.substr(1);
+  EXPECT_TRUE(create(longest.c_str(), "{{'A','C',1,0}}") && use(longest.c_str()));
+  EXPECT_TRUE(create(withMemo.c_str(), "{{'A','M',1,0}}") && use(withMemo.c_str()));
+  EXPECT_RUNTIME_ERROR(create(tooLong.c_str(), "{{'A','C',1,0}}"), 37);
+  EXPECT_RUNTIME_ERROR(create(longest.c_str(), "{{'A','M',1,0}}"), 37);
+  __DB_CloseArea();
+  use("C");
   EXPECT_RUNTIME_ERROR(use("NONE"), 53);
   EXPECT_RUNTIME_ERROR(__TBL_Eof(text("NONE")), 11);
   EXPECT_RUNTIME_ERROR(__GetAliasID(number(250)), 13);

@@ -178,6 +178,12 @@ TEST_F(Tables, AFailedImportLeavesTheTableAsItWas) {
     EXPECT_THAT(ran.err, HasSubstr(words));
   }
   EXPECT_EQ(files(), before);
+  // More rows than wait to be merged into an index: some of them are there already.
+  std::string many = kHead;
+  for (int i = 0; i < 70000; ++i) many += std::to_string(i) + ",,,,,\n";
+  EXPECT_THAT(db({"import", "GOODS", "-"}, many + "A,n,1x,,true,\n").err, HasSubstr("line 70002, column 3 (PRICE)"));
+  EXPECT_EQ(exported({"--order", "BYCODE"}), std::string(kHead) + "A,x,1.00,2004-03-17,true,memo\nB,y,2.00,,false,\n");
+  EXPECT_EQ(json::parse(ok({"schema", "BYCODE", "--json"}))["records"], 2);
   EXPECT_EQ(db({"check"}).status, 0);
 }
 
@@ -290,9 +296,14 @@ TEST_F(Tables, RefusesWithTheReasonAndTheNextStep) {
   for (const auto& [index, field] : {std::pair("BYCODE", "CODE"), std::pair("BYKEY", "PRICE"),
                                      std::pair("BYDATE", "SINCE"), std::pair("BYSOLD", "SOLD")})
     ok({"index", "create", "GOODS", index, field});
+  ok({"create", "SALE_OS", "A:C:3"});
   const std::tuple<Words, int, const char*> cases[] = {
       {{"create", "GOODS", "A:C:3"}, 2, "there is a database \"GOODS\" already"},
       {{"create", "GOODS_m", "A:C:3"}, 2, "there is a database \"GOODS_M\" already"},
+      {{"create", "goods_os", "A:C:3"}, 2, "GOODS_OS clashes with the database \"GOODS\": the two would have a file"},
+      {{"create", "SALE", "A:C:3"}, 2, "the name SALE clashes with the database \"SALE_OS\""},
+      {{"index", "create", "GOODS", "SALE", "NAME"}, 2, "SALE clashes with the database \"SALE_OS\""},
+      {{"index", "create", "GOODS", "BYCODE_OS", "NAME"}, 2, "clashes with the database \"BYCODE\""},
       {{"create", "A/B", "A:C:3"}, 2, "\"A/B\" cannot be the name of a table"},
       {{"create", "T", "A:X:3"}, 2, "has no type that can be stored"},
       {{"create", "T", "A:B:3"}, 2, "has no type that can be stored"},
@@ -318,6 +329,7 @@ TEST_F(Tables, RefusesWithTheReasonAndTheNextStep) {
       {{"seek", "GOODS", "BYKEY", "100000"}, 2, "does not fit the key field PRICE"},
       {{"seek", "GOODS", "BYDATE", "2004-02-30"}, 2, "is no date for the key field SINCE"},
       {{"seek", "GOODS", "BYSOLD", "yes"}, 2, "is no logical for the key field SOLD"},
+      {{"seek", "GOODS", "BYCODE", "-x"}, 2, "A word that begins with a dash and is no option stands behind --"},
       {{"delete", "GOODS", "2"}, 1, "there is no record 2 of GOODS, which has 1 record"},
       {{"recall", "GOODS", "0"}, 1, "there is no record 0"},
       {{"pack", "GOODS"}, 2, "add --yes"},
@@ -330,7 +342,7 @@ TEST_F(Tables, RefusesWithTheReasonAndTheNextStep) {
     EXPECT_EQ(ran.out, "") << text;
     EXPECT_THAT(ran.err, HasSubstr(text));
   }
-  EXPECT_EQ(json::parse(ok({"list", "--json"})).size(), 6U);
+  EXPECT_EQ(json::parse(ok({"list", "--json"})).size(), 7U);
 }
 
 TEST_F(Tables, AnExportReplacesNoDatabaseAndNoLink) {

@@ -50,14 +50,14 @@ TEST_F(Db, ListsAndDescribes) {
 TEST_F(Db, ChecksAndRepairs) {
   const Ran sound = run({"db", "check"});
   EXPECT_EQ(sound.status, 0);
-  EXPECT_EQ(sound.out, "SALES: sound, 3 records\nCafé: sound, 2 records\n2 databases, 5 records, 61.4 kB: sound\n");
+  EXPECT_EQ(sound.out, "SALES: sound, 3 records\nCafé: sound, 2 records\n2 databases, 5 records, 46.1 kB: sound\n");
   damage();
   store("notes.txt", "buy paper");
   const Ran checked = run({"db", "check"});
   EXPECT_EQ(checked.status, 1);
   EXPECT_THAT(checked.out, HasSubstr("SALES, record 2: its header is empty; nothing can be read from the 13 bytes"));
   EXPECT_THAT(checked.out, HasSubstr("note: notes.txt: it belongs to no database\n"));
-  EXPECT_THAT(checked.out, EndsWith("2 databases, 4 records, 61.4 kB: 1 problem, 1 record is lost\n"));
+  EXPECT_THAT(checked.out, EndsWith("2 databases, 4 records, 46.1 kB: 1 problem, 1 record is lost\n"));
   EXPECT_THAT(checked.err, HasSubstr("next: end the program and run `tellira db check --repair`"));
 
   const std::string before = stored("SALES");

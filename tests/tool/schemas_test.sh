@@ -56,6 +56,11 @@ valid db-seek 1 db seek GOODS BYCODE AA --soft --json
 valid db-seek 1 db seek GOODS BYCODE C --soft --json
 valid db-check 0 db check --json
 if "$tool" db sql 'SELECT 1' >/dev/null 2>&1; then valid db-sql 0 db sql --json 'SELECT * FROM GOODS'; fi
+# Running out of memory is told like every other failure; programs with a sanitizer do not start with so little.
+if (ulimit -v 400000 && "$tool" db sql 'SELECT 1') >/dev/null 2>&1; then
+  (ulimit -v 400000 && valid error 3 db sql --json 'SELECT length(hex(zeroblob(400000000)))')
+  grep -q 'there is not enough memory' words
+fi
 valid error 1 db seek NOTHING BYCODE A --json
 valid error 2 call ECF_Nada --json
 valid call 0 call ECF_LeituraX --json

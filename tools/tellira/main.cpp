@@ -58,10 +58,7 @@ int main(int argc, char** argv) {
   } catch (const tool::Failure& failure) {
     return flushed(tool::reportFailure(failure, json));
   } catch (const std::bad_alloc&) {
-    return tool::reportFailure({tool::kEnded,
-                                "stopped: there is not enough memory.\n  next: end other programs, or ask "
-                                "for less at once."},
-                               json);
+    return tool::reportFailure(tool::memoryFailure(), json);
   } catch (const std::exception& error) {
     return tool::reportFailure({tool::kEnded, std::string("stopped: ") + error.what() +
                                                   ".\n  next: try again; if it "

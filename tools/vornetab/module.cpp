@@ -1,4 +1,5 @@
 // What SQLite calls: virtual tables and cursors as it wants them, and failures as result codes.
+#include <map>
 #include <memory>
 #include <new>
 #include <string>
@@ -11,7 +12,7 @@ namespace vornetab {
 namespace {
 
 struct Table : sqlite3_vtab {
-  Table(const std::string& directory, const std::string& name) : sqlite3_vtab{}, reader(directory, name) {}
+  Table(vorne::Dictionary& dictionary, const std::string& name) : sqlite3_vtab{}, reader(dictionary, name) {}
 
   vorne::TableReader reader;
   int cursors = 0;
@@ -21,6 +22,9 @@ struct OpenCursor : sqlite3_vtab_cursor {
   explicit OpenCursor(Table& table) : sqlite3_vtab_cursor{}, rows(table.reader) {}
   Cursor rows;
 };
+
+// Of a connection's directories, by name: what its next table needs to know was read for the one before.
+using Dictionaries = std::map<std::string, vorne::Dictionary>;
 
 Table& tableOf(sqlite3_vtab* table) {
   return *static_cast<Table*>(table);
@@ -73,15 +77,18 @@ std::string unquoted(const std::string& argument) {
   return plain;
 }
 
-int connect(sqlite3* connection, void*, int count, const char* const* words, sqlite3_vtab** made, char** message) {
+int connect(sqlite3* connection, void* dictionaries, int count, const char* const* words, sqlite3_vtab** made,
+            char** message) {
   return guarded(message, [&] {
     constexpr int kOwnWords = 3;  // the module, the schema and the virtual table
     if (count != kOwnWords + 2) {
       *message = sqlite3_mprintf("vornetab needs two arguments: the directory that holds DB, and the table's name");
       return SQLITE_ERROR;
     }
-    auto table =
-        std::make_unique<Table>(unquoted(words[kOwnWords]), tool::latin1FromUtf8(unquoted(words[kOwnWords + 1])));
+    const std::string directory = unquoted(words[kOwnWords]);
+    vorne::Dictionary& dictionary =
+        static_cast<Dictionaries*>(dictionaries)->try_emplace(directory, directory).first->second;
+    auto table = std::make_unique<Table>(dictionary, tool::latin1FromUtf8(unquoted(words[kOwnWords + 1])));
     const int declared = sqlite3_declare_vtab(connection, declarationOf(table->reader.fields()).c_str());
     if (declared != SQLITE_OK) {
       *message = sqlite3_mprintf("%s", sqlite3_errmsg(connection));
@@ -173,7 +180,8 @@ const sqlite3_module kModule = makeModule();
 }  // namespace
 
 int registerModule(sqlite3* connection) {
-  return sqlite3_create_module_v2(connection, "vornetab", &kModule, nullptr, nullptr);
+  return sqlite3_create_module_v2(connection, "vornetab", &kModule, new Dictionaries,
+                                  [](void* dictionaries) { delete static_cast<Dictionaries*>(dictionaries); });
 }
 
 }  // namespace vornetab

@@ -5,7 +5,9 @@
 #include <string>
 
 #include "runtime/internal.h"
+#include "runtime/latin1.h"
 #include "storage/databases/tempdb.h"
+#include "storage/files/diagnostic_log.h"
 
 namespace vorne {
 
@@ -164,9 +166,9 @@ class Restore {
 
 bool SaveArray(const char* name, Obj_Node* array) {
   const DmOpenRef db = OpenTemporary(name, kList, IfExists::Replace);
-  if (db == nullptr) return false;
-  const bool whole = Dump(db).top(array);
-  DmCloseDatabase(db);
+  const bool whole = db != nullptr && Dump(db).top(array);
+  if (db != nullptr) DmCloseDatabase(db);
+  if (!whole) Logar(Message("A matriz %s não foi gravada por inteiro"_l1, name).c_str());
   return whole;
 }
 

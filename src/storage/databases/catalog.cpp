@@ -32,7 +32,11 @@ bool IsNamed(UInt32 place, const std::string& folded) {
 // entries: what is found is looked at again before it is believed, and read anew when it is not so.
 class Names {
  public:
-  void forget() { end_ = 0; }
+  void forget() {
+    end_ = 0;
+    ++generation_;
+  }
+  UInt32 generation() const { return generation_; }
 
   UInt32 find(const std::string& folded) {
     refresh();
@@ -83,7 +87,7 @@ class Names {
 
   std::unordered_map<std::string, UInt32> places_;
   std::set<UInt32> free_;
-  UInt32 end_ = 0;
+  UInt32 end_ = 0, generation_ = 0;
 };
 Names names;
 
@@ -95,6 +99,10 @@ void FlushCatalog() {
 
 void ForgetCatalogNames() {
   names.forget();
+}
+
+UInt32 CatalogGeneration() {
+  return names.generation();
 }
 
 UInt32 CatalogEntryOf(std::string_view name) {
@@ -126,11 +134,13 @@ void ChangeCatalogEntry(UInt32 place, const DatabaseHdrType& entry, const std::f
   const DatabaseHdrType before = CatalogEntryAt(place);
   names.remove(place);
   // The entry first: once a file has its new name, the entry tells it.
-  StoreProtected(rwCatalog, place, kCatalogEntrySize, [&](char* at) {
-    Store(at, entry);
-    StoreBarrier();
-    if (files && !files()) Store(at, before);
-  });
+  Store(RoomForBytes(kCatalogEntrySize), entry);
+  KeepBytes(rwCatalog, place, kCatalogEntrySize);
+  char* at = rwCatalog->mapmem + place;
+  Store(at, entry);
+  StoreBarrier();
+  if (files && !files()) Store(at, before);
+  BytesAreStored();
   FlushCatalog();
   if (IsFree(place))
     names.setFree(place);

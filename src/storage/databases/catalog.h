@@ -8,6 +8,8 @@
 
 namespace vorne {
 
+/// Another number whenever the catalogue has been opened or put back: what is known of its entries counts no longer.
+UInt32 CatalogGeneration();
 /// The place of the entry with that name, 0 for none. Takes the same time however many entries there are.
 UInt32 CatalogEntryOf(std::string_view name);
 DatabaseHdrType CatalogEntryAt(UInt32 place);

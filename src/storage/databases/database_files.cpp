@@ -5,6 +5,7 @@
 #include "runtime/latin1.h"
 #include "storage/databases/catalog.h"
 #include "storage/files/diagnostic_log.h"
+#include "storage/files/mapped_file.h"
 #include "storage/files/system.h"
 #include "storage/format/names.h"
 
@@ -19,36 +20,54 @@ bool HasVanished(std::string_view name) {
   return fileSystem.stat(PathOf(name).c_str(), &found) != 0 && errno == ENOENT;
 }
 
+namespace {
+
+// True for the places of a database's records, however long: what is another database's is never touched.
+bool isOffsetsFile(const std::string& name) {
+  const std::optional<FileHeader> header = HeaderInFile(name);
+  return header && header->Type == 0 && CatalogEntryOf(name) == 0;
+}
+
+}  // namespace
+
 bool RemoveFiles(std::string_view name) {
   if (!DeleteFile(PathOf(name).c_str()) && !HasVanished(name)) return false;
-  DeleteFile(PathOf(OffsetsName(name)).c_str());
+  RemoveOffsetsFile(name);
   return true;
 }
 
+void RemoveOffsetsFile(std::string_view name) {
+  if (isOffsetsFile(OffsetsName(name))) DeleteFile(PathOf(OffsetsName(name)).c_str());
+}
+
 bool RenameFiles(std::string_view from, std::string_view to) {
-  const std::string oldOffsets = PathOf(OffsetsName(from)), newOffsets = PathOf(OffsetsName(to));
   if (fileSystem.rename(PathOf(from).c_str(), PathOf(to).c_str()) != 0) return false;
-  if (fileSystem.rename(oldOffsets.c_str(), newOffsets.c_str()) != 0) {
-    DeleteFile(newOffsets.c_str());
-    DeleteFile(oldOffsets.c_str());
-  }
+  const std::string oldOffsets = OffsetsName(from), newOffsets = OffsetsName(to);
+  const bool free = HasVanished(newOffsets) || isOffsetsFile(newOffsets);
+  if (free && isOffsetsFile(oldOffsets) &&
+      fileSystem.rename(PathOf(oldOffsets).c_str(), PathOf(newOffsets).c_str()) == 0)
+    return true;
+  RemoveOffsetsFile(from);
+  RemoveOffsetsFile(to);
   return true;
 }
 
 bool HasOffsets(UInt32 entry) {
-  FileHeader header = {};
-  long size = 0;
-  const std::string name(CatalogEntryName(entry));
-  if (!HasVanished(name)) GetHeaderAndSize(name.c_str(), &header, &size);
-  return header.Type == kVariableDatabase || KindOfType(CatalogEntryAt(entry).type) == kVariableDatabase;
+  const std::optional<FileHeader> header = HeaderInFile(std::string(CatalogEntryName(entry)));
+  return KindOfType(CatalogEntryAt(entry).type) == kVariableDatabase || (header && header->Type == kVariableDatabase);
 }
 
-bool ClashesWithOffsets(const std::string& folded, bool hasOffsets) {
-  const std::string suffix = kOffsetsSuffix;
-  if (hasOffsets && CatalogEntryOf(folded + suffix) != 0) return true;
-  if (!folded.ends_with(suffix)) return false;
-  const UInt32 owner = CatalogEntryOf(folded.substr(0, folded.size() - suffix.size()));
-  return owner != 0 && HasOffsets(owner);
+UInt32 OwnerOfOffsets(const std::string& folded) {
+  const std::string_view suffix = kOffsetsSuffix;
+  if (!folded.ends_with(suffix)) return 0;
+  const UInt32 owner = CatalogEntryOf(std::string_view(folded).substr(0, folded.size() - suffix.size()));
+  return owner != 0 && HasOffsets(owner) ? owner : 0;
+}
+
+void LogClash(std::string_view name, UInt32 other) {
+  Logar(Message("O banco %s não pode ter este nome: um arquivo seria também do banco %s"_l1, std::string(name).c_str(),
+                std::string(CatalogEntryName(other)).c_str())
+            .c_str());
 }
 
 bool MakeDataFile(std::string_view name, std::uint32_t type) {

@@ -15,15 +15,18 @@ bool HasVanished(std::string_view name);
 /// Removes a database's files. False when the data file stays: without it a database is gone, an offsets file alone is
 /// nothing.
 bool RemoveFiles(std::string_view name);
+/// Removes the offsets file of a database of that name; a database of its own is left alone.
+void RemoveOffsetsFile(std::string_view name);
 /// Gives them another name; what is left of another database under that name goes. An offsets file that cannot follow
 /// is made anew by the next opening.
 bool RenameFiles(std::string_view from, std::string_view to);
 /// True when the database of that catalogue entry has an offsets file, by its type code or, since that may be changed
 /// at any time, by its data file.
 bool HasOffsets(UInt32 entry);
-/// True when a database of that name in capitals, with or without an offsets file, would have a file in common with
-/// another one: an offsets file has a name that a database could have.
-bool ClashesWithOffsets(const std::string& folded, bool hasOffsets);
+/// The catalogue entry of the database whose offsets file has that name in capitals, 0 for none.
+UInt32 OwnerOfOffsets(const std::string& folded);
+/// Tells in the log why a name cannot be: a database of that name would have a file in common with another one.
+void LogClash(std::string_view name, UInt32 other);
 /// Makes the data file of a database without records; one that is there keeps what lies behind its header.
 bool MakeDataFile(std::string_view name, std::uint32_t type);
 /// Error 11, told in the log.

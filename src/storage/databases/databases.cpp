@@ -7,33 +7,45 @@
 #include "storage/databases/database_files.h"
 #include "storage/databases/opening.h"
 #include "storage/format/names.h"
+#include "storage/journal/journal.h"
 #include "storage/records/app_info.h"
 #include "storage/records/open_databases.h"
 
 using namespace vorne;
 
+namespace {
+
+// Whether a database can have that name. What is in the way is told in the log, should it have another name.
+Err checkName(std::string_view name, bool hasOffsets) {
+  if (!IsDatabaseName(name)) return errArgument;
+  const std::string folded = FoldedName(name);
+  const UInt32 owner = OwnerOfOffsets(folded), taken = hasOffsets ? CatalogEntryOf(OffsetsName(folded)) : 0;
+  if (owner == 0 && taken == 0) return errNone;
+  LogClash(name, owner != 0 ? owner : taken);
+  return owner != 0 ? errArgument : errAlreadyExists;
+}
+
+}  // namespace
+
 Err DmCreateDatabase(UInt16, const char* name, UInt32 creator, UInt32 type, Boolean) {
   if (name == nullptr) return errArgument;
   if (const Err failed = OpenCatalog()) return failed;
-  const std::string_view shortName = ShortName(name);
   // Not found may also mean that too many are: only the entry tells that it can be made.
-  if (DmFindDatabase(0, name) != 0 || CatalogEntryOf(shortName) != 0 ||
-      ClashesWithOffsets(FoldedName(shortName), KindOfType(type) == kVariableDatabase))
-    return errAlreadyExists;
-  if (!IsDatabaseName(shortName)) CannotCreate(name);
+  if (DmFindDatabase(0, name) != 0 || CatalogEntryOf(name) != 0) return errAlreadyExists;
+  if (const Err failed = checkName(name, KindOfType(type) == kVariableDatabase)) return failed;
   // Files without an entry are what is left of a database that was being made or deleted.
-  DeleteFile(PathOf(shortName).c_str());
-  DeleteFile(PathOf(OffsetsName(shortName)).c_str());
+  DeleteFile(PathOf(name).c_str());
+  RemoveOffsetsFile(name);
 
   DatabaseHdrType entry = {};
-  std::memcpy(entry.name, shortName.data(), shortName.size());
+  std::string_view(name).copy(entry.name, kLongestName);
   GetLocalTime(&entry.creationDate);
   entry.modificationDate = entry.creationDate;
   entry.type = type;
   entry.creator = creator;
   __PositionOnFirstNullCatalog(entry.name);
-  if (!MakeDataFile(shortName, type)) {
-    DeleteFile(PathOf(shortName).c_str());
+  if (!MakeDataFile(name, type)) {
+    DeleteFile(PathOf(name).c_str());
     CannotCreate(name);
   }
   AddCatalogEntry(entry);
@@ -42,9 +54,8 @@ Err DmCreateDatabase(UInt16, const char* name, UInt32 creator, UInt32 type, Bool
 
 LocalID DmFindDatabase(UInt16, const char* name) {
   if (name == nullptr || OpenCatalog() != errNone) return 0;
-  const std::string_view wanted = ShortName(name);
-  if (const DmOpenRef open = FoundDatabase(wanted)) return IdOf(open);
-  const UInt32 entry = CatalogEntryOf(wanted);
+  if (const DmOpenRef open = FoundDatabase(name)) return IdOf(open);
+  const UInt32 entry = CatalogEntryOf(name);
   if (entry == 0) return 0;
   // The file has the name as the catalogue spells it.
   const std::string stored(CatalogEntryName(entry));
@@ -66,7 +77,11 @@ Err DmDeleteDatabase(UInt16, LocalID id) {
   UnmapDatabase(db);
   ForgetDatabase(db);
   bool removed = false;
-  ChangeCatalogEntry(entry, {}, [&] { return removed = RemoveFiles(name); });
+  // On a full disk it must go all the same; should the process die in between, its entry goes when it is looked for.
+  if (HasJournal())
+    ChangeCatalogEntry(entry, {}, [&] { return removed = RemoveFiles(name); });
+  else if ((removed = RemoveFiles(name)))
+    ClearCatalogEntry(entry);
   return removed ? errNone : errArgument;
 }
 
@@ -83,13 +98,12 @@ void take(T& to, const T* value) {
 
 Err rename(DmOpenRef db, const char* name) {
   const std::string from = db->fName;
-  const std::string to(ShortName(name));
+  const std::string to = name;
   if (to == from) return errNone;
   DatabaseHdrType entry = CatalogEntryAt(db->fOffset);
-  if (!IsDatabaseName(to)) return errArgument;
   const UInt32 taken = CatalogEntryOf(to);
-  if ((taken != 0 && taken != db->fOffset) || ClashesWithOffsets(FoldedName(to), HasOffsets(db->fOffset)))
-    return errAlreadyExists;
+  if (taken != 0 && taken != db->fOffset) return errAlreadyExists;
+  if (const Err failed = checkName(to, HasOffsets(db->fOffset))) return failed;
   std::memset(entry.name, 0, sizeof entry.name);
   std::memcpy(entry.name, to.data(), to.size());
   bool renamed = false;

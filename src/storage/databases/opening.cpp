@@ -8,6 +8,7 @@
 #include <string>
 
 #include "runtime/hooks.h"
+#include "runtime/latin1.h"
 #include "storage/databases/catalog.h"
 #include "storage/databases/rebuild.h"
 #include "storage/files/diagnostic_log.h"
@@ -50,6 +51,23 @@ void closeForGood(DmOpenRef db) {
   }
   UnmapDatabase(db);
   ForgetDatabase(db);
+}
+
+// Maps a database's files. False for what no database's files can be.
+bool mapFiles(DmOpenRef db) {
+  if (db->hFile == nullptr) db->hFile = mapeararquivo(db->fName);
+  db->HeadReaded = 0;
+  if (HeaderOf(*db->hFile).Type == kVariableDatabase) {
+    const std::string offsets = OffsetsName(db->fName);
+    if (db->hOS == nullptr) db->hOS = mapeararquivo(offsets.c_str());
+    if (HeaderOf(*db->hOS).Type != 0) {
+      Logar(Message("O banco %s não pode ser aberto: o arquivo %s é de outro banco"_l1, db->fName, offsets.c_str())
+                .c_str());
+      return false;
+    }
+  }
+  VerifyUsedSize(db);
+  return IsSoundHeader(*db->hFile);
 }
 
 void closeDatabases() {
@@ -110,11 +128,9 @@ int FindFileInDefaultDir(const char* name) {
 DmOpenRef DmOpenDatabase(UInt16, LocalID id, UInt16) {
   DmOpenRef db = DatabaseById(id);
   if (db == nullptr) return nullptr;
-  if (db->opens == 0) FreeHandlesOf(db);
-  if (db->hFile == nullptr) db->hFile = mapeararquivo(db->fName);
   if (db->opens == 0) {
-    db->HeadReaded = 0;
-    if (!IsSoundHeader(*db->hFile)) {
+    FreeHandlesOf(db);
+    if (!mapFiles(db)) {
       std::printf("Falhou Abertura de %s", db->fName);
       UnmapDatabase(db);
       return nullptr;
@@ -122,12 +138,10 @@ DmOpenRef DmOpenDatabase(UInt16, LocalID id, UInt16) {
   }
   __GetAppInfo(db);
   if (db->opens == 0) {
-    if (IsVariable(*db)) {
-      if (db->hOS == nullptr) db->hOS = mapeararquivo(OffsetsName(db->fName).c_str());
+    if (IsVariable(*db))
       VerifyFileOffset(db);
-    } else {
+    else
       VerifyEqualRecords(db);
-    }
     // A file into which nothing was ever stored, and nothing found in it: the first record goes behind its header.
     if (db->hFile->szmap < static_cast<std::int32_t>(kHeaderSize)) WriteUsedSize(db->hFile, kHeaderSize);
     db->Head = HeaderOf(*db->hFile);

@@ -1,6 +1,6 @@
 #include "storage/databases/tempdb.h"
 
-#include <cstring>
+#include <cstdio>
 
 #include "storage/format/names.h"
 
@@ -28,12 +28,25 @@ const Kind& KindOf(char letter) {
   return *kind;
 }
 
+// "~" and a check sum.
+std::string shortSum(const std::string& text) {
+  std::uint32_t sum = 0x811C9DC5u;
+  for (const char c : text) sum = (sum ^ static_cast<unsigned char>(c)) * 0x01000193u;
+  char digits[10];
+  std::snprintf(digits, sizeof digits, "~%08X", sum);
+  return digits;
+}
+
 }  // namespace
 
 std::string TemporaryName(const std::string& owner, char kind) {
   if (kind == kNameAsGiven) return owner;
-  const std::string suffix = KindOf(kind).suffix;
-  return FoldedName(owner.substr(0, kLongestName - suffix.size())) + suffix;
+  const std::string suffix = KindOf(kind).suffix, folded = FoldedName(owner);
+  const std::size_t room = kLongestName - suffix.size();
+  if (folded.size() <= room) return folded + suffix;
+  // Owners that are alike as far as there is room are told apart by what is left of them.
+  const std::string number = shortSum(folded);
+  return folded.substr(0, room - number.size()) + number + suffix;
 }
 
 UInt32 TemporaryCreator(char kind) {
@@ -57,15 +70,6 @@ DmOpenRef OpenTemporary(const std::string& owner, char kind, IfExists old) {
 void DeleteTemporary(const std::string& owner, char kind) {
   const LocalID id = DmFindDatabase(0, TemporaryName(owner, kind).c_str());
   if (id != 0) DmDeleteDatabase(0, id);
-}
-
-bool AppendRecord(DmOpenRef db, std::span<const char> bytes) {
-  if (bytes.size() > kLargestRecord) return false;
-  UInt32 index = kAppend;
-  const MemHandle handle = DmNewRecord(db, &index, static_cast<UInt32>(bytes.size()));
-  if (handle == nullptr) return false;
-  const Err written = DmWrite(MemHandleLock(handle), 0, bytes.data(), static_cast<UInt32>(bytes.size()));
-  return DmReleaseRecord(db, index, 0) == errNone && written == errNone;
 }
 
 std::span<const char> RecordBytes(DmOpenRef db, UInt32 index) {

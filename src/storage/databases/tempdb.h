@@ -5,7 +5,7 @@
 #include <span>
 #include <string>
 
-#include "storage/vornerdd.h"
+#include "storage/records/storing.h"
 
 namespace vorne {
 
@@ -19,7 +19,8 @@ enum TemporaryKind : char {
 };
 
 /// The database's name: the owner's in capitals and the kind's suffix. An owner's name that leaves no room for the
-/// suffix is cut, never the suffix, so a temporary database never has a table's name.
+/// suffix is cut and gets a check sum of itself, so that a temporary database never has a table's name nor another
+/// one's.
 std::string TemporaryName(const std::string& owner, char kind);
 /// Its creator code: the four letters of the suffix, 0 without one.
 UInt32 TemporaryCreator(char kind);
@@ -33,8 +34,6 @@ DmOpenRef FindTemporary(const std::string& owner, char kind);
 /// Closes nothing: for a database that nobody holds open. Harmless without one.
 void DeleteTemporary(const std::string& owner, char kind);
 
-/// Appends a record; false for one larger than 65535 bytes or without a handle.
-bool AppendRecord(DmOpenRef db, std::span<const char> bytes);
 /// The bytes of a record where they lie, until the next call for this database; empty when there is none.
 std::span<const char> RecordBytes(DmOpenRef db, UInt32 index);
 

@@ -1,7 +1,9 @@
 #include "storage/files/diagnostic_log.h"
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 
 #include "storage/files/descriptor.h"
 #include "storage/vornerdd.h"
@@ -33,10 +35,21 @@ std::string Message(const char* format, ...) {
   return text;
 }
 
-void StorageFailure(const char* message) {
+void StorageFailure(const char* message, const char* told) {
   Logar(message);
-  std::printf("%s", message);
+  if (told != nullptr) Logar(told);
+  std::printf("%s", told == nullptr ? message : told);
   __RuntimeError(5, -1);
+}
+
+std::string WhyNotStored(const char* file, std::int64_t bytes, int error) {
+  return Message("%s: %s (%lld bytes)", file, std::strerror(error), static_cast<long long>(bytes));
+}
+
+void FileFailure(const std::string& message, const char* file, std::int64_t bytes) {
+  const bool full = errno == ENOSPC || errno == EDQUOT || errno == EFBIG;
+  const std::string told = WhyNotStored(file, bytes, errno);
+  StorageFailure(message.c_str(), full ? told.c_str() : nullptr);
 }
 
 void CloseDiagnosticLog() {

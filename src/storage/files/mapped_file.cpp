@@ -20,10 +20,34 @@ namespace {
 
 using namespace vorne;
 
+// Writes what the file holds there once more, zeros where it has a hole: then it has space.
+bool writeAgain(int file, std::int64_t from, std::int64_t to) {
+  char bytes[4096];
+  while (from < to) {
+    const auto size = static_cast<std::size_t>(std::min<std::int64_t>(to - from, sizeof bytes));
+    if (fileSystem.lseek(file, static_cast<off_t>(from), SEEK_SET) != from) return false;
+    const ssize_t there = fileSystem.read(file, bytes, size);
+    if (there <= 0 || fileSystem.lseek(file, static_cast<off_t>(from), SEEK_SET) != from) return false;
+    const ssize_t written = fileSystem.write(file, bytes, static_cast<std::size_t>(there));
+    if (written != there) {
+      if (written >= 0) errno = ENOSPC;
+      return false;
+    }
+    from += there;
+  }
+  return true;
+}
+
 constexpr std::size_t kNameLimit = 128;
 
 // With 64-bit addresses the largest size is held from the start, so that growth never moves what callers look at.
 constexpr std::uint32_t kHeldAddresses = sizeof(void*) == 8 ? 0x10000000 : 0;
+
+// What the last growth that failed wanted, and why it did.
+struct {
+  std::int64_t bytes = 0;
+  int error = 0;
+} failedGrowth;
 
 // A file that is used a lot grows in larger steps.
 std::int64_t GrowthStep(int resize) {
@@ -62,17 +86,14 @@ void StoreUsed(pmymap map, std::int64_t size) {
   StoreBarrier();
 }
 
+void AddUsed(pmymap map, std::int64_t old, std::int64_t n) {
+  map->offset = static_cast<std::int32_t>(old);
+  StoreUsed(map, std::max<std::int64_t>(old + n, kHeaderSize));
+}
+
 // Sizes here never pass kLargestFile, or are those of a file that there is.
 bool Cut(int file, std::int64_t size) {
   return fileSystem.ftruncate(file, static_cast<off_t>(size)) == 0;
-}
-
-// Real space from `from` to `to`, so that a full disk is told here and not by a signal at the first store. File systems
-// that cannot reserve are taken at their word.
-bool ReserveSpace(int file, std::int64_t from, std::int64_t to) {
-  if (to <= from || fileSystem.fallocate(file, static_cast<off_t>(from), static_cast<off_t>(to - from)) == 0)
-    return true;
-  return errno == EOPNOTSUPP || errno == EINVAL || errno == ENOSYS;
 }
 
 // Stores the zeros that the new part of a file reads as anyway: the system then keeps it in few large pieces, where the
@@ -145,9 +166,11 @@ Sizes SizesOf(const FileHeader& header, std::int64_t fileSize) {
 // Brings the file to `size` bytes, with real space where it had none; its old size comes back when that fails.
 bool SizeFile(int file, std::int64_t oldSize, std::int64_t size) {
   if (size <= oldSize) return true;
-  const bool sized = Cut(file, size) && (oldSize >= kSmallestFile || ReserveSpace(file, 0, kSmallestFile));
-  if (!sized) Cut(file, oldSize);
-  return sized;
+  if (Cut(file, size) && (oldSize >= kSmallestFile || ReserveSpace(file, 0, kSmallestFile))) return true;
+  const int failure = errno;
+  Cut(file, oldSize);
+  errno = failure;
+  return false;
 }
 
 }  // namespace
@@ -192,7 +215,7 @@ pmymap mapeararquivo(const char* name) {
   const std::int64_t size = FieldSize(sizes.allocated);
   map->szmap = static_cast<std::int32_t>(sizes.used);
   if (!GetMappedFile(map.get(), static_cast<long>(size)))
-    StorageFailure(Message("Falha na criação do Mapeamento %s"_l1, name).c_str());
+    FileFailure(Message("Falha na criação do Mapeamento %s"_l1, name), name, size - fileSize);
   if (sizes.fresh || sizes.allocated != size || header.szmap != static_cast<std::uint32_t>(map->szmap)) {
     header.szmap = static_cast<std::uint32_t>(map->szmap);
     header.szallocated = static_cast<std::uint32_t>(size);
@@ -228,16 +251,39 @@ int GetMappedFile(pmymap map, long size) {
 
 namespace vorne {
 
+bool ReserveSpace(int file, std::int64_t from, std::int64_t to) {
+  if (to <= from || fileSystem.fallocate(file, static_cast<off_t>(from), static_cast<off_t>(to - from)) == 0)
+    return true;
+  return (errno == EOPNOTSUPP || errno == EINVAL || errno == ENOSYS) && writeAgain(file, from, to);
+}
+
+std::optional<FileHeader> HeaderInFile(const std::string& name) {
+  const int file = OpenFile(GetWideName(name.c_str()), O_RDONLY | O_NONBLOCK);
+  if (file < 0) return {};
+  FileHeader header = {};
+  const ssize_t read = fileSystem.read(file, &header, sizeof header);
+  fileSystem.close(file);
+  if (read < 0) return {};
+  return read == static_cast<ssize_t>(sizeof header) ? header : FileHeader{};
+}
+
 bool EnsureRoom(pmymap map, long n) {
-  const std::int64_t used = UsedSize(*map) + n;
-  if (map->szallocated <= map->szmap + static_cast<std::int64_t>(n) && !Grow(map, used)) return false;
-  return ReserveAhead(map, used);
+  const std::int64_t used = std::int64_t{map->szmap} + n;
+  errno = 0;
+  if ((map->szallocated > used || Grow(map, used)) && ReserveAhead(map, used)) return true;
+  failedGrowth = {n, errno == 0 ? EFBIG : errno};
+  return false;
+}
+
+std::string WhyNotGrown(const mymap& map) {
+  return WhyNotStored(map.cfile, failedGrowth.bytes, failedGrowth.error);
 }
 
 void GrowthFailure(const mymap& map) {
-  StorageFailure(Message("falhou CreateFileMapping do arquivo %s sz=%ld %s", map.cfile,
-                         static_cast<long>(map.szallocated), __MemoryReport())
-                     .c_str());
+  const std::string message = Message("falhou CreateFileMapping do arquivo %s sz=%ld %s", map.cfile,
+                                      static_cast<long>(map.szallocated), __MemoryReport());
+  errno = failedGrowth.error;
+  FileFailure(message, map.cfile, failedGrowth.bytes);
 }
 
 void WriteHeader(pmymap map, FileHeader header) {
@@ -254,9 +300,7 @@ void WriteUsedSize(pmymap map, std::int64_t size) {
 }
 
 void ExtendUsed(pmymap map, std::int64_t n) {
-  const std::int64_t old = UsedSize(*map);
-  map->offset = static_cast<std::int32_t>(old);
-  StoreUsed(map, std::max<std::int64_t>(old + n, kHeaderSize));
+  AddUsed(map, UsedSize(*map), n);
 }
 
 void StoreCount(pmymap map, UInt32 count) {
@@ -269,18 +313,23 @@ void StoreCount(pmymap map, UInt32 count) {
 int increasefilesz(pmymap map, long n) {
   if (map == nullptr) {
     Logar("Falha de increase !mp");
+    std::printf("Falha de increase !mp");
     __RuntimeError(0, -1);
   }
   const bool grows = map->szallocated <= map->szmap + static_cast<std::int64_t>(n);
   const long added = grows && n < 0 ? static_cast<long>(kSmallestFile) : n;
   if (!EnsureRoom(map, added)) return 0;
-  ExtendUsed(map, added);
+  // A growth counts the byte that a new file has as used, room that is there does not: sizes in the field came so.
+  if (grows)
+    AddUsed(map, map->szmap, added);
+  else
+    ExtendUsed(map, added);
   if (grows || !bBatchOper) FlushHeader(*map);
   return 1;
 }
 
 int setfilesz(pmymap map, long size) {
-  if (map == nullptr || size < map->szmap || size > static_cast<long>(kLargestFile)) return 0;
+  if (map == nullptr || size < static_cast<long>(kHeaderSize) || size > static_cast<long>(kLargestFile)) return 0;
   FlushUsed(*map);
   const std::int64_t old = map->szallocated;
   if (!Cut(map->hFile, size)) return 0;
@@ -294,10 +343,12 @@ int setfilesz(pmymap map, long size) {
     }
   }
   if (!real || static_cast<std::size_t>(size) > map->mapped) {
+    const int failure = errno;
     Cut(map->hFile, old);
+    errno = failure;
     return 0;
   }
-  if (map->reserved >= old) map->reserved = static_cast<std::int32_t>(size);
+  if (map->reserved >= old || map->reserved > size) map->reserved = static_cast<std::int32_t>(size);
   map->hFileMap = map->mapmem;
   StoreAllocated(map, size);
   FlushHeader(*map);

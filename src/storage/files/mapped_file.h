@@ -1,8 +1,14 @@
-// Inside the storage floor: mapped files as owned objects, and the one place that writes a file's header.
+// The system behind one table of calls, and single files: Win32-named, mapped, unfinished, copies kept. Stands on the
+// formats alone. The Win32-named calls answer as those did; a mapped file that cannot go on is error 5, told in
+// "saida.txt".
+//
+// This file: mapped files as owned objects, and the one place that writes a file's header.
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <span>
+#include <string>
 
 #include "storage/vornerdd.h"
 
@@ -26,10 +32,20 @@ inline FileHeader HeaderOf(const mymap& map) {
   return Load<FileHeader>(map.mapmem);
 }
 
+/// Real space from `from` to `to` inside a file, so that a full disk is told here (false, errno) and not by a signal at
+/// the first store. On file systems that cannot reserve it what is there is written once more.
+bool ReserveSpace(int file, std::int64_t from, std::int64_t to);
+
+/// The header of a file of the data directory, read without making or changing anything; zeros when it is shorter.
+/// Nothing when it cannot be read.
+std::optional<FileHeader> HeaderInFile(const std::string& name);
+
 /// Makes `n` bytes behind the used size usable without changing the used size. The mapping may move. False when the
 /// file cannot grow; nothing has changed then.
 bool EnsureRoom(pmymap map, long n);
 
+/// Why the last growth failed, for whoever uses the program: the file, the bytes wanted and the system's words.
+std::string WhyNotGrown(const mymap& map);
 /// Error 5: the file cannot grow.
 [[noreturn]] void GrowthFailure(const mymap& map);
 

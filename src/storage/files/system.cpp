@@ -68,7 +68,7 @@ int Stat(const char* path, struct stat* result) {
 }  // namespace
 
 const System kSystem = {Open,  ::close,  ::read,  Write,    ::lseek,  Truncate, Allocate, ::fsync, Map,
-                        Remap, ::munmap, ::msync, ::rename, ::unlink, ::mkdir,  Stat,     ::flock};
+                        Remap, ::munmap, ::msync, ::rename, ::unlink, ::mkdir,  Stat,     ::flock, ::pread};
 System fileSystem = kSystem;
 
 }  // namespace vorne

@@ -28,6 +28,7 @@ struct System {
   int (*mkdir)(const char* path, mode_t mode);
   int (*stat)(const char* path, struct stat* result);
   int (*flock)(int file, int operation);
+  ssize_t (*pread)(int file, void* buffer, std::size_t length, off_t offset);
 };
 
 /// The system itself.

@@ -112,7 +112,7 @@ std::optional<IndexDescription> ParseIndexBlock(std::span<const char> block) {
   const std::int32_t count = numberIn(texts, 1, kMostFields);
   index.keyLength = numberIn(texts, 1, kLongestField);
   for (std::int32_t i = 0; i < count && !texts.failed(); ++i)
-    index.keyFields.push_back({static_cast<std::uint32_t>(numberIn(texts, 1, kMostFields))});
+    index.keyFields.push_back({static_cast<std::uint32_t>(numberIn(texts, 0, kMostFields))});
   if (texts.failed()) return {};
   return index;
 }

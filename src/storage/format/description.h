@@ -41,14 +41,14 @@ struct IndexDescription {
   std::string table;  ///< that it orders
   std::string name;
   std::int32_t keyLength = 0;
-  std::vector<IDX_Indexes> keyFields;
+  std::vector<IDX_Indexes> keyFields;  ///< as they stand: from 1, in files of other origin from 0
   bool entriesWait = false;
 };
 
 /// None for a block that no table can have: 1 to 1024 fields, lengths of 0 to 32767, types of 0 to 6, all inside the
 /// block. Names are cut to 20 characters.
 std::optional<TableDescription> ParseTableBlock(std::span<const char> block);
-/// None for a block that no index can have: 1 to 1024 key fields with numbers from 1, a key of 1 to 32767 bytes.
+/// None for a block that no index can have: 1 to 1024 key fields with numbers to 1024, a key of 1 to 32767 bytes.
 std::optional<IndexDescription> ParseIndexBlock(std::span<const char> block);
 std::string TableBlock(const TableDescription& table);
 /// The head is the table's, the rest the index's own.

@@ -83,6 +83,18 @@ std::int32_t KeyRoom(Fields fields, KeyFields key) {
   return room <= kLongestField ? static_cast<std::int32_t>(room) : 0;
 }
 
+std::vector<IDX_Indexes> NumberedFromOne(KeyFields key) {
+  std::vector<IDX_Indexes> numbered(key.begin(), key.end());
+  for (IDX_Indexes& part : numbered) ++part.KeyField;
+  return numbered;
+}
+
+std::vector<IDX_Indexes> NumberedByLength(Fields fields, KeyFields key, std::int32_t length) {
+  const std::vector<IDX_Indexes> other = NumberedFromOne(key);
+  if (KeyRoom(fields, key) != length && KeyRoom(fields, other) == length) return other;
+  return {key.begin(), key.end()};
+}
+
 bool MakeKey(Fields fields, KeyFields key, const char* buffer, bool swapped, char* at) {
   for (const IDX_Indexes& part : key) {
     const ControlFieldTBL& field = fields[part.KeyField - 1];

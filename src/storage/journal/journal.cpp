@@ -21,18 +21,39 @@ struct OpenJournal {
   int file = -1;
   JournalFile* at = nullptr;
   std::string path;
+  UInt32 room = 0, info = 0;  // bytes that have space
 };
 OpenJournal journal;
 
+// Space for so many bytes of both; whole pages, so that it is rarely asked for.
+bool reserve(UInt32 room, UInt32 info) {
+  constexpr UInt32 kPage = 4096;
+  const auto reserveFrom = [](std::size_t begin, UInt32& has, UInt32 wanted) {
+    wanted = std::min((wanted + kPage - 1) / kPage * kPage, kLargestProtected);
+    const auto at = static_cast<std::int64_t>(begin);
+    if (wanted <= has) return true;
+    if (!ReserveSpace(journal.file, at + has, at + wanted)) return false;
+    has = wanted;
+    return true;
+  };
+  return reserveFrom(offsetof(JournalFile, room), journal.room, room) &&
+         reserveFrom(offsetof(JournalFile, info), journal.info, info);
+}
+
+// One of which not even the head has space would be a danger to whoever looks at it.
 bool openJournal(const std::string& path) {
   const int file = OpenFile(path.c_str(), O_RDWR | O_CREAT, 0660);
   if (file < 0) return false;
   JournalFile* at = nullptr;
-  if (Claim(file) && fileSystem.ftruncate(file, 0) == 0 && fileSystem.ftruncate(file, sizeof(JournalFile)) == 0 &&
-      (fileSystem.fallocate(file, 0, sizeof(JournalFile)) == 0 || errno == EOPNOTSUPP || errno == EINVAL))
+  const bool ours = Claim(file);
+  if (ours && fileSystem.ftruncate(file, 0) == 0 && fileSystem.ftruncate(file, sizeof(JournalFile)) == 0 &&
+      ReserveSpace(file, 0, offsetof(JournalFile, room)))
     at = MapJournal(file);
   if (at == nullptr) {
+    const int failure = errno;
+    if (ours) fileSystem.unlink(path.c_str());
     fileSystem.close(file);
+    errno = failure;
     return false;
   }
   timespec now = {};
@@ -43,12 +64,22 @@ bool openJournal(const std::string& path) {
   return true;
 }
 
+[[noreturn]] void journalFailure(std::size_t bytes) {
+  FileFailure(Message("falhou abertura do arquivo %s %s", "journal", __MemoryReport()), "journal",
+              static_cast<std::int64_t>(bytes));
+}
+
 JournalFile& ownJournal() {
   for (const std::string_view name : kJournalNames)
     if (journal.at == nullptr) openJournal(JournalPath(wcDir, name));
-  if (journal.at == nullptr)
-    StorageFailure(Message("falhou abertura do arquivo %s %s", "journal", __MemoryReport()).c_str());
+  if (journal.at == nullptr) journalFailure(offsetof(JournalFile, room));
   return *journal.at;
+}
+
+JournalFile& ownJournal(UInt32 room, UInt32 info) {
+  JournalFile& file = ownJournal();
+  if (!reserve(room, info)) journalFailure(std::size_t{room} + info);
+  return file;
 }
 
 // A name that is longer than a database's is cut: no such file is found then, and nothing is recovered in another one.
@@ -59,7 +90,8 @@ void setName(UnderWay& change, const mymap& map) {
 }  // namespace
 
 ProtectedMove::ProtectedMove(pmymap map, const TailMove& move) : exceptions_(std::uncaught_exceptions()) {
-  JournalFile& file = ownJournal();
+  const UInt32 length = static_cast<UInt32>(map->szmap) - move.from;
+  JournalFile& file = ownJournal(std::min(length, kLargestProtected), static_cast<UInt32>(move.info.size()));
   UnderWay change = {};
   setName(change, *map);
   change.before = HeaderOf(*map);
@@ -67,7 +99,7 @@ ProtectedMove::ProtectedMove(pmymap map, const TailMove& move) : exceptions_(std
   change.from = move.from;
   change.to = move.to;
   change.end = static_cast<UInt32>(map->szmap);
-  change.length = change.end - move.from;
+  change.length = length;
   change.patchAt = move.patchAt;
   change.patch = move.patch;
   change.offsetsFollow = move.offsetsFollow;
@@ -83,14 +115,25 @@ ProtectedMove::~ProtectedMove() {
   if (journal.at != nullptr && std::uncaught_exceptions() == exceptions_) End(*journal.at);
 }
 
+bool HasJournal() {
+  for (const std::string_view name : kJournalNames)
+    if (journal.at == nullptr) openJournal(JournalPath(wcDir, name));
+  return journal.at != nullptr && reserve(1, 1);
+}
+
+char* RoomForBytes(UInt32 length) {
+  return ownJournal(length, length).info;
+}
+
 void KeepBytes(pmymap map, UInt32 offset, UInt32 length) {
-  JournalFile& file = ownJournal();
+  JournalFile& file = ownJournal(length, length);
   UnderWay& change = file.underWay;
   change = {};
   setName(change, *map);
   change.before = HeaderOf(*map);
   change.from = offset;
   change.length = length;
+  change.infoLength = length;
   std::memcpy(file.room, map->mapmem + offset, length);
   change.keptCheck = Sum(file.room, length);
   Begin(file, kBytesKept);

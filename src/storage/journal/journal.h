@@ -1,3 +1,6 @@
+// What survives a kill: changes that one store cannot make, and their recovery. Stands on the mapped files and the
+// formats, and knows neither databases nor handles. Failures are error 5, told in "saida.txt".
+//
 // Changes that one store cannot make survive the death of the process: what is going to change is first described in a
 // journal file beside the databases ("journal.0" to "journal.3", one for each process that writes; it goes when the
 // catalogue is closed). The next opening of the catalogue finishes a move that stood half-way and undoes a half-written
@@ -5,6 +8,7 @@
 // file's header is the one that it was written for.
 #pragma once
 
+#include <cstring>
 #include <span>
 
 #include "storage/vornerdd.h"
@@ -41,14 +45,22 @@ class ProtectedMove {
 /// Bytes that one protected store may change at most.
 inline constexpr UInt32 kLargestProtected = 0x10000;
 
-/// Calls `store(place)`, which changes only the `length` (up to kLargestProtected) bytes at `offset`; killed in
-/// between, they are as before. Error 5 when there is no journal.
+/// True when a small change can be protected: there is a journal, or space for one.
+bool HasJournal();
+/// Room in the journal for the `length` bytes of one protected store. Error 5 when there is no journal.
+char* RoomForBytes(UInt32 length);
+/// Protects the `length` bytes at `offset` until BytesAreStored(): killed in between, they are as before, unless
+/// another program has stored something else there meanwhile. What they become stands in RoomForBytes().
 void KeepBytes(pmymap map, UInt32 offset, UInt32 length);
 void BytesAreStored();
-template <class Storing>
-void StoreProtected(pmymap map, UInt32 offset, UInt32 length, Storing store) {
+/// Stores the `length` (up to kLargestProtected) bytes at `offset` that `make(place)` makes, as a whole or not at all.
+/// Error 5 when there is no journal.
+template <class Making>
+void StoreProtected(pmymap map, UInt32 offset, UInt32 length, Making make) {
+  char* fresh = RoomForBytes(length);
+  make(fresh);
   KeepBytes(map, offset, length);
-  store(map->mapmem + offset);
+  std::memcpy(map->mapmem + offset, fresh, length);
   BytesAreStored();
 }
 

@@ -1,8 +1,5 @@
-// What survives a kill: changes that one store cannot make, described before they are made, and their recovery. Stands
-// on the mapped files and the formats, and knows neither databases nor handles. Failures are error 5, told in
-// "saida.txt".
-//
-// This file: a journal's bytes, and the steps that both making a change and finishing a dead process's take.
+// Inside the storage floor: a journal's bytes, and the steps that both making a change and finishing a dead process's
+// take.
 #pragma once
 
 #include <string>
@@ -29,7 +26,7 @@ struct UnderWay {
   UInt32 patchAt;
   RecordHeader patch;
   UInt32 offsetsFollow;
-  UInt32 infoLength;  // moves: bytes of the application-info block that are stored too
+  UInt32 infoLength;  // moves: bytes of the application-info block that are stored too; kept bytes: `length`
   UInt32 reserved;
   std::uint64_t keptCheck;  // of the kept bytes, or of those for the block
   std::uint64_t check;
@@ -48,7 +45,8 @@ struct JournalFile {
   UInt32 reserved;
   char unused[4096 - 32 - sizeof(UnderWay)];
   char room[kLargestProtected];
-  char info[kLargestProtected];  // moves: what is stored in the application-info block
+  // What is stored: in the application-info block by a move, else in the place of the kept bytes.
+  char info[kLargestProtected];
 };
 static_assert(offsetof(JournalFile, state) == offsetof(JournalHead, state) &&
               offsetof(JournalFile, changes) == offsetof(JournalHead, changes) &&

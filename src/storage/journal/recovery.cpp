@@ -69,8 +69,32 @@ bool isThere(const char* path) {
   return false;
 }
 
+// True when every byte is one that the change began with or was to leave: of others another program has stored more
+// since. Journals of early versions do not tell what it was to leave.
+bool isOurs(const JournalFile& file, const mymap& map) {
+  const UnderWay& change = file.underWay;
+  if (change.infoLength != change.length) return true;
+  const char* now = map.mapmem + change.from;
+  for (UInt32 i = 0; i < change.length; ++i)
+    if (now[i] != file.room[i] && now[i] != file.info[i]) return false;
+  return true;
+}
+
+// A move stores the header last: with the new one it was done, and what it moved may have changed since.
+bool isMoved(const UnderWay& change, const mymap& map) {
+  const FileHeader now = HeaderOf(map);
+  return isBetween(now, change.after, change.after) && !isBetween(now, change.before, change.before);
+}
+
 void restore(const JournalFile& file, pmymap map) {
   std::memcpy(map->mapmem + file.underWay.from, file.room, file.underWay.length);
+}
+
+// The offsets file of that data file, unless the name is another database's.
+void removeOffsets(const mymap& map) {
+  const std::string name = OffsetsName(map.cfile);
+  if (HeaderOf(map).Type != kVariableDatabase || HeaderInFile(name).value_or(FileHeader{}).Type != 0) return;
+  if (fileSystem.unlink(GetWideName(name.c_str())) != 0 && errno != ENOENT) recoveryFailure(name.c_str());
 }
 
 // An entry of an unopened catalogue in whose change, from `before`, a process died: finishes it when the data file has
@@ -97,15 +121,16 @@ void recover(JournalFile& file) {
   if (!isSound(file) || !isThere(GetWideName(change.name))) return;
   const MapOwner map(mapeararquivo(change.name));
   if (!fitsInto(file, *map)) return;
-  if (file.state == kMoving)
-    FinishMove(file, map.get());
-  else if (change.name == std::string_view(kCatalogName) && change.length == kCatalogEntrySize)
+  if (file.state == kMoving) {
+    if (!isMoved(change, *map)) FinishMove(file, map.get());
+  } else if (!isOurs(file, *map)) {
+    return;
+  } else if (change.name == std::string_view(kCatalogName) && change.length == kCatalogEntrySize) {
     settleCatalogEntry(map.get(), change.from, Load<DatabaseHdrType>(file.room));
-  else
+  } else {
     restore(file, map.get());
-  const std::string offsets = OffsetsName(change.name);
-  if (change.offsetsFollow != 0 && fileSystem.unlink(GetWideName(offsets.c_str())) != 0 && errno != ENOENT)
-    recoveryFailure(offsets.c_str());
+  }
+  if (change.offsetsFollow != 0) removeOffsets(*map);
 }
 
 // The same, where taking a dead process's journal for a living one's would leave its change half-done: a reader that

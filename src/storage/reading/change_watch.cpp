@@ -13,6 +13,8 @@
 #include <thread>
 #include <utility>
 
+#include "storage/files/system.h"
+
 namespace vorne {
 
 namespace {
@@ -51,7 +53,7 @@ ChangeWatch::~ChangeWatch() {
 
 void ChangeWatch::rest() {
   for (int& file : files_)
-    if (file >= 0) ::close(std::exchange(file, -1));
+    if (file >= 0) fileSystem.close(std::exchange(file, -1));
 }
 
 std::string ChangeWatch::pathOf(std::size_t journal) const {
@@ -62,13 +64,13 @@ ChangeWatch::Counter ChangeWatch::counterOf(std::size_t journal) {
   struct stat found;
   Counter counter;
   const std::string path = pathOf(journal);
-  if (::stat(path.c_str(), &found) != 0 || !S_ISREG(found.st_mode)) return counter;
+  if (fileSystem.stat(path.c_str(), &found) != 0 || !S_ISREG(found.st_mode)) return counter;
   counter.device = found.st_dev;
   counter.inode = found.st_ino;
   int& file = files_[journal];
   if (file < 0 || counter.device != opened_[journal].device || counter.inode != opened_[journal].inode) {
-    if (file >= 0) ::close(file);
-    file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (file >= 0) fileSystem.close(file);
+    file = fileSystem.open(path.c_str(), O_RDONLY | O_NONBLOCK, 0);
     opened_[journal] = counter;
     if (file < 0 && errno != ENOENT)
       throw ReadFailure(ReadFailure::kSystem, path + " cannot be read: " + std::strerror(errno) +
@@ -76,7 +78,8 @@ ChangeWatch::Counter ChangeWatch::counterOf(std::size_t journal) {
   }
   JournalHead head;
   // One that is just being made has no magic yet, and its writer has changed nothing.
-  if (file < 0 || ::pread(file, &head, sizeof head, 0) != sizeof head || head.magic != kJournalMagic) return counter;
+  if (file < 0 || fileSystem.pread(file, &head, sizeof head, 0) != sizeof head || head.magic != kJournalMagic)
+    return counter;
   counter.session = head.session;
   counter.changes = head.changes;
   counter.state = head.state;
@@ -88,7 +91,7 @@ ChangeWatch::State ChangeWatch::current() {
   __atomic_thread_fence(__ATOMIC_SEQ_CST);
   State state;
   struct stat found;
-  if (::stat(directory_.c_str(), &found) != 0 || !S_ISDIR(found.st_mode))
+  if (fileSystem.stat(directory_.c_str(), &found) != 0 || !S_ISDIR(found.st_mode))
     throw ReadFailure(ReadFailure::kMissing,
                       directory_ + " is no directory with databases; name the directory that holds \"DB\"");
   state.directoryTime = nanoseconds(found.st_mtim);
@@ -111,8 +114,8 @@ bool ChangeWatch::isSettled(const State& state) const {
 void ChangeWatch::lookForDeadWriters(const State& state) {
   for (std::size_t i = 0; i < kJournals; ++i) {
     if (state.journals[i].isQuiet() || files_[i] < 0) continue;
-    if (::flock(files_[i], LOCK_SH | LOCK_NB) != 0) continue;  // its writer lives
-    ::flock(files_[i], LOCK_UN);
+    if (fileSystem.flock(files_[i], LOCK_SH | LOCK_NB) != 0) continue;  // its writer lives
+    fileSystem.flock(files_[i], LOCK_UN);
     if (state.journals[i].state != 0)
       throw ReadFailure(ReadFailure::kInterrupted,
                         "a change was interrupted in " + directory_ +
@@ -148,13 +151,13 @@ void ChangeWatch::askForPause(std::chrono::microseconds takes) {
   const auto wish = static_cast<std::uint32_t>(takes.count());
   for (std::size_t i = 0; i < kJournals; ++i) {
     if (last_.journals[i].session == 0) continue;
-    const int file = ::open(pathOf(i).c_str(), O_WRONLY | O_CLOEXEC | O_NONBLOCK);
+    const int file = fileSystem.open(pathOf(i).c_str(), O_WRONLY | O_NONBLOCK, 0);
     struct stat found;
     if (file < 0) continue;
     if (::fstat(file, &found) == 0 && found.st_ino == last_.journals[i].inode) {
       [[maybe_unused]] const ssize_t written = ::pwrite(file, &wish, sizeof wish, offsetof(JournalHead, readersWait));
     }
-    ::close(file);
+    fileSystem.close(file);
   }
 }
 

@@ -88,11 +88,11 @@ std::span<const char> DatabaseReader::info(std::size_t most) {
   return {data_.at(kHeaderSize, length), length};
 }
 
-std::vector<DatabaseHdrType> ReadCatalogue(ReadFile& catalogue) {
+std::vector<DatabaseHdrType> ReadCatalog(ReadFile& catalog) {
   std::vector<DatabaseHdrType> entries;
-  const std::uint64_t end = catalogue.used();
+  const std::uint64_t end = catalog.used();
   for (std::uint64_t place = kHeaderSize; end - place >= kCatalogEntrySize; place += kCatalogEntrySize) {
-    const auto entry = catalogue.get<DatabaseHdrType>(place);
+    const auto entry = catalog.get<DatabaseHdrType>(place);
     if (Load<std::uint32_t>(entry.name) != 0 && IsDatabaseName(NameOf(entry))) entries.push_back(entry);
   }
   return entries;

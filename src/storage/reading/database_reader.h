@@ -46,7 +46,7 @@ class DatabaseReader {
   bool known_ = false;
 };
 
-/// The catalogue's entries with a name, read with `catalogue`.
-std::vector<DatabaseHdrType> ReadCatalogue(ReadFile& catalogue);
+/// The catalogue's entries with a name, read with `catalog`.
+std::vector<DatabaseHdrType> ReadCatalog(ReadFile& catalog);
 
 }  // namespace vorne

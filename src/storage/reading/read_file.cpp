@@ -2,13 +2,13 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <utility>
 
+#include "storage/files/system.h"
 #include "storage/reading/read_failure.h"
 
 namespace vorne {
@@ -29,20 +29,20 @@ void ReadFile::forget() {
 
 void ReadFile::close() {
   forget();
-  if (file_ >= 0) ::close(std::exchange(file_, -1));
+  if (file_ >= 0) fileSystem.close(std::exchange(file_, -1));
 }
 
 void ReadFile::renew() {
   forget();
   struct stat found;
   if (file_ < 0) return;
-  if (::stat(path_.c_str(), &found) != 0 || found.st_dev != device_ || found.st_ino != inode_) return close();
+  if (fileSystem.stat(path_.c_str(), &found) != 0 || found.st_dev != device_ || found.st_ino != inode_) return close();
   size_ = std::min<std::uint64_t>(static_cast<std::uint64_t>(found.st_size), kLargestFile);
 }
 
 void ReadFile::open() {
   struct stat found;
-  file_ = ::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  file_ = fileSystem.open(path_.c_str(), O_RDONLY | O_NONBLOCK, 0);
   // A process that died while records moved leaves a table without its offsets file; only whoever writes makes a new
   // one.
   const char* hint = path_.ends_with(kOffsetsSuffix)
@@ -66,7 +66,7 @@ const ReadFile::Block& ReadFile::block(std::size_t number) {
     Block read;
     read.bytes.reset(new char[kBlock]);
     ssize_t length;
-    do length = ::pread(file_, read.bytes.get(), kBlock, static_cast<off_t>(number * kBlock));
+    do length = fileSystem.pread(file_, read.bytes.get(), kBlock, static_cast<off_t>(number * kBlock));
     while (length < 0 && errno == EINTR);
     if (length < 0)
       throw ReadFailure(ReadFailure::kSystem, path_ + " cannot be read: " + std::string(std::strerror(errno)));
@@ -99,6 +99,11 @@ const char* ReadFile::at(std::uint64_t offset, std::size_t length) {
     joined_.append(next.bytes.get() + place, std::min(next.length - place, length - joined_.size()));
   }
   return joined_.data();
+}
+
+std::uint64_t ReadFile::size() {
+  if (file_ < 0) open();
+  return size_;
 }
 
 std::uint64_t ReadFile::used() {

@@ -31,6 +31,8 @@ class ReadFile {
     return Load<T>(at(offset, sizeof(T)));
   }
   FileHeader header() { return get<FileHeader>(0); }
+  /// Bytes that the file has, at most kLargestFile.
+  std::uint64_t size();
   /// The end of what is used: what the header says, as far as the file goes.
   std::uint64_t used();
 

@@ -32,19 +32,21 @@ bool isSameField(const ControlFieldTBL& a, const ControlFieldTBL& b) {
 
 struct IndexFile {
   DatabaseReader database;
-  std::vector<IDX_Indexes> key;
+  std::vector<IDX_Indexes> key;   // numbered from 1
+  std::vector<IDX_Indexes> told;  // as its block numbers them
   std::size_t keyLength;
 };
 
 }  // namespace
 
 struct TableReader::State {
-  explicit State(const std::string& directory)
-      : path(directory + kDataDirectory + "/"), watch(directory + kDataDirectory) {}
+  /// @param path ends with "/DB/"
+  explicit State(const std::string& place) : path(place), watch(place.substr(0, place.size() - 1)) {}
 
-  void open(std::string_view wanted);
-  void attachIndexes(const std::vector<DatabaseHdrType>& entries);
-  void addIndex(const DatabaseHdrType& entry);
+  void open(const Dictionary& dictionary, std::string_view wanted);
+  void addIndex(const std::string& index, const IndexDescription& description);
+  std::vector<IDX_Indexes> numberedFromOne(DatabaseReader& index, const IndexDescription& told);
+  std::size_t entriesThatFit(DatabaseReader& index, KeyFields key, std::size_t keyLength);
   void checkDescription();
   void renew();
   bool fits(IndexFile& index);
@@ -67,53 +69,65 @@ struct TableReader::State {
 
 // ------------------------------------------------------------------------------------------------------- opening
 
-void TableReader::State::open(std::string_view wanted) {
-  ReadFile file(path + kCatalogName);
-  const std::vector<DatabaseHdrType> entries = ReadCatalogue(file);
-  const auto find = [&](std::string_view sought, std::uint32_t type) {
-    return std::find_if(entries.begin(), entries.end(), [&](const DatabaseHdrType& entry) {
-      return entry.type == type && FoldedName(NameOf(entry)) == FoldedName(std::string(sought));
-    });
-  };
-  const auto found = find(wanted, kTypeData);
-  if (found == entries.end())
+void TableReader::State::open(const Dictionary& dictionary, std::string_view wanted) {
+  const StoredDatabase* found = dictionary.find(wanted, kTypeData);
+  if (found == nullptr)
     throw ReadFailure(ReadFailure::kMissing,
                       "there is no table \"" + std::string(wanted) + "\" in " + path + "; `tellira db list` shows all");
-  name = NameOf(*found);
+  name = found->name;
   table.clear();
   table.emplace_back(path + name, kVariableDatabase);
   checkDescription();
-  const auto memos = find(name + kMemoSuffix, kTypeMemo);
   memo.clear();
-  if (memos != entries.end()) memo.emplace_back(path + NameOf(*memos), kVariableDatabase);
-  attachIndexes(entries);
-}
-
-// An index that cannot be read is none: the table can do without.
-void TableReader::State::attachIndexes(const std::vector<DatabaseHdrType>& entries) {
+  if (const StoredDatabase* texts = dictionary.find(name + kMemoSuffix, kTypeMemo))
+    memo.emplace_back(path + texts->name, kVariableDatabase);
   indexes.clear();
   indexFiles.clear();
-  for (const DatabaseHdrType& entry : entries) {
-    if (entry.type != kTypeIndex) continue;
-    try {
-      addIndex(entry);
-    } catch (const ReadFailure&) {
-      continue;
-    }
-  }
+  // One that cannot be read belongs to no table: this one can do without.
+  for (const StoredDatabase* index : dictionary.indexesOf(name)) addIndex(index->name, *index->index);
 }
 
-void TableReader::State::addIndex(const DatabaseHdrType& entry) {
-  DatabaseReader database(path + NameOf(entry), kIndexDatabase);
-  const std::optional<IndexDescription> description = ParseIndexBlock(database.info());
-  if (!description || FoldedName(description->table) != FoldedName(name)) return;
-  if (KeyRoom(described, description->keyFields) != description->keyLength) return;
-  TableIndex index{description->name, {}};
-  for (const IDX_Indexes& part : description->keyFields) index.fields.push_back(part.KeyField - 1);
-  if (std::any_of(index.fields.begin(), index.fields.end(), [&](std::uint32_t f) { return f >= fields.size(); }))
+void TableReader::State::addIndex(const std::string& index, const IndexDescription& description) {
+  DatabaseReader database(path + index, kIndexDatabase);
+  const std::vector<IDX_Indexes> key = numberedFromOne(database, description);
+  if (KeyRoom(described, key) != description.keyLength) return;
+  TableIndex added{index, {}};
+  for (const IDX_Indexes& part : key) added.fields.push_back(part.KeyField - 1);
+  if (std::any_of(added.fields.begin(), added.fields.end(), [&](std::uint32_t f) { return f >= fields.size(); }))
     return;
-  indexes.push_back(std::move(index));
-  indexFiles.push_back({std::move(database), description->keyFields, static_cast<std::size_t>(description->keyLength)});
+  indexes.push_back(std::move(added));
+  indexFiles.push_back(
+      {std::move(database), key, description.keyFields, static_cast<std::size_t>(description.keyLength)});
+}
+
+// Entries of the index, of a few of them, that such a key makes of their records.
+std::size_t TableReader::State::entriesThatFit(DatabaseReader& index, KeyFields key, std::size_t keyLength) {
+  constexpr std::uint32_t kLooks = 16;
+  std::size_t fitting = 0;
+  std::string made(keyLength, '\0');
+  const std::uint32_t count = index.count(), looks = std::min(count, kLooks);
+  for (std::uint32_t i = 0; i < looks; ++i) {
+    const std::span<const char> entry = index.record(static_cast<std::uint32_t>(std::uint64_t{i} * count / looks));
+    if (entry.size() != kEntryKeyAt + keyLength) continue;
+    const std::string stored(entry.data() + kEntryKeyAt, keyLength);
+    LoadFields(described, table.front().record(Load<std::uint32_t>(entry.data())), true, buffer.data());
+    MakeKey(described, key, buffer.data(), false, made.data());
+    fitting += made == stored;
+  }
+  return fitting;
+}
+
+// Files of other origin count key fields from 0. Where the key's length leaves it open, entries tell.
+std::vector<IDX_Indexes> TableReader::State::numberedFromOne(DatabaseReader& index, const IndexDescription& told) {
+  const std::vector<IDX_Indexes> key = NumberedByLength(described, told.keyFields, told.keyLength);
+  const std::vector<IDX_Indexes> other = NumberedFromOne(told.keyFields);
+  if (KeyRoom(described, told.keyFields) != told.keyLength || KeyRoom(described, other) != told.keyLength) return key;
+  const auto length = static_cast<std::size_t>(told.keyLength);
+  try {
+    return entriesThatFit(index, other, length) > entriesThatFit(index, key, length) ? other : key;
+  } catch (const ReadFailure&) {
+    return key;
+  }
 }
 
 void TableReader::State::checkDescription() {
@@ -204,9 +218,11 @@ std::uint32_t TableReader::count() {
 bool TableReader::State::fits(IndexFile& index) {
   try {
     const std::optional<IndexDescription> now = ParseIndexBlock(index.database.info());
-    if (!now || now->entriesWait || static_cast<std::size_t>(now->keyLength) != index.keyLength) return false;
+    // Its name may have been given to another table's index.
+    if (!now || FoldedName(now->table) != FoldedName(name)) return false;
+    if (now->entriesWait || static_cast<std::size_t>(now->keyLength) != index.keyLength) return false;
     const auto isSamePart = [](IDX_Indexes a, IDX_Indexes b) { return a.KeyField == b.KeyField; };
-    if (!std::equal(now->keyFields.begin(), now->keyFields.end(), index.key.begin(), index.key.end(), isSamePart))
+    if (!std::equal(now->keyFields.begin(), now->keyFields.end(), index.told.begin(), index.told.end(), isSamePart))
       return false;
     const std::uint32_t count = index.database.count();
     return count == table.front().count() &&
@@ -294,13 +310,23 @@ KeyList TableReader::find(std::size_t number, const KeyRanges& ranges, std::opti
 
 // ----------------------------------------------------------------------------------------------------- the reader
 
-TableReader::TableReader(const std::string& directory, std::string_view name)
-    : state_(std::make_unique<State>(directory)) {
-  state_->watch.consistently(kPause, [&](bool, int) {
-    state_->described.clear();
-    state_->open(name);
-  });
+TableReader::TableReader(Dictionary& dictionary, std::string_view name)
+    : state_(std::make_unique<State>(dictionary.path())) {
+  try {
+    state_->watch.consistently(kPause, [&](bool, int attempt) {
+      if (attempt > 0) dictionary.forget();
+      dictionary.renew(Dictionary::Heads::kOfIndexes);
+      state_->described.clear();
+      state_->open(dictionary, name);
+    });
+  } catch (const ReadFailure&) {
+    dictionary.forget();
+    throw;
+  }
 }
+
+TableReader::TableReader(const std::string& directory, std::string_view name)
+    : TableReader(*std::make_unique<Dictionary>(directory), name) {}
 
 TableReader::~TableReader() = default;
 
@@ -328,8 +354,8 @@ std::vector<std::string> TableNames(const std::string& directory) {
   std::vector<std::string> names;
   watch.consistently(kPause, [&](bool, int) {
     names.clear();
-    ReadFile catalogue(directory + kDataDirectory + "/" + kCatalogName);
-    for (const DatabaseHdrType& entry : ReadCatalogue(catalogue))
+    ReadFile catalog(directory + kDataDirectory + "/" + kCatalogName);
+    for (const DatabaseHdrType& entry : ReadCatalog(catalog))
       if (entry.type == kTypeData) names.push_back(NameOf(entry));
   });
   return names;

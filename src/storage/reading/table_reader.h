@@ -1,5 +1,6 @@
-// Reading tables that another process may be writing: no work areas, no mappings, nothing that ends the process,
-// nothing shared between two readers. Every byte of the files is checked before it is used.
+// This folder: tables that another process may be writing, read without work areas or mappings, on format/ and files/
+// alone; every byte of the files is checked before it is used. What cannot be read is a ReadFailure, nothing ends the
+// process, and two readers share no more than a dictionary. This file: one table.
 //
 //  - A record, with its memo texts, is read as it was at one moment. Records that are read one after the other may be
 //    of different moments.
@@ -15,6 +16,7 @@
 #include <string_view>
 #include <vector>
 
+#include "storage/reading/dictionary.h"
 #include "storage/reading/key_ranges.h"
 #include "storage/reading/read_failure.h"
 
@@ -45,6 +47,8 @@ class TableReader {
   /// @param directory the working directory that holds "DB"
   /// @param name of the table, in any letters
   TableReader(const std::string& directory, std::string_view name);
+  /// @param dictionary of the directory; it is renewed, and is not used after that
+  TableReader(Dictionary& dictionary, std::string_view name);
   ~TableReader();
   TableReader(const TableReader&) = delete;
   TableReader& operator=(const TableReader&) = delete;

@@ -41,6 +41,8 @@ EntryFile::EntryFile(DmOpenRef index, std::size_t entrySize)
 }
 
 EntryFile::~EntryFile() {
+  // An error that ended the process has closed it.
+  if (!IsOpen(index_)) return;
   FollowGrowth(index_);
   if (!bBatchOper) FlushViewOfFile(index_->hFile->mapmem, static_cast<std::size_t>(index_->hFile->szmap));
 }
@@ -50,14 +52,14 @@ bool EntryFile::isSound() const {
          (count() == 0 || RecordStride(*index_) == stride_);
 }
 
-void EntryFile::reserve(UInt32 count) {
+bool EntryFile::reserve(UInt32 count) {
   const auto end = static_cast<UInt32>(record(this->count()) - index_->hFile->mapmem);
   if (end < used()) {
     std::memset(index_->hFile->mapmem + end, 0, used() - end);
     WriteUsedSize(index_->hFile, end);
   }
   const std::uint64_t bytes = std::uint64_t{count} * stride_;
-  if (bytes > kLargestFile || !EnsureRoom(index_->hFile, static_cast<long>(bytes))) GrowthFailure(*index_->hFile);
+  return bytes <= kLargestFile && EnsureRoom(index_->hFile, static_cast<long>(bytes));
 }
 
 }  // namespace vorne

@@ -30,8 +30,8 @@ class EntryFile {
   /// False when the file's records are others than such entries, or do not all lie inside it.
   bool isSound() const;
 
-  /// Room for `count` more entries; what lies behind the last one counts for nothing. Error 5.
-  void reserve(UInt32 count);
+  /// Room for `count` more entries; what lies behind the last one counts for nothing. False when the file cannot grow.
+  bool reserve(UInt32 count);
   void store(std::size_t place, const char* entry) {
     std::memcpy(record_.data() + kRecordHeaderSize, entry, stride_ - kRecordHeaderSize);
     std::memcpy(record(place), record_.data(), stride_);

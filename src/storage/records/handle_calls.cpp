@@ -1,4 +1,5 @@
-// What callers do with handles and with the bytes that they stand for.
+#include "storage/records/handle_calls.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -28,8 +29,7 @@ void storeUncounted(char* at, UInt32 length, UInt32 left, Storing store) {
 // A handle's bytes, for a change of them: `store(at, from, n)` puts n of the new bytes, from `from` on, at `at`.
 static_assert(kLargestRecord <= kLargestProtected);
 template <class Storing>
-Err changeBytes(void* data, UInt32 offset, UInt32 length, Storing store) {
-  RecordStruct* record = LockedRecordAt(data);
+Err changeBytes(RecordStruct* record, UInt32 offset, UInt32 length, Storing store) {
   if (record == nullptr) return errArgument;
   if (offset > record->size || length > record->size - offset) return errWriteOutOfBounds;
   if (length == 0) return errNone;
@@ -51,16 +51,20 @@ Err changeBytes(void* data, UInt32 offset, UInt32 length, Storing store) {
 
 }  // namespace
 
+Err vorne::WriteBytes(RecordStruct& record, UInt32 offset, std::span<const char> bytes) {
+  return changeBytes(&record, offset, static_cast<UInt32>(bytes.size()),
+                     [bytes](char* at, UInt32 from, UInt32 n) { std::memmove(at, bytes.data() + from, n); });
+}
+
 Err DmWrite(void* data, UInt32 offset, const void* source, UInt32 length) {
-  if (data == nullptr || (source == nullptr && length != 0)) return errArgument;
-  return changeBytes(data, offset, length, [source](char* at, UInt32 from, UInt32 n) {
-    std::memmove(at, static_cast<const char*>(source) + from, n);
-  });
+  RecordStruct* record = LockedRecordAt(data);
+  if (record == nullptr || (source == nullptr && length != 0)) return errArgument;
+  return WriteBytes(*record, offset, {static_cast<const char*>(source), length});
 }
 
 Err DmSet(void* data, UInt32 offset, UInt32 length, UInt8 value) {
-  if (data == nullptr) return errArgument;
-  return changeBytes(data, offset, length, [value](char* at, UInt32, UInt32 n) { std::memset(at, value, n); });
+  return changeBytes(LockedRecordAt(data), offset, length,
+                     [value](char* at, UInt32, UInt32 n) { std::memset(at, value, n); });
 }
 
 void* MemHandleLock(MemHandle handle) {

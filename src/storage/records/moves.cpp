@@ -24,7 +24,7 @@ void DropRecords(pmymap map) {
   move.to = std::min(RecordsBegin(move.after), move.from);
   move.after.NumberOfRecords = 0;
   move.after.szmap = move.to;
-  move.offsetsFollow = true;
+  move.offsetsFollow = move.after.Type == kVariableDatabase;
   const ProtectedMove made(map, move);
 }
 

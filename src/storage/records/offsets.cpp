@@ -26,8 +26,7 @@ void AddTo(const OpenStruct& db, UInt32 first, UInt32 end, std::int64_t moved) {
 void AppendOffset(DmOpenRef db, UInt32 index, UInt32 offset) {
   if (db->hOS == nullptr) return;
   const std::int64_t end = kHeaderSize + (static_cast<std::int64_t>(index) + 1) * kOffsetSize;
-  if (end > db->hOS->szmap && !EnsureRoom(db->hOS, static_cast<long>(end - db->hOS->szmap)))
-    StorageFailure(Message("Falha de increase !mp").c_str());
+  if (end > db->hOS->szmap && !EnsureRoom(db->hOS, static_cast<long>(end - db->hOS->szmap))) GrowthFailure(*db->hOS);
   Store(OffsetSlot(*db, index), offset);
   StoreBarrier();
   SetSlots(*db, std::max(OffsetSlots(*db), index + 1));
@@ -69,7 +68,7 @@ void PutRecOffSet(DmOpenRef db, UInt32 index, UInt32 offset, Boolean insert, lon
   if (!IsOpen(db) || db->hOS == nullptr) return;
   const UInt32 slots = OffsetSlots(*db);
   if (insert && index < slots) {
-    if (!EnsureRoom(db->hOS, kOffsetSize)) StorageFailure(Message("Falha de increase !mp").c_str());
+    if (!EnsureRoom(db->hOS, kOffsetSize)) GrowthFailure(*db->hOS);
     InsertOffset(db, index, offset, static_cast<UInt32>(shift));
   } else {
     AppendOffset(db, index, offset);

@@ -1,8 +1,11 @@
-// Inside the storage floor: records by their number.
+// Records of open databases and the handles on them, the offsets files, searches, and index entries that wait. Stands
+// on mapped files and the journal; a file is opened, closed or listed above. Failures are results of type Err, null or
+// empty; a file that cannot grow is error 5.
+//
+// This file: records by their number.
 #pragma once
 
 #include <span>
-#include <vector>
 
 #include "storage/records/handles.h"
 #include "storage/records/record_places.h"

@@ -68,7 +68,7 @@ int __MoveDataBk(DmOpenRef db, long n, UInt32 index) {
   if (position < RecordsBegin(db->Head) || position >= static_cast<UInt32>(db->hFile->szmap))
     return MoveBwd(db->hFile, n);
   TailMove move = MoveOf(*db->hFile, position, -std::min<std::int64_t>(n, db->hFile->szmap - position));
-  move.offsetsFollow = true;
+  move.offsetsFollow = db->hOS != nullptr;
   {
     const ProtectedMove made(db->hFile, move);
     RemoveOffset(db, index, move.from - move.to);

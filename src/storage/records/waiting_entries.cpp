@@ -63,7 +63,8 @@ void FindRemoved(const Entries& file, const Entries& removed, const std::uint32_
   from = behind;
 }
 
-void TakeOut(EntryFile& file, const Entries& removed) {
+// False when one is not there.
+bool TakeOut(EntryFile& file, const Entries& removed) {
   const std::vector<std::uint32_t> order = KeyOrder(removed);
   const Entries entries = file.entries();
   std::vector<UInt32> places;
@@ -77,6 +78,7 @@ void TakeOut(EntryFile& file, const Entries& removed) {
     file.move(places[i] + 1, places[i] - i, next - places[i] - 1);
   }
   file.cut(static_cast<UInt32>(places.size()));
+  return places.size() == removed.count;
 }
 
 // ------------------------------------------------------------------------------------------------------- putting in
@@ -95,20 +97,30 @@ std::vector<std::uint32_t> InsertionOrder(WaitingEntries& waiting) {
 }
 
 // From the back, so that every entry moves once, and to where nothing is needed any more.
-void PutIn(EntryFile& file, const Entries& inserted, const std::vector<std::uint32_t>& order) {
+// There is room for them. False when one of them met its equal.
+bool PutIn(EntryFile& file, const Entries& inserted, const std::vector<std::uint32_t>& order) {
+  bool fits = true;
   const auto count = static_cast<UInt32>(order.size());
-  file.reserve(count);
   const Entries entries = file.entries();
   UInt32 rest = entries.count;
   for (UInt32 left = count; left > 0; --left) {
     const char* entry = inserted.at(order[left - 1]);
     const SoughtKey key(inserted.key(order[left - 1]), inserted.keyLength());
     const UInt32 place = FirstGreaterFromBack(entries, key, 0, rest);
+    fits &= place == 0 || std::memcmp(entries.at(place - 1), entry, entries.size) != 0;
     file.move(place, place + left, rest - place);
     file.store(place + left - 1, entry);
     rest = place;
   }
   file.extend(count);
+  return fits;
+}
+
+// Open indexes in which an entry was missing, or stands twice: they are damaged in other places too.
+std::vector<DmOpenRef> doubtful;
+
+bool IsDoubtful(DmOpenRef index) {
+  return std::find(doubtful.begin(), doubtful.end(), index) != doubtful.end();
 }
 
 void Settle(DmOpenRef index, WaitingEntries& waiting) {
@@ -118,9 +130,14 @@ void Settle(DmOpenRef index, WaitingEntries& waiting) {
     waiting.behind = true;
     return;
   }
-  if (waiting.removals != 0) TakeOut(file, waiting.removedEntries());
+  bool fits = true;
+  if (waiting.removals != 0) fits = TakeOut(file, waiting.removedEntries());
   const std::vector<std::uint32_t> order = InsertionOrder(waiting);
-  if (!order.empty()) PutIn(file, waiting.insertedEntries(), order);
+  if (!order.empty()) {
+    if (!file.reserve(static_cast<UInt32>(order.size()))) GrowthFailure(*index->hFile);
+    fits &= PutIn(file, waiting.insertedEntries(), order);
+  }
+  if (!fits && !IsDoubtful(index)) doubtful.push_back(index);
 }
 
 // --------------------------------------------------------------------------------------------------------- the queue
@@ -195,6 +212,10 @@ void RemoveEntry(DmOpenRef index, std::span<const char> entry) {
   SettleWhenMany(index);
 }
 
+bool IsBehind(DmOpenRef index) {
+  return IsOpen(index) && ((index->waiting != nullptr && index->waiting->behind) || IsDoubtful(index));
+}
+
 void SettleEntries(DmOpenRef index) {
   if (!IsOpen(index) || index->waiting == nullptr) return;
   const bool staysBehind = index->waiting->announced || index->waiting->behind;
@@ -209,11 +230,13 @@ void SettleEntries(DmOpenRef index) {
 }
 
 void DropEntries(DmOpenRef index) {
+  // Who opens it next makes it anew.
+  if (std::erase(doubtful, index) != 0) StoreMark(*index, kEntriesWait);
   delete std::exchange(index->waiting, nullptr);
 }
 
 void SettleZapped(DmOpenRef index) {
-  if (index->waiting == nullptr) return;
+  if (index->waiting == nullptr && !IsDoubtful(index)) return;
   DropEntries(index);
   StoreMark(*index, 0);
 }
@@ -222,27 +245,36 @@ BehindWhile::BehindWhile(DmOpenRef index) : index_(index) {
   StoreMark(*index, kEntriesWait);
 }
 BehindWhile::~BehindWhile() {
-  if (index_->waiting == nullptr) StoreMark(*index_, 0);
+  if (IsOpen(index_) && index_->waiting == nullptr) StoreMark(*index_, 0);
 }
 
-void ReplaceEntries(DmOpenRef index, std::span<const char> bytes, std::size_t size) {
-  if (!IsOpen(index)) return;
+void LeaveBehind(DmOpenRef index) {
+  if (IsOpen(index)) StoreMark(*index, kEntriesWait);
+}
+
+bool ReplaceEntries(DmOpenRef index, std::span<const char> bytes, std::size_t size) {
+  if (!IsOpen(index)) return false;
+  const auto count = size > sizeof(std::int32_t) ? static_cast<UInt32>(bytes.size() / size) : 0;
+  // The room first, so that the old entries stay where there is none for the new ones.
+  const std::int64_t end = RecordsBegin(index->Head) + static_cast<std::int64_t>(count) * (size + kRecordHeaderSize);
+  if (end > kLargestFile ||
+      !EnsureRoom(index->hFile, static_cast<long>(end - std::min<std::int64_t>(end, index->hFile->szmap))))
+    return false;
   const ChangeSeenByReaders change;
   DropEntries(index);
   const BehindWhile behind(index);
   EmptyRecords(index);
-  if (size > sizeof(std::int32_t) && bytes.size() >= size) {
-    const auto count = static_cast<UInt32>(bytes.size() / size);
-    const Entries entries{const_cast<char*>(bytes.data()), size, size, count};
-    EntryFile file(index, size);
-    file.reserve(count);
-    std::size_t place = 0;
-    if (AreInOrder(entries))
-      for (; place < count; ++place) file.store(place, entries.at(place));
-    else
-      for (const std::uint32_t number : KeyOrder(entries)) file.store(place++, entries.at(number));
-    file.extend(count);
-  }
+  if (count == 0) return true;
+  const Entries entries{const_cast<char*>(bytes.data()), size, size, count};
+  EntryFile file(index, size);
+  if (!file.reserve(count)) GrowthFailure(*index->hFile);
+  std::size_t place = 0;
+  if (AreInOrder(entries))
+    for (; place < count; ++place) file.store(place, entries.at(place));
+  else
+    for (const std::uint32_t number : KeyOrder(entries)) file.store(place++, entries.at(number));
+  file.extend(count);
+  return true;
 }
 
 }  // namespace vorne

@@ -20,10 +20,15 @@ void InsertEntry(DmOpenRef index, std::span<const char> entry);
 void RemoveEntry(DmOpenRef index, std::span<const char> entry);
 /// Puts in and takes out what waits. Error 5 when the file cannot grow.
 void SettleEntries(DmOpenRef index);
+/// True when what waited did not fit the index (an entry to be taken out was missing, or one to be put in was there):
+/// it has to be made anew.
+bool IsBehind(DmOpenRef index);
 /// Forgets what waits: the database is going to be emptied or deleted.
 void DropEntries(DmOpenRef index);
 /// The database has just been emptied: what waited is forgotten, and it is not behind any more.
 void SettleZapped(DmOpenRef index);
+/// Marks an open index as being behind: whoever opens it next makes it anew.
+void LeaveBehind(DmOpenRef index);
 /// Keeps an index marked as being behind while its entries are rewritten.
 class BehindWhile {
  public:
@@ -36,7 +41,7 @@ class BehindWhile {
   DmOpenRef index_;
 };
 /// Replaces all entries by these, in any order: `bytes` holds them one behind the other, `size` each. Those with equal
-/// keys stay in the order in which they come. Error 5 when the file cannot grow.
-void ReplaceEntries(DmOpenRef index, std::span<const char> bytes, std::size_t size);
+/// keys stay in the order in which they come. False when the file cannot grow: the old ones stay.
+bool ReplaceEntries(DmOpenRef index, std::span<const char> bytes, std::size_t size);
 
 }  // namespace vorne

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "runtime/local_clock.h"
+#include "storage/format/description.h"
 #include "storage/format/names.h"
 #include "storage/repair/check_sizes.h"
 
@@ -31,6 +32,7 @@ std::uint32_t TypeOfKind(std::uint8_t kind) {
 
 const char* TypeWords(std::uint32_t type) {
   if (type == kTypeIndex) return "INDX";
+  if (type == kTypeMemo) return "MEMO";
   return type == kTypeData ? "DATA" : "OTHR";
 }
 
@@ -61,12 +63,13 @@ Stray StrayKind(const FileHeader& header, std::uint64_t size) {
                                                                                         : Stray::kNone;
 }
 
-DatabaseHdrType StrayEntry(const std::string& name, const FileHeader& header) {
-  DatabaseHdrType entry = {};
-  std::memcpy(entry.name, name.data(), name.size());
-  entry.type = TypeOfKind(header.Type);
-  entry.creationDate = entry.modificationDate = Now();
-  return entry;
+// True when one is the other with a letter or two changed, as damage leaves it.
+bool IsAlike(const std::string& a, const std::string& b) {
+  constexpr int kFewLetters = 2;
+  int differing = 0;
+  if (a.size() != b.size()) return false;
+  for (std::size_t i = 0; i < a.size(); ++i) differing += a[i] != b[i];
+  return differing <= kFewLetters;
 }
 
 class CatalogCheck {
@@ -79,13 +82,27 @@ class CatalogCheck {
     state_.slots = EntriesBetween(catalog_.bytes(), kHeaderSize, end);
     for (std::size_t i = 0; i < state_.slots.size(); ++i) checkSlot(i);
     readLost(end);
-    for (const auto& [name, entry] : directory_.entries()) checkFile(name, entry);
+    for (const auto& [name, entry] : directory_.files()) checkFile(name, entry);
     while (!state_.slots.empty() && IsFree(state_.slots.back())) state_.slots.pop_back();
+    settleLost();
+    state_.complete = complete_;
     state_.rewrite = complete_ && !findings_.sound();
     return std::move(state_);
   }
 
  private:
+  // Files without an entry explain entries without a file.
+  void settleLost() {
+    for (const std::string& found : restored_) {
+      const auto entry = std::find_if(state_.gone.begin(), state_.gone.end(),
+                                      [&](const DatabaseHdrType& gone) { return IsAlike(NameOf(gone), found); });
+      if (entry != state_.gone.end())
+        state_.gone.erase(entry);
+      else if (state_.lostEntries != 0)
+        --state_.lostEntries;
+    }
+  }
+
   // ------------------------------------------------------------------------------------------------------- entries
 
   // The end of the last whole slot that is used: what a wrong end cuts in two is read as lost, from its beginning.
@@ -109,7 +126,10 @@ class CatalogCheck {
 
   // What makes an entry useless; empty when it is good, or its name was put right.
   std::string faultOf(DatabaseHdrType& entry) {
-    if (!IsNamed(entry)) return "its name cannot be a database's";
+    if (!IsNamed(entry)) {
+      ++state_.lostEntries;
+      return "its name cannot be a database's";
+    }
     const std::string name = NameOf(entry);
     if (names_.contains(FoldedName(name))) return name + " has another entry";
     if (clashes(name, KindOfType(entry.type))) return name + " shares its file with another entry's offsets file";
@@ -119,7 +139,10 @@ class CatalogCheck {
     if (kind == FileKind::kOther) return name + " is not a file";
     if (kind == FileKind::kMissing) {
       const std::string other = otherSpelling(name);
-      if (other.empty()) return "the data file of " + name + " is missing";
+      if (other.empty()) {
+        state_.gone.push_back(entry);
+        return "the data file of " + name + " is missing";
+      }
       findings_.damage(name + " is spelled " + other + " by its data file");
       std::memset(entry.name, 0, sizeof entry.name);
       std::memcpy(entry.name, other.data(), other.size());
@@ -130,7 +153,7 @@ class CatalogCheck {
   // The name of a file that differs from `name` in small and capital letters only; empty without one.
   std::string otherSpelling(const std::string& name) {
     if (spellings_.empty())
-      for (const auto& [file, entry] : directory_.entries())
+      for (const auto& [file, entry] : directory_.files())
         if (entry.kind == FileKind::kRegular && IsDatabaseName(file)) spellings_.emplace(FoldedName(file), file);
     const auto found = spellings_.find(FoldedName(name));
     return found == spellings_.end() ? std::string() : found->second;
@@ -150,8 +173,8 @@ class CatalogCheck {
       files_.insert(OffsetsName(name));
       offsets_.insert(FoldedName(OffsetsName(name)));
     }
-    const auto found = directory_.entries().find(name);
-    if (found != directory_.entries().end()) owners_[found->second.inode] = name;
+    const auto found = directory_.files().find(name);
+    if (found != directory_.files().end()) owners_[found->second.inode] = name;
   }
 
   // Entries that the catalogue has behind its end, and those of its backup, by the names of their files.
@@ -177,11 +200,11 @@ class CatalogCheck {
 
   // --------------------------------------------------------------------------------------------------------- files
 
-  static bool isOwnFile(const std::string& name, const DataDirectory::Entry& entry) {
+  static bool isOwnFile(const std::string& name, const DataDirectory::File& entry) {
     return IsReservedName(name) || (name.starts_with("repair-") && entry.kind == FileKind::kOther);
   }
 
-  void checkFile(const std::string& name, const DataDirectory::Entry& entry) {
+  void checkFile(const std::string& name, const DataDirectory::File& entry) {
     if (files_.contains(name) || isOwnFile(name, entry)) return;
     const auto owner = owners_.find(entry.inode);
     const auto lost = lost_.find(name);
@@ -196,14 +219,32 @@ class CatalogCheck {
     const Stray stray = StrayKind(header, entry.size);
     if (stray == Stray::kEmpty)
       return foreign(name, "it is an empty database without an entry, left when one was being made");
-    if (stray == Stray::kNone && lost == lost_.end()) return foreign(name, "it belongs to no database");
-    DatabaseHdrType found = lost == lost_.end() ? StrayEntry(name, header) : lost->second;
+    if (stray == Stray::kNone && lost == lost_.end()) {
+      if (!isOrphan(name, header, entry.size)) return foreign(name, "it belongs to no database");
+      return state_.orphans.push_back(name.substr(0, name.size() - std::strlen(kOffsetsSuffix)));
+    }
+    DatabaseHdrType found = lost == lost_.end() ? NewEntry(name, typeOfStray(name, header)) : lost->second;
     if (clashes(name, KindOfType(found.type)))
       return foreign(name, "it shares its file with a database's offsets file");
     findings_.damage(lost == lost_.end() ? Message("%s has no entry; by its kind '%c' its type code is taken to be %s",
                                                    name.c_str(), header.Type, TypeWords(found.type))
                                          : "the entry of " + name + " is missing");
     restore(found);
+  }
+
+  // An offsets file that has slots, and no database to which it could belong.
+  bool isOrphan(const std::string& name, const FileHeader& header, std::uint64_t size) const {
+    const bool isOffsets = header.Version == 0 && header.Type == 0 && header.AppInfoLen == 0 &&
+                           header.szmap > kHeaderSize && header.szmap <= size && header.szmap % kOffsetSize == 0;
+    if (!isOffsets || !name.ends_with(kOffsetsSuffix)) return false;
+    const std::string base = name.substr(0, name.size() - std::strlen(kOffsetsSuffix));
+    return IsDatabaseName(base) && !names_.contains(FoldedName(base)) && directory_.kindOf(base) == FileKind::kMissing;
+  }
+
+  // Of those with an offsets file, tables have a description.
+  std::uint32_t typeOfStray(const std::string& name, const FileHeader& header) const {
+    if (header.Type != kVariableDatabase) return TypeOfKind(header.Type);
+    return header.AppInfoLen == 0 && name.ends_with(kMemoSuffix) ? kTypeMemo : kTypeData;
   }
 
   void foreign(const std::string& name, std::string words) {
@@ -217,6 +258,7 @@ class CatalogCheck {
     else
       *free = entry;
     takeName(entry);
+    restored_.push_back(NameOf(entry));
   }
 
   const DataDirectory& directory_;
@@ -224,10 +266,11 @@ class CatalogCheck {
   Findings& findings_;
   DirectoryReport& report_;
   CatalogState state_;
-  bool complete_ = true;           // without the backup's entries a rewritten catalogue would have lost them for good
-  std::set<std::string> names_;    // of databases, folded
-  std::set<std::string> offsets_;  // names of offsets files, folded
-  std::set<std::string> files_;    // of databases
+  bool complete_ = true;  // without the backup's entries a rewritten catalogue would have lost them for good
+  std::vector<std::string> restored_;
+  std::set<std::string> names_;                   // of databases, folded
+  std::set<std::string> offsets_;                 // names of offsets files, folded
+  std::set<std::string> files_;                   // of databases
   std::map<std::string, std::string> spellings_;  // file names by their folded form
   std::map<ino_t, std::string> owners_;           // data files
   std::map<std::string, DatabaseHdrType> lost_;
@@ -242,6 +285,14 @@ std::vector<DatabaseHdrType> CatalogEntries(const RawFile& catalog) {
 CatalogState CheckCatalog(const DataDirectory& directory, const RawFile& catalog, Findings& findings,
                           DirectoryReport& report) {
   return CatalogCheck(directory, catalog, findings, report).run();
+}
+
+DatabaseHdrType NewEntry(const std::string& name, std::uint32_t type) {
+  DatabaseHdrType entry = {};
+  name.copy(entry.name, kLongestName);
+  entry.type = type;
+  entry.creationDate = entry.modificationDate = Now();
+  return entry;
 }
 
 std::vector<char> RepairedCatalog(const RawFile& catalog, const CatalogState& state) {

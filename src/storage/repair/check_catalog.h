@@ -12,13 +12,20 @@ std::vector<DatabaseHdrType> CatalogEntries(const RawFile& catalog);
 struct CatalogState {
   std::vector<DatabaseHdrType> slots;   ///< as they ought to be; free ones are zero
   bool rewrite = false;                 ///< the catalogue must be written anew
+  bool complete = true;                 ///< what may be written is all that there is
   std::vector<std::string> extraNames;  ///< second names (hard links) of data files: one file cannot be two databases
+  std::vector<DatabaseHdrType> gone;    ///< entries whose data files are missing
+  std::vector<std::string> orphans;     ///< offsets files whose databases are missing, by the databases' names
+  std::uint64_t lostEntries = 0;        ///< that name nothing, beyond those whose files were found
 };
 
 /// @param catalog the catalogue's file, without bytes when there is none
 /// @param report takes the notes about files that belong to no database
 CatalogState CheckCatalog(const DataDirectory& directory, const RawFile& catalog, Findings& findings,
                           DirectoryReport& report);
+
+/// The entry of a database that is being put into the catalogue.
+DatabaseHdrType NewEntry(const std::string& name, std::uint32_t type);
 
 std::vector<char> RepairedCatalog(const RawFile& catalog, const CatalogState& state);
 

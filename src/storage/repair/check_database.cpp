@@ -112,6 +112,7 @@ DatabaseState CheckDatabase(std::uint32_t type, const DatabaseFiles& files, Find
   const bool variable = state.kind == kVariableDatabase;
   if (variable) file.slots = SlotsOf(files.offsets, file.count.value_or(0), offsets);
   state.records = variable ? SalvageChain(file, data) : SalvageEqualRecords(file, data);
+  if (type == kTypeMemo) FillGaps(state.records);
   if (!data.sound()) state.records.rewrite = true;
   if (variable) {
     const bool anew = !offsets.sound() || (!state.records.rewrite && CheckSlots(file, state.records, offsets));
@@ -144,6 +145,13 @@ DatabaseReport ReportOf(const DatabaseHdrType& entry, const DatabaseFiles& files
 
 // -------------------------------------------------------------------------------------------------- repaired files
 
+FileBytes SavedBlock(const DatabaseFiles& files, const Records& records) {
+  if (records.block) return *records.block;
+  const FileBytes bytes = files.data.bytes();
+  const std::size_t begin = std::min<std::size_t>(kHeaderSize, bytes.size());
+  return bytes.subspan(begin, std::min<std::size_t>(records.appInfoLen, bytes.size() - begin));
+}
+
 namespace {
 
 std::vector<char> NewFile(FileHeader header, std::uint64_t used, std::uint64_t oldSize) {
@@ -154,10 +162,18 @@ std::vector<char> NewFile(FileHeader header, std::uint64_t used, std::uint64_t o
   return bytes;
 }
 
+}  // namespace
+
+std::vector<char> EmptyDatabase(DatabaseKind kind) {
+  return NewFile({2, kind, 0, 0, 0, 0, 0}, kHeaderSize, 0);
+}
+
+namespace {
+
 // Calls `visit(place, header, new place)` for each record, and returns the end of what is used then.
 template <class Visit>
 std::uint64_t ForEachNewPlace(const DatabaseFiles& files, const Records& records, Visit visit) {
-  std::uint64_t place = std::uint64_t{kHeaderSize} + records.appInfoLen;
+  std::uint64_t place = std::uint64_t{kHeaderSize} + SavedBlock(files, records).size();
   for (const std::uint32_t old : records.places) {
     const RecordHeader header = SavedHeader(files.data.bytes(), records, old);
     visit(old, header, place);
@@ -171,13 +187,19 @@ std::uint64_t ForEachNewPlace(const DatabaseFiles& files, const Records& records
 std::vector<char> RepairedData(const DatabaseFiles& files, const DatabaseState& state) {
   const FileBytes old = files.data.bytes();
   const Records& records = state.records;
-  const auto count = static_cast<std::uint32_t>(records.places.size());
+  const FileBytes block = SavedBlock(files, records);
+  const auto count = static_cast<std::uint32_t>(records.places.size()), info = static_cast<std::uint32_t>(block.size());
   const std::uint64_t used = ForEachNewPlace(files, records, [](auto...) {});
-  std::vector<char> bytes = NewFile({2, state.kind, 0, records.appInfoLen, count, 0, 0}, used, old.size());
-  if (records.appInfoLen != 0) std::memcpy(bytes.data() + kHeaderSize, old.data() + kHeaderSize, records.appInfoLen);
+  std::vector<char> bytes = NewFile({2, state.kind, 0, info, count, 0, 0}, used, old.size());
+  std::copy(block.begin(), block.end(), bytes.begin() + kHeaderSize);
   ForEachNewPlace(files, records, [&](std::uint32_t from, const RecordHeader& header, std::uint64_t to) {
-    std::memcpy(bytes.data() + to, old.data() + from, RecordSpan(header));
-    Store(bytes.data() + to, Mended(header, header.AllocatedSpace));
+    char* at = bytes.data() + to;
+    Store(at, Mended(header, header.AllocatedSpace));
+    // What is reserved behind a record goes with it.
+    const bool remade = records.remade.contains(from);
+    const FileBytes record = remade ? SavedRecord(old, records, from)
+                                    : old.subspan(std::size_t{from} + kRecordHeaderSize, header.AllocatedSpace);
+    std::copy(record.begin(), record.end(), at + kRecordHeaderSize);
   });
   return bytes;
 }

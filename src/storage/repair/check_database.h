@@ -23,6 +23,10 @@ DatabaseState CheckDatabase(std::uint32_t type, const DatabaseFiles& files, Find
 /// What there is to tell about a database.
 DatabaseReport ReportOf(const DatabaseHdrType& entry, const DatabaseFiles& files, const DatabaseState& state);
 
+/// The application information as it ought to be.
+FileBytes SavedBlock(const DatabaseFiles& files, const Records& records);
+/// A database of a kind without records, as it is made.
+std::vector<char> EmptyDatabase(DatabaseKind kind);
 /// The data file with the records that can be saved, one behind the other.
 std::vector<char> RepairedData(const DatabaseFiles& files, const DatabaseState& state);
 /// The offsets file that belongs to a data file made by RepairedData, or to one that needs no repair.

@@ -1,8 +1,11 @@
 #include "storage/repair/check_indexes.h"
 
+#include <algorithm>
+
 #include "storage/format/entry_maker.h"
 #include "storage/format/entry_order.h"
 #include "storage/format/keys.h"
+#include "storage/format/record_bytes.h"
 #include "storage/repair/check_sizes.h"
 
 namespace vorne {
@@ -11,54 +14,22 @@ namespace {
 
 constexpr char kNoMatch[] = "the index does not match its table: ";
 
-FileBytes Block(const DatabaseFiles& files, const DatabaseState& state) {
-  const FileBytes bytes = files.data.bytes();
-  const std::size_t begin = std::min<std::size_t>(kHeaderSize, bytes.size());
-  return bytes.subspan(begin, std::min<std::size_t>(state.records.appInfoLen, bytes.size() - begin));
-}
-FileBytes Block(const CheckedDatabase& database) {
-  return Block(database.files, database.state);
-}
-
-std::span<const char> RecordBytes(const CheckedDatabase& database, std::size_t index) {
-  const std::uint32_t place = database.state.records.places[index];
-  const FileBytes bytes = database.files.data.bytes();
-  return bytes.subspan(place + kRecordHeaderSize, SavedHeader(bytes, database.state.records, place).RecordLen);
-}
-
-std::size_t Count(const CheckedDatabase& database) {
-  return database.state.records.places.size();
-}
-
-// What an index says about itself and its table, and the entries that the table's records ought to have.
-struct Both {
-  Both(const CheckedDatabase& tableFile, const CheckedDatabase& indexFile)
-      : table(ParseTableBlock(Block(tableFile))), index(ParseIndexBlock(Block(indexFile))) {
-    if (table && index) maker.emplace(table->fields, index->keyFields);
-  }
-  bool hasKey() const { return maker && maker->size() != 0; }
-
-  std::optional<TableDescription> table;
-  std::optional<IndexDescription> index;
-  std::optional<EntryMaker> maker;
-};
-
 // Looks at the entries one after the other.
 class Comparison {
  public:
   Comparison(const CheckedDatabase& table, const CheckedDatabase& index, EntryMaker& maker)
-      : table_(table), index_(index), maker_(maker), expected_(maker.size()), seen_(Count(table)) {}
+      : table_(table), index_(index), maker_(maker), expected_(maker.size()), seen_(table.count()) {}
 
   /// What is wrong with an entry; empty when it is as it would be made.
   std::string fault(std::size_t place) {
-    const std::span<const char> entry = RecordBytes(index_, place);
+    const std::span<const char> entry = index_.record(place);
     if (entry.size() != expected_.size())
       return Message("its entry has %zu bytes instead of %zu", entry.size(), expected_.size());
     const auto record = Load<std::uint32_t>(entry.data());
     if (record >= seen_.size()) return Message("its entry names record %u of %zu", record + 1, seen_.size());
     if (seen_[record]) return Message("record %u has two entries", record + 1);
     seen_[record] = true;
-    maker_.make(static_cast<std::int32_t>(record), RecordBytes(table_, record), expected_.data());
+    maker_.make(static_cast<std::int32_t>(record), table_.record(record), expected_.data());
     if (std::memcmp(expected_.data(), entry.data(), entry.size()) != 0)
       return Message("record %u has another key", record + 1);
     if (place > 0 && std::memcmp(previous_ + kEntryKeyAt, entry.data() + kEntryKeyAt, entry.size() - kEntryKeyAt) > 0)
@@ -75,17 +46,81 @@ class Comparison {
   const char* previous_ = nullptr;
 };
 
-// The block with the length that keys of the table's fields have, and without the mark.
-std::vector<char> FreshBlock(const CheckedDatabase& indexFile, const Both& both) {
-  const auto length = static_cast<std::int32_t>(both.maker->size() - kEntryKeyAt);
-  if (both.index->keyLength != length) {
-    IndexDescription index = *both.index;
-    index.keyLength = length;
-    const std::string block = IndexBlock(*both.table, index);
-    return {block.begin(), block.end()};
+// Puts fields one behind the other until they make the keys of some entries.
+class KeySearch {
+ public:
+  KeySearch(const CheckedTable& table, const CheckedDatabase& index) : fields_(table.description.fields) {
+    const std::size_t count = std::min(kSamples, index.count());
+    for (std::size_t i = 0; i < count; ++i) sample(table, index.record(i * index.count() / count));
   }
-  const FileBytes old = Block(indexFile);
-  std::vector<char> block(old.begin(), old.end());
+
+  /// All keys that the samples allow, two at most.
+  const std::vector<std::vector<IDX_Indexes>>& run() {
+    if (!samples_.empty() && sound_) extend(0);
+    return found_;
+  }
+
+ private:
+  static constexpr std::size_t kSamples = 64;
+  static constexpr int kMostSteps = 100000;
+  struct Sample {
+    std::string key;
+    std::vector<std::string> parts;  // of each field, empty for one that cannot be a key
+  };
+
+  void sample(const CheckedTable& table, std::span<const char> entry) {
+    const std::uint32_t record = entry.size() <= kEntryKeyAt ? ~0u : Load<std::uint32_t>(entry.data());
+    sound_ = sound_ && record < table.database.count();
+    if (!sound_) return;
+    Sample made{{entry.data() + kEntryKeyAt, entry.size() - kEntryKeyAt}, {}};
+    const ControlFieldTBL& last = fields_.back();
+    std::vector<char> buffer(static_cast<std::size_t>(last.iOffset + BufferRoom(last)));
+    LoadFields(fields_, table.database.record(record), bswapnum != 0, buffer.data());
+    for (std::uint32_t field = 1; field < fields_.size(); ++field) {
+      const IDX_Indexes part{field};
+      std::string bytes(static_cast<std::size_t>(KeyRoom(fields_, {&part, 1})), ' ');
+      if (!bytes.empty()) MakeKey(fields_, {&part, 1}, buffer.data(), false, bytes.data());
+      made.parts.push_back(std::move(bytes));
+    }
+    sound_ = samples_.empty() || samples_[0].key.size() == made.key.size();
+    samples_.push_back(std::move(made));
+  }
+
+  void extend(std::size_t at) {
+    if (at == samples_[0].key.size()) return found_.push_back(key_);
+    for (std::uint32_t field = 1; field < fields_.size() && found_.size() < 2; ++field) {
+      const std::size_t room = samples_[0].parts[field - 1].size();
+      if (room == 0 || ++steps_ > kMostSteps || !fits(field, at)) continue;
+      key_.push_back({field});
+      extend(at + room);
+      key_.pop_back();
+    }
+  }
+
+  bool fits(std::uint32_t field, std::size_t at) const {
+    return std::all_of(samples_.begin(), samples_.end(), [&](const Sample& sample) {
+      return std::string_view(sample.key).substr(at).starts_with(sample.parts[field - 1]);
+    });
+  }
+
+  Fields fields_;
+  std::vector<Sample> samples_;
+  std::vector<IDX_Indexes> key_;
+  std::vector<std::vector<IDX_Indexes>> found_;
+  int steps_ = 0;
+  bool sound_ = true;
+};
+
+// The block with the table's name, the length that its keys have, and without the mark.
+std::string FreshBlock(const CheckedTable& table, const CheckedDatabase& index, const IndexDescription& told) {
+  const FileBytes old = SavedBlock(index.files, index.state.records);
+  const std::optional<IndexDescription> before = ParseIndexBlock(old);
+  const auto same = [](IDX_Indexes a, IDX_Indexes b) { return a.KeyField == b.KeyField; };
+  const bool keeps = before && before->keyLength == told.keyLength && before->table == told.table &&
+                     std::equal(before->keyFields.begin(), before->keyFields.end(), told.keyFields.begin(),
+                                told.keyFields.end(), same);
+  if (!keeps) return IndexBlock(table.description, told);
+  std::string block(old.begin(), old.end());
   Store(block.data() + kEntriesWaitAt, std::uint32_t{0});
   return block;
 }
@@ -94,43 +129,67 @@ std::vector<char> FreshBlock(const CheckedDatabase& indexFile, const Both& both)
 
 std::optional<IndexDescription> ToldIndex(const DatabaseFiles& files, const DatabaseState& state) {
   if (state.kind != kIndexDatabase) return {};
-  return ParseIndexBlock(Block(files, state));
+  return ParseIndexBlock(SavedBlock(files, state.records));
 }
 
-bool IsTable(const CheckedDatabase& database) {
-  return database.state.kind == kVariableDatabase && ParseTableBlock(Block(database));
-}
-
-void CheckIndex(const CheckedDatabase& table, const CheckedDatabase& index, Findings& findings) {
-  Both both(table, index);
-  // Tables leave such an index alone. It may be the table's description that is wrong, so nothing is dropped here.
-  if (!both.hasKey())
-    return findings.note("the index is not in use: its table has no such key fields; drop it and make it anew");
-  if (both.index->entriesWait)
-    return findings.damage(std::string(kNoMatch) + "the program ended before it had all changes");
-  if (Count(index) != Count(table))
-    return findings.damage(Message("%sit has %zu entries for %zu records", kNoMatch, Count(index), Count(table)));
-  if (both.index->keyLength + kEntryKeyAt != both.maker->size())
-    return findings.damage(Message("%sit says %d bytes for keys of %zu", kNoMatch, both.index->keyLength,
-                                   both.maker->size() - kEntryKeyAt));
-  Comparison comparison(table, index, *both.maker);
-  for (std::size_t place = 0; place < Count(index); ++place) {
+void CheckIndex(const CheckedTable& table, const CheckedDatabase& index, const IndexDescription& told,
+                Findings& findings) {
+  EntryMaker maker(table.description.fields, told.keyFields);
+  if (maker.size() == 0) return findings.damage("its table has no such key fields");
+  if (told.entriesWait) return findings.damage(std::string(kNoMatch) + "the program ended before it had all changes");
+  const std::size_t records = table.database.count();
+  if (index.count() != records)
+    return findings.damage(Message("%sit has %zu entries for %zu records", kNoMatch, index.count(), records));
+  if (told.keyLength + kEntryKeyAt != maker.size())
+    return findings.damage(
+        Message("%sit says %d bytes for keys of %zu", kNoMatch, told.keyLength, maker.size() - kEntryKeyAt));
+  Comparison comparison(table.database, index, maker);
+  for (std::size_t place = 0; place < index.count(); ++place) {
     const std::string fault = comparison.fault(place);
     if (!fault.empty()) return findings.damage(kNoMatch + fault, static_cast<std::int64_t>(place) + 1);
   }
 }
 
-std::vector<char> FreshIndex(const CheckedDatabase& table, const CheckedDatabase& index) {
-  Both both(table, index);
-  if (!both.hasKey()) return {};
-  const std::size_t size = both.maker->size(), stride = size + kRecordHeaderSize;
-  const std::vector<char> block = FreshBlock(index, both);
-  const std::uint64_t begin = kHeaderSize + block.size(), used = begin + Count(table) * std::uint64_t{stride};
+std::optional<std::vector<IDX_Indexes>> KeyOfEntries(const CheckedTable& table, const CheckedDatabase& index) {
+  if (index.count() == 0 || index.count() != table.database.count()) return {};
+  KeySearch search(table, index);
+  const auto& found = search.run();
+  if (found.size() != 1) return {};
+  IndexDescription told;
+  told.keyFields = found[0];
+  told.keyLength = KeyRoom(table.description.fields, told.keyFields);
+  Findings findings("");
+  CheckIndex(table, index, told, findings);
+  if (!findings.sound()) return {};
+  return found[0];
+}
+
+bool HoldsEntries(const CheckedDatabase& index) {
+  std::vector<bool> seen(index.count());
+  std::size_t good = 0;
+  for (std::size_t i = 0; i < index.count(); ++i) {
+    const std::span<const char> entry = index.record(i);
+    const std::uint32_t record = entry.size() <= kEntryKeyAt ? ~0u : Load<std::uint32_t>(entry.data());
+    if (record >= seen.size() || seen[record]) continue;
+    seen[record] = true;
+    ++good;
+  }
+  return good * 2 > index.count();
+}
+
+std::vector<char> FreshIndex(const CheckedTable& table, const CheckedDatabase& index, IndexDescription told) {
+  EntryMaker maker(table.description.fields, told.keyFields);
+  if (maker.size() == 0) return {};
+  const std::size_t size = maker.size(), stride = size + kRecordHeaderSize, records = table.database.count();
+  told.table = table.description.name;
+  told.keyLength = static_cast<std::int32_t>(size - kEntryKeyAt);
+  const std::string block = FreshBlock(table, index, told);
+  const std::uint64_t begin = kHeaderSize + block.size(), used = begin + records * std::uint64_t{stride};
   if (used > kLargestFile) return {};
-  std::vector<char> entries(Count(table) * size), file(RepairedSize(used, index.files.data.length));
-  for (std::size_t i = 0; i < Count(table); ++i)
-    both.maker->make(static_cast<std::int32_t>(i), RecordBytes(table, i), entries.data() + i * size);
-  const auto count = static_cast<std::uint32_t>(Count(table));
+  std::vector<char> entries(records * size), file(RepairedSize(used, index.files.data.length));
+  for (std::size_t i = 0; i < records; ++i)
+    maker.make(static_cast<std::int32_t>(i), table.database.record(i), entries.data() + i * size);
+  const auto count = static_cast<std::uint32_t>(records);
   Store(file.data(), FileHeader{2, kIndexDatabase, 0, static_cast<std::uint32_t>(block.size()), count,
                                 static_cast<std::uint32_t>(file.size()), static_cast<std::uint32_t>(used)});
   std::copy(block.begin(), block.end(), file.begin() + kHeaderSize);

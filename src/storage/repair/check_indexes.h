@@ -6,22 +6,38 @@
 
 namespace vorne {
 
-/// A database with its files, as far as they can be read.
+/// A database with its files, as far as they can be read, and what was found of its records.
 struct CheckedDatabase {
   DatabaseFiles files;
   DatabaseState state;
+
+  std::size_t count() const { return state.records.places.size(); }
+  std::span<const char> record(std::size_t index) const {
+    return SavedRecord(files.data.bytes(), state.records, state.records.places[index]);
+  }
+};
+struct CheckedTable {
+  CheckedDatabase database;
+  TableDescription description;
 };
 
 /// What a database says about the index that it is; none when it is no index of a table.
 std::optional<IndexDescription> ToldIndex(const DatabaseFiles& files, const DatabaseState& state);
-/// True when the database describes a table.
-bool IsTable(const CheckedDatabase& database);
 
 /// Tells what does not match, naming the first record.
-/// @param index sound, as `table` is
-void CheckIndex(const CheckedDatabase& table, const CheckedDatabase& index, Findings& findings);
+/// @param told the index by its own words, or as it is taken to be
+void CheckIndex(const CheckedTable& table, const CheckedDatabase& index, const IndexDescription& told,
+                Findings& findings);
+
+/// The key of which all entries are made, told from them: when one key of the table's fields makes all of them, and no
+/// other does.
+std::optional<std::vector<IDX_Indexes>> KeyOfEntries(const CheckedTable& table, const CheckedDatabase& index);
+
+/// True when most entries name records, each another one, as those of an index do.
+bool HoldsEntries(const CheckedDatabase& index);
 
 /// The index file made afresh; empty when none can be made of the key.
-std::vector<char> FreshIndex(const CheckedDatabase& table, const CheckedDatabase& index);
+/// @param told names the index and its key fields; the table and the key's length are put right
+std::vector<char> FreshIndex(const CheckedTable& table, const CheckedDatabase& index, IndexDescription told);
 
 }  // namespace vorne

@@ -20,7 +20,7 @@ FileKind TargetKind(const std::string& path) {
   return fileSystem.stat(path.c_str(), &found) == 0 && S_ISREG(found.st_mode) ? FileKind::kLink : FileKind::kOther;
 }
 
-DataDirectory::Entry EntryOf(const std::string& path) {
+DataDirectory::File FileOf(const std::string& path) {
   struct stat found;
   if (::lstat(path.c_str(), &found) != 0) return {FileKind::kMissing, 0, 0};
   const FileKind kind = S_ISREG(found.st_mode)   ? FileKind::kRegular
@@ -51,15 +51,20 @@ DataDirectory::DataDirectory(std::string path) : path_(std::move(path)) {
   while (const dirent* found = ::readdir(directory)) {
     const std::string name = found->d_name;
     if (name == "." || name == "..") continue;
-    const Entry entry = EntryOf(pathOf(name));
-    if (entry.kind != FileKind::kMissing) entries_.emplace(name, entry);
+    const File file = FileOf(pathOf(name));
+    if (file.kind != FileKind::kMissing) files_.emplace(name, file);
   }
   ::closedir(directory);
 }
 
+std::uint64_t DataDirectory::sizeOf(const std::string& name) const {
+  const auto found = files_.find(name);
+  return found == files_.end() ? 0 : found->second.size;
+}
+
 FileKind DataDirectory::kindOf(const std::string& name) const {
-  const auto found = entries_.find(name);
-  return found == entries_.end() ? FileKind::kMissing : found->second.kind;
+  const auto found = files_.find(name);
+  return found == files_.end() ? FileKind::kMissing : found->second.kind;
 }
 
 RawFile DataDirectory::read(const std::string& name, std::size_t limit,

@@ -33,7 +33,7 @@ struct RawFile {
 
 class DataDirectory {
  public:
-  struct Entry {
+  struct File {
     FileKind kind;
     ino_t inode;
     std::uint64_t size;
@@ -44,7 +44,9 @@ class DataDirectory {
 
   bool exists() const { return exists_; }
   /// By name, in the order of their bytes.
-  const std::map<std::string, Entry>& entries() const { return entries_; }
+  const std::map<std::string, File>& files() const { return files_; }
+  /// Bytes of a file, 0 for none.
+  std::uint64_t sizeOf(const std::string& name) const;
   FileKind kindOf(const std::string& name) const;
   std::string pathOf(const std::string& name) const { return path_ + "/" + name; }
   const std::string& path() const { return path_; }
@@ -56,7 +58,7 @@ class DataDirectory {
  private:
   std::string path_;
   bool exists_ = false;
-  std::map<std::string, Entry> entries_;
+  std::map<std::string, File> files_;
 };
 
 /// The file's header; all zeros when it has less than 20 bytes.

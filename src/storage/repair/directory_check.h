@@ -1,5 +1,6 @@
-// Checking and repairing a directory of databases from its files alone, while no program has them open. Everything in
-// the files may be damaged in any way.
+// Checking and repairing a directory of databases from its files alone, while no program has them open: everything in
+// the files may be damaged in any way. Stands on format/, files/ and journal/; the other rooms of storage do not know
+// it. Errors are told in a report, none is raised.
 //
 //  - Checking changes nothing. Repairing first copies each file that it will change into a new directory
 //    "DB/repair-<date>-<time>", and puts a new file in the old one's place only when it is complete on the disk.
@@ -7,57 +8,11 @@
 //  - Symbolic links and what is no regular file are told and never followed or changed.
 #pragma once
 
-#include <cstdint>
-#include <functional>
 #include <optional>
-#include <string>
-#include <vector>
 
-#include "storage/disk_layout.h"
+#include "storage/repair/report.h"
 
 namespace vorne {
-
-struct Problem {
-  std::string file;          ///< name in the data directory
-  std::int64_t record = -1;  ///< counted from 1; -1: the file as a whole
-  std::string problem;       ///< in English, as ISO-8859-1 (it may quote names)
-  bool repaired = false;
-};
-
-struct DatabaseReport {
-  DatabaseHdrType entry = {};
-  std::string name;
-  DatabaseKind kind = kFixedDatabase;
-  std::uint32_t appInfoBytes = 0;
-  std::uint64_t records = 0;
-  std::uint64_t damagedRecords = 0;         ///< stretches that no record can be read from, and headers that are wrong
-  std::uint64_t recordBytes = 0;            ///< bytes in use in all records
-  std::uint32_t smallest = 0, largest = 0;  ///< of the records, bytes in use
-  std::uint64_t dataFileBytes = 0, offsetsFileBytes = 0;
-};
-
-struct DirectoryReport {
-  bool exists = false;  ///< there is a directory "DB"
-  bool inUse = false;   ///< another process has databases open; a repair has changed nothing then
-  bool sound = false;   ///< no damage is left
-  std::vector<DatabaseReport> databases;
-  std::vector<Problem> problems;  ///< damage, at most 100 a file and a line that counts the rest
-  std::vector<Problem> notes;     ///< what does no harm, bounded likewise
-  std::uint64_t bytes = 0;        ///< that were read
-  std::uint64_t lostRecords = 0;  ///< counted once, and cannot be saved (a repair: were not)
-  bool lostMore = false;          ///< ... and more, which nothing counts any longer
-  bool changed = false;           ///< a repair has changed something
-  std::string copies;             ///< the directory with the files as they were before; empty without any
-};
-
-struct CheckProgress {
-  std::string file;  ///< that is being read
-  std::uint64_t bytes, allBytes;
-};
-
-struct CheckOptions {
-  std::function<void(const CheckProgress&)> progress;  ///< called at least once a megabyte; may be empty
-};
 
 /// @param directory the working directory that holds "DB"
 DirectoryReport CheckDirectory(const std::string& directory, const CheckOptions& options = {});

@@ -6,11 +6,6 @@ namespace vorne {
 
 namespace {
 
-std::uint64_t SizeOf(const DataDirectory& directory, const std::string& name) {
-  const auto found = directory.entries().find(name);
-  return found == directory.entries().end() ? 0 : found->second.size;
-}
-
 DatabaseReport ListedDatabase(const DataDirectory& directory, const DatabaseHdrType& entry) {
   DatabaseReport report;
   report.entry = entry;
@@ -19,8 +14,8 @@ DatabaseReport ListedDatabase(const DataDirectory& directory, const DatabaseHdrT
   report.kind = static_cast<DatabaseKind>(header.Type);
   report.appInfoBytes = header.AppInfoLen;
   report.records = header.NumberOfRecords;
-  report.dataFileBytes = SizeOf(directory, report.name);
-  report.offsetsFileBytes = header.Type == kVariableDatabase ? SizeOf(directory, OffsetsName(report.name)) : 0;
+  report.dataFileBytes = directory.sizeOf(report.name);
+  report.offsetsFileBytes = header.Type == kVariableDatabase ? directory.sizeOf(OffsetsName(report.name)) : 0;
   return report;
 }
 

@@ -6,15 +6,17 @@ namespace {
 
 constexpr std::size_t kListed = 100;
 
-void Append(std::vector<Problem>& to, const std::vector<Problem>& from, std::uint64_t count, bool repaired) {
+void Append(std::vector<Problem>& to, const std::vector<Problem>& from, std::uint64_t count, bool repaired,
+            bool byHand) {
   for (Problem problem : from) {
     problem.repaired = repaired;
+    problem.byHand = byHand;
     to.push_back(std::move(problem));
   }
   if (count > from.size())
     to.push_back({from.front().file, -1,
                   Message("... and %llu more of this kind", static_cast<unsigned long long>(count - from.size())),
-                  repaired});
+                  repaired, byHand});
 }
 
 }  // namespace
@@ -23,9 +25,9 @@ void Findings::add(std::vector<Problem>& list, std::uint64_t& count, std::string
   if (++count <= kListed) list.push_back({file_, record, std::move(text), false});
 }
 
-void Findings::tell(DirectoryReport& report, bool repaired) const {
-  Append(report.problems, problems_, problemCount_, repaired);
-  Append(report.notes, notes_, noteCount_, false);
+void Findings::tell(DirectoryReport& report, bool repaired, bool byHand) const {
+  Append(report.problems, problems_, problemCount_, repaired, byHand);
+  Append(report.notes, notes_, noteCount_, false, false);
 }
 
 }  // namespace vorne

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "storage/files/diagnostic_log.h"
-#include "storage/repair/directory_check.h"
+#include "storage/repair/report.h"
 
 namespace vorne {
 
@@ -17,8 +17,8 @@ class Findings {
   bool sound() const { return problemCount_ == 0; }
   const std::string& file() const { return file_; }
 
-  /// Appends all of it to the report; `repaired` is for the damage.
-  void tell(DirectoryReport& report, bool repaired) const;
+  /// Appends all of it to the report; `repaired` and `byHand` are for the damage.
+  void tell(DirectoryReport& report, bool repaired, bool byHand = false) const;
 
  private:
   void add(std::vector<Problem>& list, std::uint64_t& count, std::string text, std::int64_t record);

@@ -18,8 +18,17 @@ bool RecordsFollow(FileBytes bytes, std::uint64_t place, std::uint64_t limit) {
 }  // namespace
 
 RecordHeader SavedHeader(FileBytes bytes, const Records& records, std::uint32_t place) {
+  if (const auto remade = records.remade.find(place); remade != records.remade.end()) {
+    const auto size = static_cast<std::uint16_t>(remade->second.size());
+    return {size, size, 0, kMark, kMark};
+  }
   const auto mended = records.mended.find(place);
   return mended == records.mended.end() ? HeaderAt(bytes, place) : mended->second;
+}
+
+std::span<const char> SavedRecord(FileBytes bytes, const Records& records, std::uint32_t place) {
+  if (const auto remade = records.remade.find(place); remade != records.remade.end()) return remade->second;
+  return bytes.subspan(std::size_t{place} + kRecordHeaderSize, SavedHeader(bytes, records, place).RecordLen);
 }
 
 RecordHeader Mended(RecordHeader header, std::uint32_t space) {

@@ -5,6 +5,7 @@
 
 #include <map>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "storage/format/chain.h"
@@ -39,12 +40,22 @@ struct DataFile {
   Slots slots;
 };
 
+/// A stretch of a chain from which no record can be read.
+struct Gap {
+  std::size_t before;     ///< number of the records that were saved before it
+  std::uint32_t place;    ///< where it begins
+  std::uint32_t records;  ///< that are missing; the least that it can be
+};
+
 struct Records {
   std::uint32_t appInfoLen = 0;
   std::uint32_t end = 0;                         ///< of what is used
   std::vector<std::uint32_t> places;             ///< of the headers of all records that can be saved
   std::vector<std::uint32_t> unfinished;         ///< of records that were begun and never counted
   std::map<std::uint32_t, RecordHeader> mended;  ///< by place, headers that differ from the file's
+  std::map<std::uint32_t, std::string> remade;   ///< by place, records whose bytes differ from the file's
+  std::optional<std::string> block;              ///< the application information when it differs from the file's
+  std::vector<Gap> gaps;                         ///< of a chain: where records are missing
   std::uint64_t damaged = 0;                     ///< mended headers, and stretches that hold nothing readable
   std::uint64_t lost = 0;
   bool lostMore = false;  ///< nothing counts what was lost; `lost` is the least that it can be
@@ -53,13 +64,17 @@ struct Records {
 
 /// Of a 'V' file: a chain.
 Records SalvageChain(const DataFile& file, Findings& findings);
+/// Lets the records behind a gap keep their numbers, by which others refer to them: empty ones fill it.
+void FillGaps(Records& records);
 /// Of any other: records of one length.
 Records SalvageEqualRecords(const DataFile& file, Findings& findings);
 
 // --------------------------------------------------------------------------------------------- what both go by
 
-/// The header of a record as it ought to be: in the file's or in its mended form.
+/// The header of a record as it ought to be: the file's, its mended form, or that of a record made anew.
 RecordHeader SavedHeader(FileBytes bytes, const Records& records, std::uint32_t place);
+/// The bytes of a record that can be saved.
+std::span<const char> SavedRecord(FileBytes bytes, const Records& records, std::uint32_t place);
 /// The header with `space` bytes reserved, marked, and everything else as far as it can be believed.
 RecordHeader Mended(RecordHeader header, std::uint32_t space);
 /// True when eight zero bytes stand at `place`.

@@ -190,7 +190,9 @@ class ChainReader {
                         Message("; nothing can be read from the %llu bytes up to the next sound record",
                                 static_cast<unsigned long long>(target - place_)));
     ++holes_;
-    number_ += std::max<std::uint32_t>(slot, slot_ + 1) - slot_;
+    const std::uint32_t missing = std::max<std::uint32_t>(slot, slot_ + 1) - slot_;
+    addGap(missing);
+    number_ += missing;
     slot_ = slot;
     place_ = target;
   }
@@ -203,8 +205,13 @@ class ChainReader {
       damage(number_,
              HeaderWords(bytes_, place_) + Message("; nothing can be read from the %llu bytes up to the end", left));
       ++holes_;
+      addGap(1);
     }
     bytes_ = bytes_.first(static_cast<std::size_t>(place_));
+  }
+
+  void addGap(std::uint32_t missing) {
+    records_.gaps.push_back({records_.places.size(), static_cast<std::uint32_t>(place_), missing});
   }
 
   bool isZeroFrom(std::uint64_t place) const {
@@ -280,6 +287,23 @@ class ChainReader {
 };
 
 }  // namespace
+
+void FillGaps(Records& records) {
+  if (records.gaps.empty()) return;
+  std::uint64_t known = 0;
+  for (const Gap& gap : records.gaps) known += gap.records;
+  // What the counts tell beyond the gaps' own numbers is missing in the last one.
+  if (records.lost > known) records.gaps.back().records += static_cast<std::uint32_t>(records.lost - known);
+  for (auto gap = records.gaps.rbegin(); gap != records.gaps.rend(); ++gap) {
+    std::vector<std::uint32_t> empty;
+    for (std::uint32_t i = 0; i < gap->records; ++i) {
+      empty.push_back(gap->place + i);
+      records.remade.emplace(empty.back(), std::string(1, '\0'));
+    }
+    const std::size_t before = std::min(gap->before, records.places.size());
+    records.places.insert(records.places.begin() + static_cast<std::ptrdiff_t>(before), empty.begin(), empty.end());
+  }
+}
 
 Records SalvageChain(const DataFile& file, Findings& findings) {
   return ChainReader(file, findings).read();

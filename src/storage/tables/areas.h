@@ -63,4 +63,13 @@ void ForEachAreaOf(DmOpenRef table, Visit visit) {
       visit(number, *area);
 }
 
+/// Calls `visit(index)` for that index in the list of every area that has the table open.
+template <class Visit>
+void ForEachIndexOf(DmOpenRef index, DmOpenRef table, Visit visit) {
+  ForEachAreaOf(table, [&](int, VORNE_RDD& area) {
+    for (std::uint32_t i = 0; i < area.TBL_appinfo->TBL_numIndexes; ++i)
+      if (IDX_IndexesNames& one = *area.TBL_appinfo->TBL_IndexesNames[i]; one.IDX_dbRef == index) visit(one);
+  });
+}
+
 }  // namespace vorne

@@ -13,8 +13,8 @@ namespace {
 constexpr int kMissing = 36, kEmptyName = 37, kEmptyStructure = 38, kWrongElement = 39, kNotOpened = 40;
 constexpr int kNoFreeArea = 13, kNoTable = 53;
 constexpr int kDateLength = 8, kMemoLength = 4, kMarkLength = 2;
-// Room for the suffixes of the memo database and of its offsets file.
-constexpr std::size_t kMostLetters = kLongestName - 5;
+// As long as a description can tell it, and with room for the memo database's suffix where there is one.
+constexpr std::size_t kMostLetters = kLongestTableName, kMostLettersWithMemo = kLongestName - 2;
 
 Obj_Node* arrayIn(Obj_Node* value) {
   Obj_Node* array = IsElementWithArray(value) ? value->objData.mSubArray : value;
@@ -115,11 +115,17 @@ Obj_Node* __DBCREATE(Obj_Node* name, Obj_Node* structure, Obj_Node*) {
   TableDescription description;
   description.fields = fieldsOf(rows);
   description.name = capitals;
+  const bool memo = hasMemo(description.fields);
+  if (memo && capitals.size() > kMostLettersWithMemo) __RuntimeError(6, kEmptyName);
   if (TableBlock(description).size() > kLargestNewSpace) __RuntimeError(6, kWrongElement);
   deleteTable(capitals);
   if (DmFindDatabase(0, capitals.c_str()) != 0) return __INIT_BOOL(0);
 
-  const bool memo = hasMemo(description.fields);
+  const std::string memoName = capitals + kMemoSuffix;
+  if (memo && DmFindDatabase(0, memoName.c_str()) != 0) __RuntimeError(3, kNotOpened);
+  const Making making(capitals);
+  std::optional<Making> makingMemo;
+  if (memo) makingMemo.emplace(memoName);
   myAppInfoType* table = NewTable(description);
   if (__TBL_CreateOrOpen(capitals.c_str(), kTypeData, description.openMode, table) == nullptr ||
       (memo && !CreateMemoDB(capitals.c_str())))

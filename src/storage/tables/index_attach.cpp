@@ -2,12 +2,15 @@
 
 #include <algorithm>
 #include <cstring>
+#include <unordered_map>
+#include <utility>
 
 #include "runtime/latin1.h"
 #include "runtime/memory.h"
 #include "storage/databases/catalog.h"
 #include "storage/files/descriptor.h"
 #include "storage/files/diagnostic_log.h"
+#include "storage/files/mapped_file.h"
 #include "storage/format/keys.h"
 #include "storage/format/names.h"
 #include "storage/records/open_databases.h"
@@ -34,15 +37,39 @@ std::string ownerOf(const std::string& index) {
   return FoldedName({name, ::strnlen(name, kNameRoom)});
 }
 
+// The tables that the catalogue's indexes belong to, by the place of the index's entry, so that a head is read once and
+// not for every table that is opened. It holds as long as the entry is the same. A head that names nothing yet is not
+// remembered.
+class Owners {
+ public:
+  bool isOf(UInt32 place, const DatabaseHdrType& entry, const std::string& table) {
+    if (std::exchange(generation_, CatalogGeneration()) != CatalogGeneration()) known_.clear();
+    Known& known = known_[place];
+    if (known.owner.empty() || std::memcmp(&known.entry, &entry, sizeof entry) != 0)
+      known = {entry, ownerOf(std::string(CatalogEntryName(place)))};
+    return known.owner == table;
+  }
+  void forget(UInt32 place) { known_.erase(place); }
+
+ private:
+  struct Known {
+    DatabaseHdrType entry = {};
+    std::string owner;  // in capital letters
+  };
+  std::unordered_map<UInt32, Known> known_;
+  UInt32 generation_ = 0;
+};
+Owners owners;
+
 std::vector<std::string> indexesOf(const char* table) {
   std::vector<std::string> names;
   const std::string owner = FoldedName(table);
   if (OpenCatalog() != errNone) return names;
   const auto end = static_cast<UInt32>(std::min(rwCatalog->szmap, rwCatalog->szallocated));
   for (UInt32 place = kHeaderSize; place + kCatalogEntrySize <= end; place += kCatalogEntrySize) {
-    if (CatalogEntryAt(place).type != kTypeIndex) continue;
-    std::string name(CatalogEntryName(place));
-    if (!name.empty() && ownerOf(name) == owner) names.push_back(std::move(name));
+    const DatabaseHdrType entry = CatalogEntryAt(place);
+    const std::string_view name = CatalogEntryName(place);
+    if (entry.type == kTypeIndex && !name.empty() && owners.isOf(place, entry, owner)) names.emplace_back(name);
   }
   return names;
 }
@@ -52,18 +79,60 @@ DmOpenRef openDatabase(const char* name) {
   return id == 0 ? nullptr : DmOpenDatabase(0, id, kReadWrite);
 }
 
-// What other areas have open already has been looked at.
 bool isOpenElsewhere(DmOpenRef db) {
   return db->opens > 1;
 }
 
-void makeAnew(const myAppInfoType& table, IDX_IndexesNames& index, EntryMaker& maker) {
-  ReplaceEntries(index.IDX_dbRef, EntriesOfTable(table.TBL_dbRef, maker), maker.size());
+// Entries stand elsewhere then, for every area that has the index. False without room for it.
+bool makeAnew(const myAppInfoType& table, IDX_IndexesNames& index, EntryMaker& maker) {
+  const bool made = ReplaceEntries(index.IDX_dbRef, EntriesOfTable(table.TBL_dbRef, maker), maker.size());
   index.IDX_recID = -1;
+  ForEachIndexOf(index.IDX_dbRef, table.TBL_dbRef, [](IDX_IndexesNames& other) { other.IDX_recID = -1; });
+  return made;
+}
+
+void logMade(const myAppInfoType& table, const IDX_IndexesNames& index, const std::string& why) {
+  Logar(Message("Índice %s da tabela %s refeito: %s"_l1, index.IDX_name, table.TBL_name, why.c_str()).c_str());
+}
+
+// Entries of the index, of a bounded number of them, that are what the maker makes of their records.
+bool fitsBetter(const myAppInfoType& table, const IDX_IndexesNames& index, EntryMaker& maker, EntryMaker& than) {
+  return than.size() == 0 || EntriesThatFit(table.TBL_dbRef, index.IDX_dbRef, maker) >
+                                 EntriesThatFit(table.TBL_dbRef, index.IDX_dbRef, than);
+}
+
+// Files of other origin count key fields from 0. Whether this one does is seen by its entries, before anything is made
+// anew from the wrong fields.
+bool countsFromZero(const myAppInfoType& table, const IDX_IndexesNames& index) {
+  const std::vector<IDX_Indexes> other = NumberedFromOne(KeyFieldsOf(index));
+  EntryMaker fromOne(FieldsOf(table), KeyFieldsOf(index)), fromZero(FieldsOf(table), other);
+  return fromZero.size() != 0 && fitsBetter(table, index, fromZero, fromOne);
+}
+
+void takeNumbers(IDX_IndexesNames& index, KeyFields key, bool fromZero) {
+  std::copy(key.begin(), key.end(), index.IDX_ind);
+  static_cast<OwnedIndex&>(index).countsFromZero = fromZero;
+}
+
+std::string whatDoesNotFit(const myAppInfoType& table, const IDX_IndexesNames& index, bool behind) {
+  if (behind) return "ficou atrás da tabela"_l1;
+  EntryMaker maker(FieldsOf(table), KeyFieldsOf(index));
+  return WhatDoesNotFit(table.TBL_dbRef, index.IDX_dbRef, maker);
 }
 
 // Makes an open index fit the table. `told` is what its block says. False when no index can be made of that key.
 bool makeFit(myAppInfoType& table, IDX_IndexesNames& index, bool behind) {
+  // What other areas have open already has been looked at.
+  const bool isKnown = isOpenElsewhere(index.IDX_dbRef) && !behind;
+  if (isKnown)
+    ForEachIndexOf(index.IDX_dbRef, table.TBL_dbRef, [&](const IDX_IndexesNames& other) {
+      takeNumbers(index, KeyFieldsOf(other), static_cast<const OwnedIndex&>(other).countsFromZero);
+    });
+  std::string words = isKnown ? std::string() : whatDoesNotFit(table, index, behind);
+  if (!words.empty() && countsFromZero(table, index)) {
+    takeNumbers(index, NumberedFromOne(KeyFieldsOf(index)), true);
+    words = whatDoesNotFit(table, index, behind);
+  }
   EntryMaker maker(FieldsOf(table), KeyFieldsOf(index));
   if (maker.size() == 0) {
     Logar(Message("Índice %s não aberto: a tabela %s não tem os campos da chave"_l1, index.IDX_name, table.TBL_name)
@@ -71,13 +140,12 @@ bool makeFit(myAppInfoType& table, IDX_IndexesNames& index, bool behind) {
     return false;
   }
   index.IDX_tam_max_key = static_cast<std::int32_t>(maker.size() - kEntryKeyAt);
-  if (isOpenElsewhere(index.IDX_dbRef) && !behind) return true;
-  const std::string words =
-      behind ? "ficou atrás da tabela"_l1 : WhatDoesNotFit(table.TBL_dbRef, index.IDX_dbRef, maker);
   if (words.empty()) return true;
-  Logar(Message("Índice %s da tabela %s refeito: %s"_l1, index.IDX_name, table.TBL_name, words.c_str()).c_str());
-  makeAnew(table, index, maker);
-  return true;
+  logMade(table, index, words);
+  if (makeAnew(table, index, maker)) return true;
+  Logar(Message("Índice %s não aberto: %s"_l1, index.IDX_name, WhyNotGrown(*index.IDX_dbRef->hFile).c_str()).c_str());
+  LeaveBehind(index.IDX_dbRef);
+  return false;
 }
 
 std::optional<IndexDescription> describe(DmOpenRef db) {
@@ -93,8 +161,12 @@ void releaseIndex(IDX_IndexesNames* index) {
 
 }  // namespace
 
+void ForgetOwner(DmOpenRef index) {
+  owners.forget(index->fOffset);
+}
+
 int AddIndex(myAppInfoType& table, const char* name, DmOpenRef db, KeyFields key) {
-  auto* index = static_cast<IDX_IndexesNames*>(Allocate(sizeof(IDX_IndexesNames)));
+  auto* index = static_cast<OwnedIndex*>(Allocate(sizeof(OwnedIndex)));
   std::string_view(name).substr(0, kLongestTableName).copy(index->IDX_name, kLongestTableName);
   index->IDX_dbRef = db;
   index->IDX_recID = -1;
@@ -119,6 +191,7 @@ int AttachIndex(myAppInfoType& table, const std::string& name) {
   if (db == nullptr) return -1;
   const std::optional<IndexDescription> told = describe(db);
   if (!told || FoldedName(told->table) != FoldedName(table.TBL_name)) {
+    if (!told) Logar(Message("Índice %s não aberto: descrição ilegível"_l1, name.c_str()).c_str());
     DmCloseDatabase(db);
     return -1;
   }
@@ -156,7 +229,10 @@ void DeleteIndexes(const char* table) {
 }
 
 bool OpenIndex(myAppInfoType& table, IDX_IndexesNames& index) {
-  if (IsOpen(index.IDX_dbRef)) return true;
+  if (IsOpen(index.IDX_dbRef)) {
+    if (IsBehind(index.IDX_dbRef)) MendIndex(table, index);
+    return true;
+  }
   index.IDX_dbRef = openDatabase(index.IDX_name);
   if (index.IDX_dbRef == nullptr) return false;
   const std::optional<IndexDescription> told = describe(index.IDX_dbRef);
@@ -177,8 +253,21 @@ bool RebuildIndex(myAppInfoType& table, IDX_IndexesNames& index) {
   if (!IsOpen(index.IDX_dbRef)) index.IDX_dbRef = openDatabase(index.IDX_name);
   EntryMaker maker(FieldsOf(table), KeyFieldsOf(index));
   if (index.IDX_dbRef == nullptr || maker.size() == 0) return false;
-  makeAnew(table, index, maker);
+  if (!makeAnew(table, index, maker)) GrowthFailure(*index.IDX_dbRef->hFile);
   return true;
+}
+
+void MendIndex(myAppInfoType& table, IDX_IndexesNames& index) {
+  logMade(table, index, "não tem uma entrada para cada registro"_l1);
+  RebuildIndex(table, index);
+}
+
+bool NamesOneRecord(const VORNE_RDD& area, const Entries& entries, int place, int direction) {
+  const auto at = static_cast<UInt32>(place), from = static_cast<UInt32>(place - direction);
+  if (at >= entries.count) return false;
+  const std::int32_t record = entries.record(at);
+  return record >= 0 && record < RecordCount(area) &&
+         (direction == 0 || from >= entries.count || entries.record(from) != record);
 }
 
 void RebuildIndexes(myAppInfoType& table) {

@@ -1,6 +1,7 @@
 // Inside the storage floor: which indexes a table has, opening them, making them anew.
 #pragma once
 
+#include "storage/format/entry_order.h"
 #include "storage/tables/areas.h"
 
 namespace vorne {
@@ -13,6 +14,8 @@ void AttachIndexes(myAppInfoType& table);
 int AttachIndex(myAppInfoType& table, const std::string& name);
 /// Puts a new index, whose database is open, into the list.
 int AddIndex(myAppInfoType& table, const char* name, DmOpenRef db, KeyFields key);
+/// The index is new: one that had its name and its place in the catalogue before may have been another table's.
+void ForgetOwner(DmOpenRef index);
 /// Closes and frees them.
 void DetachIndexes(myAppInfoType& table);
 /// Closes one and takes it out of the list.
@@ -25,6 +28,11 @@ void ZapIndexes(myAppInfoType& table);
 void RebuildIndexes(myAppInfoType& table);
 /// Makes one anew. False when it cannot be opened.
 bool RebuildIndex(myAppInfoType& table, IDX_IndexesNames& index);
+/// Makes one anew in which a record was met twice or not at all, with a line in the log.
+void MendIndex(myAppInfoType& table, IDX_IndexesNames& index);
+/// False when the entry at `place` names no record of the table, or the same one as the entry from which a walk in
+/// `direction` (0: none) came to it.
+bool NamesOneRecord(const VORNE_RDD& area, const Entries& entries, int place, int direction);
 /// Opens an index of the list, should it be closed, and sees to it that it fits. False when it cannot be.
 bool OpenIndex(myAppInfoType& table, IDX_IndexesNames& index);
 bool CloseIndex(IDX_IndexesNames& index);  ///< false when it was not open

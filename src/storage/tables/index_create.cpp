@@ -6,6 +6,7 @@
 #include "storage/format/keys.h"
 #include "storage/format/names.h"
 #include "storage/tables/index_attach.h"
+#include "storage/tables/opening.h"
 #include "storage/tables/table_descriptions.h"
 #include "storage/tables/write.h"
 
@@ -88,9 +89,8 @@ bool deleteUnfinished(const char* name) {
 }
 
 DmOpenRef makeDatabase(const char* name) {
-  Err made = DmCreateDatabase(0, name, 0, kTypeIndex, 0);
-  if (made == errAlreadyExists && deleteUnfinished(name)) made = DmCreateDatabase(0, name, 0, kTypeIndex, 0);
-  return made == errNone ? DmOpenDatabase(0, DmFindDatabase(0, name), kReadWrite) : nullptr;
+  return DmCreateDatabase(0, name, 0, kTypeIndex, 0) == errNone ? DmOpenDatabase(0, DmFindDatabase(0, name), kReadWrite)
+                                                                : nullptr;
 }
 
 // Orders above the one that goes move down.
@@ -111,8 +111,11 @@ int __TrataCriaIndice(int number, const char* name, const std::uint32_t* keyFiel
   const std::vector<IDX_Indexes> key = keyOf(keyFields, count);
   if (count > static_cast<int>(kMostFields) || KeyRoom(FieldsOf(table), key) == 0) return 0;
   WritePending(number);
+  if (DmFindDatabase(0, capitals.c_str()) != 0 && !deleteUnfinished(capitals.c_str())) return 0;
+  const Making making(capitals);
   DmOpenRef db = makeDatabase(capitals.c_str());
   if (db == nullptr) return 0;
+  ForgetOwner(db);
   const int index = AddIndex(table, capitals.c_str(), db, key);
   __TBL_CreateOrChangeMyAppInfo(&table);
   PopulateIndex(number, index);

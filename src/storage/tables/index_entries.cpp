@@ -14,7 +14,7 @@ namespace vorne {
 
 namespace {
 
-constexpr UInt32 kMostLookedAt = 4096;
+constexpr UInt32 kMostLookedAt = 4096, kMostCounted = 65536;
 
 bool hasPlace(const Entries& entries, UInt32 place, DmOpenRef table, EntryMaker& maker, char* expected) {
   if (place > 0 && std::memcmp(entries.key(place - 1), entries.key(place), entries.keyLength()) > 0) return false;
@@ -24,6 +24,24 @@ bool hasPlace(const Entries& entries, UInt32 place, DmOpenRef table, EntryMaker&
   if (bytes.empty()) return false;
   maker.make(record, bytes, expected);
   return std::memcmp(expected, entries.at(place), entries.size) == 0;
+}
+
+bool namesEachRecordOnce(const Entries& entries) {
+  std::vector<bool> named(entries.count);
+  for (UInt32 place = 0; place < entries.count; ++place) {
+    const auto record = static_cast<UInt32>(entries.record(place));
+    if (record >= entries.count || named[record]) return false;
+    named[record] = true;
+  }
+  return true;
+}
+
+// Calls `look(place)` for places all over the index, as long as it returns true.
+template <class Look>
+void lookAt(UInt32 count, Look look) {
+  const UInt32 looks = std::min(count, kMostLookedAt);
+  for (UInt32 i = 0; i < looks && look(static_cast<UInt32>(std::uint64_t{i} * count / looks)); ++i) {
+  }
 }
 
 }  // namespace
@@ -40,17 +58,30 @@ std::vector<char> EntriesOfTable(DmOpenRef table, EntryMaker& maker) {
 
 std::string WhatDoesNotFit(DmOpenRef table, DmOpenRef index, EntryMaker& maker) {
   const UInt32 records = DmNumRecords(table), count = DmNumRecords(index);
+  if (maker.size() == 0) return "tem campos que a tabela não tem"_l1;
   if (count != records) return "tem outro número de registros que a tabela"_l1;
   if (count == 0) return {};
   const Entries entries = EntriesOf(*index);
   if (entries.size != maker.size()) return "tem chaves de outro tamanho";
+  if (count <= kMostCounted && !namesEachRecordOnce(entries)) return "não tem uma entrada para cada registro"_l1;
   std::vector<char> expected(maker.size());
-  const UInt32 looks = std::min(count, kMostLookedAt);
-  for (UInt32 i = 0; i < looks; ++i) {
-    const auto place = static_cast<UInt32>(std::uint64_t{i} * count / looks);
-    if (!hasPlace(entries, place, table, maker, expected.data())) return "tem chaves que os registros não têm"_l1;
-  }
-  return {};
+  bool fits = true;
+  lookAt(count, [&](UInt32 place) { return fits = hasPlace(entries, place, table, maker, expected.data()); });
+  return fits ? std::string() : "tem chaves que os registros não têm"_l1;
+}
+
+UInt32 EntriesThatFit(DmOpenRef table, DmOpenRef index, EntryMaker& maker) {
+  const UInt32 count = DmNumRecords(index);
+  if (count == 0) return 0;
+  const Entries entries = EntriesOf(*index);
+  if (maker.size() == 0 || entries.size != maker.size()) return 0;
+  std::vector<char> expected(maker.size());
+  UInt32 fitting = 0;
+  lookAt(count, [&](UInt32 place) {
+    fitting += hasPlace(entries, place, table, maker, expected.data());
+    return true;
+  });
+  return fitting;
 }
 
 }  // namespace vorne

@@ -86,15 +86,20 @@ void EntryChanges::recordStored(std::int32_t position) {
   for (std::uint32_t i = 0; i < table.TBL_numIndexes; ++i) table.TBL_IndexesNames[i]->IDX_fieldchanged = 0;
 }
 
-std::int32_t PlaceOfRecord(const myAppInfoType& table, const IDX_IndexesNames& index, std::int32_t record) {
-  if (record < 0 || index.IDX_dbRef == nullptr) return -1;
+std::int32_t PlaceOfRecord(myAppInfoType& table, IDX_IndexesNames& index, std::int32_t record) {
+  if (record < 0 || index.IDX_dbRef == nullptr || static_cast<UInt32>(record) >= DmNumRecords(table.TBL_dbRef))
+    return -1;
   std::string entry;
   UInt32 place = 0;
   entryOfRecord(table, index, record, entry);
-  return FindKeyInIndexFile(index.IDX_dbRef, entry.data(), index.IDX_tam_max_key, &place) ||
-                 FindRecnoInIndexFile(index.IDX_dbRef, record, &place)
-             ? static_cast<std::int32_t>(place)
-             : -1;
+  const auto isFound = [&] {
+    return FindKeyInIndexFile(index.IDX_dbRef, entry.data(), index.IDX_tam_max_key, &place) != 0;
+  };
+  if (!isFound() || IsBehind(index.IDX_dbRef)) {
+    MendIndex(table, index);
+    if (!isFound()) return -1;
+  }
+  return static_cast<std::int32_t>(place);
 }
 
 }  // namespace vorne

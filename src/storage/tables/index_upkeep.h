@@ -5,8 +5,9 @@
 
 namespace vorne {
 
-/// The place of the record's entry in an open index, -1 when it has none.
-std::int32_t PlaceOfRecord(const myAppInfoType& table, const IDX_IndexesNames& index, std::int32_t record);
+/// The place of the record's entry in an open index, -1 for no record of the table. An index without one for a record
+/// is made anew.
+std::int32_t PlaceOfRecord(myAppInfoType& table, IDX_IndexesNames& index, std::int32_t record);
 
 /// The entries that one written record changes. Made before the record is stored, since it reads the old keys there
 /// and marks the indexes as being behind; told afterwards. One at a time.

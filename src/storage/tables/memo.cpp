@@ -5,6 +5,7 @@
 #include "storage/format/record_bytes.h"
 #include "storage/journal/journal.h"
 #include "storage/records/records.h"
+#include "storage/records/storing.h"
 #include "storage/tables/areas.h"
 
 using namespace vorne;
@@ -29,14 +30,6 @@ void countCall(VORNE_RDD& area) {
   if (++area.TBL_sFlush <= kCallsToFlush) return;
   DmSyncDatabase(area.TBL_memo);
   area.TBL_sFlush = 0;
-}
-
-bool storeText(DmOpenRef memo, UInt32 position, MemHandle handle, const char* text, UInt32 length) {
-  if (handle == nullptr) return false;
-  // A shorter text is stored before the record gets shorter.
-  const Err resized = length > MemHandleSize(handle) ? GrowRecord(*handle, length) : MemHandleResize(handle, length);
-  const bool stored = resized == errNone && DmWrite(MemHandleLock(handle), 0, text, length) == errNone;
-  return DmReleaseRecord(memo, position, 0) == errNone && stored;
 }
 
 }  // namespace
@@ -83,13 +76,12 @@ int WriteMemo(int number, int field, const char* text, int length) {
     return 0;
   const ChangeSeenByReaders change;
   DmOpenRef memo = area->TBL_memo;
-  const auto size = static_cast<UInt32>(length);
+  const std::span<const char> bytes(text, static_cast<std::size_t>(length));
   UInt32 reference = Load<UInt32>(at);
   // The last memo counts as none too, so that its new text becomes a new record.
   if (reference >= DmNumRecords(memo)) reference = 0;
-  UInt32 position = reference == 0 ? kAppend : reference - 1;
-  const MemHandle handle = reference == 0 ? DmNewRecord(memo, &position, size) : DmGetRecord(memo, position);
-  if (!storeText(memo, position, handle, text, size)) return 0;
+  UInt32 position = reference - 1;
+  if (!(reference == 0 ? AppendRecord(memo, bytes, &position) : StoreRecord(memo, position, bytes))) return 0;
   Store(at, position + 1);
   countCall(*area);
   return 1;

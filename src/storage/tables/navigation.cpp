@@ -5,6 +5,8 @@
 #include "storage/records/entry_file.h"
 #include "storage/records/offsets.h"
 #include "storage/records/records.h"
+#include "storage/records/waiting_entries.h"
+#include "storage/tables/index_attach.h"
 #include "storage/tables/write.h"
 
 using namespace vorne;
@@ -95,10 +97,16 @@ int ReadData(int number, Boolean through, int position, int direction) {
   const int count = RecordCount(*area);
   if (count == 0 || (through && order != nullptr && DmNumRecords(order->IDX_dbRef) == 0)) return notFound(*area);
   area->TBL_found = 0;
-  const bool hides = direction != 0 && HidesDeleted();
+  const bool hides = direction != 0 && HidesDeleted(), byOrder = through && order != nullptr;
+  if (byOrder && IsBehind(order->IDX_dbRef)) MendIndex(*area->TBL_appinfo, *order);
+  bool mended = false;
   // The table's count bounds the walk through an index too.
   for (; position >= 0 && position < count; position += direction) {
-    if (through && order != nullptr && direction != 0) fetchAhead(*area, *order, position, direction);
+    if (byOrder && !mended && !NamesOneRecord(*area, EntriesOf(*order->IDX_dbRef), position, direction)) {
+      MendIndex(*area->TBL_appinfo, *order);
+      mended = true;
+    }
+    if (byOrder && direction != 0) fetchAhead(*area, *order, position, direction);
     if (!loadAt(number, order, through, position)) return notFound(*area);
     if (!hides || !IsMarkedDeleted(FieldsOf(*area), area->TBL_buff)) return 1;
   }
@@ -114,7 +122,7 @@ int __GoTo(int number, int position, Boolean through, int direction) {
   if (count == 0) return notFound(*area);
   if (position == static_cast<int>(kAppend)) position = lastPosition(*area, through);
   if (position < 0) {
-    ReadData(number, through, 0, 1);
+    ReadData(number, 1, 0, 1);
     area->TBL_bof = 1;
     return 0;
   }

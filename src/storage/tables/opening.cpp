@@ -1,10 +1,12 @@
 #include "storage/tables/opening.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "runtime/hooks.h"
 #include "runtime/memory.h"
 #include "storage/format/record_bytes.h"
+#include "storage/journal/journal.h"
 #include "storage/records/open_databases.h"
 #include "storage/tables/index_attach.h"
 #include "storage/tables/table_descriptions.h"
@@ -15,6 +17,8 @@ namespace vorne {
 namespace {
 
 constexpr std::size_t kBufferSpare = 4;
+
+std::vector<std::string> beingMade;  // databases that are not whole yet
 
 int freeArea() {
   for (int area = 0; area < S_GLOB->TBL_amnt_open_dbs; ++area)
@@ -89,10 +93,23 @@ void CloseAreasOf(DmOpenRef db) {
     if (AreaSlot(area) != nullptr && holds(*AreaSlot(area), db)) freeArea(area);
 }
 
+Making::Making(std::string name) {
+  const ChangeSeenByReaders journal;  // without one, nothing of it could be taken back
+  beingMade.push_back(std::move(name));
+  hooks.closeWorkAreas = CloseAllAreas;
+  beforeDeletion = CloseAreasOf;
+}
+
+Making::~Making() {
+  beingMade.pop_back();
+}
+
 void CloseAllAreas() {
   if (S_GLOB == nullptr || S_GLOB->rdd == nullptr) return;
   for (int area = 0; area < S_GLOB->TBL_lasttable; ++area) __CloseTBL(area);
   S_GLOB->TBL_lasttable = 0;
+  for (const std::string& name : beingMade)
+    if (const LocalID id = DmFindDatabase(0, name.c_str())) DmDeleteDatabase(0, id);
 }
 
 }  // namespace vorne

@@ -1,6 +1,7 @@
 // Seeking a key in the current order.
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "runtime/arguments.h"
 #include "runtime/memory.h"
@@ -10,6 +11,8 @@
 #include "storage/records/entry_file.h"
 #include "storage/records/open_databases.h"
 #include "storage/records/records.h"
+#include "storage/records/waiting_entries.h"
+#include "storage/tables/index_attach.h"
 #include "storage/tables/write.h"
 
 using namespace vorne;
@@ -56,6 +59,10 @@ class Search {
     const UInt32 place =
         DmFindSortPosition(order_.IDX_dbRef, entry_, nullptr, __SCmpFunc, static_cast<std::int16_t>(length_));
     if (place == kAppend || !IsOpen(order_.IDX_dbRef)) return EnterNotFound(area_);
+    if (IsBehind(order_.IDX_dbRef) && !std::exchange(mended_, true)) {
+      MendIndex(*area_.TBL_appinfo, order_);
+      return run();
+    }
     entries_ = EntriesOf(*order_.IDX_dbRef);
     const SoughtKey key(entry_ + kEntryKeyAt, std::min(length_, entries_.count == 0 ? 0 : entries_.keyLength()));
     const UInt32 before = place == 0 ? 0 : place - 1;
@@ -72,6 +79,10 @@ class Search {
   void take(UInt32 place, bool found) {
     order_.IDX_recID = static_cast<std::int32_t>(place);
     const std::int32_t record = place < entries_.count ? entries_.record(place) : -1;
+    if (!NamesOneRecord(area_, entries_, static_cast<int>(place), -1) && !std::exchange(mended_, true)) {
+      MendIndex(*area_.TBL_appinfo, order_);
+      return run();
+    }
     if (record < 0 || !__TBL_GetLastData(number_, record)) return EnterNotFound(area_);
     area_.TBL_found = found;
     area_.TBL_eof = 0;
@@ -85,6 +96,7 @@ class Search {
   char* entry_;
   std::size_t length_;
   Boolean soft_;
+  bool mended_ = false;
   Entries entries_;
 };
 
@@ -116,6 +128,7 @@ void SkipDeleted(int number, int position, int index, const char* entry, int len
   if (!soft) return EnterEnd(*area, true);
   // Whoever seeks softly among deleted records gets no end flag and a blank record.
   area->TBL_eof = area->TBL_bof = area->TBL_found = 0;
+  area->TBL_recpos = -1;
   BlankBuffer(*area);
 }
 

@@ -80,7 +80,8 @@ int __TBL_CreateOrChangeMyAppInfo(myAppInfoType* table) {
   for (std::uint32_t i = 0; i < table->TBL_numIndexes; ++i) {
     const IDX_IndexesNames& index = *table->TBL_IndexesNames[i];
     if (!IsOpen(index.IDX_dbRef)) continue;
-    const std::vector<IDX_Indexes> key(index.IDX_ind, index.IDX_ind + index.IDX_amntFieldKeys);
+    std::vector<IDX_Indexes> key(index.IDX_ind, index.IDX_ind + index.IDX_amntFieldKeys);
+    for (IDX_Indexes& part : key) part.KeyField -= static_cast<const OwnedIndex&>(index).countsFromZero;
     storeBlock(index.IDX_dbRef, IndexBlock(description, {description.name, index.IDX_name, index.IDX_tam_max_key, key}),
                kNoIndexSpace, kNoIndexBlock);
   }

@@ -5,6 +5,11 @@
 
 namespace vorne {
 
+/// An index in a table's list, as all of them are made.
+struct OwnedIndex : IDX_IndexesNames {
+  bool countsFromZero;  ///< its block numbers the key fields from 0, and goes on to do so
+};
+
 /// A description in memory without database and indexes, as the callers know it. Error 5.
 myAppInfoType* NewTable(const TableDescription& description);
 /// What its block says.

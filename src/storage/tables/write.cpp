@@ -5,6 +5,7 @@
 #include "storage/format/record_bytes.h"
 #include "storage/journal/journal.h"
 #include "storage/records/records.h"
+#include "storage/records/storing.h"
 #include "storage/tables/index_upkeep.h"
 
 using namespace vorne;
@@ -44,11 +45,6 @@ const std::string& recordBytes(VORNE_RDD& area, std::size_t least, Boolean hostO
   return bytes;
 }
 
-bool storeBytes(DmOpenRef db, UInt32 position, MemHandle handle, const std::string& bytes, Boolean dirty) {
-  const bool stored = DmWrite(MemHandleLock(handle), 0, bytes.data(), static_cast<UInt32>(bytes.size())) == errNone;
-  return DmReleaseRecord(db, position, dirty) == errNone && stored;
-}
-
 bool replaceRecord(VORNE_RDD& area, Boolean dirty, Boolean hostOrder) {
   DmOpenRef db = DatabaseOf(area);
   const auto position = static_cast<UInt32>(area.TBL_recposition);
@@ -56,21 +52,16 @@ bool replaceRecord(VORNE_RDD& area, Boolean dirty, Boolean hostOrder) {
   if (old == 0) return false;
   const std::string& bytes = recordBytes(area, old, hostOrder);
   EntryChanges entries(area, area.TBL_recposition, hostOrder);
-  const MemHandle handle = DmGetRecord(db, position);
-  if (handle == nullptr) return false;
-  if (bytes.size() > old && GrowRecord(*handle, static_cast<UInt32>(bytes.size())) != errNone) return false;
-  if (!storeBytes(db, position, handle, bytes, dirty)) return false;
+  if (!StoreRecord(db, position, bytes, dirty)) return false;
   entries.recordStored(area.TBL_recposition);
   return true;
 }
 
 bool appendRecord(VORNE_RDD& area, Boolean dirty, Boolean hostOrder) {
-  DmOpenRef db = DatabaseOf(area);
   const std::string& bytes = recordBytes(area, 0, hostOrder);
   EntryChanges entries(area, -1, hostOrder);
-  UInt32 position = kAppend;
-  const MemHandle handle = DmNewRecord(db, &position, static_cast<UInt32>(bytes.size()));
-  if (handle == nullptr || !storeBytes(db, position, handle, bytes, dirty)) return false;
+  UInt32 position = 0;
+  if (!AppendRecord(DatabaseOf(area), bytes, &position, dirty)) return false;
   area.TBL_recposition = static_cast<std::int32_t>(position);
   entries.recordStored(area.TBL_recposition);
   return true;

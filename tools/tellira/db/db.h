@@ -13,6 +13,7 @@ void addDb(Verb& top);
 void addDbList(Verb& group, const SharedDbOptions& options);
 void addDbSchema(Verb& group, const SharedDbOptions& options);
 void addDbCreate(Verb& group, const SharedDbOptions& options);  ///< create, drop
+void addDbDescribe(Verb& group, const SharedDbOptions& options);
 void addDbImport(Verb& group, const SharedDbOptions& options);
 void addDbExport(Verb& group, const SharedDbOptions& options);
 void addDbIndex(Verb& group, const SharedDbOptions& options);  ///< index create, index drop, reindex

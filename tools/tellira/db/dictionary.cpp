@@ -4,22 +4,36 @@
 #include <strings.h>
 
 #include <algorithm>
-#include <fstream>
-#include <optional>
+#include <filesystem>
 #include <utility>
 
 #include "edge/console.h"
 #include "edge/nearest.h"
+#include "storage/format/keys.h"
 #include "text/text.h"
 
 namespace tool {
 namespace {
 
-using vorne::DatabaseReport;
 using vorne::IndexDescription;
+using vorne::ReadFailure;
+using vorne::StoredDatabase;
 
 bool isSameName(const std::string& a, const std::string& b) {
   return a.size() == b.size() && strcasecmp(a.c_str(), b.c_str()) == 0;
+}
+
+[[noreturn]] void failUnread(const ReadFailure& failure) {
+  throw Failure(kEnded, utf8FromLatin1(failure.what()) + ".");
+}
+
+/// None when it is damaged.
+std::optional<vorne::TableDescription> descriptionOf(const vorne::Dictionary& stored, const StoredDatabase& table) {
+  try {
+    return stored.describe(table);
+  } catch (const ReadFailure& failure) {
+    failUnread(failure);
+  }
 }
 
 /// "there is no field "X" in T.", with the nearest of the names.
@@ -56,46 +70,24 @@ std::string fieldText(const ControlFieldTBL& field) {
   return text;
 }
 
-Dictionary::Dictionary(std::string directory)
-    : directory_(std::move(directory)), databases_(vorne::ListDirectory(directory_).databases) {}
-
-const DatabaseReport* Dictionary::database(std::string_view name) const& {
-  const std::string wanted = storedName(name);
-  const auto found = std::find_if(databases_.begin(), databases_.end(),
-                                  [&](const DatabaseReport& database) { return isSameName(database.name, wanted); });
-  return found == databases_.end() ? nullptr : &*found;
-}
-
-std::vector<char> Dictionary::blockOf(const DatabaseReport& database) const {
-  // A block has at most as many bytes as a file that was just opened.
-  std::vector<char> block(std::min<std::size_t>(database.appInfoBytes, vorne::kSmallestFile));
-  std::ifstream file(directory_ + "/DB/" + database.name, std::ios::binary);
-  file.seekg(vorne::kHeaderSize);
-  file.read(block.data(), static_cast<std::streamsize>(block.size()));
-  block.resize(static_cast<std::size_t>(file.gcount()));
-  return block;
-}
-
-std::vector<IndexDescription> Dictionary::indexes(const std::string& table) const {
-  std::vector<IndexDescription> found;
-  for (const DatabaseReport& database : databases_) {
-    if (database.entry.type != vorne::kTypeIndex) continue;
-    auto index = vorne::ParseIndexBlock(blockOf(database));
-    if (!index || !isSameName(index->table, table)) continue;
-    index->name = database.name;
-    found.push_back(std::move(*index));
+Dictionary::Dictionary(const std::string& directory, Heads heads) : directory_(directory), stored_(directory) {
+  try {
+    stored_.renew(heads);
+  } catch (const ReadFailure& failure) {
+    if (failure.kind != ReadFailure::kMissing) failUnread(failure);
   }
-  return found;
 }
 
-std::size_t Dictionary::indexesOf(const std::string& table) const {
-  return indexes(table).size();
+const StoredDatabase* Dictionary::database(std::string_view name) const& {
+  const StoredDatabase* found = stored_.find(storedName(name));
+  // An entry without a file is nobody's.
+  return found != nullptr && std::filesystem::exists(stored_.path() + found->name) ? found : nullptr;
 }
 
 std::string Dictionary::unknownText(std::string_view name, const char* noun) const {
   const bool tables = std::string_view(noun) == "table";
   std::vector<std::string> names;
-  for (const DatabaseReport& database : databases_)
+  for (const StoredDatabase& database : databases())
     if (!tables || database.entry.type == vorne::kTypeData) names.push_back(shown(database.name));
   const std::vector<std::string_view> views(names.begin(), names.end());
   return "there is no " + std::string(noun) + " \"" + std::string(name) + "\" in " + directory_ +
@@ -104,15 +96,22 @@ std::string Dictionary::unknownText(std::string_view name, const char* noun) con
 }
 
 Dictionary::Table Dictionary::table(std::string_view name) const {
-  const DatabaseReport* found = database(name);
+  const StoredDatabase* found = database(name);
   if (found == nullptr) throw Failure(kNo, unknownText(name, "table"));
-  const auto description = vorne::ParseTableBlock(blockOf(*found));
-  if (found->entry.type != vorne::kTypeData || !description)
-    throw Failure(kUsage, shown(found->name) + " is no table that can be opened: " +
-                              (found->entry.type == vorne::kTypeData ? "its description is missing or damaged"
-                                                                     : "its type is " + codeText(found->entry.type)) +
-                              ".\n  next: `tellira db schema " + shown(found->name) + "` shows what it is.");
-  return {found->name, *description, indexes(found->name)};
+  const bool isTable = found->entry.type == vorne::kTypeData;
+  const auto description = isTable ? descriptionOf(stored_, *found) : std::nullopt;
+  if (!description)
+    throw Failure(
+        kUsage, shown(found->name) + " is no table that can be opened: " +
+                    (isTable ? "its description is missing or damaged" : "its type is " + codeText(found->entry.type)) +
+                    ".\n  next: `tellira db schema " + shown(found->name) + "` shows what it is.");
+  Table table{found->name, *description, {}};
+  for (const StoredDatabase* index : stored_.indexesOf(found->name)) {
+    table.indexes.push_back(*index->index);
+    IndexDescription& added = table.indexes.back();
+    added.keyFields = vorne::NumberedByLength(description->fields, added.keyFields, added.keyLength);
+  }
+  return table;
 }
 
 const IndexDescription& Dictionary::Table::index(std::string_view wanted) const {

@@ -5,8 +5,9 @@
 #include <string_view>
 #include <vector>
 
+#include "storage/disk_layout.h"
 #include "storage/format/description.h"
-#include "storage/repair/directory_check.h"
+#include "storage/reading/dictionary.h"
 
 namespace tool {
 
@@ -28,27 +29,29 @@ class Dictionary {
     bool hasMemo() const;
   };
 
-  /// @param directory the working directory that holds "DB"
-  explicit Dictionary(std::string directory);
+  using Heads = vorne::Dictionary::Heads;
 
-  const std::vector<vorne::DatabaseReport>& databases() const { return databases_; }
+  /// @param directory the working directory that holds "DB"
+  /// @param heads records and sizes are known of those whose heads are read
+  /// @throws Failure (kEnded) when the catalogue cannot be read; without one there are no databases
+  explicit Dictionary(const std::string& directory, Heads heads = Heads::kOfIndexes);
+
+  const std::vector<vorne::StoredDatabase>& databases() const { return stored_.databases(); }
   /// The database of that name (UTF-8, any letters), null for none. It lives as long as the dictionary.
-  const vorne::DatabaseReport* database(std::string_view name) const&;
-  const vorne::DatabaseReport* database(std::string_view name) const&& = delete;
+  const vorne::StoredDatabase* database(std::string_view name) const&;
+  const vorne::StoredDatabase* database(std::string_view name) const&& = delete;
   /// @param name in UTF-8, any letters
-  /// @throws Failure (kNo) when there is no such table, with the nearest names; (kUsage) for a damaged description
+  /// @throws Failure (kNo) when there is no such table, with the nearest names; (kUsage) for a damaged description;
+  /// (kEnded) when its file cannot be read
   Table table(std::string_view name) const;
   /// Indexes that a table has.
-  std::size_t indexesOf(const std::string& table) const;
+  std::size_t indexesOf(const std::string& table) const { return stored_.indexesOf(table).size(); }
   /// The error of a name that no database has.
   std::string unknownText(std::string_view name, const char* noun) const;
 
  private:
-  std::vector<char> blockOf(const vorne::DatabaseReport& database) const;
-  std::vector<vorne::IndexDescription> indexes(const std::string& table) const;
-
   std::string directory_;
-  std::vector<vorne::DatabaseReport> databases_;
+  vorne::Dictionary stored_;
 };
 
 /// A name as the files have it.

@@ -1,13 +1,15 @@
 #include "db/sql_query.h"
 
 #include <sqlite3.h>
+#include <unistd.h>
 
 #include <array>
 #include <charconv>
 #include <cmath>
 #include <cstring>
-#include <map>
+#include <new>
 #include <optional>
+#include <set>
 #include <string_view>
 
 #include "edge/console.h"
@@ -45,6 +47,9 @@ int allowOnlyReading(void*, int action, const char* first, const char* second, c
     case SQLITE_READ:
     case SQLITE_RECURSIVE:
       return SQLITE_OK;
+    // SQLite asks for it where a table is connected; a statement that would do it is refused all the same.
+    case SQLITE_UPDATE:
+      return first != nullptr && std::strcmp(first, "sqlite_master") == 0 ? SQLITE_OK : SQLITE_DENY;
     case SQLITE_FUNCTION:
       return second != nullptr && std::strcmp(second, "load_extension") == 0 ? SQLITE_DENY : SQLITE_OK;
     case SQLITE_PRAGMA:
@@ -64,8 +69,7 @@ class TablesInSql {
     connection_.reset(opened);
     if (code != SQLITE_OK || vornetab::registerModule(opened) != SQLITE_OK)
       throw Failure(kEnded, std::string("SQLite cannot be used: ") + sqlite3_errmsg(opened) + ".");
-    for (const std::string& name : vorne::TableNames(directory)) add(directory, utf8FromLatin1(name));
-    if (!failures_.empty()) connectAgain();
+    describe(directory);
     sqlite3_set_authorizer(opened, allowOnlyReading, nullptr);
   }
 
@@ -82,6 +86,7 @@ class TablesInSql {
   [[noreturn]] void fail(int code) const {
     const std::string words = sqlite3_errmsg(connection_.get());
     const int kind = code & 0xFF;
+    if (kind == SQLITE_NOMEM) throw std::bad_alloc();
     // What the tables' files say goes with its own next step.
     if (kind == SQLITE_BUSY || kind == SQLITE_CORRUPT || kind == SQLITE_CANTOPEN) throw Failure(kNo, words + ".");
     if (words.starts_with("not authorized") || words.ends_with("may not be modified"))
@@ -100,22 +105,27 @@ class TablesInSql {
       "verbs "
       "that change tables.";
 
-  void add(const std::string& directory, const std::string& name) {
-    names_.push_back(name);
-    const std::string text = "CREATE VIRTUAL TABLE " + quoted(name, '"') + " USING vornetab(" +
-                             quoted(directory, '\'') + "," + quoted(name, '\'') + ")";
-    // One damaged table must not keep the others from being asked.
-    if (sqlite3_exec(connection_.get(), text.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK)
-      failures_[upperCase(name)] = sqlite3_errmsg(connection_.get());
+  // Tables are only written into the schema: SQLite connects those that the statement names, so that a question opens
+  // no other files, and one damaged table does not keep the others from being asked.
+  void describe(const std::string& directory) {
+    std::set<std::string> known;
+    run("PRAGMA writable_schema=ON");
+    for (const std::string& latin1 : vorne::TableNames(directory)) {
+      const std::string name = utf8FromLatin1(latin1), capitals = upperCase(name);
+      // Names that SQLite keeps for itself.
+      if (capitals.starts_with("SQLITE_") || !known.insert(capitals).second) continue;
+      names_.push_back(name);
+      const std::string made = "CREATE VIRTUAL TABLE " + quoted(name, '"') + " USING vornetab(" +
+                               quoted(directory, '\'') + "," + quoted(name, '\'') + ")";
+      const std::string text = quoted(name, '\'');
+      run("INSERT INTO sqlite_schema VALUES('table'," + text + "," + text + ",0," + quoted(made, '\'') + ")");
+    }
+    run("PRAGMA writable_schema=RESET");
   }
 
-  // A failed table makes SQLite forget what it knew of the others; it must not ask for them when nothing more may be
-  // made.
-  void connectAgain() const {
-    for (const std::string& name : names_)
-      if (failures_.count(upperCase(name)) == 0)
-        sqlite3_exec(connection_.get(), ("SELECT 1 FROM " + quoted(name, '"') + " LIMIT 0").c_str(), nullptr, nullptr,
-                     nullptr);
+  void run(const std::string& text) const {
+    if (sqlite3_exec(connection_.get(), text.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK)
+      throw Failure(kEnded, std::string("SQLite cannot be used: ") + sqlite3_errmsg(connection_.get()) + ".");
   }
 
   Statement prepareFirst(const char* text, const char** rest) const {
@@ -126,8 +136,6 @@ class TablesInSql {
   }
 
   [[noreturn]] void failWithoutTable(const std::string& name) const {
-    if (const auto found = failures_.find(upperCase(name)); found != failures_.end())
-      throw Failure(kNo, "the table " + name + " cannot be asked: " + found->second + ".");
     throw Failure(kUsage, "there is no table \"" + name + "\"." +
                               nearText(nearestNames(name, {names_.begin(), names_.end()})) + kNext +
                               "`tellira db list` shows all of them.");
@@ -135,7 +143,6 @@ class TablesInSql {
 
   Connection connection_;
   std::vector<std::string> names_;
-  std::map<std::string, std::string> failures_;  // by name in capitals
 };
 
 std::string textOf(sqlite3_stmt* statement, int column) {
@@ -188,7 +195,7 @@ void answer(const TablesInSql& tables, sqlite3_stmt* statement, SqlFormat format
   std::unique_ptr<SqlOutput> output;
   for (int code = SQLITE_ROW; code == SQLITE_ROW;) {
     code = sqlite3_step(statement);
-    waiting.reset();
+    if (isatty(STDOUT_FILENO) == 1) waiting.reset();  // the rows themselves show it from here on
     if (code != SQLITE_ROW && code != SQLITE_DONE) tables.fail(code);
     if (output == nullptr) output = makeSqlOutput(format, heads);
     if (code == SQLITE_DONE) break;

@@ -13,17 +13,6 @@ namespace {
 
 constexpr std::size_t kMostShown = 60;
 
-/// Removes the records from `first` on of a database that may be open or not.
-bool cutOff(const std::string& name, std::uint32_t first) {
-  const LocalID id = DmFindDatabase(0, name.c_str());
-  if (id == 0) return false;
-  DmOpenRef db = DmOpenDatabase(0, id, 3);
-  const std::uint32_t count = DmNumRecords(db);
-  const bool cut = count <= first || ExcluirFaixa(db, first, count - 1) == errNone;
-  DmCloseDatabase(db);
-  return cut;
-}
-
 /// A cell for an error text: no longer than a line, without control characters, and UTF-8 in any case.
 std::string readable(std::string_view cell, Encoding encoding) {
   bool latin1 = encoding != Encoding::kUtf8;
@@ -56,33 +45,27 @@ std::vector<std::size_t> columnsOf(const Dictionary::Table& table, const std::ve
 
 TableLoader::TableLoader(TableSession& session, const Dictionary::Table& table, std::vector<std::size_t> columns,
                          ValueRules rules)
-    : table_(table),
-      area_(session.open(table.name)),
-      rdd_(*vorne::AreaAt(area_)),
-      fields_(vorne::FieldsOf(rdd_)),
+    : load_(session.open(table.name)),
+      fields_(load_.fields()),
       columns_(std::move(columns)),
       encoding_(rules.encoding),
-      values_(rules),
-      firstRecord_(DmNumRecords(rdd_.TBL_appinfo->TBL_dbRef)),
-      firstMemo_(DmNumRecords(rdd_.TBL_memo)) {}
+      values_(rules) {}
 
 std::string TableLoader::storeMemo(std::size_t field, std::string_view cell) {
   std::string problem;
   const std::string_view text = values_.memo(cell, problem);
   if (!problem.empty() || text.empty()) return problem;
-  // Its zero is stored with it.
-  memo_.assign(text);
-  if (WriteMemo(area_, static_cast<int>(field) + 1, memo_.c_str(), static_cast<int>(memo_.size()) + 1) == 1) return {};
+  if (load_.storeMemo(field, text)) return {};
   return "cannot be stored: the table's memo database is missing or damaged.\n  next: `tellira db check` tells.";
 }
 
 std::string TableLoader::store(std::size_t column, std::string_view cell) {
   const std::size_t field = columns_[column];
   if (fields_[field].FieldType == TBLMEMO) return storeMemo(field, cell);
-  if (field + 1 < fields_.size()) return values_.store(fields_[field], cell, rdd_.TBL_buff);
+  if (field + 1 < fields_.size()) return values_.store(fields_[field], cell, load_.buffer());
   const std::string word = upperCase(cell);
   if (!word.empty() && word != "TRUE" && word != "FALSE") return "is no logical.\n  next: write true or false.";
-  vorne::MarkDeleted(fields_, rdd_.TBL_buff, word == "TRUE");
+  vorne::MarkDeleted(fields_, load_.buffer(), word == "TRUE");
   return {};
 }
 
@@ -98,26 +81,13 @@ std::string TableLoader::add(const std::vector<std::string_view>& cells) {
     return std::string("there are too ") + (cells.size() < columns_.size() ? "few" : "many") +
            " columns: " + std::to_string(cells.size()) + ", where the first line names " +
            std::to_string(columns_.size()) + ".\n  next: look for a separator or a quote that is missing or too many.";
-  vorne::BlankFields(fields_, rdd_.TBL_buff);
+  load_.begin();
   for (std::size_t column = 0; column < cells.size(); ++column) {
     const std::string problem = store(column, cells[column]);
     if (!problem.empty()) return columnText(column, cells[column], problem);
   }
-  if (__WriteRecord(area_, 'T') != 1) return "the record cannot be stored.\n  next: `tellira db check` tells why.";
-  ++added_;
+  if (!load_.add()) return "the record cannot be stored.\n  next: `tellira db check` tells why.";
   return {};
-}
-
-bool TableLoader::takeBack() {
-  const bool cut =
-      cutOff(table_.name, firstRecord_) && (!table_.hasMemo() || cutOff(table_.name + vorne::kMemoSuffix, firstMemo_));
-  // Without an area the runtime has ended: indexes that do not fit are made anew when the table is opened next.
-  if (vorne::AreaAt(area_) != nullptr) {
-    rdd_.TBL_append = rdd_.TBL_fieldchanged = 0;
-    rdd_.TBL_recpos = -1;
-    __Reindex();
-  }
-  return cut;
 }
 
 }  // namespace tool

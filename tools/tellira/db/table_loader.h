@@ -9,6 +9,7 @@
 #include "db/dictionary.h"
 #include "db/field_values.h"
 #include "db/table_session.h"
+#include "storage/tables/bulk_load.h"
 
 namespace tool {
 
@@ -20,8 +21,7 @@ inline constexpr char kDeletedColumn[] = "_deleted";
 /// @throws Failure (kUsage) for a name that is no field, or is there twice
 std::vector<std::size_t> columnsOf(const Dictionary::Table& table, const std::vector<std::string>& names);
 
-/// Rows are appended as they come, in constant memory. What must not stay is cut off the end of the table again, so a
-/// process that is killed leaves a sound table with the rows that it had come to.
+/// See BulkLoad for what a process that is killed leaves.
 class TableLoader {
  public:
   /// @param columns the field, from 0, that each column fills; see columnsOf()
@@ -33,9 +33,9 @@ class TableLoader {
   std::string add(const std::vector<std::string_view>& cells);
   /// Removes all rows that were added, with their memo texts; the indexes become what they were.
   /// @return false when that could not be done
-  bool takeBack();
+  bool takeBack() { return load_.takeBack(); }
 
-  std::uint64_t added() const { return added_; }
+  std::uint64_t added() const { return load_.added(); }
   /// How many numbers were rounded to their field's decimals.
   std::uint64_t rounded() const { return values_.rounded(); }
 
@@ -44,16 +44,11 @@ class TableLoader {
   std::string storeMemo(std::size_t field, std::string_view cell);
   std::string columnText(std::size_t column, std::string_view cell, const std::string& problem) const;
 
-  const Dictionary::Table& table_;
-  int area_;
-  VORNE_RDD& rdd_;
+  vorne::BulkLoad load_;
   vorne::Fields fields_;  // the deletion mark included
   std::vector<std::size_t> columns_;
   Encoding encoding_;
   ValueReader values_;
-  std::string memo_;
-  std::uint32_t firstRecord_, firstMemo_;
-  std::uint64_t added_ = 0;
 };
 
 }  // namespace tool

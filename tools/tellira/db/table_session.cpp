@@ -17,6 +17,7 @@
 #include "edge/console.h"
 #include "edge/lock_holder.h"
 #include "runtime/process.h"
+#include "storage/repair/in_use.h"
 #include "text/text.h"
 
 namespace tool {
@@ -61,15 +62,6 @@ std::string explanation(const std::string& words) {
                             " open; nothing was changed.\n  next: end it and try again.");
 }
 
-/// True when another process holds the file's lock.
-bool isHeld(const std::filesystem::path& path) {
-  const int file = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-  if (file < 0) return false;
-  const bool held = ::flock(file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
-  ::close(file);
-  return held;
-}
-
 }  // namespace
 
 TableSession::TableSession(const std::string& directory) : directory_(directory) {
@@ -102,9 +94,7 @@ void TableSession::lockDirectory() const {
     if (tries == kTries) failAsInUse(directory_);
     ::usleep(kBetweenTries);
   }
-  if (isHeld(std::filesystem::path("DB") / vorne::kCatalogName)) failAsInUse(directory_);
-  for (const std::string_view journal : vorne::kJournalNames)
-    if (isHeld(std::filesystem::path("DB") / journal)) failAsInUse(directory_);
+  if (vorne::IsInUse("DB")) failAsInUse(directory_);
 }
 
 TableSession::~TableSession() {

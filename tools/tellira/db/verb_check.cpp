@@ -1,4 +1,5 @@
 // `tellira db check`: are the databases sound, and making them so.
+#include <algorithm>
 #include <map>
 
 #include "db/db.h"
@@ -25,7 +26,7 @@ Examples:
   tellira db --dir /srv/pos check --repair --yes
 
 Exit status: 0 everything is sound and nothing was lost, 1 damage was found or records were lost, 2 wrong usage, or the
-databases are in use.)";
+databases are in use, 3 a file could not be read or written.)";
 
 struct CheckVerb {
   bool repair = false;
@@ -55,9 +56,15 @@ std::string lineOf(const Problem& problem) {
 }
 
 std::string lostInWords(const DirectoryReport& report) {
-  if (report.lostRecords == 0) return report.lostMore ? "records may be lost" : "";
-  return (report.lostMore ? "at least " : "") + counted(report.lostRecords, "record") +
-         (report.lostRecords == 1 ? " is lost" : " are lost");
+  std::string words;
+  const auto add = [&words](std::uint64_t count, const char* noun) {
+    if (count != 0) words += (words.empty() ? "" : ", ") + counted(count, noun);
+  };
+  add(report.lostRecords, "record");
+  add(report.lostValues, "value");
+  add(report.lostDatabases, "database");
+  if (words.empty()) return report.lostMore ? "records may be lost" : "";
+  return (report.lostMore ? "at least " : "") + words + (report.lost() == 1 ? " is lost" : " are lost");
 }
 
 std::string summary(const DirectoryReport& report) {
@@ -86,9 +93,14 @@ void printText(const DirectoryReport& report) {
 void printNextStep(const DirectoryReport& report, const CheckVerb& verb) {
   if (report.inUse) note("a program has the databases open; what it is writing just now may look like damage.");
   if (!report.copies.empty()) note("The files as they were are in " + report.copies + ".");
+  if (report.refused)
+    return note("  next: look at the rights of the files above, at the room on the disk, and who runs the tool.");
   if (report.sound) return;
-  note(verb.repair ? "  next: what is left needs a look by hand; the lines above tell the files and the reasons."
-                   : "  next: end the program and run `tellira db check --repair`.");
+  const bool byHand = std::all_of(report.problems.begin(), report.problems.end(),
+                                  [](const Problem& problem) { return problem.repaired || problem.byHand; });
+  note(verb.repair || byHand
+           ? "  next: what is left needs a look by hand; the lines above tell the files and the reasons."
+           : "  next: end the program and run `tellira db check --repair`.");
 }
 
 // ------------------------------------------------------------------------------------------------------------ JSON
@@ -113,7 +125,10 @@ Json jsonOf(const DirectoryReport& report) {
   json["sound"] = report.sound;
   json["problems"] = jsonOf(report.problems);
   json["notes"] = jsonOf(report.notes);
-  json["lost"] = report.lostRecords;
+  json["lost"] = report.lost();
+  json["lostRecords"] = report.lostRecords;
+  json["lostValues"] = report.lostValues;
+  json["lostDatabases"] = report.lostDatabases;
   json["lostAtLeast"] = report.lostMore;
   json["copies"] = shown(report.copies);
   return json;
@@ -134,7 +149,8 @@ int runCheck(const DbOptions& options, const CheckVerb& verb) {
   else
     printText(report);
   printNextStep(report, verb);
-  return report.sound && report.lostRecords == 0 && !report.lostMore ? kDone : kNo;
+  if (report.refused) return kEnded;
+  return report.sound && report.lost() == 0 && !report.lostMore ? kDone : kNo;
 }
 
 }  // namespace

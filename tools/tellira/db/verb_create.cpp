@@ -1,11 +1,12 @@
 // `tellira db create` and `tellira db drop`: tables come and go.
 #include <algorithm>
-#include <charconv>
 #include <filesystem>
 #include <vector>
 
 #include "db/db.h"
 #include "db/dictionary.h"
+#include "db/field_definitions.h"
+#include "db/new_names.h"
 #include "db/table_session.h"
 #include "db/words.h"
 #include "edge/confirm.h"
@@ -23,7 +24,7 @@ A FIELD is NAME:TYPE:LEN[:DEC]. The types:
   D            date
   L            logical
   M            memo: text of up to 65534 characters
-Names have letters, digits and underscores, 20 of them at most (a table's 26, and dashes), and begin with a letter.
+Names have letters, digits and underscores, 20 of them at most (a table's 30, 29 with memo fields, and dashes), and begin with a letter.
 
 Examples:
   tellira db create CUSTOMER CODE:C:12 NAME:C:30 LIMIT:N:12:2 SINCE:D ACTIVE:L NOTES:M
@@ -32,118 +33,17 @@ Examples:
 Exit status: 0 done, 2 wrong usage or input, or a database of that name is there.)";
 
 constexpr const char* kDropFooter = R"(
-The table goes with its memo texts and its indexes. It cannot be brought back.
+A table goes with its memo texts and its indexes. It cannot be brought back. Any other database goes alone.
 
 Example:
   tellira db drop CUSTOMER --yes
 
-Exit status: 0 done, 1 there is no such table, or nobody agreed, 2 wrong usage, or the databases are in use.)";
-
-constexpr std::size_t kLongestName = 26;  // the files beside a table have suffixes
-constexpr int kWidestNumber = 32;
-constexpr std::size_t kLargestBlock = vorne::kSmallestFile;
-constexpr std::size_t kEndMark = 2;
-
-[[noreturn]] void refuse(const std::string& what, const std::string& next) {
-  throw Failure(kUsage, what + ".\n  next: " + next + ".");
-}
-
-bool isLetter(char c) {
-  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
-}
-
-/// A name in capital letters.
-std::string checkedName(const std::string& name, const char* noun, std::size_t longest, const char* alsoAllowed) {
-  const auto isAllowed = [&](char c) {
-    return isLetter(c) || (c >= '0' && c <= '9') || std::string_view(alsoAllowed).find(c) != std::string_view::npos;
-  };
-  if (name.empty() || name.size() > longest || !isLetter(name[0]) || !std::all_of(name.begin(), name.end(), isAllowed))
-    refuse("\"" + name + "\" cannot be the name of a " + noun, "take 1 to " + std::to_string(longest) +
-                                                                   " letters, digits and \"" + alsoAllowed +
-                                                                   "\", a letter first, as in SALES_2026");
-  return upperCase(name);
-}
-
-int numberIn(const std::string& text, const std::string& field, const char* what, int least, int most) {
-  int value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (error != std::errc{} || end != text.data() + text.size() || value < least || value > most)
-    refuse("\"" + text + "\" in \"" + field + "\" is no " + what,
-           "write a number from " + std::to_string(least) + " to " + std::to_string(most));
-  return value;
-}
-
-struct TypeRow {
-  char letter;
-  int mostLength;  // 0: it goes without saying
-  int fixedLength;
-  bool hasDecimals;
-};
-constexpr TypeRow kTypes[] = {{'C', vorne::kLongestField, 0, false},
-                              {'N', kWidestNumber, 0, true},
-                              {'D', 0, 8, false},
-                              {'L', 0, 1, false},
-                              {'M', 0, 4, false}};
-
-ControlFieldTBL parsedField(const std::string& text) {
-  const std::vector<std::string> parts = split(text, ':');
-  const auto part = [&parts](std::size_t i) { return i < parts.size() ? parts[i] : std::string(); };
-  const std::string name = checkedName(part(0), "field", vorne::kLongestFieldName, "_");
-  const std::string letter = upperCase(part(1));
-  const auto* row = std::find_if(std::begin(kTypes), std::end(kTypes),
-                                 [&](const TypeRow& type) { return letter == std::string(1, type.letter); });
-  if (row == std::end(kTypes))
-    refuse("\"" + text + "\" has no type that can be stored",
-           "write NAME:TYPE:LEN[:DEC] with a type C, N, D, L or M, as in PRICE:N:12:2");
-  int length = row->fixedLength, decimals = 0;
-  if (row->mostLength != 0) {
-    if (part(2).empty()) refuse("\"" + text + "\" has no length", "write one, as in " + name + ":" + letter + ":10");
-    length = numberIn(part(2), text, "length", 1, row->mostLength);
-  } else if (!part(2).empty()) {
-    numberIn(part(2), text, "length of this type", row->fixedLength, row->fixedLength);
-  }
-  if (row->hasDecimals && !part(3).empty())
-    decimals = numberIn(part(3), text, "count of decimals that has room beside the point", 0, std::max(0, length - 2));
-  if (parts.size() > (row->hasDecimals ? 4U : 3U) && (parts.size() > 4 || part(3) != "0"))
-    refuse("\"" + text + "\" says more than a field of type " + letter + " has", "leave out what follows the length");
-  return vorne::MakeField(name, *vorne::TypeOfLetter(row->letter), length, decimals);
-}
-
-std::vector<ControlFieldTBL> parsedFields(const std::vector<std::string>& texts) {
-  std::vector<ControlFieldTBL> fields;
-  std::size_t record = kEndMark;
-  for (const std::string& text : texts) {
-    fields.push_back(parsedField(text));
-    const ControlFieldTBL& added = fields.back();
-    if (vorne::FieldNumber(vorne::Fields(fields).first(fields.size() - 1), added.FieldName) != 0)
-      refuse(std::string("there are two fields ") + added.FieldName, "give each field a name of its own");
-    if (std::string_view(added.FieldName) == kDeletionField)
-      refuse(std::string("the name ") + kDeletionField + " is every table's own mark", "take another one");
-    record += added.FieldType == TBLSTRING ? static_cast<std::size_t>(added.FieldLen) + 1 : 8;
-  }
-  vorne::TableDescription description;
-  description.fields = fields;
-  if (vorne::TableBlock(description).size() + kLongestName > kLargestBlock || fields.size() + 1 >= vorne::kMostFields)
-    refuse(std::to_string(fields.size()) + " fields are more than a description has room for",
-           "make two tables of them");
-  if (record > vorne::kLargestRecord)
-    refuse("records of up to " + std::to_string(record) + " bytes are longer than the longest, " +
-               std::to_string(vorne::kLargestRecord),
-           "shorten fields, or make memos of them");
-  return fields;
-}
+Exit status: 0 done, 1 there is no such database, or nobody agreed, 2 wrong usage, or the databases are in use.)";
 
 struct CreateOptions {
   std::string table;
   std::vector<std::string> fields;
 };
-
-/// A database that the new table's files would take the place of, or have a name of; null for none.
-const vorne::DatabaseReport* inTheWay(const Dictionary& dictionary, const std::string& table) {
-  for (const char* suffix : {"", vorne::kMemoSuffix, vorne::kOffsetsSuffix, "_M_OS"})
-    if (const auto* found = dictionary.database(table + suffix)) return found;
-  return nullptr;
-}
 
 Obj_Node* structureOf(const std::vector<ControlFieldTBL>& fields) {
   Obj_Node* structure = nullptr;
@@ -158,13 +58,12 @@ Obj_Node* structureOf(const std::vector<ControlFieldTBL>& fields) {
 
 int runCreate(const DbOptions& group, const CreateOptions& options) {
   const std::string directory = absolute(group.directory);
-  const std::string name = checkedName(options.table, "table", kLongestName, "_-");
   const std::vector<ControlFieldTBL> fields = parsedFields(options.fields);
+  const std::string name = checkedTableName(options.table, fields);
   TableSession session(directory);
   const Dictionary dictionary(directory);
-  if (const auto* taken = inTheWay(dictionary, name))
-    refuse("there is a database \"" + shown(taken->name) + "\" already",
-           "take another name, or drop the table first (`tellira db drop " + shown(taken->name) + "`)");
+  refuseTaken(dictionary, name);
+  refuseTaken(dictionary, name + vorne::kMemoSuffix);
   const Obj_Node* made = __DBCREATE(__INIT_CHARPTR(name.c_str()), structureOf(fields));
   if (made->objData.mbool == 0)
     refuse("the table " + name + " could not be made", "look whether files of that name are in " + directory + "/DB");
@@ -180,17 +79,23 @@ struct DropOptions {
 
 int runDrop(const DbOptions& group, const DropOptions& options) {
   const std::string directory = group.checkedDirectory();
-  const Dictionary::Table table = Dictionary(directory).table(options.table);
-  if (!confirmed("drop the table " + shown(table.name) + " of " + directory + " for good", options.yes)) {
+  const Dictionary dictionary(directory);
+  const vorne::StoredDatabase* found = dictionary.database(options.table);
+  if (found == nullptr) throw Failure(kNo, dictionary.unknownText(options.table, "database"));
+  const bool isTable = found->entry.type == vorne::kTypeData;
+  const std::string what =
+      isTable ? "table " + shown(found->name) : codeText(found->entry.type) + " database " + shown(found->name);
+  if (!confirmed("drop the " + what + " of " + directory + " for good", options.yes)) {
     note("Nothing was changed.");
     return kNo;
   }
   TableSession session(directory);
-  const Obj_Node* gone = __TBL_DeleteDatabase(__INIT_CHARPTR(table.name.c_str()));
-  if (gone->objData.mbool == 0)
-    refuse("the table " + shown(table.name) + " could not be removed", "look at the rights of " + directory + "/DB");
+  const char* name = found->name.c_str();
+  const bool gone = isTable ? __TBL_DeleteDatabase(__INIT_CHARPTR(name))->objData.mbool != 0
+                            : DmDeleteDatabase(0, DmFindDatabase(0, name)) == errNone;
+  if (!gone) refuse("the " + what + " could not be removed", "look at the rights of " + directory + "/DB");
   session.close();
-  note("dropped the table " + shown(table.name) + ".");
+  note("dropped the " + what + ".");
   return kDone;
 }
 
@@ -205,8 +110,8 @@ void addDbCreate(Verb& group, const SharedDbOptions& shared) {
   made.action([shared, create] { return runCreate(*shared, *create); });
 
   auto drop = std::make_shared<DropOptions>();
-  Verb dropped = group.verb("drop", "Remove a table with its memo texts and indexes");
-  dropped.argument("TABLE", drop->table, "Name of the table");
+  Verb dropped = group.verb("drop", "Remove a table with its memo texts and indexes, or another database");
+  dropped.argument("NAME", drop->table, "Name of the table or database");
   dropped.flag("--yes", drop->yes, "Do not ask before");
   dropped.footer(kDropFooter);
   dropped.action([shared, drop] { return runDrop(*shared, *drop); });

@@ -33,6 +33,7 @@ void addDb(Verb& top) {
   addDbRecords(group, options);
   addDbSql(group, options);
   addDbCheck(group, options);
+  addDbDescribe(group, options);
 }
 
 }  // namespace tool

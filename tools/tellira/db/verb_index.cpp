@@ -1,10 +1,12 @@
 // `tellira db index create`, `index drop` and `reindex`: the indexes of a table.
 #include <algorithm>
 #include <functional>
+#include <optional>
 #include <vector>
 
 #include "db/db.h"
 #include "db/dictionary.h"
+#include "db/new_names.h"
 #include "db/table_session.h"
 #include "db/words.h"
 #include "edge/console.h"
@@ -80,13 +82,12 @@ int runCreate(const DbOptions& group, const IndexOptions& options) {
   std::vector<std::uint32_t> fields;
   for (const IDX_Indexes& part : keyFields(table, options.fields)) fields.push_back(part.KeyField);
   TableSession session(directory);
-  const Dictionary dictionary(directory);
-  if (const auto* taken = dictionary.database(name))
-    refuse("there is a database \"" + shown(taken->name) + "\" already", "take another name");
-  const Working going("making the index " + name + " of " + shown(table.name));
+  refuseTaken(Dictionary(directory), name);
+  std::optional<Working> going("making the index " + name + " of " + shown(table.name));
   const int area = session.open(table.name);
   if (__TrataCriaIndice(area, name.c_str(), fields.data(), static_cast<int>(fields.size())) != 1)
     refuse("the index " + name + " could not be made", "look whether a file of that name is in " + directory + "/DB");
+  going.reset();
   const Obj_Node* records = __TBL_RecCount();
   const auto count = static_cast<std::uint64_t>(records->objData.mdbl);
   session.close();

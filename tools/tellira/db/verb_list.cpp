@@ -17,33 +17,33 @@ Nothing is changed and no record is read, so that this may run beside the progra
 Example:
   tellira db --dir /srv/pos list --json)";
 
-std::uint64_t bytesOf(const vorne::DatabaseReport& database) {
-  return database.dataFileBytes + database.offsetsFileBytes;
+std::uint64_t bytesOf(const vorne::StoredDatabase& database) {
+  return database.dataBytes + database.offsetsBytes;
 }
 
 /// Only tables have any.
-std::size_t indexesOf(const Dictionary& dictionary, const vorne::DatabaseReport& database) {
+std::size_t indexesOf(const Dictionary& dictionary, const vorne::StoredDatabase& database) {
   return database.entry.type == vorne::kTypeData ? dictionary.indexesOf(database.name) : 0;
 }
 
-Json jsonOf(const vorne::DatabaseReport& database, std::size_t indexes) {
+Json jsonOf(const vorne::StoredDatabase& database, std::size_t indexes) {
   Json json;
   json["name"] = shown(database.name);
   json["type"] = codeText(database.entry.type);
-  json["records"] = database.records;
+  json["records"] = database.header.NumberOfRecords;
   json["indexes"] = indexes;
   json["bytes"] = bytesOf(database);
   return json;
 }
 
 int runList(const DbOptions& options, bool json) {
-  const Dictionary dictionary(options.checkedDirectory());
+  const Dictionary dictionary(options.checkedDirectory(), Dictionary::Heads::kOfAll);
   Json list = Json::array();
   TextTable<5> table{{"Name", "Type", "Records", "Indexes", "Size"}};
-  for (const vorne::DatabaseReport& database : dictionary.databases()) {
+  for (const vorne::StoredDatabase& database : dictionary.databases()) {
     const std::size_t indexes = indexesOf(dictionary, database);
     list.push_back(jsonOf(database, indexes));
-    table.add({shown(database.name), codeText(database.entry.type), std::to_string(database.records),
+    table.add({shown(database.name), codeText(database.entry.type), std::to_string(database.header.NumberOfRecords),
                std::to_string(indexes), sizeText(bytesOf(database))});
   }
   if (json)

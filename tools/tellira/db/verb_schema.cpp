@@ -10,6 +10,7 @@
 #include "edge/console.h"
 #include "edge/json_text.h"
 #include "edge/text_table.h"
+#include "storage/repair/directory_check.h"
 #include "text/text.h"
 
 namespace tool {

@@ -49,6 +49,10 @@ Json failureJson(std::string_view text) {
           {"next", partJson(text.substr(std::min(next + kNext.size(), text.size())))}};
 }
 
+Failure memoryFailure() {
+  return {kEnded, "stopped: there is not enough memory.\n  next: end other programs, or ask for less at once."};
+}
+
 int reportFailure(const Failure& failure, bool json) {
   complain(failure.what());
   if (json && !hasPrinted()) printJson({{"error", failureJson(failure.what())}});

@@ -12,6 +12,9 @@ namespace tool {
 /// "WHAT: CAUSE", then lines that belong to the cause, then "  next: NEXT".
 Json failureJson(std::string_view text);
 
+/// What running out of memory is told as.
+Failure memoryFailure();
+
 /// Tells a failure.
 /// @param json print {"error": {...}} too, unless an answer has begun on standard output
 /// @returns the exit status

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <new>
 #include <optional>
 
 #include "edge/console.h"
@@ -85,12 +86,18 @@ struct Ended {
   std::string text() const { return words + open; }
 };
 
+Ended endedBy(const Failure& failure, const Sale& sale) {
+  return {false, failure.status, failure.what(), sale.open().text()};
+}
+
 Ended carriedOut(Sale& sale) {
   try {
     sale.run();
     return {};
   } catch (const Failure& failure) {
-    return {false, failure.status, failure.what(), sale.open().text()};
+    return endedBy(failure, sale);
+  } catch (const std::bad_alloc&) {
+    return endedBy(memoryFailure(), sale);
   }
 }
 

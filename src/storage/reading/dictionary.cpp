@@ -1,0 +1,99 @@
+#include "storage/reading/dictionary.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "storage/files/system.h"
+#include "storage/reading/database_reader.h"
+
+namespace vorne {
+
+namespace {
+
+constexpr std::size_t kLongestBlock = 1 << 20;
+
+bool isSameEntry(const DatabaseHdrType& a, const DatabaseHdrType& b) {
+  return std::memcmp(&a, &b, sizeof a) == 0;
+}
+
+std::uint64_t sizeOf(const std::string& path) {
+  struct stat found;
+  return fileSystem.stat(path.c_str(), &found) == 0 ? static_cast<std::uint64_t>(found.st_size) : 0;
+}
+
+}  // namespace
+
+// An index whose block says nothing belongs to no table. False when there is no such file.
+bool Dictionary::readHead(StoredDatabase& database) const {
+  ReadFile file(path_ + database.name);
+  try {
+    database.dataBytes = file.size();
+    database.header = file.header();
+    if (database.header.Type == kVariableDatabase)
+      database.offsetsBytes = sizeOf(path_ + database.name + kOffsetsSuffix);
+    if (database.entry.type != kTypeIndex) return true;
+    const std::size_t length = std::min<std::size_t>(database.header.AppInfoLen, kLongestBlock);
+    database.index = ParseIndexBlock({file.at(kHeaderSize, length), length});
+    if (database.index) database.index->name = database.name;
+  } catch (const ReadFailure& failure) {
+    database.failure = failure.what();
+    return failure.kind != ReadFailure::kMissing;
+  }
+  return true;
+}
+
+void Dictionary::renew(Heads heads) {
+  ReadFile catalog(path_ + kCatalogName);
+  const std::vector<DatabaseHdrType> entries = ReadCatalog(catalog);
+  const std::vector<StoredDatabase> before = std::exchange(databases_, {});
+  const Places placesBefore = std::exchange(byName_, {});
+  const bool remembers = isBelieved_ && heads == Heads::kOfIndexes;
+  byOwner_.clear();
+  for (const DatabaseHdrType& entry : entries) {
+    StoredDatabase database{entry, NameOf(entry), {}, 0, 0, {}, {}};
+    const std::string folded = FoldedName(database.name);
+    const auto known = placesBefore.find(folded);
+    const StoredDatabase* same = known == placesBefore.end() ? nullptr : &before[known->second.front()];
+    if (remembers && same != nullptr && same->index && isSameEntry(same->entry, entry))
+      database = *same;
+    else if ((heads == Heads::kOfAll || entry.type == kTypeIndex) && !readHead(database))
+      continue;
+    byName_[folded].push_back(databases_.size());
+    if (database.index) byOwner_[FoldedName(database.index->table)].push_back(databases_.size());
+    databases_.push_back(std::move(database));
+  }
+  isBelieved_ = true;
+}
+
+const StoredDatabase* Dictionary::find(std::string_view name) const {
+  const auto found = byName_.find(FoldedName(name));
+  return found == byName_.end() ? nullptr : &databases_[found->second.front()];
+}
+
+const StoredDatabase* Dictionary::find(std::string_view name, std::uint32_t type) const {
+  const auto found = byName_.find(FoldedName(name));
+  if (found == byName_.end()) return nullptr;
+  for (const std::size_t place : found->second)
+    if (databases_[place].entry.type == type) return &databases_[place];
+  return nullptr;
+}
+
+std::optional<TableDescription> Dictionary::describe(const StoredDatabase& table) const {
+  try {
+    return ParseTableBlock(DatabaseReader(path_ + table.name, kVariableDatabase).info());
+  } catch (const ReadFailure& failure) {
+    if (failure.kind != ReadFailure::kDamaged) throw;
+    return std::nullopt;
+  }
+}
+
+std::vector<const StoredDatabase*> Dictionary::indexesOf(std::string_view table) const {
+  std::vector<const StoredDatabase*> indexes;
+  const auto found = byOwner_.find(FoldedName(table));
+  if (found == byOwner_.end()) return indexes;
+  for (const std::size_t place : found->second) indexes.push_back(&databases_[place]);
+  return indexes;
+}
+
+}  // namespace vorne

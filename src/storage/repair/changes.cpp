@@ -1,0 +1,41 @@
+#include "storage/repair/changes.h"
+
+#include <cerrno>
+#include <cstring>
+
+#include "storage/files/kept_copies.h"
+#include "storage/files/system.h"
+
+namespace vorne {
+
+bool Changes::keep(const std::string& file) {
+  struct stat found;
+  const std::string& copies = CopiesDirectory();
+  if (!copies.empty() && fileSystem.stat((copies + "/" + file).c_str(), &found) == 0) return true;
+  if (KeepCopy(directory_.c_str(), file.c_str())) return true;
+  failed(file, "it could not be copied before its repair");
+  return false;
+}
+
+bool Changes::replace(const std::string& file, FileBytes content) {
+  if (!keep(file)) return false;
+  const bool replaced = ReplaceFile(directory_, file, content);
+  report_.changed = report_.changed || replaced;
+  if (!replaced) failed(file, "its repair could not be written, it is as it was");
+  return replaced;
+}
+
+bool Changes::remove(const std::string& file) {
+  if (!keep(file)) return false;
+  const bool removed = fileSystem.unlink((directory_ + "/" + file).c_str()) == 0 || errno == ENOENT;
+  report_.changed = report_.changed || removed;
+  if (!removed) failed(file, "it could not be removed");
+  return removed;
+}
+
+void Changes::failed(const std::string& file, const std::string& words) {
+  report_.refused = true;
+  report_.problems.push_back({file, -1, words + ": " + std::strerror(errno), false});
+}
+
+}  // namespace vorne

@@ -1,0 +1,28 @@
+// What a repair changes: each file is copied away before, and what fails stands in the report.
+#pragma once
+
+#include <string>
+
+#include "storage/repair/data_directory.h"
+#include "storage/repair/report.h"
+
+namespace vorne {
+
+class Changes {
+ public:
+  Changes(std::string directory, DirectoryReport& report) : directory_(std::move(directory)), report_(report) {}
+
+  /// Copies a file once: what it was before the first change is what counts. True when it is on the disk, or missing.
+  bool keep(const std::string& file);
+  /// Puts `content` in the file's place when it is complete on the disk.
+  bool replace(const std::string& file, FileBytes content);
+  bool remove(const std::string& file);
+
+ private:
+  void failed(const std::string& file, const std::string& words);
+
+  std::string directory_;
+  DirectoryReport& report_;
+};
+
+}  // namespace vorne

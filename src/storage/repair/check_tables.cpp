@@ -1,0 +1,131 @@
+#include "storage/repair/check_tables.h"
+
+#include <algorithm>
+
+#include "storage/format/names.h"
+#include "storage/format/record_bytes.h"
+#include "storage/repair/check_records.h"
+
+namespace vorne {
+
+namespace {
+
+constexpr std::size_t kHeadNameAt = 8, kHeadNameRoom = 31, kSpareBytes = 4;
+constexpr std::uint64_t kFewRecords = 2;  // so many that are all wrong do not speak against the description
+
+std::string HowToDescribe(const std::string& name) {
+  return "`tellira db describe " + name + " FIELD:TYPE:LEN[:DEC] ...` writes it anew";
+}
+
+bool EndsLikeATable(const DatabaseFiles& files, const Records& records) {
+  const auto ends = [&](std::uint32_t place) {
+    const std::span<const char> record = SavedRecord(files.data.bytes(), records, place);
+    if (record.size() < kEndMarkSize) return false;
+    const char* end = record.data() + record.size() - kEndMarkSize;
+    return (end[0] == kLive || end[0] == kDeleted) && end[1] == '\0';
+  };
+  return !records.places.empty() && std::all_of(records.places.begin(), records.places.end(), ends);
+}
+
+std::string HeadName(FileBytes block) {
+  const char* name = block.data() + kHeadNameAt;
+  return {name, ::strnlen(name, kHeadNameRoom)};
+}
+
+// The name stands in the head and once more behind it.
+bool NamesItself(FileBytes block, const std::string& name) {
+  if (block.size() < kDescriptionHead) return false;
+  const FileBytes text = block.subspan(kDescriptionHead);
+  return FoldedName(HeadName(block)) == FoldedName(name) ||
+         FoldedName({text.data(), std::min(text.size(), name.size())}) == FoldedName(name);
+}
+
+// A database of records may have the type of tables and be none: something must tell that it was one.
+void CheckUndescribed(const TableContext& context, const DatabaseFiles& files, const DatabaseState& state,
+                      Findings& lasting) {
+  const FileBytes block = SavedBlock(files, state.records);
+  if (context.hasOthers || EndsLikeATable(files, state.records) || NamesItself(block, context.name))
+    lasting.damage("its description cannot be read; " + HowToDescribe(context.name));
+  else if (context.hasMemo)
+    lasting.note("it has no description yet, left when the table was being made");
+  else if (block.size() >= kDescriptionHead)
+    lasting.note("what it tells of itself is no table's description");
+}
+
+}  // namespace
+
+std::optional<TableDescription> ReadDescription(FileBytes block) {
+  std::optional<TableDescription> table = ParseTableBlock(block);
+  if (!table) return {};
+  const ControlFieldTBL& mark = table->fields.back();
+  const std::size_t told = TableBlock(*table).size() - kSpareBytes;
+  const bool ends = std::string_view(mark.FieldName) == kDeletionField && mark.FieldType == TBLSTRING;
+  const FileBytes behind = block.subspan(std::min(told, block.size()));
+  if (!ends || !std::all_of(behind.begin(), behind.end(), [](char c) { return c == '\0'; })) return {};
+  return table;
+}
+
+Fit FitOf(const TableDescription& table, const DatabaseFiles& files, const DatabaseState& state, std::uint32_t texts) {
+  Fit fit;
+  std::uint64_t number = 0, laidOutOtherwise = 0, impossible = 0;
+  for (const std::uint32_t place : state.records.places) {
+    ++number;
+    const auto faults = CheckRecord(table.fields, SavedRecord(files.data.bytes(), state.records, place), texts);
+    if (faults.empty()) continue;
+    if (fit.misfits++ == 0)
+      fit.first = Message("record %llu: ", static_cast<unsigned long long>(number)) + faults[0].words;
+    const auto is = [&](auto which) { return std::any_of(faults.begin(), faults.end(), which); };
+    laidOutOtherwise += is([](const FieldFault& fault) { return fault.isOfLayout(); });
+    impossible += is([](const FieldFault& fault) { return fault.isOfLayout() || fault.kind == FieldFault::kValue; });
+  }
+  fit.isLikely = laidOutOtherwise * 2 <= number && (impossible * 2 <= number || impossible <= kFewRecords);
+  return fit;
+}
+
+TableMeaning CheckTable(const TableContext& context, const DatabaseFiles& files, DatabaseState& state, Findings& data,
+                        Findings& lasting) {
+  TableMeaning meaning;
+  const FileBytes block = SavedBlock(files, state.records);
+  meaning.description = ReadDescription(block);
+  if (!meaning.description) {
+    CheckUndescribed(context, files, state, lasting);
+    return meaning;
+  }
+  TableDescription& table = *meaning.description;
+  const bool hasMemoField = std::any_of(table.fields.begin(), table.fields.end(),
+                                        [](const ControlFieldTBL& field) { return field.FieldType == TBLMEMO; });
+  meaning.lacksMemo = hasMemoField && !context.hasMemo;
+  if (FoldedName(table.name) != FoldedName(context.name) && FoldedName(HeadName(block)) == FoldedName(context.name)) {
+    data.damage("its description names the table " + table.name);
+    table.name = context.name;
+    state.records.block = TableBlock(table);
+  }
+  const Fit fit = FitOf(table, files, state, context.texts);
+  if (fit.misfits == 0) return meaning;
+  if (!fit.isLikely) {
+    lasting.damage(Message("%llu of %zu records do not fit its description (%s); ",
+                           static_cast<unsigned long long>(fit.misfits), state.records.places.size(),
+                           fit.first.c_str()) +
+                   HowToDescribe(context.name));
+    return meaning;
+  }
+  std::int64_t number = 0;
+  for (const std::uint32_t place : state.records.places) {
+    ++number;
+    std::string mended;
+    const std::span<const char> record = SavedRecord(files.data.bytes(), state.records, place);
+    const auto faults = CheckRecord(table.fields, record, context.texts, &mended);
+    if (faults.empty()) continue;
+    const bool fits = mended.size() <= kLargestRecord;
+    for (const FieldFault& fault : faults) {
+      if (!fits) lasting.damage(fault.words, number);
+      if (!fits) continue;
+      data.damage(fault.words + (fault.losesValue() ? "; it is left empty" : ""), number);
+      meaning.lostValues += fault.losesValue();
+    }
+    if (fits) state.records.remade[place] = std::move(mended);
+  }
+  return meaning;
+}
+
+}  // namespace vorne

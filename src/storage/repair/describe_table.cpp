@@ -1,0 +1,100 @@
+#include "storage/repair/describe_table.h"
+
+#include <algorithm>
+
+#include "storage/files/kept_copies.h"
+#include "storage/format/names.h"
+#include "storage/journal/recovery.h"
+#include "storage/repair/changes.h"
+#include "storage/repair/check_catalog.h"
+#include "storage/repair/check_records.h"
+#include "storage/repair/check_tables.h"
+#include "storage/repair/in_use.h"
+
+namespace vorne {
+
+namespace {
+
+constexpr std::uint32_t kAnyText = ~0u;  // the memo texts are another database's matter
+constexpr std::int32_t kMarkLength = 2;
+
+TableDescription DescriptionOf(const std::string& name, std::vector<ControlFieldTBL> fields) {
+  TableDescription table;
+  table.name = FoldedName(name);
+  table.fields = std::move(fields);
+  table.fields.push_back(MakeField(kDeletionField, TBLSTRING, kMarkLength, 0));
+  PlaceFields(table.fields);
+  return table;
+}
+
+// Why a table cannot be described now; empty when it can.
+std::string Refusal(const DataDirectory& directory, const std::string& name, const DatabaseFiles& files,
+                    const DatabaseState& state, bool sound) {
+  const auto interrupted = InterruptedChanges(directory.path().c_str());
+  if (!files.data.error.empty()) return name + " cannot be read: " + files.data.error;
+  if (!files.offsets.error.empty()) return OffsetsName(name) + " cannot be read: " + files.offsets.error;
+  if (IsInUse(directory.path())) return "a program has the databases open; end it and try again";
+  if (state.kind != kVariableDatabase) return name + " is no table: its records all have one length";
+  if (!sound || std::find(interrupted.begin(), interrupted.end(), name) != interrupted.end())
+    return "the files of " + name + " are damaged; `tellira db check --repair` comes first";
+  const auto known = ReadDescription(SavedBlock(files, state.records));
+  if (known && FitOf(*known, files, state, kAnyText).misfits == 0)
+    return name + " has a description that its records fit; `tellira db schema " + name + "` shows it";
+  return {};
+}
+
+void Write(const DataDirectory& directory, const std::string& name, const DatabaseFiles& files,
+           const DatabaseState& state, Described& described) {
+  DirectoryReport report;
+  Changes changes(directory.path(), report);
+  BeginCopies();
+  // The next opening makes a missing offsets file anew; one of other places would be a wrong one.
+  described.written = (files.offsets.length == 0 || changes.remove(OffsetsName(name))) &&
+                      changes.replace(name, RepairedData(files, state)) &&
+                      changes.replace(OffsetsName(name), RepairedOffsets(files, state));
+  described.copies = CopiesDirectory();
+  if (!described.written) described.refusal = report.problems.back().file + ": " + report.problems.back().problem;
+}
+
+}  // namespace
+
+Described DescribeTable(const std::string& directory, const std::string& name, std::vector<ControlFieldTBL> fields) {
+  const DataDirectory data(directory + kDataDirectory);
+  const std::string offsetsName = OffsetsName(name);
+  DatabaseFiles files;
+  files.data = data.read(name);
+  if (data.kindOf(offsetsName) == FileKind::kRegular) files.offsets = data.read(offsetsName);
+  Findings ofData(name), ofOffsets(offsetsName), misfits(name);
+  DatabaseState state = CheckDatabase(kTypeData, files, ofData, ofOffsets);
+  Described described;
+  const TableDescription table = DescriptionOf(name, std::move(fields));
+  const auto known = ReadDescription(SavedBlock(files, state.records));
+  described.isSame = known && TableBlock({0, table.name, 0, kTypeData, 3, 0, known->fields}) == TableBlock(table);
+  if (described.isSame) return described;
+  described.refusal = Refusal(data, name, files, state, ofData.sound() && ofOffsets.sound());
+  if (!described.refusal.empty()) return described;
+
+  const Fit fit = FitOf(table, files, state, kAnyText);
+  described.records = state.records.places.size();
+  described.misfits = fit.misfits;
+  std::int64_t number = 0;
+  for (const std::uint32_t place : state.records.places) {
+    ++number;
+    for (const FieldFault& fault :
+         CheckRecord(table.fields, SavedRecord(files.data.bytes(), state.records, place), kAnyText))
+      misfits.damage(fault.words, number);
+  }
+  DirectoryReport told;
+  misfits.tell(told, false);
+  described.problems = std::move(told.problems);
+  if (!fit.isLikely) {
+    described.refusal = "the records do not fit these fields";
+    return described;
+  }
+  state.records.block = TableBlock(table);
+  state.records.rewrite = true;
+  Write(data, name, files, state, described);
+  return described;
+}
+
+}  // namespace vorne

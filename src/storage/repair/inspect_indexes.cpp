@@ -1,0 +1,129 @@
+// The part of an inspection that holds indexes against their tables.
+#include <algorithm>
+
+#include "storage/format/keys.h"
+#include "storage/format/names.h"
+#include "storage/repair/inspection.h"
+
+namespace vorne {
+
+namespace {
+
+std::string KeyWords(const CheckedTable& table, const IndexDescription& told) {
+  std::string words;
+  for (const IDX_Indexes& part : told.keyFields)
+    words += (words.empty() ? "" : ",") + std::string(table.description.fields[part.KeyField - 1].FieldName);
+  return words;
+}
+
+std::string HowToCreate(const std::string& table, const std::string& index) {
+  return "`tellira db index create " + table + " " + index + " FIELD[,FIELD...]` makes it anew";
+}
+
+}  // namespace
+
+// Read anew, since a repair may have changed what they are held against. What is damaged has been told already.
+std::optional<CheckedDatabase> Inspection::readAgain(const std::string& name, std::uint32_t type) {
+  if (std::find(interrupted_.begin(), interrupted_.end(), name) != interrupted_.end()) return {};
+  progress_.allBytes += directory_.sizeOf(name) + directory_.sizeOf(OffsetsName(name));
+  CheckedDatabase database{readDatabase(name), {}};
+  if (!database.files.data.error.empty() || !database.files.offsets.error.empty()) return {};
+  Findings data(name), offsets(OffsetsName(name));
+  database.state = CheckDatabase(type, database.files, data, offsets);
+  return database;
+}
+
+std::optional<CheckedTable> Inspection::readTable(const std::string& name) {
+  std::optional<CheckedDatabase> database = readAgain(name, kTypeData);
+  if (!database || database->state.kind != kVariableDatabase) return {};
+  Findings data(name), lasting(name);
+  TableMeaning meaning = CheckTable(contextOf(name), database->files, database->state, data, lasting);
+  if (!meaning.description || !lasting.sound()) return {};
+  return CheckedTable{std::move(*database), std::move(*meaning.description)};
+}
+
+void Inspection::checkIndexes() {
+  for (const auto& [described, name] : tables_) {
+    const auto isOf = [&described = described](const FoundIndex& index) {
+      return index.told && FoldedName(index.told->table) == described;
+    };
+    if (std::none_of(indexes_.begin(), indexes_.end(), isOf)) continue;
+    const std::optional<CheckedTable> table = readTable(name);
+    if (!table) continue;
+    for (const FoundIndex& index : indexes_)
+      if (isOf(index)) checkIndex(*table, index);
+  }
+  for (const FoundIndex& index : indexes_)
+    if (!index.told || !isKnown(index.told->table)) settleIndex(index);
+}
+
+void Inspection::checkIndex(const CheckedTable& table, const FoundIndex& found) {
+  const std::optional<CheckedDatabase> index = readAgain(found.name, kTypeIndex);
+  if (!index) return;
+  Findings findings(found.name);
+  CheckIndex(table, *index, *found.told, findings);
+  if (findings.sound()) return;
+  IndexDescription told = *found.told;
+  if (KeyRoom(table.description.fields, told.keyFields) == 0) {
+    const auto key = KeyOfEntries(table, *index);
+    if (!key)
+      return dropIndex(found.name,
+                       "its table has no such key fields; " + HowToCreate(table.description.name, found.name));
+    told.keyFields = *key;
+  }
+  remakeIndex(table, *index, told, findings);
+}
+
+void Inspection::remakeIndex(const CheckedTable& table, const CheckedDatabase& index, const IndexDescription& told,
+                             Findings& findings) {
+  const std::vector<char> fresh = repairs_ ? FreshIndex(table, index, told) : std::vector<char>();
+  findings.tell(report_, !fresh.empty() && changes_.replace(findings.file(), fresh));
+}
+
+// An index that names no table there is.
+void Inspection::settleIndex(const FoundIndex& index) {
+  if (!index.told && (index.info == 0 || (index.isBlank && index.entries == 0))) {
+    if (index.entries == 0)
+      report_.notes.push_back(
+          {index.name, -1, "it is an index that was never finished; the next one of its name takes its place", false});
+    return;
+  }
+  const std::optional<CheckedDatabase> entries = readAgain(index.name, kTypeIndex);
+  if (!entries || findTableOf(*entries, index.name)) return;
+  if (!index.told && index.hasHead && !HoldsEntries(*entries))
+    return report_.notes.push_back({index.name, -1, "what it tells of itself is no index's description", false});
+  if (!index.told)
+    return dropIndex(index.name,
+                     "its description cannot be read, nor told from its entries; " + HowToCreate("TABLE", index.name));
+  takeAway(index.told->table, index.name, index.entries);
+  removals_.push_back(index.name);
+}
+
+bool Inspection::findTableOf(const CheckedDatabase& index, const std::string& name) {
+  for (const auto& [described, file] : tables_) {
+    if (index.count() == 0) return false;
+    const std::optional<CheckedTable> table = readTable(file);
+    if (!table || table->database.count() != index.count()) continue;
+    const auto key = KeyOfEntries(*table, index);
+    if (!key) continue;
+    IndexDescription told;
+    told.name = name;
+    told.keyFields = *key;
+    Findings findings(name);
+    findings.damage("its description is damaged; by its entries it is an index of " + table->description.name +
+                    " with the key " + KeyWords(*table, told));
+    remakeIndex(*table, index, told, findings);
+    return true;
+  }
+  return false;
+}
+
+void Inspection::dropIndex(const std::string& name, const std::string& words) {
+  Findings findings(name);
+  findings.damage(words);
+  settledLast_.push_back(std::move(findings));
+  removals_.push_back(name);
+  ++report_.lostDatabases;
+}
+
+}  // namespace vorne

@@ -1,0 +1,306 @@
+#include "storage/repair/inspection.h"
+
+#include <algorithm>
+
+#include "storage/files/kept_copies.h"
+#include "storage/format/names.h"
+#include "storage/journal/recovery.h"
+#include "storage/repair/finish_changes.h"
+#include "storage/repair/in_use.h"
+
+namespace vorne {
+
+Inspection::Inspection(const std::string& directory, const CheckOptions& options, bool repairs)
+    : directory_(directory + kDataDirectory),
+      options_(options),
+      repairs_(repairs),
+      changes_(directory_.path(), report_) {}
+
+DirectoryReport Inspection::run() {
+  report_.exists = directory_.exists();
+  report_.inUse = IsInUse(directory_.path());
+  if (!report_.exists || (repairs_ && report_.inUse)) return std::move(report_);
+  if (repairs_) BeginCopies();
+  interrupted_ = InterruptedChanges(directory_.path().c_str());
+  if (repairs_ && !interrupted_.empty()) finishInterrupted();
+  for (const auto& [name, file] : directory_.files()) progress_.allBytes += file.size;
+  checkCatalog();
+  report_.sound = report_.problems.empty();
+  for (const DatabaseReport& database : report_.databases)
+    report_.bytes += database.dataFileBytes + database.offsetsFileBytes;
+  if (repairs_) report_.copies = CopiesDirectory();
+  return std::move(report_);
+}
+
+// --------------------------------------------------------------------------------------------- interrupted changes
+
+// What cannot be finished is left alone: taken for damage, half of the change would become lasting.
+void Inspection::finishInterrupted() {
+  for (const std::string& name : interrupted_)
+    for (const std::string& file : {name, OffsetsName(name)})
+      if (!changes_.keep(file)) return;
+  report_.changed = true;
+  if (!FinishInterruptedChanges(directory_.path())) return;
+  for (const std::string& name : interrupted_)
+    report_.problems.push_back({name, -1, "a change was interrupted half-way", true});
+  interrupted_.clear();
+  directory_ = DataDirectory(directory_.path());
+}
+
+bool Inspection::isInterrupted(const std::string& name) {
+  if (std::find(interrupted_.begin(), interrupted_.end(), name) == interrupted_.end()) return false;
+  report_.problems.push_back(
+      {name, -1, "a change was interrupted half-way; a repair, or the program's next start, finishes it", false});
+  return true;
+}
+
+// --------------------------------------------------------------------------------------------------------- reading
+
+RawFile Inspection::read(const std::string& name) {
+  progress_.file = name;
+  return directory_.read(name, kLargestFile, [this](std::size_t bytes) {
+    progress_.bytes += bytes;
+    if (options_.progress) options_.progress(progress_);
+  });
+}
+
+// False for what cannot be looked at, which stands in the report then.
+bool Inspection::isReadable(const std::string& name, const RawFile& file) {
+  if (file.error.empty()) return true;
+  report_.refused = true;
+  report_.problems.push_back({name, -1, "it cannot be read: " + file.error, false, true});
+  return false;
+}
+
+// Databases of other kinds than 'V' leave that name to another database.
+FileKind Inspection::kindOfOffsets(const std::string& name) const {
+  return names_.contains(OffsetsName(name)) ? FileKind::kMissing : directory_.kindOf(OffsetsName(name));
+}
+
+DatabaseFiles Inspection::readDatabase(const std::string& name) {
+  DatabaseFiles files;
+  files.data = read(name);
+  if (kindOfOffsets(name) == FileKind::kRegular) files.offsets = read(OffsetsName(name));
+  return files;
+}
+
+// ------------------------------------------------------------------------------------------------------- catalogue
+
+void Inspection::checkCatalog() {
+  if (directory_.kindOf(kCatalogName) != FileKind::kMissing) catalog_ = read(kCatalogName);
+  if (isInterrupted(kCatalogName) || !isReadable(kCatalogName, catalog_)) return;
+  Findings findings(kCatalogName);
+  state_ = CheckCatalog(directory_, catalog_, findings, report_);
+  const bool repaired = repairs_ && state_.rewrite && changes_.replace(kCatalogName, RepairedCatalog(catalog_, state_));
+  findings.tell(report_, repaired);
+  if (repairs_)
+    for (const std::string& name : state_.extraNames) changes_.remove(name);
+  for (const DatabaseHdrType& entry : state_.slots)
+    if (entry.name[0] != 0) names_.insert(NameOf(entry));
+  for (const std::string& name : names_) owners_.insert(FoldedName(name));
+  report_.lostDatabases += state_.lostEntries;
+  report_.lostMore = report_.lostMore || state_.lostEntries != 0;
+  checkDatabases();
+  checkIndexes();
+  checkOrphans();
+  finishCatalog();
+}
+
+// -------------------------------------------------------------------------------------------------------- databases
+
+// What tables are held against goes before them; the report has all in the catalogue's order.
+void Inspection::checkDatabases() {
+  const auto rank = [](const DatabaseHdrType& entry) {
+    return entry.type == kTypeMemo ? 0 : entry.type == kTypeIndex ? 1 : 2;
+  };
+  for (int turn = 0; turn <= 2; ++turn)
+    for (const DatabaseHdrType& entry : state_.slots)
+      if (entry.name[0] != 0 && rank(entry) == turn && directory_.kindOf(NameOf(entry)) == FileKind::kRegular)
+        checkDatabase(entry);
+  std::map<std::string, std::size_t> places;
+  for (const DatabaseHdrType& entry : state_.slots) places.emplace(NameOf(entry), places.size());
+  std::sort(report_.databases.begin(), report_.databases.end(),
+            [&](const auto& a, const auto& b) { return places[a.name] < places[b.name]; });
+}
+
+void Inspection::checkDatabase(const DatabaseHdrType& entry) {
+  const std::string name = NameOf(entry), offsetsName = OffsetsName(name);
+  const FileKind offsetsKind = kindOfOffsets(name);
+  const DatabaseFiles files = readDatabase(name);
+  if (isInterrupted(name) || !isReadable(name, files.data) || !isReadable(offsetsName, files.offsets)) return;
+
+  Findings data(name), offsets(offsetsName), lasting(name);
+  DatabaseState state = CheckDatabase(entry.type, files, data, offsets);
+  const FileBytes block = SavedBlock(files, state.records);
+  // Under another type code it belongs to no table, whatever its head names.
+  if (entry.type == kTypeIndex && state.kind == kIndexDatabase)
+    indexes_.push_back({name, ToldIndex(files, state), state.records.places.size(),
+                        static_cast<std::uint32_t>(block.size()),
+                        std::all_of(block.begin(), block.end(), [](char c) { return c == '\0'; }),
+                        FileHeaderOf(files.data.bytes()).Version == 2});
+  if (entry.type == kTypeMemo && state.kind == kVariableDatabase)
+    texts_[FoldedName(name)] = static_cast<std::uint32_t>(state.records.places.size());
+  if (entry.type == kTypeData && state.kind == kVariableDatabase) checkTable(name, files, state, data, lasting);
+
+  const bool replaceable = offsetsKind == FileKind::kRegular || offsetsKind == FileKind::kMissing;
+  if (state.kind == kVariableDatabase && !replaceable) tellStrange(offsetsName, offsetsKind);
+  const bool dataDone = repairs_ && repairData(files, state, name, replaceable);
+  data.tell(report_, dataDone);
+  lasting.tell(report_, false, true);
+  if (replaceable)
+    offsets.tell(report_,
+                 dataDone && state.rewriteOffsets && changes_.replace(offsetsName, RepairedOffsets(files, state)));
+  // What an index loses its table has.
+  if (entry.type != kTypeIndex || block.empty()) {
+    report_.lostRecords += state.records.lost;
+    report_.lostMore = report_.lostMore || state.records.lostMore;
+  }
+  report_.databases.push_back(ReportOf(entry, files, state));
+}
+
+TableContext Inspection::contextOf(const std::string& name) const {
+  TableContext context{name, false, false, 0};
+  const std::string memo = name + kMemoSuffix;
+  const auto texts = texts_.find(FoldedName(memo));
+  if (texts != texts_.end()) {
+    context.hasMemo = true;
+    context.texts = texts->second;
+  } else if (owners_.contains(FoldedName(memo)) || memo.size() > kLongestName) {
+    // Something else has the name, or it cannot be looked at: nothing can be told of references.
+    context.hasMemo = true;
+    context.texts = ~0u;
+  }
+  context.hasOthers = texts != texts_.end() && texts->second != 0;
+  for (const FoundIndex& index : indexes_)
+    context.hasOthers =
+        context.hasOthers || (index.entries != 0 && index.told && FoldedName(index.told->table) == FoldedName(name));
+  return context;
+}
+
+void Inspection::checkTable(const std::string& name, const DatabaseFiles& files, DatabaseState& state, Findings& data,
+                            Findings& lasting) {
+  const TableMeaning meaning = CheckTable(contextOf(name), files, state, data, lasting);
+  if (!data.sound()) state.records.rewrite = state.rewriteOffsets = true;
+  report_.lostValues += meaning.lostValues;
+  if (!meaning.description) return;
+  const std::string described = FoldedName(meaning.description->name);
+  owners_.insert(described);
+  if (lasting.sound()) tables_.emplace(described, name);
+  if (meaning.lacksMemo) lackMemo(name);
+}
+
+void Inspection::lackMemo(const std::string& table) {
+  const std::string memo = table + kMemoSuffix;
+  Findings findings(memo);
+  findings.damage("the memo texts of the table " + table + " are missing");
+  settledLast_.push_back(std::move(findings));
+  newMemos_.push_back(memo);
+}
+
+void Inspection::tellStrange(const std::string& name, FileKind kind) {
+  if (kind == FileKind::kLink)
+    report_.notes.push_back({name, -1, "it is a symbolic link; what it leads to was not looked at", false});
+  else
+    report_.problems.push_back({name, -1, "it is not a file", false});
+}
+
+// The offsets file of the old data goes first: should the repair end in between, the next opening makes it anew.
+bool Inspection::repairData(const DatabaseFiles& files, const DatabaseState& state, const std::string& name,
+                            bool replaceable) {
+  if (!state.records.rewrite) return true;
+  if (state.kind == kVariableDatabase && files.offsets.length != 0 && replaceable &&
+      !changes_.remove(OffsetsName(name)))
+    return false;
+  return changes_.replace(name, RepairedData(files, state));
+}
+
+// ------------------------------------------------------------------------------------------- the end of the walk
+
+bool Inspection::isKnown(const std::string& owner) const {
+  return owners_.contains(FoldedName(owner));
+}
+
+// What belongs to databases that are not there.
+void Inspection::checkOrphans() {
+  std::set<std::string> memos;
+  for (const DatabaseHdrType& entry : state_.gone) {
+    const std::string name = NameOf(entry);
+    if (entry.type == kTypeMemo) memos.insert(name);
+    report_.lostDatabases += entry.type == kTypeIndex || entry.type == kTypeMemo;  // the others once all is known
+    if (entry.type == kTypeIndex)
+      report_.problems.push_back({name, -1,
+                                  "the index is gone with its file; `tellira db index create TABLE " + name +
+                                      " FIELD[,FIELD...]` makes it anew",
+                                  repairs_ && state_.complete});
+    else if (entry.type != kTypeMemo)
+      gone_.try_emplace(FoldedName(name), Gone{name, {}, {}, {}});
+  }
+  for (const auto& [memo, texts] : texts_) {
+    if (!memo.ends_with(kMemoSuffix)) continue;
+    const std::string table = memo.substr(0, memo.size() - std::strlen(kMemoSuffix));
+    if (table.empty() || isKnown(table)) continue;
+    const auto name = std::find_if(names_.begin(), names_.end(),
+                                   [&memo = memo](const std::string& one) { return FoldedName(one) == memo; });
+    if (texts == 0) {
+      report_.notes.push_back({*name, -1, "it belongs to no table; `tellira db drop " + *name + "` removes it", false});
+    } else {
+      takeAway(table, *name, {});
+      removals_.push_back(*name);
+    }
+  }
+  for (const std::string& name : state_.orphans) {
+    const std::string offsets = OffsetsName(name);
+    const std::uint32_t used = FileHeaderOf(directory_.read(offsets, kHeaderSize).bytes()).szmap;
+    if (gone_.contains(FoldedName(name)))
+      takeAway(name, offsets, (used - kHeaderSize) / kOffsetSize);
+    else if (!memos.contains(name)) {  // alone it is what a deletion may leave
+      report_.notes.push_back({offsets, -1, "it belongs to no database", false});
+      continue;
+    }
+    leftovers_.push_back(offsets);
+  }
+  for (const auto& [folded, gone] : gone_) {
+    Findings findings(gone.name);
+    std::string remains;
+    for (const std::string& file : gone.remains) remains += (remains.empty() ? "; put away with it: " : ", ") + file;
+    findings.damage((gone.records ? Message("the table is gone; %s tells of %llu records", gone.witness.c_str(),
+                                            static_cast<unsigned long long>(*gone.records))
+                                  : "the table is gone; nothing tells how many records it had") +
+                    remains);
+    settledLast_.push_back(std::move(findings));
+    ++report_.lostDatabases;
+    report_.lostRecords += gone.records.value_or(0);
+    report_.lostMore = report_.lostMore || !gone.records;
+  }
+}
+
+// `file` belongs to a database that is gone, of which it tells so many records.
+void Inspection::takeAway(const std::string& database, const std::string& file, std::optional<std::uint64_t> records) {
+  Gone& gone = gone_.try_emplace(FoldedName(database), Gone{database, {}, {}, {}}).first->second;
+  gone.remains.push_back(file);
+  if (!records || (gone.records && *gone.records >= *records)) return;
+  gone.records = records;
+  gone.witness = file;
+}
+
+// First what the catalogue will name is there, then it names that and no more, then what it named before goes: the next
+// repair takes up what a dying one leaves.
+void Inspection::finishCatalog() {
+  bool done = repairs_ && state_.complete;
+  const bool changes = !newMemos_.empty() || !removals_.empty();
+  for (const std::string& memo : newMemos_) {
+    done = done && changes_.replace(memo, EmptyDatabase(kVariableDatabase));
+    state_.slots.push_back(NewEntry(memo, kTypeMemo));
+  }
+  for (DatabaseHdrType& entry : state_.slots)
+    if (std::find(removals_.begin(), removals_.end(), NameOf(entry)) != removals_.end()) entry = {};
+  done = done && (!changes || changes_.replace(kCatalogName, RepairedCatalog(catalog_, state_)));
+  for (const std::string& name : removals_) {
+    leftovers_.push_back(name);
+    if (kindOfOffsets(name) == FileKind::kRegular) leftovers_.push_back(OffsetsName(name));
+  }
+  for (const std::string& file : leftovers_) done = done && changes_.remove(file);
+  for (const Findings& findings : settledLast_) findings.tell(report_, done);
+}
+
+}  // namespace vorne

@@ -1,0 +1,222 @@
+// What `tellira db check` finds of damage to what the files mean, what a repair makes of it, and that every verb works
+// afterwards.
+#include <gmock/gmock.h>
+
+#include <functional>
+#include <nlohmann/json.hpp>
+
+#include "run_tool.h"
+#include "support/file_images.h"
+
+using nlohmann::json;
+using testing::HasSubstr;
+using Words = std::vector<std::string>;
+
+namespace {
+
+constexpr const char* kHead = "CODE,PRICE,SINCE,SOLD,NOTES\n";
+const Words kFields = {"CODE:C:6", "PRICE:N:8:2", "SINCE:D", "SOLD:L", "NOTES:M"};
+
+std::string row(int i, const std::string& text = "text ") {
+  const std::string number = std::to_string(i);
+  return "C" + number + "," + number + ".50,2004-03-1" + number + ",true," + (text.empty() ? text : text + number) +
+         "\n";
+}
+std::string rows(const std::string& text = "text ") {
+  std::string all = kHead;
+  for (int i = 1; i <= 5; ++i) all += row(i, text);
+  return all;
+}
+std::string with(std::string text, const std::string& part, const std::string& other) {
+  return text.replace(text.find(part), part.size(), other);
+}
+
+}  // namespace
+
+class DbRepair : public ToolTest {
+ protected:
+  void SetUp() override {
+    ToolTest::SetUp();
+    Words create{"create", "T"};
+    create.insert(create.end(), kFields.begin(), kFields.end());
+    ok(create);
+    ok({"import", "T", "-"}, rows());
+    ok({"index", "create", "T", "X", "CODE,PRICE"});
+    ok({"index", "create", "T", "Y", "SINCE"});
+  }
+  Ran db(Words words, const std::string& input = "") const {
+    words.insert(words.begin(), "db");
+    return run(words, input);
+  }
+  std::string ok(const Words& words, const std::string& input = "") const {
+    const Ran ran = db(words, input);
+    EXPECT_EQ(ran.status, 0) << words[0] << ": " << ran.err << ran.out;
+    return ran.out;
+  }
+  std::string path(const std::string& name) const { return directory / "DB" / name; }
+  void remove(const Words& names) const {
+    for (const std::string& name : names) std::filesystem::remove(path(name));
+  }
+  void patch(const std::string& name, std::size_t place, const std::string& bytes) const {
+    std::string file = contents(path(name));
+    writeFile(path(name), file.replace(place, bytes.size(), bytes));
+  }
+  /// A place in the record of row `i`, from its first field on.
+  std::size_t place(int i, std::size_t offset) const {
+    return contents(path("T")).find(std::string("C") + std::to_string(i) + '\0') + offset;
+  }
+  json report(const Words& options, int status) const {
+    Words words{"check", "--json"};
+    words.insert(words.end(), options.begin(), options.end());
+    const Ran ran = db(words);
+    EXPECT_EQ(ran.status, status) << ran.out << ran.err;
+    return json::parse(ran.out);
+  }
+  static std::string problems(const json& report) {
+    std::string all;
+    for (const json& one : report["problems"])
+      all += one["file"].get<std::string>() + (one["record"].is_null() ? "" : " " + one["record"].dump()) + ": " +
+             one["problem"].get<std::string>() + "\n";
+    return all;
+  }
+  // Every verb does its work on the table.
+  void useTable(const std::string& expected) const {
+    EXPECT_EQ(ok({"export", "T"}), expected);
+    EXPECT_TRUE(json::parse(ok({"check", "--json"}))["sound"]);
+    EXPECT_THAT(ok({"list"}) + ok({"schema", "T"}), HasSubstr("tellira db create T CODE:C:6"));
+    ok({"import", "T", "-"}, kHead + row(9));
+    ok({"index", "create", "T", "Z", "PRICE,SINCE"});
+    EXPECT_EQ(json::parse(ok({"seek", "T", "Z", "9.5", "--json"}))["record"]["NOTES"], "text 9");
+    ok({"index", "drop", "T", "Z"});
+    ok({"delete", "T", "1"});
+    ok({"pack", "T", "--yes"});
+    ok({"check"});
+  }
+};
+
+TEST_F(DbRepair, FindsWhatIsLostAndRepairsTheRest) {
+  const std::string infinite = std::string("\x7F\xF0\0\0\0\0\0\0", 8);
+  const struct {
+    const char* what;
+    std::function<void()> damage;
+    std::vector<const char*> words;
+    int lost;
+    std::string expected;  // of an export; empty: the table is gone
+  } cases[] = {
+      {"data file", [&] { remove({"T"}); }, {"T: the table is gone; X tells of 5 records"}, 6, ""},
+      {"all files",
+       [&] {
+         remove({"T", "T_OS", "X", "Y"});
+       },
+       {"T: the table is gone; nothing tells", "X: the ind"},
+       3,
+       ""},
+      {"data file and entry",
+       [&] {
+         remove({"T", "catalog.bck"}), patch("catalog.plm", 20, std::string(88, '\0'));
+       },
+       {"T: the table is gone; X tells of 5 records; put away with it: X, Y, T_M, T_OS"},
+       6,
+       ""},
+      {"memo file", [&] { remove({"T_M"}); }, {"T 5: field NOTES holds memo text 5", "T_M: the memo"}, 6, rows("")},
+      {"memo text",
+       [&] { patch("T_M", images::places(contents(path("T_M")))[1], std::string(8, '\0')); },
+       {"T_M 2: its header is empty"},
+       1,
+       with(rows(), "text 2", "")},
+      {"index file",
+       [&] { remove({"X"}); },
+       {"X: the index is gone with its file; `tellira db index create"},
+       1,
+       rows()},
+      {"index head",
+       [&] { patch("X", 0, std::string(90, '#')); },
+       {"X: its description is damaged; by its entries it is an index of T with the key CODE,PRICE"},
+       0,
+       rows()},
+      {"index entries",
+       [&] { patch("X", 0, std::string(107, '#')), patch("X", contents(path("X")).find("C3"), "?"); },
+       {"X: its description cannot be read, nor told"},
+       1,
+       rows()},
+      {"most of an index", [&] { patch("X", 0, std::string(190, '#')); }, {"X: its description cannot"}, 1, rows()},
+      {"key field",
+       [&] { patch("Y", contents(path("Y")).find(std::string("Y\0001\0008", 5)) + 6, "9"); },
+       {"Y: its table has no such key fields"},
+       0,
+       rows()},
+      {"number",
+       [&] { patch("T", place(2, 3), infinite); },
+       {"T 2: field PRICE holds no number"},
+       1,
+       with(rows(), "C2,2.50", "C2,0.00")},
+      {"date",
+       [&] { patch("T", place(3, 11), infinite); },
+       {"T 3: field SINCE holds no date"},
+       1,
+       with(rows(), "2004-03-13", "")},
+      {"logical",
+       [&] { patch("T", place(4, 19), "\x9"); },
+       {"T 4: field SOLD holds neither true nor false"},
+       0,
+       rows()},
+      {"reference",
+       [&] { patch("T", place(1, 20), std::string("\0\0\1\0", 4)); },
+       {"T 1: field NOTES holds memo text 256, of which there are 5"},
+       1,
+       with(rows(), "text 1", "")},
+      {"text",
+       [&] { patch("T", place(5, 2), "555555"); },
+       {"T 5: field CODE holds a text of 8", "T 5: field SINCE"},
+       2,
+       ""},
+      {"mark", [&] { patch("T", place(2, 24), "?"); }, {"T 2: its deletion mark is missing"}, 0, rows()},
+      {"header", [&] { patch("T", 16, std::string(4, '\0')); }, {"T: its header says 0 bytes used"}, 0, rows()},
+  };
+  const std::filesystem::path sound = directory / "sound";
+  std::filesystem::rename(directory / "DB", sound);
+  for (const auto& row : cases) {
+    SCOPED_TRACE(row.what);
+    std::filesystem::remove_all(directory / "DB");
+    std::filesystem::copy(sound, directory / "DB");
+    row.damage();
+    const json told = report({}, 1), repaired = report({"--repair", "--yes"}, row.lost == 0 ? 0 : 1);
+    for (const char* words : row.words) EXPECT_THAT(problems(told), HasSubstr(words));
+    EXPECT_EQ(told["lost"], row.lost) << problems(told);
+    EXPECT_EQ(repaired["lost"], row.lost);
+    EXPECT_EQ(problems(repaired), problems(told));
+    EXPECT_EQ(report({"--repair", "--yes"}, 0)["problems"], json::array());
+    if (row.expected.empty()) continue;
+    useTable(row.expected);
+    ok({"drop", "T", "--yes"});
+    EXPECT_EQ(ok({"list", "--json"}), "[]\n");
+  }
+}
+
+TEST_F(DbRepair, DescribesATableAnewOnceItsRecordsFit) {
+  const std::string before = contents(path("T"));
+  Words describe{"describe", "t"};
+  describe.insert(describe.end(), kFields.begin(), kFields.end());
+  EXPECT_THAT(db(describe).err, HasSubstr("T is described so already"));
+  EXPECT_THAT(db({"describe", "T", "A:C:6"}).err, HasSubstr("T has a description that its records fit"));
+  patch("T", 92, std::string(50, '#'));
+  EXPECT_THAT(problems(report({"--repair", "--yes"}, 1)),
+              HasSubstr("`tellira db describe T FIELD:TYPE:LEN[:DEC] ...`"));
+  const std::string damaged = contents(path("T"));
+  const Ran wrong = db({"describe", "T", "CODE:C:6", "SINCE:D", "NOTES:M"});
+  EXPECT_EQ(wrong.status, 1);
+  EXPECT_THAT(wrong.out, HasSubstr("T, record 5: bytes that belong to no field"));
+  EXPECT_THAT(wrong.err, HasSubstr("T: 5 of 5 records do not fit these fields; nothing was changed"));
+  EXPECT_EQ(contents(path("T")), damaged);
+  ok(describe);
+  useTable(rows());
+  // One that does not fit does not speak against the others.
+  writeFile(path("T"), before);
+  remove({"T_OS", "X", "Y"});
+  patch("T", 92, std::string(50, '#'));
+  patch("T", place(2, 3), "\x7F\xF8");
+  const Ran misfit = db(describe);
+  EXPECT_EQ(misfit.status, 1);
+  EXPECT_EQ(misfit.out, "T, record 2: field PRICE holds no number\n");
+  EXPECT_EQ(report({}, 1)["lost"], 3) << "the number, and two indexes";
+}
