@@ -316,6 +316,13 @@ TEST_F(Indexes, KeepNumbersFromZero) {
     --bytes[20 + 78];
     writeFile(file("I"), bytes);
     EXPECT_EQ(TableReader(".", "T").indexes().at(0).fields.at(0), structure[3] == 'N' ? 0u : 1u);
+    EXPECT_TRUE(CheckDirectory(".", {}).sound);
+    const std::size_t place = bytes.rfind('B');
+    writeFile(file("I"), std::string(bytes).replace(place, 1, "Z"));
+    EXPECT_FALSE(CheckDirectory(".", {}).sound);
+    EXPECT_TRUE(RepairDirectory(".", {}).sound);
+    EXPECT_EQ(readFile(file("I")).substr(20, 80), bytes.substr(20, 80));
+    EXPECT_EQ(readFile(file("I"))[place], 'B');
     reopen();
     __DBUSEAREA(__INIT_BOOL(1), nullptr, text("T"), text("AGAIN"));
     ASSERT_EQ(area().TBL_appinfo->TBL_numIndexes, 1u) << log();

@@ -252,6 +252,26 @@ void LeaveBehind(DmOpenRef index) {
   if (IsOpen(index)) StoreMark(*index, kEntriesWait);
 }
 
+bool RemoveEntriesFrom(DmOpenRef index, std::int32_t first) {
+  const Entries entries = EntriesOf(*index);
+  if (entries.count != index->Head.NumberOfRecords) return false;
+  if (entries.count == 0) return SettleZapped(index), true;
+  const ChangeSeenByReaders change;
+  DropEntries(index);
+  const BehindWhile behind(index);
+  EntryFile file(index, entries.size);
+  UInt32 kept = 0;
+  for (UInt32 from = 0, end = 0; from < entries.count; from = end) {
+    const bool stays = entries.record(from) < first;
+    for (end = from + 1; end < entries.count && (entries.record(end) < first) == stays;) ++end;
+    if (!stays) continue;
+    if (kept != from) file.move(from, kept, end - from);
+    kept += end - from;
+  }
+  file.cut(entries.count - kept);
+  return true;
+}
+
 bool ReplaceEntries(DmOpenRef index, std::span<const char> bytes, std::size_t size) {
   if (!IsOpen(index)) return false;
   const auto count = size > sizeof(std::int32_t) ? static_cast<UInt32>(bytes.size() / size) : 0;

@@ -40,6 +40,9 @@ class BehindWhile {
  private:
   DmOpenRef index_;
 };
+/// Leaves out the entries of records from position `first` on, which are gone. What waits must be of those records and
+/// is forgotten. False when the file's entries cannot be told; they are as they were then, and stay behind.
+bool RemoveEntriesFrom(DmOpenRef index, std::int32_t first);
 /// Replaces all entries by these, in any order: `bytes` holds them one behind the other, `size` each. Those with equal
 /// keys stay in the order in which they come. False when the file cannot grow: the old ones stay.
 bool ReplaceEntries(DmOpenRef index, std::span<const char> bytes, std::size_t size);

@@ -111,14 +111,37 @@ class KeySearch {
   bool sound_ = true;
 };
 
+bool isSameKey(KeyFields a, KeyFields b) {
+  const auto same = [](IDX_Indexes one, IDX_Indexes other) { return one.KeyField == other.KeyField; };
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(), same);
+}
+
+// Entries, of a bounded number of them, that are as they are made of such a key.
+std::size_t entriesThatFit(const CheckedTable& table, const CheckedDatabase& index, KeyFields key) {
+  constexpr std::size_t kLooks = 1024;
+  EntryMaker maker(table.description.fields, key);
+  if (maker.size() == 0) return 0;
+  std::vector<char> expected(maker.size());
+  std::size_t fitting = 0;
+  const std::size_t looks = std::min(kLooks, index.count());
+  for (std::size_t i = 0; i < looks; ++i) {
+    const std::span<const char> entry = index.record(i * index.count() / looks);
+    if (entry.size() != expected.size()) continue;
+    const auto record = Load<std::uint32_t>(entry.data());
+    if (record >= table.database.count()) continue;
+    maker.make(static_cast<std::int32_t>(record), table.database.record(record), expected.data());
+    fitting += std::memcmp(expected.data(), entry.data(), entry.size()) == 0;
+  }
+  return fitting;
+}
+
 // The block with the table's name, the length that its keys have, and without the mark.
-std::string FreshBlock(const CheckedTable& table, const CheckedDatabase& index, const IndexDescription& told) {
+std::string FreshBlock(const CheckedTable& table, const CheckedDatabase& index, IndexDescription told) {
   const FileBytes old = SavedBlock(index.files, index.state.records);
   const std::optional<IndexDescription> before = ParseIndexBlock(old);
-  const auto same = [](IDX_Indexes a, IDX_Indexes b) { return a.KeyField == b.KeyField; };
+  if (before && isSameKey(NumberedFromOne(before->keyFields), told.keyFields)) told.keyFields = before->keyFields;
   const bool keeps = before && before->keyLength == told.keyLength && before->table == told.table &&
-                     std::equal(before->keyFields.begin(), before->keyFields.end(), told.keyFields.begin(),
-                                told.keyFields.end(), same);
+                     isSameKey(before->keyFields, told.keyFields);
   if (!keeps) return IndexBlock(table.description, told);
   std::string block(old.begin(), old.end());
   Store(block.data() + kEntriesWaitAt, std::uint32_t{0});
@@ -130,6 +153,16 @@ std::string FreshBlock(const CheckedTable& table, const CheckedDatabase& index, 
 std::optional<IndexDescription> ToldIndex(const DatabaseFiles& files, const DatabaseState& state) {
   if (state.kind != kIndexDatabase) return {};
   return ParseIndexBlock(SavedBlock(files, state.records));
+}
+
+std::vector<IDX_Indexes> KeyByEntries(const CheckedTable& table, const CheckedDatabase& index,
+                                      const IndexDescription& told) {
+  const Fields fields = table.description.fields;
+  const std::vector<IDX_Indexes> other = NumberedFromOne(told.keyFields);
+  if (KeyRoom(fields, other) == 0) return told.keyFields;
+  const bool isOther = KeyRoom(fields, told.keyFields) == 0 ||
+                       entriesThatFit(table, index, other) > entriesThatFit(table, index, told.keyFields);
+  return isOther ? other : told.keyFields;
 }
 
 void CheckIndex(const CheckedTable& table, const CheckedDatabase& index, const IndexDescription& told,

@@ -24,6 +24,11 @@ struct CheckedTable {
 /// What a database says about the index that it is; none when it is no index of a table.
 std::optional<IndexDescription> ToldIndex(const DatabaseFiles& files, const DatabaseState& state);
 
+/// The key fields of an index that says what it is, numbered from 1. Files of other origin count them from 0: taken so
+/// where more of the entries are made of those fields.
+std::vector<IDX_Indexes> KeyByEntries(const CheckedTable& table, const CheckedDatabase& index,
+                                      const IndexDescription& told);
+
 /// Tells what does not match, naming the first record.
 /// @param told the index by its own words, or as it is taken to be
 void CheckIndex(const CheckedTable& table, const CheckedDatabase& index, const IndexDescription& told,
@@ -36,7 +41,8 @@ std::optional<std::vector<IDX_Indexes>> KeyOfEntries(const CheckedTable& table, 
 /// True when most entries name records, each another one, as those of an index do.
 bool HoldsEntries(const CheckedDatabase& index);
 
-/// The index file made afresh; empty when none can be made of the key.
+/// The index file made afresh; empty when none can be made of the key. An index that counts its key fields from 0 goes
+/// on doing so.
 /// @param told names the index and its key fields; the table and the key's length are put right
 std::vector<char> FreshIndex(const CheckedTable& table, const CheckedDatabase& index, IndexDescription told);
 

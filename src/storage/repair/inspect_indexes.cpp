@@ -60,17 +60,19 @@ void Inspection::checkIndexes() {
 void Inspection::checkIndex(const CheckedTable& table, const FoundIndex& found) {
   const std::optional<CheckedDatabase> index = readAgain(found.name, kTypeIndex);
   if (!index) return;
-  Findings findings(found.name);
-  CheckIndex(table, *index, *found.told, findings);
-  if (findings.sound()) return;
+  const Fields fields = table.description.fields;
   IndexDescription told = *found.told;
-  if (KeyRoom(table.description.fields, told.keyFields) == 0) {
-    const auto key = KeyOfEntries(table, *index);
-    if (!key)
-      return dropIndex(found.name,
-                       "its table has no such key fields; " + HowToCreate(table.description.name, found.name));
-    told.keyFields = *key;
+  told.keyFields = KeyByEntries(table, *index, told);
+  Findings findings(found.name);
+  CheckIndex(table, *index, told, findings);
+  if (findings.sound()) return;
+  if (KeyRoom(fields, found.told->keyFields) == 0) {
+    const auto made = KeyOfEntries(table, *index);
+    if (made) told.keyFields = *made;
   }
+  if (KeyRoom(fields, told.keyFields) == 0)
+    return dropIndex(found.name,
+                     "its table has no such key fields; " + HowToCreate(table.description.name, found.name));
   remakeIndex(table, *index, told, findings);
 }
 

@@ -2,11 +2,7 @@
 
 #include <algorithm>
 
-#include "storage/files/kept_copies.h"
 #include "storage/format/names.h"
-#include "storage/journal/recovery.h"
-#include "storage/repair/finish_changes.h"
-#include "storage/repair/in_use.h"
 
 namespace vorne {
 
@@ -15,37 +11,6 @@ Inspection::Inspection(const std::string& directory, const CheckOptions& options
       options_(options),
       repairs_(repairs),
       changes_(directory_.path(), report_) {}
-
-DirectoryReport Inspection::run() {
-  report_.exists = directory_.exists();
-  report_.inUse = IsInUse(directory_.path());
-  if (!report_.exists || (repairs_ && report_.inUse)) return std::move(report_);
-  if (repairs_) BeginCopies();
-  interrupted_ = InterruptedChanges(directory_.path().c_str());
-  if (repairs_ && !interrupted_.empty()) finishInterrupted();
-  for (const auto& [name, file] : directory_.files()) progress_.allBytes += file.size;
-  checkCatalog();
-  report_.sound = report_.problems.empty();
-  for (const DatabaseReport& database : report_.databases)
-    report_.bytes += database.dataFileBytes + database.offsetsFileBytes;
-  if (repairs_) report_.copies = CopiesDirectory();
-  return std::move(report_);
-}
-
-// --------------------------------------------------------------------------------------------- interrupted changes
-
-// What cannot be finished is left alone: taken for damage, half of the change would become lasting.
-void Inspection::finishInterrupted() {
-  for (const std::string& name : interrupted_)
-    for (const std::string& file : {name, OffsetsName(name)})
-      if (!changes_.keep(file)) return;
-  report_.changed = true;
-  if (!FinishInterruptedChanges(directory_.path())) return;
-  for (const std::string& name : interrupted_)
-    report_.problems.push_back({name, -1, "a change was interrupted half-way", true});
-  interrupted_.clear();
-  directory_ = DataDirectory(directory_.path());
-}
 
 bool Inspection::isInterrupted(const std::string& name) {
   if (std::find(interrupted_.begin(), interrupted_.end(), name) == interrupted_.end()) return false;
@@ -82,28 +47,6 @@ DatabaseFiles Inspection::readDatabase(const std::string& name) {
   files.data = read(name);
   if (kindOfOffsets(name) == FileKind::kRegular) files.offsets = read(OffsetsName(name));
   return files;
-}
-
-// ------------------------------------------------------------------------------------------------------- catalogue
-
-void Inspection::checkCatalog() {
-  if (directory_.kindOf(kCatalogName) != FileKind::kMissing) catalog_ = read(kCatalogName);
-  if (isInterrupted(kCatalogName) || !isReadable(kCatalogName, catalog_)) return;
-  Findings findings(kCatalogName);
-  state_ = CheckCatalog(directory_, catalog_, findings, report_);
-  const bool repaired = repairs_ && state_.rewrite && changes_.replace(kCatalogName, RepairedCatalog(catalog_, state_));
-  findings.tell(report_, repaired);
-  if (repairs_)
-    for (const std::string& name : state_.extraNames) changes_.remove(name);
-  for (const DatabaseHdrType& entry : state_.slots)
-    if (entry.name[0] != 0) names_.insert(NameOf(entry));
-  for (const std::string& name : names_) owners_.insert(FoldedName(name));
-  report_.lostDatabases += state_.lostEntries;
-  report_.lostMore = report_.lostMore || state_.lostEntries != 0;
-  checkDatabases();
-  checkIndexes();
-  checkOrphans();
-  finishCatalog();
 }
 
 // -------------------------------------------------------------------------------------------------------- databases
@@ -281,26 +224,6 @@ void Inspection::takeAway(const std::string& database, const std::string& file, 
   if (!records || (gone.records && *gone.records >= *records)) return;
   gone.records = records;
   gone.witness = file;
-}
-
-// First what the catalogue will name is there, then it names that and no more, then what it named before goes: the next
-// repair takes up what a dying one leaves.
-void Inspection::finishCatalog() {
-  bool done = repairs_ && state_.complete;
-  const bool changes = !newMemos_.empty() || !removals_.empty();
-  for (const std::string& memo : newMemos_) {
-    done = done && changes_.replace(memo, EmptyDatabase(kVariableDatabase));
-    state_.slots.push_back(NewEntry(memo, kTypeMemo));
-  }
-  for (DatabaseHdrType& entry : state_.slots)
-    if (std::find(removals_.begin(), removals_.end(), NameOf(entry)) != removals_.end()) entry = {};
-  done = done && (!changes || changes_.replace(kCatalogName, RepairedCatalog(catalog_, state_)));
-  for (const std::string& name : removals_) {
-    leftovers_.push_back(name);
-    if (kindOfOffsets(name) == FileKind::kRegular) leftovers_.push_back(OffsetsName(name));
-  }
-  for (const std::string& file : leftovers_) done = done && changes_.remove(file);
-  for (const Findings& findings : settledLast_) findings.tell(report_, done);
 }
 
 }  // namespace vorne

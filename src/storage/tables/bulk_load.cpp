@@ -1,6 +1,7 @@
 #include "storage/tables/bulk_load.h"
 
 #include "storage/format/record_bytes.h"
+#include "storage/tables/index_upkeep.h"
 
 namespace vorne {
 
@@ -26,7 +27,10 @@ BulkLoad::BulkLoad(int area)
       name_(rdd_.TBL_appinfo->TBL_name),
       hasMemo_(rdd_.TBL_memo != nullptr),
       firstRecord_(DmNumRecords(DatabaseOf(rdd_))),
-      firstMemo_(DmNumRecords(rdd_.TBL_memo)) {}
+      firstMemo_(DmNumRecords(rdd_.TBL_memo)) {
+  // From here on only entries of what is added wait.
+  SettleIndexes(*rdd_.TBL_appinfo);
+}
 
 void BulkLoad::begin() {
   BlankFields(fields_, rdd_.TBL_buff);
@@ -50,7 +54,7 @@ bool BulkLoad::takeBack() {
   if (AreaAt(area_) == nullptr) return cut;
   rdd_.TBL_append = rdd_.TBL_fieldchanged = 0;
   rdd_.TBL_recpos = -1;
-  __Reindex(__INIT_DOUBLE(area_));
+  if (!CutIndexes(*rdd_.TBL_appinfo, firstRecord_)) __Reindex(__INIT_DOUBLE(area_));
   return cut;
 }
 

@@ -86,6 +86,21 @@ void EntryChanges::recordStored(std::int32_t position) {
   for (std::uint32_t i = 0; i < table.TBL_numIndexes; ++i) table.TBL_IndexesNames[i]->IDX_fieldchanged = 0;
 }
 
+void SettleIndexes(const myAppInfoType& table) {
+  for (std::uint32_t i = 0; i < table.TBL_numIndexes; ++i) SettleEntries(table.TBL_IndexesNames[i]->IDX_dbRef);
+}
+
+bool CutIndexes(myAppInfoType& table, std::uint32_t first) {
+  bool whole = true;
+  for (std::uint32_t i = 0; i < table.TBL_numIndexes; ++i) {
+    IDX_IndexesNames& index = *table.TBL_IndexesNames[i];
+    index.IDX_recID = -1;
+    whole = OpenIndex(table, index) && RemoveEntriesFrom(index.IDX_dbRef, static_cast<std::int32_t>(first)) &&
+            DmNumRecords(index.IDX_dbRef) == first && whole;
+  }
+  return whole;
+}
+
 std::int32_t PlaceOfRecord(myAppInfoType& table, IDX_IndexesNames& index, std::int32_t record) {
   if (record < 0 || index.IDX_dbRef == nullptr || static_cast<UInt32>(record) >= DmNumRecords(table.TBL_dbRef))
     return -1;

@@ -9,6 +9,12 @@ namespace vorne {
 /// is made anew.
 std::int32_t PlaceOfRecord(myAppInfoType& table, IDX_IndexesNames& index, std::int32_t record);
 
+/// Merges what waits into the files of all indexes of a table.
+void SettleIndexes(const myAppInfoType& table);
+/// Takes the entries of records from `first` on, which are gone, out of all indexes. What waits must be of such
+/// records. False when an index does not have an entry for each of the others then: it wants to be made anew.
+bool CutIndexes(myAppInfoType& table, std::uint32_t first);
+
 /// The entries that one written record changes. Made before the record is stored, since it reads the old keys there
 /// and marks the indexes as being behind; told afterwards. One at a time.
 class EntryChanges {
