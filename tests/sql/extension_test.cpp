@@ -228,7 +228,7 @@ TEST_F(Extension, AnswersInTheTool) {
        "\n {\"NAME\":\"Ana\",\"UNITS\":10000,\"BORN\":null,\"NOTE\":\"\",\"NAME_2\":\"Ana\",\"x\":null}]\n0"},
       {"--format json 'SELECT name FROM cli WHERE 0'", "[]\n0"},
       {"'SELECT name FROM clli'",
-       "tellira: there is no table \"clli\".\n  near to it: CLI\n  next: `tellira db list` shows all of them.\n2"},
+       "tellira: there is no table \"clli\".\n  near to it: CLI\n  next: `tellira db list` shows all of them.\n1"},
       {"'SELECT * FROM broken'",
        "tellira: the description of BROKEN cannot be read; `tellira db check` tells more.\n1"},
       {"'SELECT nme FROM cli'",

@@ -106,20 +106,38 @@ TEST_F(Records, NothingOfAnotherDatabaseIsTouched) {
   for (const UInt32 type : {kTypeIndex, FourChars("OTHR")}) {
     ASSERT_NE(openStore("SALE", type), nullptr);
     expectThere("making");
-    // Killed while it was being emptied: what is left is finished.
-    const ChildResult killed = runChild([] {
-      put(openStore("SALE"), "entry");
-      fileSystem.msync = [](void*, std::size_t, int) { return kill(getpid(), SIGKILL); };
-      __InternalZap(openStore("SALE"));
-    });
-    EXPECT_NE(killed.status, kCameBack);
-    fileSystem = kSystem;
-    expectThere("recovering");
     EXPECT_EQ(setDatabase("SALE", {.name = "OTHER"}), errNone);
     EXPECT_EQ(setDatabase("OTHER", {.name = "SALE"}), errNone);
     expectThere("renaming");
     EXPECT_EQ(DmDeleteDatabase(0, DmFindDatabase(0, "SALE")), errNone);
     expectThere("deleting");
+    // Killed while it was being emptied, renamed or deleted: what is left is finished.
+    openStore("SALE", type);
+    const std::pair<bool, void (*)()> kKilled[] = {
+        {true,
+         [] {
+           put(openStore("SALE"), "entry");
+           fileSystem.msync = [](void*, std::size_t, int) { return kill(getpid(), SIGKILL); };
+           __InternalZap(openStore("SALE"));
+         }},
+        {false,
+         [] {
+           fileSystem.rename = [](const char* a, const char* b) { return ::rename(a, b) + kill(getpid(), SIGKILL); };
+           setDatabase("SALE", {.name = "OTHER"});
+         }},
+        {false,
+         [] {
+           setDatabase("OTHER", {.name = "SALE"});
+           fileSystem.unlink = [](const char* path) { return ::unlink(path) + kill(getpid(), SIGKILL); };
+           DmDeleteDatabase(0, DmFindDatabase(0, "SALE"));
+         }},
+    };
+    for (const auto& [isSale, work] : kKilled) {
+      CloseCatalog();
+      EXPECT_EQ(runChild(work).status, 1000 + SIGKILL);
+      expectThere("recovering");
+      EXPECT_EQ(DmFindDatabase(0, "SALE") != 0, isSale);
+    }
   }
   // Where both have come together nevertheless, the file is not taken for places of records.
   openStore("ONE", kTypeData);

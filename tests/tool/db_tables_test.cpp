@@ -271,6 +271,18 @@ TEST_F(Tables, SeeksByTextNumberDateAndLogical) {
   EXPECT_EQ(exported({"--format", "jsonl"}), "");
 }
 
+// The records are found one behind the other where a dying process left no offsets file.
+TEST_F(Tables, AreReadWithoutTheirOffsetsFiles) {
+  const std::string rows = std::string(kHead) + "A,Ana,1.50,,false,text of A\nBB,B,2.00,,true,\n";
+  import(rows);
+  ok({"index", "create", "GOODS", "BYCODE", "CODE"});
+  for (const char* name : {"GOODS_OS", "GOODS_M_OS"}) std::filesystem::remove(directory / "DB" / name);
+  EXPECT_EQ(exported() + exported({"--order", "BYCODE"}), rows + rows);
+  EXPECT_EQ(sought({"BYCODE", "BB"}, 0)["record"]["NAME"], "B");
+  EXPECT_EQ(ok({"sql", "--format", "csv", "SELECT code, notes FROM goods"}), "CODE,NOTES\nA,text of A\nBB,\n");
+  EXPECT_THAT(ok({"list"}) + ok({"schema", "GOODS"}), HasSubstr("records                  2"));
+}
+
 TEST_F(Tables, SchemaTellsTheCommandsThatWouldMakeTheTable) {
   ok({"index", "create", "GOODS", "BYNAME", "NAME,CODE"});
   const std::string text = ok({"schema", "GOODS"});
@@ -313,6 +325,7 @@ TEST_F(Tables, RefusesWithTheReasonAndTheNextStep) {
       {{"create", "T", "A:C:5", "a:D"}, 2, "two fields A"},
       {{"create", "T", "A:C:32767", "B:C:32767"}, 2, "longer than the longest, 65535"},
       {{"export", "GOOD"}, 1, "there is no table \"GOOD\" in "},
+      {{"sql", "SELECT * FROM good"}, 1, "there is no table \"good\""},
       {{"export", "GOODS", "--order", "CODE"}, 1, "no index \"CODE\" in GOODS.\n  near to it: BYCODE"},
       {{"export", "GOODS", "--format", "xml"}, 2, "--format"},
       {{"export", "GOODS", "no/such/place.csv"}, 2, "cannot be written: No such file"},
@@ -343,6 +356,72 @@ TEST_F(Tables, RefusesWithTheReasonAndTheNextStep) {
     EXPECT_THAT(ran.err, HasSubstr(text));
   }
   EXPECT_EQ(json::parse(ok({"list", "--json"})).size(), 7U);
+}
+
+// Without the right to read or to write a file: every verb that needs it names it and changes nothing.
+TEST_F(Tables, NamesTheFileThatMayNotBeUsed) {
+  constexpr unsigned kNobody = 65534;
+  import("CODE\nA\n");
+  ok({"index", "create", "GOODS", "BYCODE", "CODE"});
+  (void)!chown(directory.c_str(), kNobody, kNobody);
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(directory))
+    (void)!chown(entry.path().c_str(), kNobody, kNobody);
+  const bool isRoot = geteuid() == 0;
+  const auto become = [&](unsigned id) { return !isRoot || setresuid(id, id, 0) == 0; };
+  const bool drops = become(kNobody);
+  const bool reaches = access(TOOL, X_OK) == 0;
+  ASSERT_TRUE(become(0));
+  if (!drops || !reaches) GTEST_SKIP() << "root's rights cannot be given up, or the tool is out of reach without them";
+  const std::vector<Words> reading = {{"list"},
+                                      {"schema", "GOODS"},
+                                      {"export", "GOODS"},
+                                      {"seek", "GOODS", "BYCODE", "A"},
+                                      {"sql", "SELECT * FROM goods"},
+                                      {"check"}};
+  const std::vector<Words> writing = {{"import", "GOODS", "-"},
+                                      {"delete", "GOODS", "1"},
+                                      {"pack", "GOODS", "--yes"},
+                                      {"zap", "GOODS", "--yes"},
+                                      {"drop", "GOODS", "--yes"},
+                                      {"index", "create", "GOODS", "X", "NAME"},
+                                      {"index", "drop", "GOODS", "BYCODE"},
+                                      {"reindex", "GOODS"},
+                                      {"describe", "GOODS", "CODE:C:6"}};
+  const auto bytes = [&] {
+    std::string all;
+    for (const char* name : {"catalog.plm", "GOODS", "GOODS_OS", "GOODS_M", "GOODS_M_OS", "BYCODE"})
+      all += contents(directory / "DB" / name);
+    return all;
+  };
+  const auto refused = [&](const std::string& file, mode_t mode, const std::vector<Words>& verbs, const char* cause) {
+    const std::filesystem::path path = directory / "DB" / file;
+    const auto rights = std::filesystem::status(path).permissions();
+    const std::string before = bytes();
+    ASSERT_EQ(chmod(path.c_str(), mode), 0);
+    ASSERT_TRUE(become(kNobody));
+    for (const Words& words : verbs) {
+      const Ran ran = db(words, "CODE\nB\n");
+      EXPECT_TRUE(ran.status == 2 || ran.status == 3) << file << " " << words[0] << ran.status << ran.out << ran.err;
+      EXPECT_THAT(ran.err + ran.out, HasSubstr(cause)) << file << " " << words[0];
+      EXPECT_EQ((ran.err + ran.out).find("--repair"), std::string::npos) << ran.err;
+      EXPECT_THAT(ran.err + ran.out, HasSubstr(file)) << words[0];
+    }
+    ASSERT_TRUE(become(0));
+    std::filesystem::permissions(path, rights);
+    EXPECT_TRUE(bytes() == before) << file;
+  };
+  for (const char* file : {"", "catalog.plm", "GOODS"}) refused(file, 0, reading, "cannot be read: Permission denied");
+  for (const char* file : {"GOODS", "GOODS_OS", "GOODS_M", "GOODS_M_OS", "BYCODE"}) {
+    refused(file, 0, {{"export", "GOODS"}, {"seek", "GOODS", "BYCODE", "A"}, {"check"}},
+            "cannot be read: Permission denied");
+    refused(file, 0, writing, "cannot be read: Permission denied");
+    refused(file, 0444, writing, "cannot be written: Permission denied");
+  }
+  refused("", 0555, writing, "cannot be written: Permission denied");
+  std::string index = contents(directory / "DB" / "BYCODE");
+  index[index.rfind('A')] = 'B';
+  writeFile(directory / "DB" / "BYCODE", index);
+  refused("BYCODE", 0444, {{"check", "--repair", "--yes"}}, "cannot be written: Permission denied");
 }
 
 TEST_F(Tables, AnExportReplacesNoDatabaseAndNoLink) {

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -97,22 +98,44 @@ void removeOffsets(const mymap& map) {
   if (fileSystem.unlink(GetWideName(name.c_str())) != 0 && errno != ENOENT) recoveryFailure(name.c_str());
 }
 
+bool hasEntry(const mymap& catalog, const std::string& name) {
+  const auto end = static_cast<UInt32>(std::min(catalog.szmap, catalog.szallocated));
+  for (UInt32 place = kHeaderSize; place + kCatalogEntrySize <= end; place += kCatalogEntrySize)
+    if (FoldedName(NameOf(Load<DatabaseHdrType>(catalog.mapmem + place))) == FoldedName(name)) return true;
+  return false;
+}
+
+// Lets the offsets file follow the data file from one name to the other (empty: it is gone), where it is one: under
+// such a name another database may stand. Where it cannot follow it goes, since an opening makes it anew.
+void followData(const mymap& catalog, const std::string& from, const std::string& to) {
+  const auto isOffsetsFile = [&](const std::string& name) {
+    const std::optional<FileHeader> header = HeaderInFile(name);
+    return header && header->Type == 0 && !hasEntry(catalog, name);
+  };
+  const std::string before = OffsetsName(from), after = OffsetsName(to);
+  if (!isOffsetsFile(before)) return;
+  const std::string path = GetWideName(before.c_str()), newPath = GetWideName(after.c_str());
+  if (!to.empty() && (!isThere(newPath.c_str()) || isOffsetsFile(after)))
+    fileSystem.rename(path.c_str(), newPath.c_str());
+  else
+    fileSystem.unlink(path.c_str());
+}
+
 // An entry of an unopened catalogue in whose change, from `before`, a process died: finishes it when the data file has
 // its new name already or is gone, else undoes it.
 void settleCatalogEntry(pmymap catalog, UInt32 place, const DatabaseHdrType& before) {
-  const auto pathOf = [](const std::string& name) { return std::string(GetWideName(name.c_str())); };
-  const auto hasVanished = [&](const DatabaseHdrType& entry) {
+  const auto hasVanished = [](const DatabaseHdrType& entry) {
     struct stat found;
-    return entry.name[0] == 0 || (fileSystem.stat(pathOf(NameOf(entry)).c_str(), &found) != 0 && errno == ENOENT);
+    return entry.name[0] == 0 || (fileSystem.stat(GetWideName(NameOf(entry).c_str()), &found) != 0 && errno == ENOENT);
   };
   auto now = Load<DatabaseHdrType>(catalog->mapmem + place);
   const auto isStrange = [](const DatabaseHdrType& entry) { return entry.name[0] != 0 && !IsFileName(NameOf(entry)); };
   if (isStrange(before) || isStrange(now) || !hasVanished(before))
     now = before;
   else if (hasVanished(now))
-    fileSystem.unlink(pathOf(OffsetsName(NameOf(before))).c_str()), now = {};
+    followData(*catalog, NameOf(before), {}), now = {};
   else
-    fileSystem.rename(pathOf(OffsetsName(NameOf(before))).c_str(), pathOf(OffsetsName(NameOf(now))).c_str());
+    followData(*catalog, NameOf(before), NameOf(now));
   Store(catalog->mapmem + place, now);
 }
 

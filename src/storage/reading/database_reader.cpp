@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "storage/format/chain.h"
 #include "storage/format/names.h"
 #include "storage/reading/read_failure.h"
 
@@ -37,8 +38,29 @@ void DatabaseReader::throwDamaged(const std::string& what) const {
   throw ReadFailure(ReadFailure::kDamaged, name_ + " is damaged: " + what + "; `tellira db check` tells more");
 }
 
+// Slots of the offsets file. A process that died while records moved leaves none: then the records are those that the
+// next one to open the database makes a new offsets file of.
 std::uint32_t DatabaseReader::offsetSlots() {
-  return static_cast<std::uint32_t>((offsets_.front().used() - kHeaderSize) / kOffsetSize);
+  chain_.clear();
+  try {
+    return static_cast<std::uint32_t>((offsets_.front().used() - kHeaderSize) / kOffsetSize);
+  } catch (const ReadFailure& failure) {
+    if (failure.kind != ReadFailure::kMissing) throw;
+  }
+  followChain();
+  return static_cast<std::uint32_t>(chain_.size());
+}
+
+void DatabaseReader::followChain() {
+  const auto length = static_cast<std::size_t>(layout_.end);
+  const FileBytes bytes(data_.at(0, length), length);
+  for (std::uint64_t place = FirstRecord(bytes, data_.header().AppInfoLen);;
+       place += RecordSpan(HeaderAt(bytes, place))) {
+    if (IsRecord(bytes, place))
+      chain_.push_back(static_cast<std::uint32_t>(place));
+    else if (!IsAbandoned(bytes, place))
+      return;
+  }
 }
 
 const DatabaseReader::Layout& DatabaseReader::layout() {
@@ -71,9 +93,11 @@ std::uint32_t DatabaseReader::count() {
 std::span<const char> DatabaseReader::record(std::uint32_t position) {
   const Layout& file = layout();
   if (position >= file.count) throwDamaged("there is no record " + std::to_string(std::uint64_t{position} + 1));
-  const std::uint64_t place =
-      offsets_.empty() ? file.firstRecord + std::uint64_t{position} * file.step
-                       : offsets_.front().get<std::uint32_t>(kHeaderSize + std::uint64_t{position} * kOffsetSize);
+  std::uint64_t place = file.firstRecord + std::uint64_t{position} * file.step;
+  if (!chain_.empty())
+    place = chain_[position];
+  else if (!offsets_.empty())
+    place = offsets_.front().get<std::uint32_t>(kHeaderSize + std::uint64_t{position} * kOffsetSize);
   const auto outside = [&](std::uint64_t length) { return place > file.end || length > file.end - place; };
   RecordHeader header = {};
   if (place >= file.firstRecord && !outside(kRecordHeaderSize)) header = data_.get<RecordHeader>(place);

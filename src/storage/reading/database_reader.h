@@ -37,11 +37,13 @@ class DatabaseReader {
 
   const Layout& layout();
   std::uint32_t offsetSlots();
+  void followChain();
   [[noreturn]] void throwDamaged(const std::string& what) const;
 
   std::string name_;
   ReadFile data_;
-  std::vector<ReadFile> offsets_;  // one for a database with records of any length, else none
+  std::vector<ReadFile> offsets_;     // one for a database with records of any length, else none
+  std::vector<std::uint32_t> chain_;  // the records' places, where the offsets file is missing
   Layout layout_ = {};
   bool known_ = false;
 };

@@ -43,12 +43,7 @@ void ReadFile::renew() {
 void ReadFile::open() {
   struct stat found;
   file_ = fileSystem.open(path_.c_str(), O_RDONLY | O_NONBLOCK, 0);
-  // A process that died while records moved leaves a table without its offsets file; only whoever writes makes a new
-  // one.
-  const char* hint = path_.ends_with(kOffsetsSuffix)
-                         ? "; a program that opens the table makes it anew, and so does `tellira db reindex`"
-                         : "";
-  if (file_ < 0 && errno == ENOENT) throw ReadFailure(ReadFailure::kMissing, path_ + " is missing" + hint);
+  if (file_ < 0 && errno == ENOENT) throw ReadFailure(ReadFailure::kMissing, path_ + " is missing");
   if (file_ < 0 || ::fstat(file_, &found) != 0 || !S_ISREG(found.st_mode)) {
     const std::string cause = file_ < 0 ? std::strerror(errno) : "it is no regular file";
     close();

@@ -95,10 +95,26 @@ std::string Dictionary::unknownText(std::string_view name, const char* noun) con
          "\n  next: `tellira db list` shows all of them.";
 }
 
-Dictionary::Table Dictionary::table(std::string_view name) const {
+void Dictionary::demandOwnFiles(const StoredDatabase& database, Use use) const {
+  demandAccess(stored_.path() + database.name, use);
+  if (database.entry.type != vorne::kTypeIndex) demandAccess(stored_.path() + vorne::OffsetsName(database.name), use);
+}
+
+void Dictionary::demandFiles(const StoredDatabase& database, Use use) const {
+  demandOwnFiles(database, use);
+  if (database.entry.type != vorne::kTypeData) return;
+  if (const StoredDatabase* memo = stored_.find(database.name + vorne::kMemoSuffix, vorne::kTypeMemo))
+    demandOwnFiles(*memo, use);
+  for (const StoredDatabase* index : stored_.indexesOf(database.name)) demandOwnFiles(*index, use);
+  for (const StoredDatabase& other : databases())
+    if (!other.failure.empty()) demandOwnFiles(other, Use::kReads);
+}
+
+Dictionary::Table Dictionary::table(std::string_view name, Use use) const {
   const StoredDatabase* found = database(name);
   if (found == nullptr) throw Failure(kNo, unknownText(name, "table"));
   const bool isTable = found->entry.type == vorne::kTypeData;
+  demandFiles(*found, use);
   const auto description = isTable ? descriptionOf(stored_, *found) : std::nullopt;
   if (!description)
     throw Failure(

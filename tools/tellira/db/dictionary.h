@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "db/access.h"
 #include "storage/disk_layout.h"
 #include "storage/format/description.h"
 #include "storage/reading/dictionary.h"
@@ -42,8 +43,14 @@ class Dictionary {
   const vorne::StoredDatabase* database(std::string_view name) const&& = delete;
   /// @param name in UTF-8, any letters
   /// @throws Failure (kNo) when there is no such table, with the nearest names; (kUsage) for a damaged description;
-  /// (kEnded) when its file cannot be read
-  Table table(std::string_view name) const;
+  /// (kEnded) when a file of it cannot be used so
+  Table table(std::string_view name, Use use = Use::kReads) const;
+  /// The files of a database, and of a table those of its memo texts and indexes. An index that cannot be read may be
+  /// this table's.
+  /// @throws Failure (kEnded) with the file and the cause when one cannot be used so
+  void demandFiles(const vorne::StoredDatabase& database, Use use) const;
+  /// Of one database alone.
+  void demandOwnFiles(const vorne::StoredDatabase& database, Use use) const;
   /// Indexes that a table has.
   std::size_t indexesOf(const std::string& table) const { return stored_.indexesOf(table).size(); }
   /// The error of a name that no database has.

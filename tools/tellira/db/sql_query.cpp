@@ -12,6 +12,7 @@
 #include <set>
 #include <string_view>
 
+#include "db/access.h"
 #include "edge/console.h"
 #include "edge/nearest.h"
 #include "edge/progress.h"
@@ -88,6 +89,8 @@ class TablesInSql {
     const int kind = code & 0xFF;
     if (kind == SQLITE_NOMEM) throw std::bad_alloc();
     // What the tables' files say goes with its own next step.
+    // SQLite keeps the words of a table that could not be looked at, and not always their code.
+    if (words.find(" cannot be read: ") != std::string::npos) throw Failure(kEnded, words + kRefused);
     if (kind == SQLITE_BUSY || kind == SQLITE_CORRUPT || kind == SQLITE_CANTOPEN) throw Failure(kNo, words + ".");
     if (words.starts_with("not authorized") || words.ends_with("may not be modified"))
       throw Failure(kUsage, kReadsOnly);
@@ -136,9 +139,9 @@ class TablesInSql {
   }
 
   [[noreturn]] void failWithoutTable(const std::string& name) const {
-    throw Failure(kUsage, "there is no table \"" + name + "\"." +
-                              nearText(nearestNames(name, {names_.begin(), names_.end()})) + kNext +
-                              "`tellira db list` shows all of them.");
+    throw Failure(kNo, "there is no table \"" + name + "\"." +
+                           nearText(nearestNames(name, {names_.begin(), names_.end()})) + kNext +
+                           "`tellira db list` shows all of them.");
   }
 
   Connection connection_;
@@ -213,7 +216,7 @@ void runSqlQuery(const std::string& directory, const std::string& statement, Sql
     const TablesInSql tables(directory);
     answer(tables, tables.prepare(statement).get(), format);
   } catch (const vorne::ReadFailure& failure) {
-    throw Failure(kNo, utf8FromLatin1(failure.what()) + ".");
+    throw Failure(failure.kind == vorne::ReadFailure::kSystem ? kEnded : kNo, utf8FromLatin1(failure.what()) + ".");
   }
 }
 

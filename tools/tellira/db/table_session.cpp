@@ -13,10 +13,12 @@
 #include <filesystem>
 #include <vector>
 
+#include "db/access.h"
 #include "db/words.h"
 #include "edge/console.h"
 #include "edge/lock_holder.h"
 #include "runtime/process.h"
+#include "storage/disk_layout.h"
 #include "storage/repair/in_use.h"
 #include "text/text.h"
 
@@ -77,9 +79,8 @@ TableSession::TableSession(const std::string& directory) : directory_(directory)
   if (lock_ < 0)
     throw Failure(kUsage, directory + "/DB cannot be opened: " + std::strerror(errno) +
                               ".\n  next: look at the rights of the directory.");
-  if (::access("DB", W_OK) != 0)
-    throw Failure(kUsage, directory + "/DB cannot be written: " + std::strerror(errno) +
-                              ".\n  next: look at the rights of the directory, and who runs the tool.");
+  demandAccess(directory + "/DB", Use::kWrites);
+  demandAccess(directory + "/DB/" + vorne::kCatalogName, Use::kWrites);
   lockDirectory();
   __BeginGlobal();
   running_ = true;

@@ -82,6 +82,7 @@ int runDrop(const DbOptions& group, const DropOptions& options) {
   const Dictionary dictionary(directory);
   const vorne::StoredDatabase* found = dictionary.database(options.table);
   if (found == nullptr) throw Failure(kNo, dictionary.unknownText(options.table, "database"));
+  dictionary.demandFiles(*found, Use::kWrites);
   const bool isTable = found->entry.type == vorne::kTypeData;
   const std::string what =
       isTable ? "table " + shown(found->name) : codeText(found->entry.type) + " database " + shown(found->name);

@@ -151,7 +151,7 @@ int runImport(const DbOptions& group, const ImportOptions& options) {
   const std::string directory = group.checkedDirectory();
   const ValueRules rules{kEncodings.at(options.encoding), options.truncate, options.round};
   const InputFile input(options.file);
-  const Dictionary::Table table = Dictionary(directory).table(options.table);
+  const Dictionary::Table table = Dictionary(directory).table(options.table, Use::kWrites);
   CsvReader reader(input.file(), input.name(), separatorIn(options.separator));
   const std::vector<std::size_t> columns = readHeader(reader, table, rules.encoding != Encoding::kUtf8);
   TableSession session(directory);

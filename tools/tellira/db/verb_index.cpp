@@ -78,7 +78,7 @@ std::vector<IDX_Indexes> keyFields(const Dictionary::Table& table, const std::st
 int runCreate(const DbOptions& group, const IndexOptions& options) {
   const std::string directory = group.checkedDirectory();
   const std::string name = checkedName(options.index);
-  const Dictionary::Table table = Dictionary(directory).table(options.table);
+  const Dictionary::Table table = Dictionary(directory).table(options.table, Use::kWrites);
   std::vector<std::uint32_t> fields;
   for (const IDX_Indexes& part : keyFields(table, options.fields)) fields.push_back(part.KeyField);
   TableSession session(directory);
@@ -97,7 +97,7 @@ int runCreate(const DbOptions& group, const IndexOptions& options) {
 
 int runDrop(const DbOptions& group, const IndexOptions& options) {
   const std::string directory = group.checkedDirectory();
-  const Dictionary::Table table = Dictionary(directory).table(options.table);
+  const Dictionary::Table table = Dictionary(directory).table(options.table, Use::kWrites);
   const std::string name = table.index(options.index).name;
   TableSession session(directory);
   session.open(table.name);
@@ -111,7 +111,7 @@ int runDrop(const DbOptions& group, const IndexOptions& options) {
 
 int runReindex(const DbOptions& group, const IndexOptions& options) {
   const std::string directory = group.checkedDirectory();
-  const Dictionary::Table table = Dictionary(directory).table(options.table);
+  const Dictionary::Table table = Dictionary(directory).table(options.table, Use::kWrites);
   TableSession session(directory);
   {
     const Working going("making the indexes of " + shown(table.name) + " anew");

@@ -41,6 +41,7 @@ int runList(const DbOptions& options, bool json) {
   Json list = Json::array();
   TextTable<5> table{{"Name", "Type", "Records", "Indexes", "Size"}};
   for (const vorne::StoredDatabase& database : dictionary.databases()) {
+    if (!database.failure.empty()) dictionary.demandOwnFiles(database, Use::kReads);
     const std::size_t indexes = indexesOf(dictionary, database);
     list.push_back(jsonOf(database, indexes));
     table.add({shown(database.name), codeText(database.entry.type), std::to_string(database.header.NumberOfRecords),

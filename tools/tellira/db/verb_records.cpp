@@ -39,7 +39,7 @@ struct RecordsOptions {
 /// Marks a record, or takes its mark away.
 int runMark(const DbOptions& group, const RecordsOptions& options, bool deletes) {
   const std::string directory = group.checkedDirectory();
-  const Dictionary::Table table = Dictionary(directory).table(options.table);
+  const Dictionary::Table table = Dictionary(directory).table(options.table, Use::kWrites);
   TableSession session(directory);
   const VORNE_RDD& area = *vorne::AreaAt(session.open(table.name));
   const int count = vorne::RecordCount(area);
@@ -65,7 +65,7 @@ int runMark(const DbOptions& group, const RecordsOptions& options, bool deletes)
 /// Removes the deleted records, or all.
 int runRemoval(const DbOptions& group, const RecordsOptions& options, bool all) {
   const std::string directory = group.checkedDirectory();
-  const Dictionary::Table table = Dictionary(directory).table(options.table);
+  const Dictionary::Table table = Dictionary(directory).table(options.table, Use::kWrites);
   const std::string what = all ? "all records" : "the deleted records";
   if (!confirmed("remove " + what + " of " + shown(table.name) + " in " + directory + " for good", options.yes)) {
     note("Nothing was changed.");

@@ -178,8 +178,10 @@ std::optional<Dictionary::Table> tableOf(const Dictionary& dictionary, const vor
 
 int runSchema(const DbOptions& group, const SchemaOptions& options) {
   const std::string directory = group.checkedDirectory();
-  const auto database = vorne::DescribeDatabase(directory, storedName(options.name));
   const Dictionary dictionary(directory);
+  if (const vorne::StoredDatabase* found = dictionary.database(options.name))
+    dictionary.demandFiles(*found, Use::kReads);
+  const auto database = vorne::DescribeDatabase(directory, storedName(options.name));
   if (!database) throw Failure(kNo, dictionary.unknownText(options.name, "database"));
   const auto table = tableOf(dictionary, *database);
   if (!options.json) {

@@ -18,7 +18,8 @@ Examples:
   tellira db sql "SELECT name, sum(price) FROM SALES GROUP BY name ORDER BY 2 DESC LIMIT 10"
   tellira db sql --format csv "SELECT * FROM CLIENTES WHERE _deleted = 1"
 
-Exit status: 0 done, 1 a table is damaged or another program kept it busy, 2 wrong usage or SQL.)";
+Exit status: 0 done, 1 there is no such table, or it is damaged, or another program kept it busy, 2 wrong usage or SQL,
+3 a file could not be read.)";
 
 struct SqlOptions {
   std::string statement;

@@ -1,0 +1,22 @@
+#include "db/access.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "edge/console.h"
+#include "text/text.h"
+
+namespace tool {
+
+void demandAccess(const std::string& path, Use use) {
+  const auto demand = [&path](int mode, const char* words) {
+    if (::access(path.c_str(), mode) != 0 && errno != ENOENT)
+      throw Failure(kEnded, path + words + std::strerror(errno) + kRefused);
+  };
+  demand(R_OK, " cannot be read: ");
+  if (use == Use::kWrites) demand(W_OK, " cannot be written: ");
+}
+
+}  // namespace tool

@@ -1,0 +1,16 @@
+// The rights to the files of databases, looked at before anything is read as empty or half changed.
+#pragma once
+
+#include <string>
+
+namespace tool {
+
+enum class Use { kReads, kWrites };
+
+inline constexpr const char* kRefused = ".\n  next: look at its rights, and who runs the tool.";
+
+/// A file that is not there is not refused.
+/// @throws Failure (kEnded) with the file and the cause when the system does not let it be used so
+void demandAccess(const std::string& path, Use use);
+
+}  // namespace tool
