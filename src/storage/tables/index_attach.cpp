@@ -13,6 +13,7 @@
 #include "storage/files/mapped_file.h"
 #include "storage/format/keys.h"
 #include "storage/format/names.h"
+#include "storage/journal/journal.h"
 #include "storage/records/open_databases.h"
 #include "storage/records/waiting_entries.h"
 #include "storage/tables/index_entries.h"
@@ -120,8 +121,14 @@ std::string whatDoesNotFit(const myAppInfoType& table, const IDX_IndexesNames& i
   return WhatDoesNotFit(table.TBL_dbRef, index.IDX_dbRef, maker);
 }
 
+// The index that was left out last for want of space. The log may have none either.
+struct {
+  std::string name, why;
+} leftOut;
+
 // Makes an open index fit the table. `told` is what its block says. False when no index can be made of that key.
 bool makeFit(myAppInfoType& table, IDX_IndexesNames& index, bool behind) {
+  if (leftOut.name == FoldedName(index.IDX_name)) leftOut = {};
   // What other areas have open already has been looked at.
   const bool isKnown = isOpenElsewhere(index.IDX_dbRef) && !behind;
   if (isKnown)
@@ -141,9 +148,13 @@ bool makeFit(myAppInfoType& table, IDX_IndexesNames& index, bool behind) {
   }
   index.IDX_tam_max_key = static_cast<std::int32_t>(maker.size() - kEntryKeyAt);
   if (words.empty()) return true;
+  // Its space comes first: the table can do without the index, but not without the journal.
+  HasJournal();
   logMade(table, index, words);
   if (makeAnew(table, index, maker)) return true;
-  Logar(Message("Índice %s não aberto: %s"_l1, index.IDX_name, WhyNotGrown(*index.IDX_dbRef->hFile).c_str()).c_str());
+  leftOut = {FoldedName(index.IDX_name),
+             Message("Índice %s não aberto: %s"_l1, index.IDX_name, WhyNotGrown(*index.IDX_dbRef->hFile).c_str())};
+  Logar(leftOut.why.c_str());
   LeaveBehind(index.IDX_dbRef);
   return false;
 }
@@ -160,6 +171,10 @@ void releaseIndex(IDX_IndexesNames* index) {
 }
 
 }  // namespace
+
+std::string WhyLeftOut(const std::string& name) {
+  return leftOut.name == FoldedName(name) ? leftOut.why : std::string();
+}
 
 void ForgetOwner(DmOpenRef index) {
   owners.forget(index->fOffset);
