@@ -220,6 +220,9 @@ TEST_F(DbRepair, DescribesATableAnewOnceItsRecordsFit) {
   EXPECT_THAT(wrong.out, HasSubstr("T, record 5: bytes that belong to no field"));
   EXPECT_THAT(wrong.err, HasSubstr("T: 5 of 5 records do not fit these fields; nothing was changed"));
   EXPECT_EQ(contents(path("T")), damaged);
+  EXPECT_THAT(db({"describe", "T", "CODE:C:6", "PRICE:N:8:2", "SINCE:N:8:2", "SOLD:L", "NOTES:M"}).err,
+              HasSubstr("the keys of the index Y are not made of these fields"));
+  EXPECT_EQ(contents(path("T")), damaged);
   ok(describe);
   useTable(rows());
   // Fields that leave one out make no numbers that anybody stores.
