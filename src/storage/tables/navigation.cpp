@@ -99,15 +99,20 @@ int ReadData(int number, Boolean through, int position, int direction) {
   area->TBL_found = 0;
   const bool hides = direction != 0 && HidesDeleted(), byOrder = through && order != nullptr;
   if (byOrder && IsBehind(order->IDX_dbRef)) MendIndex(*area->TBL_appinfo, *order);
-  bool mended = false;
+  bool looks = byOrder;
   // The table's count bounds the walk through an index too.
   for (; position >= 0 && position < count; position += direction) {
-    if (byOrder && !mended && !NamesOneRecord(*area, EntriesOf(*order->IDX_dbRef), position, direction)) {
+    if (looks && !NamesOneRecord(*area, EntriesOf(*order->IDX_dbRef), position, direction)) {
       MendIndex(*area->TBL_appinfo, *order);
-      mended = true;
+      looks = false;
     }
     if (byOrder && direction != 0) fetchAhead(*area, *order, position, direction);
     if (!loadAt(number, order, through, position)) return notFound(*area);
+    if (looks && !NamesLoadedRecord(*area, *order, EntriesOf(*order->IDX_dbRef), position)) {
+      MendIndex(*area->TBL_appinfo, *order);
+      looks = false;
+      if (!loadAt(number, order, through, position)) return notFound(*area);
+    }
     if (!hides || !IsMarkedDeleted(FieldsOf(*area), area->TBL_buff)) return 1;
   }
   EnterEnd(*area, direction > 0);
