@@ -12,6 +12,9 @@ struct Hooks {
   void (*closeWindows)(int context) = nullptr;  ///< close every window opened in `context` or a later one
   void (*closeDialog)() = nullptr;              ///< close the current dialog
 
+  // Every end of the process that the library brings about.
+  void (*leaveJournal)() = nullptr;  ///< remove this process's journal, unless a change is under way
+
   // Errors.
   void (*prepareEnd)(int aux) = nullptr;  ///< what an error does before the process ends; set with the global record
 

@@ -3,11 +3,14 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "runtime/hooks.h"
+
 namespace vorne {
 
 void (*endProcessHook)(int status) = nullptr;
 
 void EndProcess(int status) {
+  if (hooks.leaveJournal != nullptr) hooks.leaveJournal();
   if (endProcessHook != nullptr) endProcessHook(status);
   std::fflush(stdout);
   std::exit(status);

@@ -3,10 +3,11 @@
 
 namespace vorne {
 
-/// Flushes standard output and ends the process with `status`.
+/// Flushes standard output and ends the process with `status`. A journal with nothing under way goes first.
 [[noreturn]] void EndProcess(int status);
 
-/// Called first by EndProcess when set. Fuzzers and tests that must go on leave it by an exception.
+/// Called by EndProcess when set, before anything that cannot be taken back. Fuzzers and tests that must go on leave it
+/// by an exception.
 extern void (*endProcessHook)(int status);
 
 }  // namespace vorne

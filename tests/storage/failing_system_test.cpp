@@ -4,6 +4,7 @@
 #include <sched.h>
 #include <sys/mount.h>
 
+#include "runtime/process.h"
 #include "storage/journal/journal.h"
 #include "storage/journal/recovery.h"
 #include "support/file_images.h"
@@ -197,6 +198,62 @@ TEST_F(HalfWay, ANewRecordWhoseEndIsStoredFirst) {
   EXPECT_NE(result.status, kCameBack);
   CloseCatalog();
   EXPECT_EQ(records(openStore("A")).size(), 1u);
+}
+
+TEST_F(HalfWay, AnEndKeepsTheJournalOnlyOfAChangeUnderWay) {
+  const auto journals = [] { return std::filesystem::exists("DB/journal.0"); };
+  for (const bool underWay : {false, true})
+    for (const auto end : {+[] { __RuntimeError(5, -1); }, +[] { vorne::EndProcess(0); }, +[] { CloseCatalog(); }}) {
+      runChild([&] {
+        const DmOpenRef db = openStore("A", vorne::kTypeData);
+        vorne::HasJournal();
+        if (underWay) vorne::KeepBytes(db->hFile, vorne::kHeaderSize, 4);
+        if (journals()) end();
+      });
+      EXPECT_EQ(journals(), underWay);
+      EXPECT_EQ(vorne::InterruptedChanges("DB").size(), underWay ? 1u : 0u);
+      OpenCatalog();
+      EXPECT_FALSE(journals());
+      CloseCatalog();
+    }
+}
+
+// No more space on the disk; memory has some.
+void fillDisk() {
+  vorne::fileSystem.fallocate = [](int to, off_t at, off_t length) {
+    const std::string path = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(to));
+    return path.starts_with("/memfd:") ? vorne::kSystem.fallocate(to, at, length) : (errno = ENOSPC, -1);
+  };
+  vorne::fileSystem.write = [](int, const void*, std::size_t) -> ssize_t { return errno = ENOSPC, -1; };
+}
+
+TEST_F(HalfWay, RecordsAreReadAndRemovedOnAFullDisk) {
+  std::vector<std::string> all;
+  for (int i = 0; i < 4000; ++i) put(openStore("A", vorne::kTypeData), all.emplace_back("record " + std::to_string(i)));
+  CloseCatalog();
+  // The offsets cannot be had again, be their file empty or too small.
+  for (const std::string& left :
+       {std::string(), images::fileOf('\0', "", 0, "").substr(0, 20) + std::string(15340, 0)}) {
+    writeFile(file("A_OS"), left);
+    const ChildResult result = runChild([&] {
+      openStore("C", vorne::kTypeData);  // the catalogue has space for one more then
+      vorne::HasJournal();
+      fillDisk();
+      const DmOpenRef db = openStore("A");
+      EXPECT_EQ(records(db), all);
+      EXPECT_EQ(DmRemoveRecord(db, 1), errNone);
+      all.erase(all.begin() + 1);
+      EXPECT_EQ(records(db), all);
+      std::fflush(stdout);
+      if (HasFailure()) _exit(1);
+      DmCreateDatabase(0, "B", 0, vorne::kTypeData, 0);
+    });
+    EXPECT_THAT(result.output, testing::EndsWith("B: No space left on device (20 bytes)\nRunTimeError = -1"));
+    all.erase(all.begin() + 1);
+    EXPECT_EQ(records(openStore("A")), all);
+    CloseCatalog();
+    EXPECT_EQ(images::get(readFile(file("A_OS")), 16, 4), 20 + 4 * all.size());
+  }
 }
 
 TEST_F(FailingSystem, DiskIsFull) {

@@ -53,7 +53,8 @@ TEST_F(RepairTest, TakesWhatADyingProcessLeavesForSound) {
     std::function<void()> change;
   } cases[] = {
       {"", [] {}},
-      {"", [&] { files["SALES"] = "\2V" + le(0, 18), files.erase("SALES_OS"); }},
+      {"SALES -1: it has no records and no table's description",
+       [&] { files["SALES"] = "\2V" + le(0, 18), files.erase("SALES_OS"); }},
       {"", [&] { files.erase("catalog.bck"); }},
       {"",  // a shrunk record in whose room another one's remains stand
        [&] {

@@ -124,6 +124,16 @@ TEST_F(DbRepair, FindsWhatIsLostAndRepairsTheRest) {
        {"T_M 2: its header is empty"},
        1,
        with(rows(), "text 2", "")},
+      {"memo head and first text",
+       [&] { patch("T_M", 0, std::string(images::places(contents(path("T_M")))[0] + 12, '#')); },
+       {"T_M 1: its header"},
+       1,
+       with(rows(), "text 1", "")},
+      {"memo head and two texts",
+       [&] { patch("T_M", 0, std::string(images::places(contents(path("T_M")))[1] + 12, '\0')); },
+       {"T_M 1: its header is empty"},
+       2,
+       with(with(rows(), "text 1", ""), "text 2", "")},
       {"index file",
        [&] { remove({"X"}); },
        {"X: the index is gone with its file; `tellira db index create"},
@@ -140,6 +150,8 @@ TEST_F(DbRepair, FindsWhatIsLostAndRepairsTheRest) {
        1,
        rows()},
       {"most of an index", [&] { patch("X", 0, std::string(190, '#')); }, {"X: its description cannot"}, 1, rows()},
+      {"emptied index", [&] { writeFile(path("X"), ""); }, {"X: its description cannot be read"}, 1, rows()},
+      {"zeroed index", [&] { writeFile(path("X"), std::string(15360, '\0')); }, {"X: its description"}, 1, rows()},
       {"key field",
        [&] { patch("Y", contents(path("Y")).find(std::string("Y\0001\0008", 5)) + 6, "9"); },
        {"Y: its table has no such key fields"},
@@ -167,8 +179,8 @@ TEST_F(DbRepair, FindsWhatIsLostAndRepairsTheRest) {
        with(rows(), "text 1", "")},
       {"text",
        [&] { patch("T", place(5, 2), "555555"); },
-       {"T 5: field CODE holds a text of 8", "T 5: field SINCE"},
-       2,
+       {"T 5: field CODE holds a text of 8", "T 5: field PRICE", "T 5: field SINCE"},
+       3,
        ""},
       {"mark", [&] { patch("T", place(2, 24), "?"); }, {"T 2: its deletion mark is missing"}, 0, rows()},
       {"header", [&] { patch("T", 16, std::string(4, '\0')); }, {"T: its header says 0 bytes used"}, 0, rows()},
@@ -210,6 +222,9 @@ TEST_F(DbRepair, DescribesATableAnewOnceItsRecordsFit) {
   EXPECT_EQ(contents(path("T")), damaged);
   ok(describe);
   useTable(rows());
+  // Fields that leave one out make no numbers that anybody stores.
+  patch("T", 92, std::string(50, '#'));
+  EXPECT_THAT(db({"describe", "T", "CODE:C:6", "PRICE:N:8:2", "A:N:8:2", "NOTES:N:8:2"}).err, HasSubstr("do not fit"));
   // One that does not fit does not speak against the others.
   writeFile(path("T"), before);
   remove({"T_OS", "X", "Y"});
@@ -219,4 +234,14 @@ TEST_F(DbRepair, DescribesATableAnewOnceItsRecordsFit) {
   EXPECT_EQ(misfit.status, 1);
   EXPECT_EQ(misfit.out, "T, record 2: field PRICE holds no number\n");
   EXPECT_EQ(report({}, 1)["lost"], 3) << "the number, and two indexes";
+}
+
+TEST_F(DbRepair, NeverTakesATableOfWhichNothingIsLeftForSound) {
+  ok({"create", "S", "CODE:C:6"});
+  ok({"import", "S", "-"}, "CODE\na\n");
+  for (const char* name : {"S", "S_OS"}) writeFile(path(name), std::string(15360, '\0'));
+  EXPECT_THAT(problems(report({"--repair", "--yes"}, 1)), HasSubstr("S: nothing can be read of it; "));
+  EXPECT_THAT(ok({"check"}), HasSubstr("S: it has no records and no table's description; "));
+  ok({"describe", "S", "CODE:C:6"});
+  EXPECT_EQ(ok({"export", "S"}), "CODE\n");
 }

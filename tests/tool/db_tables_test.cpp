@@ -417,6 +417,11 @@ TEST_F(Tables, NamesTheFileThatMayNotBeUsed) {
     refused(file, 0, writing, "cannot be read: Permission denied");
     refused(file, 0444, writing, "cannot be written: Permission denied");
   }
+  refused("", 0555, writing, "cannot be written: Permission denied");
+  std::string index = contents(directory / "DB" / "BYCODE");
+  index[index.rfind('A')] = 'B';
+  writeFile(directory / "DB" / "BYCODE", index);
+  refused("BYCODE", 0444, {{"check", "--repair", "--yes"}}, "cannot be written: Permission denied");
 }
 
 TEST_F(Tables, AnExportReplacesNoDatabaseAndNoLink) {

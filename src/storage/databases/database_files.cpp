@@ -1,6 +1,7 @@
 #include "storage/databases/database_files.h"
 
 #include <cerrno>
+#include <cstdio>
 
 #include "runtime/latin1.h"
 #include "storage/databases/catalog.h"
@@ -80,12 +81,19 @@ bool MakeDataFile(std::string_view name, std::uint32_t type) {
   header.Type = KindOfType(type);
   int count = 0;
   WriteFile(file, &header, sizeof header, &count);
+  const int failure = errno;
   CloseHandle(file);
+  errno = failure;
   return count == static_cast<int>(sizeof header);
 }
 
-void CannotCreate(const char* name) {
+void CannotCreate(const char* name, int error) {
   Logar(Message("Falha de criação do arquivo %s"_l1, name).c_str());
+  if (error == ENOSPC || error == EDQUOT) {
+    const std::string told = WhyNotStored(name, kHeaderSize, error);
+    Logar(told.c_str());
+    std::printf("%s", told.c_str());
+  }
   __RuntimeError(11, -1);
 }
 

@@ -30,6 +30,6 @@ void LogClash(std::string_view name, UInt32 other);
 /// Makes the data file of a database without records; one that is there keeps what lies behind its header.
 bool MakeDataFile(std::string_view name, std::uint32_t type);
 /// Error 11, told in the log.
-[[noreturn]] void CannotCreate(const char* name);
+[[noreturn]] void CannotCreate(const char* name, int error);
 
 }  // namespace vorne

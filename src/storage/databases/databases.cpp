@@ -1,4 +1,5 @@
 // Finding, making and deleting databases, and what is known of them as a whole.
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -45,8 +46,9 @@ Err DmCreateDatabase(UInt16, const char* name, UInt32 creator, UInt32 type, Bool
   entry.creator = creator;
   __PositionOnFirstNullCatalog(entry.name);
   if (!MakeDataFile(name, type)) {
+    const int failure = errno;
     DeleteFile(PathOf(name).c_str());
-    CannotCreate(name);
+    CannotCreate(name, failure);
   }
   AddCatalogEntry(entry);
   return errNone;

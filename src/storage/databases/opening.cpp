@@ -59,7 +59,7 @@ bool mapFiles(DmOpenRef db) {
   db->HeadReaded = 0;
   if (HeaderOf(*db->hFile).Type == kVariableDatabase) {
     const std::string offsets = OffsetsName(db->fName);
-    if (db->hOS == nullptr) db->hOS = mapeararquivo(offsets.c_str());
+    if (db->hOS == nullptr) db->hOS = MapOrHoldInMemory(offsets.c_str());
     if (HeaderOf(*db->hOS).Type != 0) {
       Logar(Message("O banco %s não pode ser aberto: o arquivo %s é de outro banco"_l1, db->fName, offsets.c_str())
                 .c_str());
@@ -89,6 +89,7 @@ Err OpenCatalog() {
     __RuntimeError(5, -1);
   }
   hooks.closeCatalog = CloseCatalog;
+  hooks.leaveJournal = LeaveJournal;
   ForgetCatalogNames();
   if (findDirectory()) {
     RecoverInterruptedChanges();

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "storage/databases/rebuild.h"
+#include "storage/files/mapped_file.h"
 #include "storage/files/unfinished_file.h"
 #include "storage/format/names.h"
 #include "storage/records/moves.h"
@@ -62,7 +63,7 @@ Err rewrite(DmOpenRef db, const std::vector<bool>& without) {
   if (db->hOS != nullptr) {
     liberarmap(db->hOS);
     db->hOS = nullptr;
-    db->hOS = mapeararquivo(OffsetsName(name).c_str());
+    db->hOS = MapOrHoldInMemory(OffsetsName(name).c_str());
     VerifyFileOffset(db);
   }
   return packed ? errNone : errWriteOutOfBounds;

@@ -5,6 +5,7 @@
 
 #include "storage/files/diagnostic_log.h"
 #include "storage/files/kept_copies.h"
+#include "storage/files/mapped_file.h"
 #include "storage/format/chain.h"
 #include "storage/format/names.h"
 #include "storage/records/moves.h"
@@ -74,8 +75,15 @@ Walk WalkRepaired(DmOpenRef db) {
 
 void StoreSlots(DmOpenRef db, const Walk& walk) {
   const std::int64_t end = kHeaderSize + static_cast<std::int64_t>(walk.records) * kOffsetSize;
+  const auto ensureRoom = [&] { return EnsureRoom(db->hOS, static_cast<long>(end - kHeaderSize)); };
   WriteUsedSize(db->hOS, kHeaderSize);
-  if (!EnsureRoom(db->hOS, static_cast<long>(end - kHeaderSize))) GrowthFailure(*db->hOS);
+  if (!ensureRoom()) {
+    // The records are all there: on a full disk they must still be read and removed. The file, empty now, is made anew
+    // at the next opening.
+    const MapOwner full(db->hOS);
+    db->hOS = MapInMemory(full->cfile, WhyNotGrown(*full));
+    if (!ensureRoom()) GrowthFailure(*db->hOS);
+  }
   char* slots = db->hOS->mapmem + kHeaderSize;
   WalkChain(ChainBytes(*db->hFile), db->Head.AppInfoLen,
             [slots](UInt32 number, UInt32 place) { Store(slots + number * kOffsetSize, place); });

@@ -173,6 +173,63 @@ bool SizeFile(int file, std::int64_t oldSize, std::int64_t size) {
   return false;
 }
 
+// Maps an open file of `size` bytes whose size was `oldSize`.
+void mapOpen(pmymap map, std::int64_t oldSize, long size) {
+  const auto length = static_cast<UInt32>(size) > kHeldAddresses ? static_cast<UInt32>(size) : kHeldAddresses;
+  const HANDLE mapping = CreateFileMapping(map->hFile, nullptr, PAGE_READWRITE, 0, length);
+  if (mapping == INVALID_HANDLE_VALUE) {
+    Cut(map->hFile, oldSize);
+    MapFailure("falhou CreateFileMapping do arquivo %s sz=%ld %s", map->cfile, size);
+  }
+  map->hFileMap = MapViewOfFile(mapping);
+  if (map->hFileMap == nullptr) MapFailure("falhou MapViewOfFile do arquivo %s sz=%ld %s", map->cfile, size);
+  map->mapmem = static_cast<char*>(map->hFileMap);
+  map->mapped = length;
+  StoreAllocated(map, size);
+  FlushHeader(*map);
+}
+
+MapOwner newMap(const char* name) {
+  if (name == nullptr || std::strlen(name) >= kNameLimit) StorageFailure("Nome muito extenso");
+  MapOwner map(static_cast<pmymap>(std::calloc(1, sizeof(mymap))));
+  if (map == nullptr) StorageFailure("Falha de alocação mp"_l1);
+  map->hFile = -1;
+  std::strcpy(map->cfile, name);
+  return map;
+}
+
+// Null when the file cannot be made as large as it must be, by `missing` bytes; errno tells why.
+pmymap tryToMap(const char* name, std::int64_t& missing) {
+  MapOwner map = newMap(name);
+  FileHeader header;
+  long fileSize = 0;
+  // An open that fails here must not look like a new file: its header would be written over the old one.
+  if (!GetHeaderAndSize(name, &header, &fileSize)) MapFailure("falhou abertura do arquivo %s %s", name);
+  if (fileSize > static_cast<long>(kLargestFile)) MapFailure("falhou GetFileSize do arquivo %s %s", name);
+
+  const Sizes sizes = SizesOf(header, fileSize);
+  const std::int64_t size = FieldSize(sizes.allocated);
+  map->szmap = static_cast<std::int32_t>(sizes.used);
+  missing = size - fileSize;
+  if (!GetMappedFile(map.get(), static_cast<long>(size))) {
+    const int failure = errno;
+    map.reset();
+    errno = failure;
+    return nullptr;
+  }
+  if (sizes.fresh || sizes.allocated != size || header.szmap != static_cast<std::uint32_t>(map->szmap)) {
+    header.szmap = static_cast<std::uint32_t>(map->szmap);
+    header.szallocated = static_cast<std::uint32_t>(size);
+    Store(map->mapmem, header);
+    FlushHeader(*map);
+  }
+  return map.release();
+}
+
+bool isFull(int error) {
+  return error == ENOSPC || error == EDQUOT;
+}
+
 }  // namespace
 
 const char* GetWideName(const char* name) {
@@ -199,30 +256,10 @@ int GetHeaderAndSize(const char* name, FileHeader* header, long* size) {
 }
 
 pmymap mapeararquivo(const char* name) {
-  if (name == nullptr || std::strlen(name) >= kNameLimit) StorageFailure("Nome muito extenso");
-  MapOwner map(static_cast<pmymap>(std::calloc(1, sizeof(mymap))));
-  if (map == nullptr) StorageFailure("Falha de alocação mp"_l1);
-  map->hFile = -1;
-  std::strcpy(map->cfile, name);
-
-  FileHeader header;
-  long fileSize = 0;
-  // An open that fails here must not look like a new file: its header would be written over the old one.
-  if (!GetHeaderAndSize(name, &header, &fileSize)) MapFailure("falhou abertura do arquivo %s %s", name);
-  if (fileSize > static_cast<long>(kLargestFile)) MapFailure("falhou GetFileSize do arquivo %s %s", name);
-
-  const Sizes sizes = SizesOf(header, fileSize);
-  const std::int64_t size = FieldSize(sizes.allocated);
-  map->szmap = static_cast<std::int32_t>(sizes.used);
-  if (!GetMappedFile(map.get(), static_cast<long>(size)))
-    FileFailure(Message("Falha na criação do Mapeamento %s"_l1, name), name, size - fileSize);
-  if (sizes.fresh || sizes.allocated != size || header.szmap != static_cast<std::uint32_t>(map->szmap)) {
-    header.szmap = static_cast<std::uint32_t>(map->szmap);
-    header.szallocated = static_cast<std::uint32_t>(size);
-    Store(map->mapmem, header);
-    FlushHeader(*map);
-  }
-  return map.release();
+  std::int64_t missing = 0;
+  const pmymap map = tryToMap(name, missing);
+  if (map == nullptr) FileFailure(Message("Falha na criação do Mapeamento %s"_l1, name), name, missing);
+  return map;
 }
 
 int GetMappedFile(pmymap map, long size) {
@@ -234,18 +271,7 @@ int GetMappedFile(pmymap map, long size) {
   if (oldSize < 0 || !SizeFile(map->hFile, oldSize, size)) return 0;
   if (oldSize > size) size = static_cast<long>(oldSize);
 
-  const auto length = static_cast<UInt32>(size) > kHeldAddresses ? static_cast<UInt32>(size) : kHeldAddresses;
-  const HANDLE mapping = CreateFileMapping(map->hFile, nullptr, PAGE_READWRITE, 0, length);
-  if (mapping == INVALID_HANDLE_VALUE) {
-    Cut(map->hFile, oldSize);
-    MapFailure("falhou CreateFileMapping do arquivo %s sz=%ld %s", map->cfile, size);
-  }
-  map->hFileMap = MapViewOfFile(mapping);
-  if (map->hFileMap == nullptr) MapFailure("falhou MapViewOfFile do arquivo %s sz=%ld %s", map->cfile, size);
-  map->mapmem = static_cast<char*>(map->hFileMap);
-  map->mapped = length;
-  StoreAllocated(map, size);
-  FlushHeader(*map);
+  mapOpen(map, oldSize, size);
   return 1;
 }
 
@@ -255,6 +281,24 @@ bool ReserveSpace(int file, std::int64_t from, std::int64_t to) {
   if (to <= from || fileSystem.fallocate(file, static_cast<off_t>(from), static_cast<off_t>(to - from)) == 0)
     return true;
   return (errno == EOPNOTSUPP || errno == EINVAL || errno == ENOSYS) && writeAgain(file, from, to);
+}
+
+pmymap MapInMemory(const char* name, const std::string& why) {
+  Logar(Message("%s fica na memória: %s"_l1, name, why.c_str()).c_str());
+  MapOwner map = newMap(name);
+  map->hFile = ::memfd_create(name, MFD_CLOEXEC);
+  if (map->hFile < 0 || !Cut(map->hFile, kSmallestFile)) MapFailure("falhou abertura do arquivo %s %s", name);
+  mapOpen(map.get(), 0, kSmallestFile);
+  StoreUsed(map.get(), kHeaderSize);
+  return map.release();
+}
+
+pmymap MapOrHoldInMemory(const char* name) {
+  std::int64_t missing = 0;
+  if (const pmymap map = tryToMap(name, missing)) return map;
+  const int failure = errno;
+  if (isFull(failure)) return MapInMemory(name, WhyNotStored(name, missing, failure));
+  FileFailure(Message("Falha na criação do Mapeamento %s"_l1, name), name, missing);
 }
 
 std::optional<FileHeader> HeaderInFile(const std::string& name) {

@@ -36,6 +36,13 @@ inline FileHeader HeaderOf(const mymap& map) {
 /// the first store. On file systems that cannot reserve it what is there is written once more.
 bool ReserveSpace(int file, std::int64_t from, std::int64_t to);
 
+/// A file that is only there in memory and holds a header: for what is made anew from other files at any opening, while
+/// the disk has no space for it. `why` goes into the log. Error 5 without memory.
+pmymap MapInMemory(const char* name, const std::string& why);
+/// mapeararquivo(), but in memory where the disk has no space for a new file of that name, or for a cut one's missing
+/// part.
+pmymap MapOrHoldInMemory(const char* name);
+
 /// The header of a file of the data directory, read without making or changing anything; zeros when it is shorter.
 /// Nothing when it cannot be read.
 std::optional<FileHeader> HeaderInFile(const std::string& name);

@@ -1,5 +1,7 @@
 #include "storage/journal/journal.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -15,19 +17,20 @@ namespace vorne {
 
 namespace {
 
+constexpr UInt32 kPage = 4096;
 constexpr UInt32 kLongestPause = 100'000;  // microseconds
 
 struct OpenJournal {
   int file = -1;
   JournalFile* at = nullptr;
   std::string path;
+  pid_t owner = 0;            // a forked process must leave it to this one
   UInt32 room = 0, info = 0;  // bytes that have space
 };
 OpenJournal journal;
 
 // Space for so many bytes of both; whole pages, so that it is rarely asked for.
 bool reserve(UInt32 room, UInt32 info) {
-  constexpr UInt32 kPage = 4096;
   const auto reserveFrom = [](std::size_t begin, UInt32& has, UInt32 wanted) {
     wanted = std::min((wanted + kPage - 1) / kPage * kPage, kLargestProtected);
     const auto at = static_cast<std::int64_t>(begin);
@@ -60,7 +63,10 @@ bool openJournal(const std::string& path) {
   ::clock_gettime(CLOCK_REALTIME, &now);
   at->session = static_cast<std::uint64_t>(now.tv_sec) * 1'000'000'000 + static_cast<std::uint64_t>(now.tv_nsec);
   at->magic = kJournalMagic;
-  journal = {file, at, path};
+  journal = {file, at, path, ::getpid()};
+  // Room for every move at once, else for what is small: files that grow cannot take it then, and given back at the end
+  // it lets the next process delete and pack on a full disk.
+  if (!reserve(kLargestProtected, kPage)) reserve(kPage, kPage);
   return true;
 }
 
@@ -174,10 +180,14 @@ ChangeSeenByReaders::~ChangeSeenByReaders() {
 
 void CloseJournal() {
   if (journal.at == nullptr) return;
+  if (journal.at->state == kIdle && journal.owner == ::getpid()) fileSystem.unlink(journal.path.c_str());
   fileSystem.munmap(journal.at, sizeof(JournalFile));
-  fileSystem.unlink(journal.path.c_str());
   fileSystem.close(journal.file);
   journal = {};
+}
+
+void LeaveJournal() {
+  if (journal.at != nullptr && journal.at->state == kIdle) CloseJournal();
 }
 
 }  // namespace vorne

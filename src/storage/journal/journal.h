@@ -3,9 +3,9 @@
 //
 // Changes that one store cannot make survive the death of the process: what is going to change is first described in a
 // journal file beside the databases ("journal.0" to "journal.3", one for each process that writes; it goes when the
-// catalogue is closed). The next opening of the catalogue finishes a move that stood half-way and undoes a half-written
-// record (recovery.h). The journal guards against a dying process, not against power loss: it is only taken when the
-// file's header is the one that it was written for.
+// catalogue is closed or an error ends the process). The next opening of the catalogue finishes a move that stood
+// half-way and undoes a half-written record (recovery.h). The journal guards against a dying process, not against power
+// loss: it is only taken when the file's header is the one that it was written for.
 #pragma once
 
 #include <cstring>
@@ -79,7 +79,10 @@ class ChangeSeenByReaders {
   static int depth_;
 };
 
-/// Removes this process's journal; nothing may be under way.
+/// Closes this process's journal. It goes, unless a change is under way: the next opening of the catalogue needs it
+/// then.
 void CloseJournal();
+/// The same where more may still be written: one with a change under way stays open, so that no other takes its place.
+void LeaveJournal();
 
 }  // namespace vorne

@@ -1,5 +1,7 @@
 #include "storage/repair/changes.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstring>
 
@@ -17,8 +19,15 @@ bool Changes::keep(const std::string& file) {
   return false;
 }
 
+// Another file could take its place all the same, but whoever took the right to write away did not want that.
+bool Changes::mayWrite(const std::string& file) {
+  if (::access((directory_ + "/" + file).c_str(), W_OK) == 0 || errno == ENOENT) return true;
+  failed(file, "it cannot be written");
+  return false;
+}
+
 bool Changes::replace(const std::string& file, FileBytes content) {
-  if (!keep(file)) return false;
+  if (!mayWrite(file) || !keep(file)) return false;
   const bool replaced = ReplaceFile(directory_, file, content);
   report_.changed = report_.changed || replaced;
   if (!replaced) failed(file, "its repair could not be written, it is as it was");
@@ -26,7 +35,7 @@ bool Changes::replace(const std::string& file, FileBytes content) {
 }
 
 bool Changes::remove(const std::string& file) {
-  if (!keep(file)) return false;
+  if (!mayWrite(file) || !keep(file)) return false;
   const bool removed = fileSystem.unlink((directory_ + "/" + file).c_str()) == 0 || errno == ENOENT;
   report_.changed = report_.changed || removed;
   if (!removed) failed(file, "it could not be removed");

@@ -19,6 +19,7 @@ class Changes {
   bool remove(const std::string& file);
 
  private:
+  bool mayWrite(const std::string& file);
   void failed(const std::string& file, const std::string& words);
 
   std::string directory_;

@@ -44,10 +44,15 @@ bool NamesItself(FileBytes block, const std::string& name) {
 void CheckUndescribed(const TableContext& context, const DatabaseFiles& files, const DatabaseState& state,
                       Findings& lasting) {
   const FileBytes block = SavedBlock(files, state.records);
+  const bool isEmpty = state.records.places.empty() && block.size() < kDescriptionHead;
   if (context.hasOthers || EndsLikeATable(files, state.records) || NamesItself(block, context.name))
     lasting.damage("its description cannot be read; " + HowToDescribe(context.name));
   else if (context.hasMemo)
     lasting.note("it has no description yet, left when the table was being made");
+  else if (isEmpty && FileHeaderOf(files.data.bytes()).Version != 2)
+    lasting.damage("nothing can be read of it; if it was a table, " + HowToDescribe(context.name));
+  else if (isEmpty)
+    lasting.note("it has no records and no table's description; if it was a table, " + HowToDescribe(context.name));
   else if (block.size() >= kDescriptionHead)
     lasting.note("what it tells of itself is no table's description");
 }

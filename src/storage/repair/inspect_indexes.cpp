@@ -82,9 +82,9 @@ void Inspection::remakeIndex(const CheckedTable& table, const CheckedDatabase& i
   findings.tell(report_, !fresh.empty() && changes_.replace(findings.file(), fresh));
 }
 
-// An index that names no table there is.
+// An index that names no table there is. The catalogue lists it once its file has a header: one without lost it.
 void Inspection::settleIndex(const FoundIndex& index) {
-  if (!index.told && (index.info == 0 || (index.isBlank && index.entries == 0))) {
+  if (!index.told && (index.entries == 0 ? index.hasHead && index.isBlank : index.info == 0)) {
     if (index.entries == 0)
       report_.notes.push_back(
           {index.name, -1, "it is an index that was never finished; the next one of its name takes its place", false});

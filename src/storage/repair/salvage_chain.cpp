@@ -52,10 +52,22 @@ class ChainReader {
       if (further != usual && isStart(further)) return further;
     }
     if (IsPlainRecord(bytes_, slots_[0]) && slots_[0] >= kHeaderSize) return correctedFirst(slots_[0]);
+    // Records that went with the header keep their numbers.
+    if (slotsTellFirst()) return slots_[0] == usual && file_.appInfoLen ? usual : correctedFirst(slots_[0]);
     const std::uint64_t found = FindRecords(bytes_, kHeaderSize, bytes_.size(), bytes_.size());
     if (!file_.appInfoLen) return found < bytes_.size() ? correctedFirst(found) : behindGuessedInfo();
     // Behind the place that the header tells, records may also be missing: only all of them stand against it.
     return found < usual || chainLength(found) == file_.count ? correctedFirst(found) : usual;
+  }
+
+  // True for places in order, from the first one on to one that has a record.
+  bool slotsTellFirst() const {
+    if (slots_[0] < kHeaderSize) return false;
+    for (std::uint32_t i = 0; i < slots_.size(); ++i) {
+      if (i > 0 && slots_[i] <= std::uint64_t{slots_[i - 1]} + kRecordHeaderSize) return false;
+      if (IsPlainRecord(bytes_, slots_[i])) return true;
+    }
+    return false;
   }
 
   std::uint64_t chainLength(std::uint64_t place) const {

@@ -13,6 +13,7 @@
 #include "storage/files/mapped_file.h"
 #include "storage/format/keys.h"
 #include "storage/format/names.h"
+#include "storage/journal/journal.h"
 #include "storage/records/open_databases.h"
 #include "storage/records/waiting_entries.h"
 #include "storage/tables/index_entries.h"
@@ -141,6 +142,8 @@ bool makeFit(myAppInfoType& table, IDX_IndexesNames& index, bool behind) {
   }
   index.IDX_tam_max_key = static_cast<std::int32_t>(maker.size() - kEntryKeyAt);
   if (words.empty()) return true;
+  // Its space comes first: the table can do without the index, but not without the journal.
+  HasJournal();
   logMade(table, index, words);
   if (makeAnew(table, index, maker)) return true;
   Logar(Message("Índice %s não aberto: %s"_l1, index.IDX_name, WhyNotGrown(*index.IDX_dbRef->hFile).c_str()).c_str());

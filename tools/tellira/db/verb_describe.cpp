@@ -35,6 +35,7 @@ int runDescribe(const DbOptions& group, const DescribeOptions& options) {
   if (found->entry.type != vorne::kTypeData)
     refuse(shown(found->name) + " is no table: its type is " + codeText(found->entry.type),
            "`tellira db list` shows all types");
+  demandAccess(directory + "/DB", Use::kWrites);
   dictionary.demandFiles(*found, Use::kWrites);
   const vorne::Described described = vorne::DescribeTable(directory, found->name, parsedFields(options.fields));
   if (described.isSame) {
