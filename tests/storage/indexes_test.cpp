@@ -493,6 +493,8 @@ TEST_F(Indexes, AFullDiskKeepsNothingHalfMadeAndNoTableClosed) {
     reopen();
     EXPECT_EQ(area().TBL_appinfo->TBL_numIndexes, 0u);
     EXPECT_EQ(RecordCount(area()), 2000);
+    EXPECT_EXIT((dup2(STDERR_FILENO, STDOUT_FILENO), __TBL_SetOrder(nullptr, text("i"))), testing::ExitedWithCode(0),
+                "ndice I n.o aberto: I: No space left on device \\([0-9]+ bytes\\)\nRunTimeError = 32");
     remove(7);
     EXPECT_THAT(log(), testing::HasSubstr("\xCDndice I n\xE3o aberto: I: No space left on device"));
     fileSystem = kSystem;

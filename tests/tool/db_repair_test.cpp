@@ -220,11 +220,17 @@ TEST_F(DbRepair, DescribesATableAnewOnceItsRecordsFit) {
   EXPECT_THAT(wrong.out, HasSubstr("T, record 5: bytes that belong to no field"));
   EXPECT_THAT(wrong.err, HasSubstr("T: 5 of 5 records do not fit these fields; nothing was changed"));
   EXPECT_EQ(contents(path("T")), damaged);
+  EXPECT_THAT(db({"describe", "T", "CODE:C:6", "PRICE:N:8:2", "SINCE:N:8:2", "SOLD:L", "NOTES:M"}).err,
+              HasSubstr("the keys of the index Y are not made of these fields"));
+  EXPECT_EQ(contents(path("T")), damaged);
   ok(describe);
   useTable(rows());
   // Fields that leave one out make no numbers that anybody stores.
-  patch("T", 92, std::string(50, '#'));
-  EXPECT_THAT(db({"describe", "T", "CODE:C:6", "PRICE:N:8:2", "A:N:8:2", "NOTES:N:8:2"}).err, HasSubstr("do not fit"));
+  ok({"create", "U", "A:C:5", "B:M", "C:N:10:2"});
+  ok({"import", "U", "-"}, "A,B,C\na,b,1.5\nc,d,2\ne,f,3.25\n");
+  patch("U", 92, std::string(20, '#'));
+  EXPECT_THAT(db({"describe", "U", "A:C:5", "C:N:10:2"}).err, HasSubstr("3 of 3 records do not fit"));
+  ok({"describe", "U", "A:C:5", "B:M", "C:N:10:2"});
   // One that does not fit does not speak against the others.
   writeFile(path("T"), before);
   remove({"T_OS", "X", "Y"});

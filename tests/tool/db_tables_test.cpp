@@ -281,6 +281,10 @@ TEST_F(Tables, AreReadWithoutTheirOffsetsFiles) {
   EXPECT_EQ(sought({"BYCODE", "BB"}, 0)["record"]["NAME"], "B");
   EXPECT_EQ(ok({"sql", "--format", "csv", "SELECT code, notes FROM goods"}), "CODE,NOTES\nA,text of A\nBB,\n");
   EXPECT_THAT(ok({"list"}) + ok({"schema", "GOODS"}), HasSubstr("records                  2"));
+  // Of such a file's header nothing but the sizes means anything.
+  ok({"recall", "GOODS", "1"});
+  std::fstream(directory / "DB" / "GOODS_OS", std::ios::in | std::ios::out | std::ios::binary).write("\1\1", 2);
+  ok({"delete", "GOODS", "1"});
 }
 
 TEST_F(Tables, SchemaTellsTheCommandsThatWouldMakeTheTable) {

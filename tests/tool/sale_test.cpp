@@ -217,3 +217,10 @@ TEST_F(Dialogue, TellsWhatIsOpenAtAnEarlyEnd) {
   dialogue("10000|0|12|0|0|000777\n-2|0|0|0|0|\n", "expect -2\nECF_AbreCupom x\nECF_CancelaCupom\n");
   EXPECT_THAT(sale("ECF_AbreCupom -1\n").err, Not(HasSubstr("open:")));
 }
+
+TEST_F(Sale, EndsWithoutItsStandardStreams) {
+  writeFile(directory / "sale.tlr", "ECF_AbreCupom x\n");
+  const std::string call = "timeout 20 " TOOL " sale --lib " FAKE_LIBRARY " " + (directory / "sale.tlr").string();
+  const int status = std::system((call + " <&- >&- 2>&-").c_str());
+  EXPECT_EQ(WEXITSTATUS(status), 3) << "what it prints cannot be written; it must not reach the library's process";
+}

@@ -1,4 +1,7 @@
 // The command line tool's entry: puts the verbs together, turns failures into text and exit status.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <exception>
@@ -30,6 +33,15 @@ Examples (in a source tree where ./run was called; build/release/lib/devices hol
 Exit status: 0 done, 1 done but the answer is no, 2 wrong usage or input, 3 the library ended the process or a device
 is missing. Data goes to standard output, everything else to standard error. Card numbers are masked.)";
 
+/// Whoever starts the tool may have closed its standard streams. The next file opened would take their place, and what
+/// is printed would go there. Writing to what is put there fails, as it does to a closed stream.
+void openMissingStreams() {
+  int opened = 0;
+  do opened = ::open("/dev/null", O_RDONLY);
+  while (opened >= 0 && opened <= STDERR_FILENO);
+  if (opened >= 0) ::close(opened);
+}
+
 /// Output that could not be written (a full disk) must not look like success.
 int flushed(int status) {
   if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return status;
@@ -50,6 +62,7 @@ int run(const std::vector<std::string>& arguments) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  openMissingStreams();
   const std::vector<std::string> arguments(argv + 1, argv + argc);
   const auto end = std::find(arguments.begin(), arguments.end(), "--");
   const bool json = std::find(arguments.begin(), end, "--json") != end;

@@ -60,7 +60,8 @@ bool mapFiles(DmOpenRef db) {
   if (HeaderOf(*db->hFile).Type == kVariableDatabase) {
     const std::string offsets = OffsetsName(db->fName);
     if (db->hOS == nullptr) db->hOS = MapOrHoldInMemory(offsets.c_str());
-    if (HeaderOf(*db->hOS).Type != 0) {
+    // Only what the catalogue names is another's: of an offsets file's header nothing but its sizes is kept.
+    if (HeaderOf(*db->hOS).Type != 0 && CatalogEntryOf(offsets) != 0) {
       Logar(Message("O banco %s não pode ser aberto: o arquivo %s é de outro banco"_l1, db->fName, offsets.c_str())
                 .c_str());
       return false;

@@ -116,9 +116,10 @@ bool isSameKey(KeyFields a, KeyFields b) {
   return std::equal(a.begin(), a.end(), b.begin(), b.end(), same);
 }
 
+constexpr std::size_t kLooks = 1024;
+
 // Entries, of a bounded number of them, that are as they are made of such a key.
 std::size_t entriesThatFit(const CheckedTable& table, const CheckedDatabase& index, KeyFields key) {
-  constexpr std::size_t kLooks = 1024;
   EntryMaker maker(table.description.fields, key);
   if (maker.size() == 0) return 0;
   std::vector<char> expected(maker.size());
@@ -163,6 +164,12 @@ std::vector<IDX_Indexes> KeyByEntries(const CheckedTable& table, const CheckedDa
   const bool isOther = KeyRoom(fields, told.keyFields) == 0 ||
                        entriesThatFit(table, index, other) > entriesThatFit(table, index, told.keyFields);
   return isOther ? other : told.keyFields;
+}
+
+bool IsIndexOf(const CheckedTable& table, const CheckedDatabase& index, const IndexDescription& told) {
+  const auto key = KeyByEntries(table, index, told);
+  return KeyRoom(table.description.fields, key) != 0 &&
+         entriesThatFit(table, index, key) * 2 >= std::min(kLooks, index.count());
 }
 
 void CheckIndex(const CheckedTable& table, const CheckedDatabase& index, const IndexDescription& told,

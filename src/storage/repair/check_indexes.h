@@ -29,6 +29,9 @@ std::optional<IndexDescription> ToldIndex(const DatabaseFiles& files, const Data
 std::vector<IDX_Indexes> KeyByEntries(const CheckedTable& table, const CheckedDatabase& index,
                                       const IndexDescription& told);
 
+/// True when at least half of the entries, of a bounded number, are made of the records that they name.
+bool IsIndexOf(const CheckedTable& table, const CheckedDatabase& index, const IndexDescription& told);
+
 /// Tells what does not match, naming the first record.
 /// @param told the index by its own words, or as it is taken to be
 void CheckIndex(const CheckedTable& table, const CheckedDatabase& index, const IndexDescription& told,

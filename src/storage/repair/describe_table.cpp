@@ -7,6 +7,7 @@
 #include "storage/journal/recovery.h"
 #include "storage/repair/changes.h"
 #include "storage/repair/check_catalog.h"
+#include "storage/repair/check_indexes.h"
 #include "storage/repair/check_records.h"
 #include "storage/repair/check_tables.h"
 #include "storage/repair/in_use.h"
@@ -40,6 +41,22 @@ std::string Refusal(const DataDirectory& directory, const std::string& name, con
   const auto known = ReadDescription(SavedBlock(files, state.records));
   if (known && FitOf(*known, files, state, kAnyText).misfits == 0)
     return name + " has a description that its records fit; `tellira db schema " + name + "` shows it";
+  return {};
+}
+
+// The first of the table's indexes whose entries are not made of its fields: other fields may fit the records as well.
+std::string IndexOfOtherFields(const DataDirectory& directory, const CheckedTable& table) {
+  for (const auto& [name, file] : directory.files()) {
+    if (FileHeaderOf(directory.read(name, kHeaderSize).bytes()).Type != kIndexDatabase) continue;
+    CheckedDatabase index;
+    index.files.data = directory.read(name);
+    Findings findings(name);
+    index.state = CheckDatabase(kTypeIndex, index.files, findings, findings);
+    const auto told = ToldIndex(index.files, index.state);
+    if (findings.sound() && told && FoldedName(told->table) == table.description.name &&
+        !IsIndexOf(table, index, *told))
+      return name;
+  }
   return {};
 }
 
@@ -91,9 +108,17 @@ Described DescribeTable(const std::string& directory, const std::string& name, s
     described.refusal = "the records do not fit these fields";
     return described;
   }
-  state.records.block = TableBlock(table);
-  state.records.rewrite = true;
-  Write(data, name, files, state, described);
+  CheckedTable checked{{std::move(files), std::move(state)}, table};
+  const std::string other = IndexOfOtherFields(data, checked);
+  if (!other.empty()) {
+    described.refusal = "the keys of the index " + other +
+                        " are not made of these fields; describe the table with the fields that it was made with, or "
+                        "drop the index first";
+    return described;
+  }
+  checked.database.state.records.block = TableBlock(table);
+  checked.database.state.records.rewrite = true;
+  Write(data, name, checked.database.files, checked.database.state, described);
   return described;
 }
 

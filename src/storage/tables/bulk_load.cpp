@@ -48,6 +48,10 @@ bool BulkLoad::add() {
   return true;
 }
 
+void BulkLoad::finish() {
+  SettleIndexes(*rdd_.TBL_appinfo);
+}
+
 bool BulkLoad::takeBack() {
   const bool cut = cutOff(name_, firstRecord_) && (!hasMemo_ || cutOff(name_ + kMemoSuffix, firstMemo_));
   // Without an area the runtime has ended: indexes that do not fit are made anew when the table is opened next.

@@ -26,6 +26,9 @@ class BulkLoad {
   bool storeMemo(std::size_t field, std::string_view text);
   /// Stores the buffer as a new record. False when it cannot be.
   bool add();
+  /// Puts what the indexes have waiting in its place; to be called behind the last record. What fails for want of room
+  /// fails here, where everything can still be taken back.
+  void finish();
   /// Removes all records that were added, with their memo texts; the indexes become what they were. Also when the
   /// runtime has ended meanwhile. False when that could not be done.
   bool takeBack();

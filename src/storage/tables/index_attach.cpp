@@ -121,8 +121,14 @@ std::string whatDoesNotFit(const myAppInfoType& table, const IDX_IndexesNames& i
   return WhatDoesNotFit(table.TBL_dbRef, index.IDX_dbRef, maker);
 }
 
+// The index that was left out last for want of space. The log may have none either.
+struct {
+  std::string name, why;
+} leftOut;
+
 // Makes an open index fit the table. `told` is what its block says. False when no index can be made of that key.
 bool makeFit(myAppInfoType& table, IDX_IndexesNames& index, bool behind) {
+  if (leftOut.name == FoldedName(index.IDX_name)) leftOut = {};
   // What other areas have open already has been looked at.
   const bool isKnown = isOpenElsewhere(index.IDX_dbRef) && !behind;
   if (isKnown)
@@ -146,7 +152,9 @@ bool makeFit(myAppInfoType& table, IDX_IndexesNames& index, bool behind) {
   HasJournal();
   logMade(table, index, words);
   if (makeAnew(table, index, maker)) return true;
-  Logar(Message("Índice %s não aberto: %s"_l1, index.IDX_name, WhyNotGrown(*index.IDX_dbRef->hFile).c_str()).c_str());
+  leftOut = {FoldedName(index.IDX_name),
+             Message("Índice %s não aberto: %s"_l1, index.IDX_name, WhyNotGrown(*index.IDX_dbRef->hFile).c_str())};
+  Logar(leftOut.why.c_str());
   LeaveBehind(index.IDX_dbRef);
   return false;
 }
@@ -163,6 +171,10 @@ void releaseIndex(IDX_IndexesNames* index) {
 }
 
 }  // namespace
+
+std::string WhyLeftOut(const std::string& name) {
+  return leftOut.name == FoldedName(name) ? leftOut.why : std::string();
+}
 
 void ForgetOwner(DmOpenRef index) {
   owners.forget(index->fOffset);

@@ -1,6 +1,8 @@
 // Opening and closing an area's indexes, and its current order.
 #include <strings.h>
 
+#include <cstdio>
+
 #include "runtime/arguments.h"
 #include "runtime/memory.h"
 #include "storage/format/entry_order.h"
@@ -113,7 +115,10 @@ Obj_Node* __TBL_SetOrder(Obj_Node* alias, Obj_Node* order) {
   Obj_Node* name = __INIT_CHARPTR(before == nullptr ? kNoIndexName : before->IDX_name);
   if (IsMissing(order)) return name;
   const int index = indexMeant(number, order);
-  if (index == kUnknown || (index != kNone && !__OpenIDX(number, index))) __RuntimeError(3, kNoSuchOrder);
+  if (index == kUnknown || (index != kNone && !__OpenIDX(number, index))) {
+    if (HasText(order)) std::printf("%s", WhyLeftOut(CapitalText(order)).c_str());
+    __RuntimeError(3, kNoSuchOrder);
+  }
   area.TBL_Index = index;
   Resync(number);
   return name;

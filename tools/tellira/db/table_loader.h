@@ -31,6 +31,8 @@ class TableLoader {
   /// Appends a row with one cell for each column.
   /// @return empty, or what is wrong with which cell, as in `column 2 (PRICE): "abc" is not a number.\n  next: ...`
   std::string add(const std::vector<std::string_view>& cells);
+  /// To be called behind the last row; see BulkLoad::finish().
+  void finish() { load_.finish(); }
   /// Removes all rows that were added, with their memo texts; the indexes become what they were.
   /// @return false when that could not be done
   bool takeBack() { return load_.takeBack(); }

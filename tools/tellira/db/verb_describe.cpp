@@ -13,8 +13,8 @@ namespace {
 
 constexpr const char* kFooter = R"(
 For a table whose description cannot be read any more, as `tellira db check` tells. The fields are those that it was made
-with, in their order (`tellira db create --help` explains them). They are held against every record before anything is
-written; the file as it was is copied to DB/repair-DATE-TIME. The program must not be running.
+with, in their order (`tellira db create --help` explains them). They are held against every record and index before
+anything is written; the file as it was is copied to DB/repair-DATE-TIME. The program must not be running.
 
 Example:
   tellira db describe CUSTOMER CODE:C:12 NAME:C:30 LIMIT:N:12:2

@@ -127,6 +127,7 @@ void load(CsvReader& reader, TableLoader& loader, std::uint64_t size) {
     if (Interrupts::asked()) throw Failure(kNo, "interrupted at " + reader.place() + ".");
   }
   if (Interrupts::asked()) throw Failure(kNo, "interrupted at the end of " + reader.name() + ".");
+  loader.finish();
 }
 
 void loadOrTakeBack(CsvReader& reader, TableLoader& loader, std::uint64_t size, const std::string& table) {
