@@ -351,7 +351,35 @@ TEST_F(Indexes, DamageThatIsMetLaterIsMendedThen) {
   std::string bytes = readFile(file("I"));
   const std::size_t begin = 20 + static_cast<unsigned char>(bytes[4]), stride = 8 + 4 + 5;
   bytes.replace(begin + (kMissing - 1) * stride, stride, bytes.substr(begin + kMissing * stride, stride));
+  // This one names a record that an entry far away names as well.
+  constexpr int kTwice = 65591;
+  images::put(bytes, begin + (kTwice - 1) * stride + 8, 9, 4);
   const std::pair<const char*, void (*)()> kWays[] = {
+      {"seek",
+       [] {
+         __TBL_SetOrder(nullptr, number(1));
+         EXPECT_EQ(seek(std::to_string(kTwice)), "65591@65591 found");
+       }},
+      {"seek what is missing",
+       [] {
+         __TBL_SetOrder(nullptr, number(1));
+         EXPECT_EQ(seek("00006"), "6@6 found");
+       }},
+      {"seek past a deleted record",
+       [] {
+         remove(kTwice - 1);
+         __Set(number(11), __INIT_BOOL(1));
+         __TBL_SetOrder(nullptr, number(1));
+         EXPECT_EQ(seek("6559"), "65591@65591 found");
+         __Set(number(11), __INIT_BOOL(0));
+       }},
+      {"walk back",
+       [] {
+         __TBL_SetOrder(nullptr, number(1));
+         __TBL_GoToI(nullptr, number(kTwice + 1));
+         __TBL_Skip(nullptr, number(-1));
+         EXPECT_EQ(area().TBL_recpos, kTwice - 1);
+       }},
       {"walk",
        [] {
          __TBL_SetOrder(nullptr, number(1));

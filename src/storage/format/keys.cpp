@@ -56,6 +56,38 @@ double numberIn(const ControlFieldTBL& field, const char* buffer, bool swapped) 
   return std::bit_cast<double>(swapped ? SwapBytes(bits) : bits);
 }
 
+bool isBlank(const char* at, const char* end) {
+  return std::all_of(at, end, [](char c) { return c == ' '; });
+}
+
+bool hasText(const char* text, const char* key, std::size_t room) {
+  std::size_t same = 0;
+  while (same < room && text[same] != '\0' && text[same] == key[same]) ++same;
+  return same == room || (text[same] == '\0' && isBlank(key + same, key + room));
+}
+
+bool hasNumber(const ControlFieldTBL& field, double value, const char* key, std::size_t room) {
+  char text[kNumberText];
+  const std::size_t length = std::min(numberText(value, field.FieldDecLen, text), room);
+  return std::memcmp(key + room - length, text, length) == 0 && isBlank(key, key + room - length);
+}
+
+bool hasPart(const ControlFieldTBL& field, const char* buffer, const char* key, std::size_t room) {
+  const char* at = buffer + field.iOffset;
+  char date[kDateDigits];
+  switch (field.FieldType) {
+    case TBLNUM:
+      return hasNumber(field, NumberIn(field, buffer), key, room);
+    case TBLDATE:
+      placeDate(NumberIn(field, buffer), date);
+      return std::memcmp(key, date, room) == 0;
+    case TBLSTRING:
+      return hasText(at, key, room);
+    default:
+      return *at == *key;
+  }
+}
+
 }  // namespace
 
 std::int32_t KeyRoom(const ControlFieldTBL& field) {
@@ -117,6 +149,16 @@ bool MakeKey(Fields fields, KeyFields key, const char* buffer, bool swapped, cha
         return false;
     }
     at += room;
+  }
+  return true;
+}
+
+bool HasKey(Fields fields, KeyFields parts, const char* buffer, const char* key) {
+  for (const IDX_Indexes& part : parts) {
+    const ControlFieldTBL& field = fields[part.KeyField - 1];
+    const auto room = static_cast<std::size_t>(KeyRoom(field));
+    if (!hasPart(field, buffer, key, room)) return false;
+    key += room;
   }
   return true;
 }

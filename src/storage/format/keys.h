@@ -20,6 +20,8 @@ std::vector<IDX_Indexes> NumberedByLength(Fields fields, KeyFields key, std::int
 /// Writes the key of the buffer's record, KeyRoom bytes. `swapped` says that its numbers stand byte-swapped. False at a
 /// field that cannot be a key.
 bool MakeKey(Fields fields, KeyFields key, const char* buffer, bool swapped, char* at);
+/// True when `key` is what MakeKey would write of the buffer, in which numbers are not swapped; nothing is made.
+bool HasKey(Fields fields, KeyFields parts, const char* buffer, const char* key);
 /// -1, 0 or 1, byte by byte.
 int CompareKeys(const char* a, const char* b, std::size_t length);
 

@@ -284,6 +284,12 @@ bool NamesOneRecord(const VORNE_RDD& area, const Entries& entries, int place, in
          (direction == 0 || from >= entries.count || entries.record(from) != record);
 }
 
+bool NamesLoadedRecord(const VORNE_RDD& area, const IDX_IndexesNames& index, const Entries& entries, int place) {
+  return static_cast<UInt32>(place) < entries.count &&
+         entries.keyLength() == static_cast<std::size_t>(index.IDX_tam_max_key) &&
+         HasKey(FieldsOf(area), KeyFieldsOf(index), area.TBL_buff, entries.key(static_cast<std::size_t>(place)));
+}
+
 void RebuildIndexes(myAppInfoType& table) {
   for (std::uint32_t i = 0; i < table.TBL_numIndexes; ++i) RebuildIndex(table, *table.TBL_IndexesNames[i]);
 }

@@ -35,6 +35,8 @@ void MendIndex(myAppInfoType& table, IDX_IndexesNames& index);
 /// False when the entry at `place` names no record of the table, or the same one as the entry from which a walk in
 /// `direction` (0: none) came to it.
 bool NamesOneRecord(const VORNE_RDD& area, const Entries& entries, int place, int direction);
+/// False when the entry at `place`, through which the area's record has been loaded, has not that record's key.
+bool NamesLoadedRecord(const VORNE_RDD& area, const IDX_IndexesNames& index, const Entries& entries, int place);
 /// Opens an index of the list, should it be closed, and sees to it that it fits. False when it cannot be.
 bool OpenIndex(myAppInfoType& table, IDX_IndexesNames& index);
 bool CloseIndex(IDX_IndexesNames& index);  ///< false when it was not open

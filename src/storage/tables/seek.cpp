@@ -59,10 +59,7 @@ class Search {
     const UInt32 place =
         DmFindSortPosition(order_.IDX_dbRef, entry_, nullptr, __SCmpFunc, static_cast<std::int16_t>(length_));
     if (place == kAppend || !IsOpen(order_.IDX_dbRef)) return EnterNotFound(area_);
-    if (IsBehind(order_.IDX_dbRef) && !std::exchange(mended_, true)) {
-      MendIndex(*area_.TBL_appinfo, order_);
-      return run();
-    }
+    if (IsBehind(order_.IDX_dbRef) && isFirstDamage()) return mendAndRun();
     entries_ = EntriesOf(*order_.IDX_dbRef);
     const SoughtKey key(entry_ + kEntryKeyAt, std::min(length_, entries_.count == 0 ? 0 : entries_.keyLength()));
     const UInt32 before = place == 0 ? 0 : place - 1;
@@ -71,19 +68,33 @@ class Search {
     else if (soft_ && static_cast<int>(place) < RecordCount(area_))
       // The table's count, not the index's: an entry that is missing at the end is no end of the table.
       take(place, false);
+    else if (isBesideDouble(static_cast<int>(place)) && isFirstDamage())
+      mendAndRun();
     else
       EnterEnd(area_, true);
   }
 
  private:
+  bool isFirstDamage() { return !std::exchange(mended_, true); }
+  void mendAndRun() {
+    MendIndex(*area_.TBL_appinfo, order_);
+    run();
+  }
+
+  // An entry that is written over with its neighbour's bytes is missing right there.
+  bool isBesideDouble(int place) const {
+    const auto isSound = [&](int one, int direction) {
+      return one < 0 || one >= static_cast<int>(entries_.count) || NamesOneRecord(area_, entries_, one, direction);
+    };
+    return !isSound(place, -1) || !isSound(place - 1, 1);
+  }
+
   void take(UInt32 place, bool found) {
     order_.IDX_recID = static_cast<std::int32_t>(place);
     const std::int32_t record = place < entries_.count ? entries_.record(place) : -1;
-    if (!NamesOneRecord(area_, entries_, static_cast<int>(place), -1) && !std::exchange(mended_, true)) {
-      MendIndex(*area_.TBL_appinfo, order_);
-      return run();
-    }
+    if (!NamesOneRecord(area_, entries_, static_cast<int>(place), -1) && isFirstDamage()) return mendAndRun();
     if (record < 0 || !__TBL_GetLastData(number_, record)) return EnterNotFound(area_);
+    if (!NamesLoadedRecord(area_, order_, entries_, static_cast<int>(place)) && isFirstDamage()) return mendAndRun();
     area_.TBL_found = found;
     area_.TBL_eof = 0;
     if (found) area_.TBL_bof = 0;
@@ -102,11 +113,18 @@ class Search {
 
 // Walks on to the first record without the mark. True when its key is the one sought.
 bool walkToLive(int number, VORNE_RDD& area, IDX_IndexesNames& order, const SoughtKey& key, int position, bool soft) {
-  const Entries entries = EntriesOf(*order.IDX_dbRef);
+  Entries entries = EntriesOf(*order.IDX_dbRef);
+  bool mended = false;
   for (auto place = static_cast<UInt32>(position); place < entries.count; ++place) {
     const bool matches = key.compare(entries.key(place)) == 0;
     if (matches) order.IDX_recID = static_cast<std::int32_t>(place);
     if (!__TBL_GetLastData(number, entries.record(place))) return false;
+    if (!NamesLoadedRecord(area, order, entries, static_cast<int>(place)) && !std::exchange(mended, true)) {
+      MendIndex(*area.TBL_appinfo, order);
+      entries = EntriesOf(*order.IDX_dbRef);
+      --place;
+      continue;
+    }
     if (!isDeleted(area)) return matches;
     if (!matches && !soft) return false;
   }
