@@ -121,14 +121,12 @@ std::string whatDoesNotFit(const myAppInfoType& table, const IDX_IndexesNames& i
   return WhatDoesNotFit(table.TBL_dbRef, index.IDX_dbRef, maker);
 }
 
-// The index that was left out last for want of space. The log may have none either.
-struct {
-  std::string name, why;
-} leftOut;
+// Why indexes were left out for want of space, by their names. The log may have none either.
+std::unordered_map<std::string, std::string> leftOut;
 
 // Makes an open index fit the table. `told` is what its block says. False when no index can be made of that key.
 bool makeFit(myAppInfoType& table, IDX_IndexesNames& index, bool behind) {
-  if (leftOut.name == FoldedName(index.IDX_name)) leftOut = {};
+  if (!leftOut.empty()) leftOut.erase(FoldedName(index.IDX_name));
   // What other areas have open already has been looked at.
   const bool isKnown = isOpenElsewhere(index.IDX_dbRef) && !behind;
   if (isKnown)
@@ -152,9 +150,9 @@ bool makeFit(myAppInfoType& table, IDX_IndexesNames& index, bool behind) {
   HasJournal();
   logMade(table, index, words);
   if (makeAnew(table, index, maker)) return true;
-  leftOut = {FoldedName(index.IDX_name),
-             Message("Índice %s não aberto: %s"_l1, index.IDX_name, WhyNotGrown(*index.IDX_dbRef->hFile).c_str())};
-  Logar(leftOut.why.c_str());
+  std::string& why = leftOut[FoldedName(index.IDX_name)];
+  why = Message("Índice %s não aberto: %s"_l1, index.IDX_name, WhyNotGrown(*index.IDX_dbRef->hFile).c_str());
+  Logar(why.c_str());
   LeaveBehind(index.IDX_dbRef);
   return false;
 }
@@ -173,7 +171,8 @@ void releaseIndex(IDX_IndexesNames* index) {
 }  // namespace
 
 std::string WhyLeftOut(const std::string& name) {
-  return leftOut.name == FoldedName(name) ? leftOut.why : std::string();
+  const auto found = leftOut.find(FoldedName(name));
+  return found == leftOut.end() ? std::string() : found->second;
 }
 
 void ForgetOwner(DmOpenRef index) {

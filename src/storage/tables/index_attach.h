@@ -12,7 +12,7 @@ namespace vorne {
 void AttachIndexes(myAppInfoType& table);
 /// The same for the index of that name alone; its number, -1 when it is no index of the table.
 int AttachIndex(myAppInfoType& table, const std::string& name);
-/// Why the index of that name was left out, when it is the last one for which there was no space; otherwise empty.
+/// Why the index of that name was left out, when there was no space for it; otherwise empty.
 std::string WhyLeftOut(const std::string& name);
 /// Puts a new index, whose database is open, into the list.
 int AddIndex(myAppInfoType& table, const char* name, DmOpenRef db, KeyFields key);
