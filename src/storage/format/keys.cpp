@@ -61,9 +61,8 @@ bool isBlank(const char* at, const char* end) {
 }
 
 bool hasText(const char* text, const char* key, std::size_t room) {
-  std::size_t same = 0;
-  while (same < room && text[same] != '\0' && text[same] == key[same]) ++same;
-  return same == room || (text[same] == '\0' && isBlank(key + same, key + room));
+  const std::size_t length = ::strnlen(text, room);
+  return std::memcmp(text, key, length) == 0 && isBlank(key + length, key + room);
 }
 
 bool hasNumber(const ControlFieldTBL& field, double value, const char* key, std::size_t room) {
