@@ -373,13 +373,6 @@ TEST_F(Indexes, DamageThatIsMetLaterIsMendedThen) {
          EXPECT_EQ(seek("6559"), "65591@65591 found");
          __Set(number(11), __INIT_BOOL(0));
        }},
-      {"walk back",
-       [] {
-         __TBL_SetOrder(nullptr, number(1));
-         __TBL_GoToI(nullptr, number(kTwice + 1));
-         __TBL_Skip(nullptr, number(-1));
-         EXPECT_EQ(area().TBL_recpos, kTwice - 1);
-       }},
       {"walk",
        [] {
          __TBL_SetOrder(nullptr, number(1));

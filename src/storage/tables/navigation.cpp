@@ -110,10 +110,6 @@ int ReadData(int number, Boolean through, int position, int direction) {
     if (looks && !NamesOneRecord(*area, entries, position, direction)) mend();
     if (byOrder && direction != 0) fetchAhead(*area, entries, position, direction);
     if (!loadAt(number, order, through, position)) return notFound(*area);
-    if (looks && !NamesLoadedRecord(*area, *order, entries, position)) {
-      mend();
-      if (!loadAt(number, order, through, position)) return notFound(*area);
-    }
     if (!hides || !IsMarkedDeleted(FieldsOf(*area), area->TBL_buff)) return 1;
   }
   EnterEnd(*area, direction > 0);
