@@ -27,9 +27,10 @@ bool notFound(VORNE_RDD& area) {
 }
 
 // A walk through an index goes to and fro in the table's file: the records that come next are asked for beforehand.
-void fetchAhead(const VORNE_RDD& area, const Entries& entries, int position, int direction) {
+void fetchAhead(const VORNE_RDD& area, const IDX_IndexesNames& order, int position, int direction) {
   constexpr int kRecordsAhead = 2, kSlotsAhead = 6;
   const OpenStruct& table = *DatabaseOf(area);
+  const Entries entries = EntriesOf(*order.IDX_dbRef);
   const auto slotOf = [&](int ahead) -> const char* {
     const std::int64_t place = std::int64_t{position} + ahead * direction;
     if (place < 0 || place >= entries.count) return nullptr;
@@ -98,17 +99,14 @@ int ReadData(int number, Boolean through, int position, int direction) {
   area->TBL_found = 0;
   const bool hides = direction != 0 && HidesDeleted(), byOrder = through && order != nullptr;
   if (byOrder && IsBehind(order->IDX_dbRef)) MendIndex(*area->TBL_appinfo, *order);
-  bool looks = byOrder;
-  Entries entries = byOrder ? EntriesOf(*order->IDX_dbRef) : Entries();
-  const auto mend = [&] {
-    MendIndex(*area->TBL_appinfo, *order);
-    entries = EntriesOf(*order->IDX_dbRef);
-    looks = false;
-  };
+  bool mended = false;
   // The table's count bounds the walk through an index too.
   for (; position >= 0 && position < count; position += direction) {
-    if (looks && !NamesOneRecord(*area, entries, position, direction)) mend();
-    if (byOrder && direction != 0) fetchAhead(*area, entries, position, direction);
+    if (byOrder && !mended && !NamesOneRecord(*area, EntriesOf(*order->IDX_dbRef), position, direction)) {
+      MendIndex(*area->TBL_appinfo, *order);
+      mended = true;
+    }
+    if (byOrder && direction != 0) fetchAhead(*area, *order, position, direction);
     if (!loadAt(number, order, through, position)) return notFound(*area);
     if (!hides || !IsMarkedDeleted(FieldsOf(*area), area->TBL_buff)) return 1;
   }
