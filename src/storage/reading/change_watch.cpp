@@ -73,8 +73,8 @@ ChangeWatch::Counter ChangeWatch::counterOf(std::size_t journal) {
     file = fileSystem.open(path.c_str(), O_RDONLY | O_NONBLOCK, 0);
     opened_[journal] = counter;
     if (file < 0 && errno != ENOENT)
-      throw ReadFailure(ReadFailure::kSystem, path + " cannot be read: " + std::strerror(errno) +
-                                                  "; without it nobody knows what the program is changing");
+      throw ReadFailure(ReadFailure::kRefused, path + " cannot be read: " + std::strerror(errno) +
+                                                   "; without it nobody knows what the program is changing");
   }
   JournalHead head;
   // One that is just being made has no magic yet, and its writer has changed nothing.

@@ -53,7 +53,7 @@ class Dictionary {
   std::vector<const StoredDatabase*> indexesOf(std::string_view table) const;
 
   /// A table's description, read from its file; none when it is damaged.
-  /// @throws ReadFailure kMissing, kSystem
+  /// @throws ReadFailure kMissing, kRefused
   std::optional<TableDescription> describe(const StoredDatabase& table) const;
 
   /// Ends with "/DB/".

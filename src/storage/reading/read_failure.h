@@ -15,7 +15,7 @@ class ReadFailure : public std::runtime_error {
     kChanged,      ///< the table has other fields than when it was opened
     kInUse,        ///< another process kept changing records
     kInterrupted,  ///< another process died in the middle of a change
-    kSystem,       ///< the system refused
+    kRefused,      ///< the system refused
   };
   ReadFailure(Kind why, const std::string& text) : std::runtime_error(text), kind(why) {}
   Kind kind;

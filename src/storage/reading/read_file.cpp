@@ -47,7 +47,7 @@ void ReadFile::open() {
   if (file_ < 0 || ::fstat(file_, &found) != 0 || !S_ISREG(found.st_mode)) {
     const std::string cause = file_ < 0 ? std::strerror(errno) : "it is no regular file";
     close();
-    throw ReadFailure(ReadFailure::kSystem, path_ + " cannot be read: " + cause);
+    throw ReadFailure(ReadFailure::kRefused, path_ + " cannot be read: " + cause);
   }
   device_ = found.st_dev;
   inode_ = found.st_ino;
@@ -64,7 +64,7 @@ const ReadFile::Block& ReadFile::block(std::size_t number) {
     do length = fileSystem.pread(file_, read.bytes.get(), kBlock, static_cast<off_t>(number * kBlock));
     while (length < 0 && errno == EINTR);
     if (length < 0)
-      throw ReadFailure(ReadFailure::kSystem, path_ + " cannot be read: " + std::string(std::strerror(errno)));
+      throw ReadFailure(ReadFailure::kRefused, path_ + " cannot be read: " + std::string(std::strerror(errno)));
     read.length = static_cast<std::size_t>(length);
     if (length > 0) kept_.push_back(number);
     blocks_[number] = std::move(read);

@@ -24,7 +24,7 @@ class ReadFile {
   void close();
 
   /// `length` bytes at `offset`, good until the next call.
-  /// @throws ReadFailure kMissing, kSystem; kDamaged past the end
+  /// @throws ReadFailure kMissing, kRefused; kDamaged past the end
   const char* at(std::uint64_t offset, std::size_t length);
   template <class T>
   T get(std::uint64_t offset) {

@@ -97,9 +97,9 @@ class RecordCheck {
       if (c != '\0') ++used, mark = c;
     const bool known = mark == kLive || mark == kDeleted;
     if (!known)
-      faults_.push_back({"its deletion mark is missing", FieldFault::kMark});
+      faults_.push_back({"its deletion mark is missing", FieldFault::kEndMark});
     else if (used != 1 || behind.back() != '\0')
-      faults_.push_back({"bytes that belong to no field stand behind its last one", FieldFault::kMark});
+      faults_.push_back({"bytes that belong to no field stand behind its last one", FieldFault::kEndMark});
     put({mark == kDeleted ? "*" : "!", kEndMarkSize});
   }
 

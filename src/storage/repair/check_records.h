@@ -12,7 +12,7 @@ namespace vorne {
 struct FieldFault {
   enum Kind {
     kLayout,     ///< the record is not laid out as the description says: it may be the description that is wrong
-    kMark,       ///< the same, and no value is lost by it
+    kEndMark,    ///< the same, and no value is lost by it
     kValue,      ///< a number or a date that cannot be
     kReference,  ///< to a memo text that is not there
     kLogical,    ///< neither 0 nor 1: it has always been read as true
@@ -20,8 +20,8 @@ struct FieldFault {
   std::string words;
   Kind kind;
 
-  bool isOfLayout() const { return kind == kLayout || kind == kMark; }
-  bool losesValue() const { return kind != kMark && kind != kLogical; }
+  bool isOfLayout() const { return kind == kLayout || kind == kEndMark; }
+  bool losesValue() const { return kind != kEndMark && kind != kLogical; }
 };
 
 /// @param memoTexts how many texts the memo database has

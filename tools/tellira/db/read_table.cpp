@@ -33,7 +33,7 @@ int reading(const std::function<int()>& action) {
   try {
     return action();
   } catch (const vorne::ReadFailure& failure) {
-    throw Failure(failure.kind == vorne::ReadFailure::kSystem ? kEnded : kNo, utf8FromLatin1(failure.what()));
+    throw Failure(failure.kind == vorne::ReadFailure::kRefused ? kEnded : kNo, utf8FromLatin1(failure.what()));
   }
 }
 

@@ -216,7 +216,7 @@ void runSqlQuery(const std::string& directory, const std::string& statement, Sql
     const TablesInSql tables(directory);
     answer(tables, tables.prepare(statement).get(), format);
   } catch (const vorne::ReadFailure& failure) {
-    throw Failure(failure.kind == vorne::ReadFailure::kSystem ? kEnded : kNo, utf8FromLatin1(failure.what()) + ".");
+    throw Failure(failure.kind == vorne::ReadFailure::kRefused ? kEnded : kNo, utf8FromLatin1(failure.what()) + ".");
   }
 }
 
