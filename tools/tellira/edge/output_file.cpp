@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -93,11 +92,6 @@ void OutputFile::flush() {
   while (!rest.empty()) {
     const ssize_t done = ::write(file_, rest.data(), rest.size());
     if (done < 0 && errno == EINTR) continue;
-    if (done < 0 && errno == EPIPE) {
-      // Who calls the tool may have it ignore the signal; a reader that went away is no failure.
-      std::signal(SIGPIPE, SIG_DFL);
-      std::raise(SIGPIPE);
-    }
     if (done < 0) fail(kEnded);
     rest.remove_prefix(static_cast<std::size_t>(done));
     written_ += static_cast<std::uint64_t>(done);
