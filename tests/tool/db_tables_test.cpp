@@ -518,15 +518,18 @@ TEST_F(Tables, KeepsAwayFromWhatAProgramHasOpen) {
   const std::string catalogue = directory / "DB" / "catalog.plm";
   const int held = open(catalogue.c_str(), O_RDONLY);
   ASSERT_EQ(flock(held, LOCK_SH), 0);
+  const std::string self = "process " + std::to_string(getpid()) + " (tool_tests)";
   for (const Words& words : {Words{"create", "T", "A:D"},
                              {"import", "GOODS", "-"},
                              {"delete", "GOODS", "1"},
                              {"reindex", "GOODS"},
                              {"zap", "GOODS", "--yes"},
-                             {"drop", "GOODS", "--yes"}}) {
+                             {"drop", "GOODS", "--yes"},
+                             {"describe", "GOODS", "A:D"},
+                             {"check", "--repair", "--yes"}}) {
     const Ran ran = db(words, "CODE\nB\n");
     EXPECT_EQ(ran.status, 2) << words[0];
-    EXPECT_THAT(ran.err, HasSubstr("a program has the databases of "));
+    EXPECT_THAT(ran.err, HasSubstr(self + " has the databases of "));
   }
   EXPECT_EQ(exported(), std::string(kHead) + "A,,0.00,,false,\n");
   close(held);
@@ -540,5 +543,5 @@ TEST_F(Tables, KeepsAwayFromWhatAProgramHasOpen) {
   close(other);
   const Ran waited = ended(waiting);
   EXPECT_EQ(waited.status, 0);
-  EXPECT_THAT(waited.err, HasSubstr("waiting for process " + std::to_string(getpid()) + " (tool_tests), "));
+  EXPECT_THAT(waited.err, HasSubstr("waiting for " + self + ", "));
 }

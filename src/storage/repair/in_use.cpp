@@ -21,11 +21,14 @@ bool IsHeld(const std::string& path) {
 
 }  // namespace
 
-bool IsInUse(const std::string& path) {
-  if (IsHeld(path + "/" + kCatalogName)) return true;
-  for (const std::string_view journal : kJournalNames)
-    if (IsHeld(path + "/" + std::string(journal))) return true;
-  return false;
+std::string HeldFile(const std::string& path) {
+  const std::string catalog = path + "/" + kCatalogName;
+  if (IsHeld(catalog)) return catalog;
+  for (const std::string_view name : kJournalNames) {
+    const std::string journal = path + "/" + std::string(name);
+    if (IsHeld(journal)) return journal;
+  }
+  return {};
 }
 
 }  // namespace vorne

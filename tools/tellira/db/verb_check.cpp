@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <map>
 
+#include "db/access.h"
 #include "db/db.h"
 #include "db/words.h"
 #include "edge/confirm.h"
@@ -141,9 +142,7 @@ int runCheck(const DbOptions& options, const CheckVerb& verb) {
     return kNo;
   }
   const DirectoryReport report = inspected(directory, verb.repair);
-  if (verb.repair && report.inUse)
-    throw Failure(kUsage, "a program has the databases of " + directory +
-                              " open; nothing was changed.\n  next: end it and repair again.");
+  if (verb.repair && report.inUse) refuseInUse(directory);
   if (verb.json)
     printJson(jsonOf(report));
   else
