@@ -41,7 +41,7 @@ FLOORS = {
     'tools/text': 'text/',
     'tools/vornetab': 'vornetab/|text/|storage/reading/table_reader$',
     'tools/tellira': 'text/|edge/|library/|sale/|db/',
-    'tools/tellira/edge': 'text/|edge/|storage/disk_layout$',
+    'tools/tellira/edge': 'text/|edge/|storage/(disk_layout|format/names)$',
     'tools/tellira/library': 'text/|edge/|library/|' + VENDOR,
     'tools/tellira/sale': 'text/|edge/|library/|sale/|generated/',
     'tools/tellira/db': 'text/|edge/|db/|vornetab/|runtime/process$|storage/(disk_layout|tables)$|'

@@ -442,9 +442,11 @@ TEST_F(Tables, AnExportReplacesNoDatabaseAndNoLink) {
                                  std::pair("other.csv", "linked.csv"), std::pair("missing.csv", "dangling.csv")})
     std::filesystem::create_symlink(to, directory / link);
   writeFile(other, "old");
+  std::filesystem::create_directories(directory / "empty" / "DB");
   std::filesystem::permissions(other, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
   std::filesystem::create_hard_link(directory / "DB" / "GOODS", directory / "other.csv.part");
-  for (const char* name : {"DB/GOODS", "DB/new.csv", "./DB/../data/GOODS", "goods.csv", "DB/new/new.csv"}) {
+  for (const char* name :
+       {"DB/GOODS", "DB/new.csv", "./DB/../data/GOODS", "goods.csv", "DB/new/new.csv", "empty/DB/x"}) {
     const Ran ran = db({"export", "GOODS", name});
     EXPECT_EQ(ran.status, 2) << name;
     EXPECT_THAT(ran.err, HasSubstr(std::string(name) + " lies in a directory of databases"));
@@ -510,6 +512,7 @@ TEST_F(Tables, AnswersInSqlAreCutToTheTerminalOnly) {
   const std::string seen = seenOnTerminal({"db", "sql", statement});
   EXPECT_THAT(seen, HasSubstr("\r\nA     João  ção" + std::string(64, 'n') + "…\r\n"));
   EXPECT_THAT(ok({"sql", statement}), HasSubstr(std::string(100, 'n') + "  1\n"));
+  EXPECT_THAT(seenOnTerminal({"db", "check"}, "", 20), HasSubstr("GOODS: sound, 1\r\n  record\r\n"));
 }
 
 // A program that has the databases open holds a lock on the catalogue.
