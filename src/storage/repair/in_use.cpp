@@ -11,7 +11,7 @@ namespace vorne {
 
 namespace {
 
-bool IsHeld(const std::string& path) {
+bool isHeld(const std::string& path) {
   const int file = OpenFile(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
   if (file < 0) return false;
   const bool held = fileSystem.flock(file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
@@ -23,10 +23,10 @@ bool IsHeld(const std::string& path) {
 
 std::string HeldFile(const std::string& path) {
   const std::string catalog = path + "/" + kCatalogName;
-  if (IsHeld(catalog)) return catalog;
+  if (isHeld(catalog)) return catalog;
   for (const std::string_view name : kJournalNames) {
     const std::string journal = path + "/" + std::string(name);
-    if (IsHeld(journal)) return journal;
+    if (isHeld(journal)) return journal;
   }
   return {};
 }
