@@ -1,5 +1,8 @@
 #include "log/message_log.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -40,8 +43,18 @@ const char* logName() {
   return text;
 }
 
+// In a host that has closed its standard streams the log would get the number of one, and what is printed would go
+// there.
+std::FILE* openBesideStreams(const char* mode) {
+  std::FILE* file = std::fopen(logName(), mode);
+  if (file == nullptr || ::fileno(file) > STDERR_FILENO) return file;
+  const int moved = ::fcntl(::fileno(file), F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  std::fclose(file);
+  return moved < 0 ? nullptr : ::fdopen(moved, mode);
+}
+
 bool open(const char* mode) {
-  mlogfile = std::fopen(logName(), mode);
+  mlogfile = openBesideStreams(mode);
   if (mlogfile != nullptr) hooks.closeMessageLog = closeAtEnd;
   return mlogfile != nullptr;
 }

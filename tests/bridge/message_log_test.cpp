@@ -5,6 +5,7 @@
 #include "host.h"
 #include "log/message_log.h"
 #include "runtime/vorneobjs.h"
+#include "support/child.h"
 
 namespace {
 
@@ -79,6 +80,18 @@ TEST_F(MessageLogTest, TheNameFollowsTheZoneThatTheHostSets) {
     EXPECT_TRUE(std::filesystem::exists(nameAt(now)) || std::filesystem::exists(nameAt(now - 60))) << zone;
   }
   unsetenv("TZ");
+}
+
+TEST_F(MessageLogTest, KeepsClearOfAStreamThatTheHostHasClosed) {
+  runChild([] {
+    close(STDERR_FILENO);
+    __BeginGlobal();
+    __WriteMsgLog("line");
+    std::ignore = write(STDERR_FILENO, "words", 5);
+    __EndGlobal();
+  });
+  ASSERT_EQ(logs().size(), 1U);
+  EXPECT_EQ(content(logs()[0]), "line\n");
 }
 
 TEST_F(MessageLogTest, WithoutAPlaceForTheLogTheCallGoesOn) {

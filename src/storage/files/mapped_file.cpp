@@ -286,7 +286,7 @@ bool ReserveSpace(int file, std::int64_t from, std::int64_t to) {
 pmymap MapInMemory(const char* name, const std::string& why) {
   Logar(Message("%s fica na memória: %s"_l1, name, why.c_str()).c_str());
   MapOwner map = newMap(name);
-  map->hFile = ::memfd_create(name, MFD_CLOEXEC);
+  map->hFile = AboveStreams(::memfd_create(name, MFD_CLOEXEC));
   if (map->hFile < 0 || !cutFile(map->hFile, kSmallestFile)) mapFailure("falhou abertura do arquivo %s %s", name);
   mapOpen(map.get(), 0, kSmallestFile);
   storeUsed(map.get(), kHeaderSize);
