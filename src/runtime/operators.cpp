@@ -89,15 +89,16 @@ Obj_Node* daysLater(const Obj_Node* date, double days) {
   return __INIT_DATE(*sum);
 }
 
+// Constants and shared values stay what they are, as when they are assigned to: the whole program has them.
 Obj_Node* step(Obj_Node* a, double by) {
   NumberArgument(a);
-  a->objData.mdbl += by;
+  if (a->objType != vConst && a->objType != vRetval) a->objData.mdbl += by;
   return a;
 }
 
 Obj_Node* stepAfter(Obj_Node* a, double by) {
   Obj_Node* old = __INIT_DOUBLE(NumberArgument(a));
-  a->objData.mdbl += by;
+  step(a, by);
   return old;
 }
 

@@ -336,7 +336,8 @@ Obj_Node* __AND(Obj_Node* a, Obj_Node* b);
 Obj_Node* __OR(Obj_Node* a, Obj_Node* b);
 /// Not a logical, the negative of a number, true for NIL. Error 0 for null.
 Obj_Node* __INV(Obj_Node* a);
-/// ++a and --a: the node itself after the change; a++ and a--: a temporary with the old value.
+/// ++a and --a: the node itself after the change; a++ and a--: a temporary with the old value. Constants and shared
+/// values do not change.
 Obj_Node* __PREINCREMENT(Obj_Node* a);
 Obj_Node* __PREDECREMENT(Obj_Node* a);
 Obj_Node* __POSTINCREMENT(Obj_Node* a);

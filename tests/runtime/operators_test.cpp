@@ -63,8 +63,12 @@ TEST_F(Operators, Steps) {
   EXPECT_EQ(numberOf(__POSTDECREMENT(x)), 3);
   EXPECT_EQ(__PREDECREMENT(x), x);
   EXPECT_EQ(numberOf(x), 1);
-  for (auto* op : {&__PREINCREMENT, &__PREDECREMENT, &__POSTINCREMENT, &__POSTDECREMENT})
+  Obj_Node constant = *x;
+  constant.objType = vConst;
+  for (auto* op : {&__PREINCREMENT, &__PREDECREMENT, &__POSTINCREMENT, &__POSTDECREMENT}) {
     expectAll(op, "'a' error  - error");
+    for (Obj_Node* fixed : {&constant, value("r7")}) EXPECT_EQ(numberOf(op(fixed)) + numberOf(fixed), 2);
+  }
 }
 
 TEST_F(Operators, SumsOfTextsWithZeroBytes) {
