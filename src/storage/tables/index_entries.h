@@ -2,6 +2,7 @@
 #pragma once
 
 #include "storage/format/entry_maker.h"
+#include "storage/format/entry_order.h"
 #include "storage/tables/areas.h"
 
 namespace vorne {
@@ -11,6 +12,10 @@ std::vector<char> EntriesOfTable(DmOpenRef table, EntryMaker& maker);
 
 /// How many entries, of a bounded number looked at, are those that `maker` makes of their records.
 UInt32 EntriesThatFit(DmOpenRef table, DmOpenRef index, EntryMaker& maker);
+/// Up to so many entries opening sees whether each record has one; in a larger index whoever walks through it does.
+inline constexpr UInt32 kMostCounted = 65536;
+/// True when no record has two of these entries.
+bool NamesEachRecordOnce(const Entries& entries);
 /// What of an open index does not fit its table, in words for the log; empty when nothing is found. Looks at all
 /// keys of a small table, at a bounded number of a large one's, and at whether every record of one that is not very
 /// large has an entry.
