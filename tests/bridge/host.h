@@ -3,10 +3,7 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <cstdlib>
-#include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,6 +14,7 @@ extern "C" {
 #include "bridge/host_entry.h"
 #include "builtins/vornefun.h"
 #include "runtime/memory.h"
+#include "support/scratch_directory.h"
 
 /// Standard Base64, written apart from the code under test.
 inline std::string base64(std::string_view bytes) {
@@ -41,19 +39,12 @@ struct HostAnswer {
 class HostTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    char name[] = "/tmp/tellira-test-XXXXXX";
-    ASSERT_NE(mkdtemp(name), nullptr);
-    directory_ = name;
-    before_ = std::filesystem::current_path();
-    std::filesystem::current_path(directory_);
     vorne::allocationsLeft = -1;
     SetEncode(1);
   }
   void TearDown() override {
     vorne::allocationsLeft = -1;
     SetEncode(1);
-    std::filesystem::current_path(before_);
-    std::filesystem::remove_all(directory_);
   }
 
   /// Puts the recording vendor libraries into the current directory.
@@ -97,8 +88,7 @@ class HostTest : public ::testing::Test {
   static HostAnswer callRaw(std::string_view raw) { return call(base64(raw)); }
 
  private:
-  std::filesystem::path directory_;
-  std::filesystem::path before_;
+  ScratchDirectory directory_;
   std::vector<void*> mocks_;
 };
 

@@ -86,7 +86,7 @@ TEST_F(Call, StopsWaitingAndSaysForWhat) {
 TEST_F(Call, SaysWhyALibraryCannotBeLoaded) {
   writeFile(directory / "text.so", "this is a text, no library at all");
   // The head of a library alone, of the other word size, and of another processor.
-  const std::string head = contents(FAKE_LIBRARY).substr(0, 64);
+  const std::string head = readFile(FAKE_LIBRARY).substr(0, 64);
   std::string other = head, foreign = head;
   other[4] ^= 3;
   foreign[18] = 8;
