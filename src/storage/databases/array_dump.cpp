@@ -28,7 +28,7 @@ struct NodeImage {
 static_assert(sizeof(NodeImage) == 28 && offsetof(NodeImage, data) == 16 && offsetof(NodeImage, objContext) == 26);
 
 // The bytes of ObjData that mean something outside this process.
-std::size_t DataSize(int type) {
+std::size_t dataSize(int type) {
   switch (type) {
     case varNumber:
     case varDate:
@@ -70,7 +70,7 @@ class Dump {
 
   bool scalar(const Obj_Node* node) {
     NodeImage image = {0, node->objType, node->objVarType, node->objLength, {}, node->objRefCount, node->objContext};
-    std::memcpy(image.data, &node->objData, DataSize(node->objVarType));
+    std::memcpy(image.data, &node->objData, dataSize(node->objVarType));
     std::string record(reinterpret_cast<const char*>(&image), sizeof image);
     if (HasText(node) && node->objLength > 0) {
       const auto length = static_cast<std::size_t>(node->objLength);

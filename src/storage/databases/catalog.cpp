@@ -16,16 +16,16 @@ namespace vorne {
 
 namespace {
 
-UInt32 CatalogEnd() {
+UInt32 catalogEnd() {
   return static_cast<UInt32>(std::min(rwCatalog->szmap, rwCatalog->szallocated));
 }
 
-bool IsFree(UInt32 place) {
+bool isFree(UInt32 place) {
   return Load<UInt32>(rwCatalog->mapmem + place) == 0;
 }
 
-bool IsNamed(UInt32 place, const std::string& folded) {
-  return place + kCatalogEntrySize <= CatalogEnd() && !IsFree(place) && FoldedName(CatalogEntryName(place)) == folded;
+bool isNamed(UInt32 place, const std::string& folded) {
+  return place + kCatalogEntrySize <= catalogEnd() && !isFree(place) && FoldedName(CatalogEntryName(place)) == folded;
 }
 
 // Where each name and each free slot is, so that no search reads the whole catalogue. Another process may have changed
@@ -41,7 +41,7 @@ class Names {
   UInt32 find(const std::string& folded) {
     refresh();
     auto found = places_.find(folded);
-    if (found != places_.end() && !IsNamed(found->second, folded)) {
+    if (found != places_.end() && !isNamed(found->second, folded)) {
       read();
       found = places_.find(folded);
     }
@@ -56,7 +56,7 @@ class Names {
   void add(UInt32 place) {
     free_.erase(place);
     places_.emplace(FoldedName(CatalogEntryName(place)), place);
-    end_ = CatalogEnd();
+    end_ = catalogEnd();
   }
 
   void remove(UInt32 place) {
@@ -69,16 +69,16 @@ class Names {
  private:
   // New entries take the first free slot or lengthen the catalogue, so this notices all of them.
   void refresh() {
-    if (end_ != CatalogEnd() || (!free_.empty() && !IsFree(*free_.begin()))) read();
+    if (end_ != catalogEnd() || (!free_.empty() && !isFree(*free_.begin()))) read();
   }
 
   void read() {
     places_.clear();
     free_.clear();
-    end_ = CatalogEnd();
+    end_ = catalogEnd();
     for (UInt32 place = kHeaderSize; end_ >= kCatalogEntrySize && place <= end_ - kCatalogEntrySize;
          place += kCatalogEntrySize) {
-      if (IsFree(place))
+      if (isFree(place))
         free_.insert(place);
       else
         places_.emplace(FoldedName(CatalogEntryName(place)), place);
@@ -94,7 +94,7 @@ Names names;
 }  // namespace
 
 void FlushCatalog() {
-  FlushViewOfFile(rwCatalog->mapmem, CatalogEnd());
+  FlushViewOfFile(rwCatalog->mapmem, catalogEnd());
 }
 
 void ForgetCatalogNames() {
@@ -142,7 +142,7 @@ void ChangeCatalogEntry(UInt32 place, const DatabaseHdrType& entry, const std::f
   if (files && !files()) Store(at, before);
   BytesAreStored();
   FlushCatalog();
-  if (IsFree(place))
+  if (isFree(place))
     names.setFree(place);
   else
     names.add(place);

@@ -20,13 +20,13 @@ namespace {
 // Bytes behind the used ones that are zero in a file that was left in order.
 constexpr std::int32_t kQuietTail = 128;
 
-bool HasQuietTail(const mymap& map) {
+bool hasQuietTail(const mymap& map) {
   return map.szallocated - map.szmap > kQuietTail;
 }
 
-bool IsTailQuiet(const mymap& map) {
+bool isTailQuiet(const mymap& map) {
   const char* tail = map.mapmem + map.szmap;
-  return !HasQuietTail(map) || std::all_of(tail, tail + kQuietTail, [](char byte) { return byte == 0; });
+  return !hasQuietTail(map) || std::all_of(tail, tail + kQuietTail, [](char byte) { return byte == 0; });
 }
 
 // What a walk along the chain finds.
@@ -38,7 +38,7 @@ struct Walk {
 
 // Calls `visit(number, place)` for every record that counts.
 template <class Visit>
-Walk WalkChain(FileBytes bytes, UInt32 appInfoLen, Visit visit) {
+Walk walkChain(FileBytes bytes, UInt32 appInfoLen, Visit visit) {
   Walk walk;
   std::uint64_t place = FirstRecord(bytes, appInfoLen);
   while (IsRecord(bytes, place)) {
@@ -51,29 +51,29 @@ Walk WalkChain(FileBytes bytes, UInt32 appInfoLen, Visit visit) {
 }
 
 // The bytes that may hold records: an end that cannot be is not believed.
-FileBytes ChainBytes(const mymap& map) {
+FileBytes chainBytes(const mymap& map) {
   const bool plausible = map.szmap >= static_cast<std::int32_t>(RecordsBegin(HeaderOf(map)));
   return plausible ? UsedBytes(map) : AllBytes(map);
 }
 
-void CloseGap(DmOpenRef db, UInt32 place, UInt32 span) {
+void closeGap(DmOpenRef db, UInt32 place, UInt32 span) {
   TailMove move = MoveOf(*db->hFile, place, -static_cast<std::int64_t>(span));
   move.offsetsFollow = db->hOS != nullptr;
   const ProtectedMove made(db->hFile, move);
 }
 
 // The walk after everything that was begun and not released has been taken out.
-Walk WalkRepaired(DmOpenRef db) {
+Walk walkRepaired(DmOpenRef db) {
   const auto walk = [db] {
-    return WalkChain(ChainBytes(*db->hFile), HeaderOf(*db->hFile).AppInfoLen, [](UInt32, UInt32) {});
+    return walkChain(chainBytes(*db->hFile), HeaderOf(*db->hFile).AppInfoLen, [](UInt32, UInt32) {});
   };
   Walk found = walk();
   for (; found.abandoned != 0; found = walk())
-    CloseGap(db, found.abandoned, RecordSpan(HeaderAtPlace(*db, found.abandoned)));
+    closeGap(db, found.abandoned, RecordSpan(HeaderAtPlace(*db, found.abandoned)));
   return found;
 }
 
-void StoreSlots(DmOpenRef db, const Walk& walk) {
+void storeSlots(DmOpenRef db, const Walk& walk) {
   const std::int64_t end = kHeaderSize + static_cast<std::int64_t>(walk.records) * kOffsetSize;
   const auto ensureRoom = [&] { return EnsureRoom(db->hOS, static_cast<long>(end - kHeaderSize)); };
   WriteUsedSize(db->hOS, kHeaderSize);
@@ -85,24 +85,24 @@ void StoreSlots(DmOpenRef db, const Walk& walk) {
     if (!ensureRoom()) GrowthFailure(*db->hOS);
   }
   char* slots = db->hOS->mapmem + kHeaderSize;
-  WalkChain(ChainBytes(*db->hFile), db->Head.AppInfoLen,
+  walkChain(chainBytes(*db->hFile), db->Head.AppInfoLen,
             [slots](UInt32 number, UInt32 place) { Store(slots + number * kOffsetSize, place); });
   WriteUsedSize(db->hOS, end);
 }
 
-void StoreEnd(DmOpenRef db, const Walk& walk) {
+void storeEnd(DmOpenRef db, const Walk& walk) {
   const auto old = static_cast<UInt32>(db->hFile->szmap);
   db->Head.NumberOfRecords = walk.records;
   db->hFile->szmap = static_cast<std::int32_t>(walk.end);
   WriteHeader(db->hFile, db->Head);
   UInt32 behind = std::max(walk.end, old);
-  if (HasQuietTail(*db->hFile)) behind = std::max(behind, walk.end + kQuietTail);
+  if (hasQuietTail(*db->hFile)) behind = std::max(behind, walk.end + kQuietTail);
   std::memset(db->hFile->mapmem + walk.end, 0, behind - walk.end);
   db->Head = HeaderOf(*db->hFile);
 }
 
 // The place behind the last record, as far as the offsets file can tell; 0 when that record cannot be.
-std::int64_t LastRecordEnd(DmOpenRef db) {
+std::int64_t lastRecordEnd(DmOpenRef db) {
   const UInt32 place = GetRecOffSet(db, db->Head.NumberOfRecords - 1);
   if (place > static_cast<UInt32>(db->hFile->szmap))
     Logar(Message("%s offset > hFile->szmap", OffsetsName(db->fName).c_str()).c_str());
@@ -114,25 +114,25 @@ std::int64_t LastRecordEnd(DmOpenRef db) {
   return sound ? static_cast<std::int64_t>(end) : 0;
 }
 
-bool AreOffsetsConsistent(DmOpenRef db) {
+bool areOffsetsConsistent(DmOpenRef db) {
   for (UInt32 i = 0; i < db->Head.NumberOfRecords; ++i)
     if (RecordPlace(*db, i) == 0) return false;
-  return LastRecordEnd(db) == db->hFile->szmap;
+  return lastRecordEnd(db) == db->hFile->szmap;
 }
 
-bool NeedsRebuild(DmOpenRef db) {
+bool needsRebuild(DmOpenRef db) {
   if (OffsetSlots(*db) < db->Head.NumberOfRecords) return true;
-  if (!IsTailQuiet(*db->hFile)) {
-    if (!AreOffsetsConsistent(db)) return true;
+  if (!isTailQuiet(*db->hFile)) {
+    if (!areOffsetsConsistent(db)) return true;
     std::memset(db->hFile->mapmem + db->hFile->szmap, 0, kQuietTail);
   }
   // Records that were written and not counted, or begun and not released, lie behind the last one that counts.
-  return LastRecordEnd(db) < db->hFile->szmap;
+  return lastRecordEnd(db) < db->hFile->szmap;
 }
 
 // The place of record `index`, which need not lie inside the used bytes. `stride` is 0 where places are told by the
 // offsets file; all its bytes count, since its used size may be as wrong. 0 for none.
-std::uint64_t ToldPlace(const OpenStruct& db, const FileHeader& header, UInt32 stride, UInt32 index) {
+std::uint64_t toldPlace(const OpenStruct& db, const FileHeader& header, UInt32 stride, UInt32 index) {
   if (stride != 0) return RecordsBegin(header) + std::uint64_t{index} * stride;
   const FileBytes slots = AllBytes(*db.hOS);
   const std::uint64_t slot = kHeaderSize + std::uint64_t{index} * kOffsetSize;
@@ -141,13 +141,13 @@ std::uint64_t ToldPlace(const OpenStruct& db, const FileHeader& header, UInt32 s
 
 // The end of the last record that the header counts, when every one of them is marked and stands where it is told to
 // be, behind the one before; 0 otherwise.
-std::uint64_t MarkedEnd(const OpenStruct& db, const FileHeader& header, UInt32 stride) {
+std::uint64_t markedEnd(const OpenStruct& db, const FileHeader& header, UInt32 stride) {
   const FileBytes bytes = AllBytes(*db.hFile);
-  std::uint64_t place = ToldPlace(db, header, stride, 0);
+  std::uint64_t place = toldPlace(db, header, stride, 0);
   if (stride == 0 && place != FirstRecord(bytes, header.AppInfoLen)) return 0;
   for (UInt32 i = 0; i < header.NumberOfRecords; ++i) {
     const RecordHeader record = HeaderAt(bytes, place);
-    if (ToldPlace(db, header, stride, i) != place || !IsMarked(record) || !IsRecord(bytes, place)) return 0;
+    if (toldPlace(db, header, stride, i) != place || !IsMarked(record) || !IsRecord(bytes, place)) return 0;
     if (stride != 0 && RecordSpan(record) != stride) return 0;
     place += RecordSpan(record);
   }
@@ -161,10 +161,10 @@ void VerifyUsedSize(DmOpenRef db) {
   if (header.NumberOfRecords == 0 || (header.Type == kVariableDatabase) != (db->hOS != nullptr)) return;
   const FileBytes bytes = AllBytes(*db->hFile);
   const UInt32 stride = db->hOS != nullptr ? 0 : RecordSpan(HeaderAt(bytes, RecordsBegin(header)));
-  const std::uint64_t last = ToldPlace(*db, header, stride, header.NumberOfRecords - 1);
+  const std::uint64_t last = toldPlace(*db, header, stride, header.NumberOfRecords - 1);
   const auto used = static_cast<UInt32>(db->hFile->szmap);
   if (last + RecordSpan(HeaderAt(bytes, last)) <= used) return;
-  const std::uint64_t end = MarkedEnd(*db, header, stride);
+  const std::uint64_t end = markedEnd(*db, header, stride);
   if (end <= used) return;
   Logar(Message("%s: tamanho usado corrigido de %lu para %lu", db->fName, static_cast<unsigned long>(used),
                 static_cast<unsigned long>(end))
@@ -196,7 +196,7 @@ void VerifyEqualRecords(DmOpenRef db) {
     gap = static_cast<UInt32>(place);
   }
   if (unmarked == 1 && used - counted == stride) {
-    CloseGap(db, gap, stride);
+    closeGap(db, gap, stride);
   } else if (unmarked == 0) {
     db->Head.NumberOfRecords = static_cast<UInt32>((used - begin) / stride);
     WriteHeader(db->hFile, db->Head);
@@ -214,8 +214,8 @@ void VerifyFileOffset(DmOpenRef db) {
     const FileBytes bytes = UsedBytes(*db->hFile);
     if (IsRecord(bytes, FirstRecord(bytes, db->Head.AppInfoLen))) RefazerOS(db);
   } else {
-    if (NeedsRebuild(db)) RefazerOS(db);
-    const std::int64_t end = db->Head.NumberOfRecords == 0 ? 0 : LastRecordEnd(db);
+    if (needsRebuild(db)) RefazerOS(db);
+    const std::int64_t end = db->Head.NumberOfRecords == 0 ? 0 : lastRecordEnd(db);
     if (end > db->hFile->szmap) WriteUsedSize(db->hFile, end);
   }
   if (OffsetSlots(*db) > db->Head.NumberOfRecords)
@@ -224,12 +224,12 @@ void VerifyFileOffset(DmOpenRef db) {
 
 void RefazerOS(DmOpenRef db) {
   if (!IsOpen(db) || db->hOS == nullptr) return;
-  const Walk walk = WalkRepaired(db);
+  const Walk walk = walkRepaired(db);
   // What the rebuild is going to leave out can still be had from the copies.
   if (walk.records < db->Head.NumberOfRecords)
     for (const std::string& file : {std::string(db->fName), OffsetsName(db->fName)}) KeepCopy(wcDir, file.c_str());
-  StoreSlots(db, walk);
-  StoreEnd(db, walk);
+  storeSlots(db, walk);
+  storeEnd(db, walk);
 }
 
 int FindEor(DmOpenRef db, UInt32 offset) {

@@ -22,7 +22,7 @@ constexpr Kind kKinds[] = {
     {kList, ".tLog", FourChars("tLog")},
 };
 
-const Kind& KindOf(char letter) {
+const Kind& kindOf(char letter) {
   const Kind* kind = kKinds;
   while (kind->letter != letter && kind != std::end(kKinds) - 1) ++kind;
   return *kind;
@@ -41,7 +41,7 @@ std::string shortSum(const std::string& text) {
 
 std::string TemporaryName(const std::string& owner, char kind) {
   if (kind == kNameAsGiven) return owner;
-  const std::string suffix = KindOf(kind).suffix, folded = FoldedName(owner);
+  const std::string suffix = kindOf(kind).suffix, folded = FoldedName(owner);
   const std::size_t room = kLongestName - suffix.size();
   if (folded.size() <= room) return folded + suffix;
   // Owners that are alike as far as there is room are told apart by what is left of them.
@@ -50,7 +50,7 @@ std::string TemporaryName(const std::string& owner, char kind) {
 }
 
 UInt32 TemporaryCreator(char kind) {
-  return KindOf(kind).creator;
+  return kindOf(kind).creator;
 }
 
 DmOpenRef FindTemporary(const std::string& owner, char kind) {

@@ -14,7 +14,7 @@ namespace {
 // A disposition with this bit empties an existing file. CREATE_ALWAYS lacks it and does not: the callers know.
 constexpr UInt32 kEmpties = 4;
 
-int Descriptor(HANDLE file) {
+int descriptorFor(HANDLE file) {
   return static_cast<int>(file);
 }
 
@@ -24,19 +24,19 @@ bool IsMissing(const char* name) {
   return fileSystem.stat(name, &found) != 0 && errno == ENOENT;
 }
 
-void MakeEmpty(const char* name) {
+void makeEmpty(const char* name) {
   fileSystem.unlink(name);
   const int file = vorne::OpenFile(name, O_WRONLY | O_CREAT | O_TRUNC, 0666);
   if (file >= 0) fileSystem.close(file);
 }
 
-int AccessFlags(UInt32 access) {
+int accessFlags(UInt32 access) {
   const bool reads = (access & GENERIC_READ) != 0, writes = (access & GENERIC_WRITE) != 0;
   if (reads == writes) return O_RDWR;
   return reads ? O_RDONLY : O_WRONLY;
 }
 
-int Counted(ssize_t done, int* count) {
+int counted(ssize_t done, int* count) {
   if (count != nullptr) *count = static_cast<int>(done);
   return static_cast<int>(done);
 }
@@ -45,26 +45,26 @@ int Counted(ssize_t done, int* count) {
 
 HANDLE CreateFile(const char* name, UInt32 access, UInt32, void*, UInt32 disposition, UInt32, HANDLE) {
   if (name == nullptr || *name == 0) return INVALID_HANDLE_VALUE;
-  if ((disposition & kEmpties) != 0 || IsMissing(name)) MakeEmpty(name);
+  if ((disposition & kEmpties) != 0 || IsMissing(name)) makeEmpty(name);
   // A pipe of that name must not hold up the cash desk.
-  return vorne::OpenFile(name, AccessFlags(access) | O_NONBLOCK);
+  return vorne::OpenFile(name, accessFlags(access) | O_NONBLOCK);
 }
 
 int ReadFile(HANDLE file, void* buffer, UInt32 length, int* count, void*) {
-  return Counted(fileSystem.read(Descriptor(file), buffer, length), count);
+  return counted(fileSystem.read(descriptorFor(file), buffer, length), count);
 }
 
 int WriteFile(HANDLE file, const void* buffer, UInt32 length, int* count, void*) {
-  return Counted(fileSystem.write(Descriptor(file), buffer, length), count);
+  return counted(fileSystem.write(descriptorFor(file), buffer, length), count);
 }
 
 long SetFilePointer(HANDLE file, long distance, long*, UInt32 method) {
-  return static_cast<long>(fileSystem.lseek(Descriptor(file), distance, static_cast<int>(method)));
+  return static_cast<long>(fileSystem.lseek(descriptorFor(file), distance, static_cast<int>(method)));
 }
 
 int SetEndOfFile(HANDLE file) {
   const long position = SetFilePointer(file, 0, nullptr, FILE_CURRENT);
-  return position <= 0 ? 0 : fileSystem.ftruncate(Descriptor(file), position);
+  return position <= 0 ? 0 : fileSystem.ftruncate(descriptorFor(file), position);
 }
 
 long GetFileSize(HANDLE file, UInt32*) {
@@ -75,12 +75,12 @@ long GetFileSize(HANDLE file, UInt32*) {
 }
 
 int CloseHandle(HANDLE file) {
-  fileSystem.close(Descriptor(file));
+  fileSystem.close(descriptorFor(file));
   return 1;
 }
 
 int FlushFileBuffers(HANDLE file) {
-  fileSystem.fsync(Descriptor(file));
+  fileSystem.fsync(descriptorFor(file));
   return 1;
 }
 
@@ -101,7 +101,7 @@ int CreateDirectory(const char* path, void*) {
 HANDLE CreateFileMapping(HANDLE file, void*, UInt32, UInt32, UInt32 size, const char*) {
   if (file < 1) return 0;
   SetFilePointer(file, 0, nullptr, FILE_BEGIN);
-  return reinterpret_cast<HANDLE>(fileSystem.mmap(size, Descriptor(file)));
+  return reinterpret_cast<HANDLE>(fileSystem.mmap(size, descriptorFor(file)));
 }
 
 void* MapViewOfFile(HANDLE mapping, UInt32, UInt32, UInt32, UInt32) {

@@ -23,11 +23,11 @@ struct SearchClose {
   }
 };
 
-Search* SearchOf(HANDLE handle) {
+Search* searchOf(HANDLE handle) {
   return handle == INVALID_HANDLE_VALUE || handle == 0 ? nullptr : reinterpret_cast<Search*>(handle);
 }
 
-void FillEntry(const dirent& from, FindEntry* to) {
+void fillEntry(const dirent& from, FindEntry* to) {
   to->d_ino = static_cast<std::uint32_t>(from.d_ino);
   to->d_off = static_cast<std::int32_t>(from.d_off);
   to->d_reclen = from.d_reclen;
@@ -35,7 +35,7 @@ void FillEntry(const dirent& from, FindEntry* to) {
   std::memcpy(to->d_name, from.d_name, ::strnlen(from.d_name, sizeof to->d_name - 1));
 }
 
-std::string LowerCase(std::string text) {
+std::string lowerCase(std::string text) {
   for (char& c : text)
     if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
   return text;
@@ -58,19 +58,19 @@ HANDLE _findfirst(const char* pattern, FindEntry* entry) {
 }
 
 int _findnext(HANDLE handle, FindEntry* entry) {
-  Search* search = SearchOf(handle);
+  Search* search = searchOf(handle);
   if (search == nullptr || entry == nullptr) return -1;
   *entry = {};
   while (const dirent* found = ::readdir(search->directory)) {
     if (search->name.find(found->d_name) == std::string::npos) continue;
-    FillEntry(*found, entry);
+    fillEntry(*found, entry);
     return 0;
   }
   return -1;
 }
 
 int _findclose(HANDLE handle) {
-  if (Search* search = SearchOf(handle)) SearchClose()(search);
+  if (Search* search = searchOf(handle)) SearchClose()(search);
   return 1;
 }
 
@@ -79,5 +79,5 @@ int FileExists(const char* name) {
   const HANDLE search = _findfirst(name, &entry);
   if (search == INVALID_HANDLE_VALUE) return 0;
   _findclose(search);
-  return LowerCase(name).find(LowerCase(entry.d_name)) != std::string::npos;
+  return lowerCase(name).find(lowerCase(entry.d_name)) != std::string::npos;
 }

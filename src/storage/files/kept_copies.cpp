@@ -20,12 +20,12 @@ constexpr int kSuffixes = 1000;  // repairs within one second
 
 std::string copies;
 
-bool Exists(const std::string& path) {
+bool exists(const std::string& path) {
   struct stat found;
   return fileSystem.stat(path.c_str(), &found) == 0;
 }
 
-bool MakeCopiesDirectory(const std::string& directory) {
+bool makeCopiesDirectory(const std::string& directory) {
   const std::tm now = LocalNow();
   char stamp[32];
   std::strftime(stamp, sizeof stamp, "/repair-%Y%m%d-%H%M%S", &now);
@@ -40,7 +40,7 @@ bool MakeCopiesDirectory(const std::string& directory) {
   return false;
 }
 
-bool PutAll(int from, UnfinishedFile& to) {
+bool putAll(int from, UnfinishedFile& to) {
   const std::unique_ptr<char[]> piece(new char[kPiece]);
   for (;;) {
     const ssize_t n = fileSystem.read(from, piece.get(), kPiece);
@@ -51,7 +51,7 @@ bool PutAll(int from, UnfinishedFile& to) {
 }
 
 // Names in a directory are on the disk only after this; a file system that cannot do it has no more to offer.
-void SyncDirectory(const std::string& path) {
+void syncDirectory(const std::string& path) {
   const int directory = OpenFile(path.c_str(), O_RDONLY | O_DIRECTORY);
   if (directory < 0) return;
   fileSystem.fsync(directory);
@@ -59,15 +59,15 @@ void SyncDirectory(const std::string& path) {
 }
 
 // The program that goes on with the file may be another user than the technician who repairs it.
-void GiveToOwnerOf(const std::string& directory, const std::string& path) {
+void giveToOwnerOf(const std::string& directory, const std::string& path) {
   struct stat owner;
   if (fileSystem.stat(directory.c_str(), &owner) == 0 && ::chown(path.c_str(), owner.st_uid, owner.st_gid) != 0)
     errno = 0;  // only the superuser can, and needs to
 }
 
-bool Copy(int from, const std::string& name) {
+bool copyFile(int from, const std::string& name) {
   UnfinishedFile copy(copies + "/" + kUnfinishedName);
-  return PutAll(from, copy) && copy.become(copies + "/" + name, UnfinishedFile::Wait::ForTheDisk);
+  return putAll(from, copy) && copy.become(copies + "/" + name, UnfinishedFile::Wait::ForTheDisk);
 }
 
 }  // namespace
@@ -76,11 +76,11 @@ bool KeepCopy(const char* directory, const char* file) {
   const std::string place = directory, name = file;
   const int from = OpenFile((place + "/" + name).c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
   if (from < 0) return errno == ENOENT;
-  const bool usable = copies.starts_with(place + "/") && !Exists(copies + "/" + name);
-  const bool kept = (usable || MakeCopiesDirectory(place)) && Copy(from, name);
+  const bool usable = copies.starts_with(place + "/") && !exists(copies + "/" + name);
+  const bool kept = (usable || makeCopiesDirectory(place)) && copyFile(from, name);
   const int failure = errno;
   fileSystem.close(from);
-  if (kept) SyncDirectory(copies);
+  if (kept) syncDirectory(copies);
   errno = failure;
   return kept;
 }
@@ -95,13 +95,13 @@ void BeginCopies() {
 
 bool ReplaceFile(const std::string& directory, const std::string& file, FileBytes content) {
   const std::string path = directory + "/" + file;
-  const bool isNew = !Exists(path);
+  const bool isNew = !exists(path);
   UnfinishedFile replacement(directory + "/" + kUnfinishedName);
   for (std::size_t done = 0; done < content.size(); done += kPiece)
     replacement.put(content.data() + done, std::min(kPiece, content.size() - done));
   if (!replacement.become(path, UnfinishedFile::Wait::ForTheDisk)) return false;
-  if (isNew) GiveToOwnerOf(directory, path);
-  SyncDirectory(directory);
+  if (isNew) giveToOwnerOf(directory, path);
+  syncDirectory(directory);
   return true;
 }
 

@@ -50,55 +50,55 @@ struct {
 } failedGrowth;
 
 // A file that is used a lot grows in larger steps.
-std::int64_t GrowthStep(int resize) {
+std::int64_t growthStep(int resize) {
   if (resize < 3) return kSmallestFile;
   return resize < 5 ? 61440 : 92160;
 }
 
 // Not a rounding up to the next multiple: files in the field carry sizes made by this rule.
-std::int64_t FieldSize(std::int64_t size) {
+std::int64_t fieldSize(std::int64_t size) {
   const std::int64_t grown = size + size % kSmallestFile;
   return grown > kLargestFile ? size : grown;
 }
 
 // A map's used size; a file just made has none.
-std::int64_t UsedSize(const mymap& map) {
+std::int64_t usedSize(const mymap& map) {
   return map.szmap == kNewFile ? 0 : map.szmap;
 }
 
-void FlushHeader(const mymap& map) {
+void flushHeader(const mymap& map) {
   FlushViewOfFile(map.mapmem, kHeaderSize);
 }
 
-void FlushUsed(const mymap& map) {
+void flushUsed(const mymap& map) {
   FlushViewOfFile(map.mapmem, static_cast<std::size_t>(map.szmap));
 }
 
-void StoreAllocated(pmymap map, std::int64_t size) {
+void storeAllocated(pmymap map, std::int64_t size) {
   map->szallocated = static_cast<std::int32_t>(size);
   Store(map->mapmem + offsetof(FileHeader, szallocated), map->szallocated);
 }
 
-void StoreUsed(pmymap map, std::int64_t size) {
+void storeUsed(pmymap map, std::int64_t size) {
   map->szmap = static_cast<std::int32_t>(size);
   StoreBarrier();
   Store(map->mapmem + offsetof(FileHeader, szmap), map->szmap);
   StoreBarrier();
 }
 
-void AddUsed(pmymap map, std::int64_t old, std::int64_t n) {
+void addUsed(pmymap map, std::int64_t old, std::int64_t n) {
   map->offset = static_cast<std::int32_t>(old);
-  StoreUsed(map, std::max<std::int64_t>(old + n, kHeaderSize));
+  storeUsed(map, std::max<std::int64_t>(old + n, kHeaderSize));
 }
 
 // Sizes here never pass kLargestFile, or are those of a file that there is.
-bool Cut(int file, std::int64_t size) {
+bool cutFile(int file, std::int64_t size) {
   return fileSystem.ftruncate(file, static_cast<off_t>(size)) == 0;
 }
 
 // Stores the zeros that the new part of a file reads as anyway: the system then keeps it in few large pieces, where the
 // first touch of each page through the mapping would make a piece of its own. Nothing depends on it.
-void TouchAtOnce(int file, std::int64_t from, std::int64_t to) {
+void touchAtOnce(int file, std::int64_t from, std::int64_t to) {
   static char zeros[1 << 17];
   const auto size = static_cast<std::size_t>(to > from ? to - from : 0);
   if (size <= sizeof zeros && fileSystem.lseek(file, static_cast<off_t>(from), SEEK_SET) == from)
@@ -107,10 +107,10 @@ void TouchAtOnce(int file, std::int64_t from, std::int64_t to) {
 
 // Real space up to the end of the file for what is going to be written behind the used size. What other programs made
 // may have holes there.
-bool ReserveAhead(pmymap map, std::int64_t needed) {
+bool reserveAhead(pmymap map, std::int64_t needed) {
   if (needed <= map->reserved) return true;
   const std::int64_t from = map->reserved > map->szmap ? map->reserved : map->szmap;
-  std::int64_t to = needed + GrowthStep(map->resize);
+  std::int64_t to = needed + growthStep(map->resize);
   if (to > map->szallocated) to = map->szallocated;
   if (!ReserveSpace(map->hFile, from, to)) return false;
   map->reserved = static_cast<std::int32_t>(to);
@@ -118,17 +118,17 @@ bool ReserveAhead(pmymap map, std::int64_t needed) {
 }
 
 // The size that a growth to hold `used` bytes leads to; 0 when it would pass the largest file.
-std::int64_t GrownSize(const mymap& map, std::int64_t used) {
+std::int64_t grownSize(const mymap& map, std::int64_t used) {
   if (used > kLargestFile) return 0;
-  std::int64_t size = map.szallocated + GrowthStep(map.resize);
+  std::int64_t size = map.szallocated + growthStep(map.resize);
   if (size < used) size = used + kSmallestFile;
-  size = FieldSize(size);
+  size = fieldSize(size);
   return size > kLargestFile ? kLargestFile : size;
 }
 
-bool Grow(pmymap map, std::int64_t used) {
+bool growFile(pmymap map, std::int64_t used) {
   ++map->resize;
-  const std::int64_t size = GrownSize(*map, used);
+  const std::int64_t size = grownSize(*map, used);
   if (size != 0 && setfilesz(map, static_cast<long>(size))) return true;
   --map->resize;
   return false;
@@ -142,7 +142,7 @@ struct Sizes {
   bool fresh;  // the header must be written
 };
 
-Sizes SizesOf(const FileHeader& header, std::int64_t fileSize) {
+Sizes sizesOf(const FileHeader& header, std::int64_t fileSize) {
   if (fileSize == 0) return {kSmallestFile, kNewFile, true};
   Sizes sizes{header.szallocated, header.szmap, fileSize < kSmallestFile};
   const std::int64_t least = fileSize < kSmallestFile ? kSmallestFile : fileSize;
@@ -156,19 +156,19 @@ Sizes SizesOf(const FileHeader& header, std::int64_t fileSize) {
   return sizes;
 }
 
-[[noreturn]] void MapFailure(const char* format, const char* name) {
+[[noreturn]] void mapFailure(const char* format, const char* name) {
   StorageFailure(Message(format, name, __MemoryReport()).c_str());
 }
-[[noreturn]] void MapFailure(const char* format, const char* name, long size) {
+[[noreturn]] void mapFailure(const char* format, const char* name, long size) {
   StorageFailure(Message(format, name, size, __MemoryReport()).c_str());
 }
 
 // Brings the file to `size` bytes, with real space where it had none; its old size comes back when that fails.
-bool SizeFile(int file, std::int64_t oldSize, std::int64_t size) {
+bool sizeFile(int file, std::int64_t oldSize, std::int64_t size) {
   if (size <= oldSize) return true;
-  if (Cut(file, size) && (oldSize >= kSmallestFile || ReserveSpace(file, 0, kSmallestFile))) return true;
+  if (cutFile(file, size) && (oldSize >= kSmallestFile || ReserveSpace(file, 0, kSmallestFile))) return true;
   const int failure = errno;
-  Cut(file, oldSize);
+  cutFile(file, oldSize);
   errno = failure;
   return false;
 }
@@ -178,15 +178,15 @@ void mapOpen(pmymap map, std::int64_t oldSize, long size) {
   const auto length = static_cast<UInt32>(size) > kHeldAddresses ? static_cast<UInt32>(size) : kHeldAddresses;
   const HANDLE mapping = CreateFileMapping(map->hFile, nullptr, PAGE_READWRITE, 0, length);
   if (mapping == INVALID_HANDLE_VALUE) {
-    Cut(map->hFile, oldSize);
-    MapFailure("falhou CreateFileMapping do arquivo %s sz=%ld %s", map->cfile, size);
+    cutFile(map->hFile, oldSize);
+    mapFailure("falhou CreateFileMapping do arquivo %s sz=%ld %s", map->cfile, size);
   }
   map->hFileMap = MapViewOfFile(mapping);
-  if (map->hFileMap == nullptr) MapFailure("falhou MapViewOfFile do arquivo %s sz=%ld %s", map->cfile, size);
+  if (map->hFileMap == nullptr) mapFailure("falhou MapViewOfFile do arquivo %s sz=%ld %s", map->cfile, size);
   map->mapmem = static_cast<char*>(map->hFileMap);
   map->mapped = length;
-  StoreAllocated(map, size);
-  FlushHeader(*map);
+  storeAllocated(map, size);
+  flushHeader(*map);
 }
 
 MapOwner newMap(const char* name) {
@@ -204,11 +204,11 @@ pmymap tryToMap(const char* name, std::int64_t& missing) {
   FileHeader header;
   long fileSize = 0;
   // An open that fails here must not look like a new file: its header would be written over the old one.
-  if (!GetHeaderAndSize(name, &header, &fileSize)) MapFailure("falhou abertura do arquivo %s %s", name);
-  if (fileSize > static_cast<long>(kLargestFile)) MapFailure("falhou GetFileSize do arquivo %s %s", name);
+  if (!GetHeaderAndSize(name, &header, &fileSize)) mapFailure("falhou abertura do arquivo %s %s", name);
+  if (fileSize > static_cast<long>(kLargestFile)) mapFailure("falhou GetFileSize do arquivo %s %s", name);
 
-  const Sizes sizes = SizesOf(header, fileSize);
-  const std::int64_t size = FieldSize(sizes.allocated);
+  const Sizes sizes = sizesOf(header, fileSize);
+  const std::int64_t size = fieldSize(sizes.allocated);
   map->szmap = static_cast<std::int32_t>(sizes.used);
   missing = size - fileSize;
   if (!GetMappedFile(map.get(), static_cast<long>(size))) {
@@ -221,7 +221,7 @@ pmymap tryToMap(const char* name, std::int64_t& missing) {
     header.szmap = static_cast<std::uint32_t>(map->szmap);
     header.szallocated = static_cast<std::uint32_t>(size);
     Store(map->mapmem, header);
-    FlushHeader(*map);
+    flushHeader(*map);
   }
   return map.release();
 }
@@ -251,7 +251,7 @@ int GetHeaderAndSize(const char* name, FileHeader* header, long* size) {
   const bool readable = *size >= 0 && (*size < static_cast<long>(kHeaderSize) ||
                                        ReadFile(file, header, kHeaderSize, &count) == static_cast<int>(kHeaderSize));
   CloseHandle(file);
-  if (!readable) MapFailure("falhou ReadFile do arquivo %s %s", name);
+  if (!readable) mapFailure("falhou ReadFile do arquivo %s %s", name);
   return 1;
 }
 
@@ -268,7 +268,7 @@ int GetMappedFile(pmymap map, long size) {
   if (map->hFile < 1) map->hFile = OpenFile(wcName, O_RDWR | O_NONBLOCK | O_CREAT, 0660);
   if (map->hFile < 1) return 0;
   const std::int64_t oldSize = GetFileSize(map->hFile);
-  if (oldSize < 0 || !SizeFile(map->hFile, oldSize, size)) return 0;
+  if (oldSize < 0 || !sizeFile(map->hFile, oldSize, size)) return 0;
   if (oldSize > size) size = static_cast<long>(oldSize);
 
   mapOpen(map, oldSize, size);
@@ -287,9 +287,9 @@ pmymap MapInMemory(const char* name, const std::string& why) {
   Logar(Message("%s fica na memória: %s"_l1, name, why.c_str()).c_str());
   MapOwner map = newMap(name);
   map->hFile = ::memfd_create(name, MFD_CLOEXEC);
-  if (map->hFile < 0 || !Cut(map->hFile, kSmallestFile)) MapFailure("falhou abertura do arquivo %s %s", name);
+  if (map->hFile < 0 || !cutFile(map->hFile, kSmallestFile)) mapFailure("falhou abertura do arquivo %s %s", name);
   mapOpen(map.get(), 0, kSmallestFile);
-  StoreUsed(map.get(), kHeaderSize);
+  storeUsed(map.get(), kHeaderSize);
   return map.release();
 }
 
@@ -314,7 +314,7 @@ std::optional<FileHeader> HeaderInFile(const std::string& name) {
 bool EnsureRoom(pmymap map, long n) {
   const std::int64_t used = std::int64_t{map->szmap} + n;
   errno = 0;
-  if ((map->szallocated > used || Grow(map, used)) && ReserveAhead(map, used)) return true;
+  if ((map->szallocated > used || growFile(map, used)) && reserveAhead(map, used)) return true;
   failedGrowth = {n, errno == 0 ? EFBIG : errno};
   return false;
 }
@@ -334,17 +334,17 @@ void WriteHeader(pmymap map, FileHeader header) {
   header.szallocated = static_cast<std::uint32_t>(map->szallocated);
   header.szmap = Load<FileHeader>(map->mapmem).szmap;
   Store(map->mapmem, header);
-  StoreUsed(map, map->szmap);
-  if (!bBatchOper) FlushHeader(*map);
+  storeUsed(map, map->szmap);
+  if (!bBatchOper) flushHeader(*map);
 }
 
 void WriteUsedSize(pmymap map, std::int64_t size) {
-  StoreUsed(map, size);
-  if (!bBatchOper) FlushUsed(*map);
+  storeUsed(map, size);
+  if (!bBatchOper) flushUsed(*map);
 }
 
 void ExtendUsed(pmymap map, std::int64_t n) {
-  AddUsed(map, UsedSize(*map), n);
+  addUsed(map, usedSize(*map), n);
 }
 
 void StoreCount(pmymap map, UInt32 count) {
@@ -365,20 +365,20 @@ int increasefilesz(pmymap map, long n) {
   if (!EnsureRoom(map, added)) return 0;
   // A growth counts the byte that a new file has as used, room that is there does not: sizes in the field came so.
   if (grows)
-    AddUsed(map, map->szmap, added);
+    addUsed(map, map->szmap, added);
   else
     ExtendUsed(map, added);
-  if (grows || !bBatchOper) FlushHeader(*map);
+  if (grows || !bBatchOper) flushHeader(*map);
   return 1;
 }
 
 int setfilesz(pmymap map, long size) {
   if (map == nullptr || size < static_cast<long>(kHeaderSize) || size > static_cast<long>(kLargestFile)) return 0;
-  FlushUsed(*map);
+  flushUsed(*map);
   const std::int64_t old = map->szallocated;
-  if (!Cut(map->hFile, size)) return 0;
+  if (!cutFile(map->hFile, size)) return 0;
   const bool real = ReserveSpace(map->hFile, old, size);
-  if (real) TouchAtOnce(map->hFile, old, size);
+  if (real) touchAtOnce(map->hFile, old, size);
   if (real && static_cast<std::size_t>(size) > map->mapped) {
     void* moved = fileSystem.mremap(map->mapmem, map->mapped, static_cast<std::size_t>(size));
     if (moved != MAP_FAILED) {
@@ -388,14 +388,14 @@ int setfilesz(pmymap map, long size) {
   }
   if (!real || static_cast<std::size_t>(size) > map->mapped) {
     const int failure = errno;
-    Cut(map->hFile, old);
+    cutFile(map->hFile, old);
     errno = failure;
     return 0;
   }
   if (map->reserved >= old || map->reserved > size) map->reserved = static_cast<std::int32_t>(size);
   map->hFileMap = map->mapmem;
-  StoreAllocated(map, size);
-  FlushHeader(*map);
+  storeAllocated(map, size);
+  flushHeader(*map);
   return 1;
 }
 
@@ -406,7 +406,7 @@ int UnmapViewOfFile(pmymap map) {
 
 int liberarmap(pmymap map) {
   if (map == nullptr) return 0;
-  if (map->mapmem != nullptr) FlushUsed(*map);
+  if (map->mapmem != nullptr) flushUsed(*map);
   if (!UnmapViewOfFile(map)) std::printf("erro unmap 1");
   if (map->hFile >= 0) CloseHandle(map->hFile);
   std::free(map);

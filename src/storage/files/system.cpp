@@ -40,35 +40,36 @@ class QuietSizeLimit {
   bool waited_;
 };
 
-int Open(const char* path, int flags, mode_t mode) {
+int openFile(const char* path, int flags, mode_t mode) {
   return ::open(path, flags | O_CLOEXEC, mode);
 }
-ssize_t Write(int file, const void* buffer, std::size_t length) {
+ssize_t writeBytes(int file, const void* buffer, std::size_t length) {
   const QuietSizeLimit quiet;
   return ::write(file, buffer, length);
 }
-int Truncate(int file, off_t size) {
+int truncateFile(int file, off_t size) {
   const QuietSizeLimit quiet;
   return ::ftruncate(file, size);
 }
-int Allocate(int file, off_t offset, off_t length) {
+int allocateFile(int file, off_t offset, off_t length) {
   const QuietSizeLimit quiet;
   return ::fallocate(file, 0, offset, length);
 }
-void* Map(std::size_t length, int file) {
+void* mapFile(std::size_t length, int file) {
   return ::mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
 }
-void* Remap(void* address, std::size_t oldLength, std::size_t newLength) {
+void* remapFile(void* address, std::size_t oldLength, std::size_t newLength) {
   return ::mremap(address, oldLength, newLength, MREMAP_MAYMOVE);
 }
-int Stat(const char* path, struct stat* result) {
+int statFile(const char* path, struct stat* result) {
   return ::stat(path, result);
 }
 
 }  // namespace
 
-const System kSystem = {Open,  ::close,  ::read,  Write,    ::lseek,  Truncate, Allocate, ::fsync, Map,
-                        Remap, ::munmap, ::msync, ::rename, ::unlink, ::mkdir,  Stat,     ::flock, ::pread};
+const System kSystem = {openFile,     ::close,  ::read,  writeBytes, ::lseek,  truncateFile,
+                        allocateFile, ::fsync,  mapFile, remapFile,  ::munmap, ::msync,
+                        ::rename,     ::unlink, ::mkdir, statFile,   ::flock,  ::pread};
 System fileSystem = kSystem;
 
 }  // namespace vorne

@@ -15,7 +15,7 @@ namespace {
 constexpr std::size_t kBuffer = 1 << 16;
 
 // Whoever could use the old file can use the new one; only the superuser can give files away.
-void TakeOwner(int file, const std::string& path) {
+void takeOwner(int file, const std::string& path) {
   struct stat old;
   if (fileSystem.stat(path.c_str(), &old) != 0) return;
   if (::fchmod(file, old.st_mode & 07777) != 0 || ::fchown(file, old.st_uid, old.st_gid) != 0) errno = 0;
@@ -47,7 +47,7 @@ void UnfinishedFile::finish(const FileHeader& header, UInt32 size) {
 
 bool UnfinishedFile::become(const std::string& path, Wait wait) {
   flush();
-  if (sound_) TakeOwner(file_, path);
+  if (sound_) takeOwner(file_, path);
   sound_ = sound_ && (wait == Wait::No || fileSystem.fsync(file_) == 0);
   kept_ = close() && sound_ && fileSystem.rename(path_.c_str(), path.c_str()) == 0;
   return kept_;

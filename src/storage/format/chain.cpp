@@ -8,12 +8,12 @@ namespace {
 constexpr std::uint32_t kLargestUnmarked = 15360;
 constexpr std::uint16_t kImplausibleAttributes = 241;
 
-bool Fits(FileBytes bytes, std::uint64_t offset, const RecordHeader& header) {
+bool fits(FileBytes bytes, std::uint64_t offset, const RecordHeader& header) {
   return header.AllocatedSpace != 0 && header.AllocatedSpace >= header.RecordLen &&
          RecordSpan(header) <= BytesBehind(bytes, offset);
 }
 
-bool EndsWithDeletionMark(FileBytes bytes, std::uint64_t offset, const RecordHeader& header) {
+bool endsWithDeletionMark(FileBytes bytes, std::uint64_t offset, const RecordHeader& header) {
   if (header.RecordLen < 2) return false;
   const char mark = bytes[static_cast<std::size_t>(offset) + kRecordHeaderSize + header.RecordLen - 2];
   return mark == '!' || mark == '*';
@@ -28,14 +28,14 @@ RecordHeader HeaderAt(FileBytes bytes, std::uint64_t offset) {
 
 bool IsRecord(FileBytes bytes, std::uint64_t offset) {
   const RecordHeader header = HeaderAt(bytes, offset);
-  if (!Fits(bytes, offset, header)) return false;
+  if (!fits(bytes, offset, header)) return false;
   if (IsMarked(header)) return true;
-  return header.AllocatedSpace <= kLargestUnmarked && EndsWithDeletionMark(bytes, offset, header);
+  return header.AllocatedSpace <= kLargestUnmarked && endsWithDeletionMark(bytes, offset, header);
 }
 
 bool IsAbandoned(FileBytes bytes, std::uint64_t offset) {
   const RecordHeader header = HeaderAt(bytes, offset);
-  if (!Fits(bytes, offset, header) || header.marca1 != 0 || header.marca2 != 0 || header.RecordAttr != 0 ||
+  if (!fits(bytes, offset, header) || header.marca1 != 0 || header.marca2 != 0 || header.RecordAttr != 0 ||
       header.RecordLen != header.AllocatedSpace)
     return false;
   const std::uint64_t next = offset + RecordSpan(header);
@@ -47,7 +47,7 @@ std::uint64_t FirstRecord(FileBytes bytes, std::uint32_t appInfoLen) {
   if (IsMarked(HeaderAt(bytes, usual)) || IsRecord(bytes, usual)) return usual;
   const std::uint64_t further = usual + kRecordHeaderSize;
   const RecordHeader header = HeaderAt(bytes, further);
-  const bool plausible = Fits(bytes, further, header) && header.RecordAttr < kImplausibleAttributes &&
+  const bool plausible = fits(bytes, further, header) && header.RecordAttr < kImplausibleAttributes &&
                          (IsMarked(header) || header.AllocatedSpace <= kLargestUnmarked);
   return plausible ? further : usual;
 }

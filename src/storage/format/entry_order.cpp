@@ -8,7 +8,7 @@ namespace {
 
 // The first index from `from` to `to` for which `isBehind` holds; it holds for none or for all that follow.
 template <class IsBehind>
-std::uint32_t Halve(std::uint32_t from, std::uint32_t to, IsBehind isBehind) {
+std::uint32_t halve(std::uint32_t from, std::uint32_t to, IsBehind isBehind) {
   while (from < to) {
     const std::uint32_t middle = from + (to - from) / 2;
     if (isBehind(middle))
@@ -21,26 +21,26 @@ std::uint32_t Halve(std::uint32_t from, std::uint32_t to, IsBehind isBehind) {
 
 // The same, by steps that double, from the front or the back.
 template <class IsBehind>
-std::uint32_t LeapForward(std::uint32_t from, std::uint32_t to, IsBehind isBehind) {
+std::uint32_t leapForward(std::uint32_t from, std::uint32_t to, IsBehind isBehind) {
   for (std::uint32_t step = 1; step <= to - from; step *= 2) {
-    if (isBehind(from + step - 1)) return Halve(from, from + step - 1, isBehind);
+    if (isBehind(from + step - 1)) return halve(from, from + step - 1, isBehind);
     from += step;
   }
-  return Halve(from, to, isBehind);
+  return halve(from, to, isBehind);
 }
 
 template <class IsBehind>
-std::uint32_t LeapBack(std::uint32_t from, std::uint32_t to, IsBehind isBehind) {
+std::uint32_t leapBack(std::uint32_t from, std::uint32_t to, IsBehind isBehind) {
   std::uint32_t known = to;
   for (std::uint32_t step = 1; step <= known - from; step *= 2) {
-    if (!isBehind(known - step)) return Halve(known - step + 1, known, isBehind);
+    if (!isBehind(known - step)) return halve(known - step + 1, known, isBehind);
     known -= step;
   }
-  return Halve(from, known, isBehind);
+  return halve(from, known, isBehind);
 }
 
 // How many bytes all keys begin with in common.
-std::size_t CommonStart(const Entries& entries) {
+std::size_t commonStart(const Entries& entries) {
   std::size_t common = entries.keyLength();
   const char* first = entries.key(0);
   for (std::uint32_t i = 1; i < entries.count && common > 0; ++i) {
@@ -61,7 +61,7 @@ std::vector<std::uint32_t> KeyOrder(const Entries& entries) {
   };
   std::vector<std::uint32_t> order(entries.count);
   if (entries.count == 0) return order;
-  const std::size_t common = CommonStart(entries), left = entries.keyLength() - common;
+  const std::size_t common = commonStart(entries), left = entries.keyLength() - common;
   const std::size_t taken = std::min<std::size_t>(left, sizeof(std::uint64_t));
   std::vector<Place> places(entries.count);
   for (std::uint32_t i = 0; i < entries.count; ++i) {
@@ -87,16 +87,16 @@ bool AreInOrder(const Entries& entries) {
 }
 
 std::uint32_t FirstGreater(const Entries& entries, const SoughtKey& key, std::uint32_t from, std::uint32_t to) {
-  return LeapForward(from, to, [&](std::uint32_t index) { return key.compare(entries.key(index)) < 0; });
+  return leapForward(from, to, [&](std::uint32_t index) { return key.compare(entries.key(index)) < 0; });
 }
 
 std::uint32_t FirstGreaterFromBack(const Entries& entries, const SoughtKey& key, std::uint32_t from, std::uint32_t to) {
-  return LeapBack(from, to, [&](std::uint32_t index) { return key.compare(entries.key(index)) < 0; });
+  return leapBack(from, to, [&](std::uint32_t index) { return key.compare(entries.key(index)) < 0; });
 }
 
 std::uint32_t FirstNotSmallerFromBack(const Entries& entries, const SoughtKey& key, std::uint32_t from,
                                       std::uint32_t to) {
-  return LeapBack(from, to, [&](std::uint32_t index) { return key.compare(entries.key(index)) <= 0; });
+  return leapBack(from, to, [&](std::uint32_t index) { return key.compare(entries.key(index)) <= 0; });
 }
 
 }  // namespace vorne

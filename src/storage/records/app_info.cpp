@@ -15,7 +15,7 @@ namespace {
 
 // Gives the block at the file's start `length` bytes, and those of `info` as its content; the records move by the
 // difference. As a whole or not at all, also when the process dies. False when the file cannot grow.
-bool SetBlockLength(DmOpenRef db, UInt32 length, std::span<const char> info = {}) {
+bool setBlockLength(DmOpenRef db, UInt32 length, std::span<const char> info = {}) {
   const UInt32 old = db->Head.AppInfoLen;
   const auto stored = static_cast<UInt32>(info.size());
   if (length == old && !info.empty())
@@ -37,7 +37,7 @@ bool SetBlockLength(DmOpenRef db, UInt32 length, std::span<const char> info = {}
   return true;
 }
 
-RecordStruct* NewBlockHandle(DmOpenRef db, UInt32 size) {
+RecordStruct* newBlockHandle(DmOpenRef db, UInt32 size) {
   RecordStruct* block = TakeHandle(db);
   if (block == nullptr) return nullptr;
   block->size = block->sizeallocated = size;
@@ -49,15 +49,15 @@ RecordStruct* NewBlockHandle(DmOpenRef db, UInt32 size) {
 }
 
 // Brings the file in step with the block's handle, which stays.
-bool StoreBlock(DmOpenRef db, RecordStruct* block) {
-  if (!SetBlockLength(db, block->size)) return false;
+bool storeBlock(DmOpenRef db, RecordStruct* block) {
+  if (!setBlockLength(db, block->size)) return false;
   block->sizeallocated = block->size;
   block->isnew = block->dirty = 0;
   FlushViewOfFile(block->data, block->size);
   return true;
 }
 
-bool HasNothing(const OpenStruct& db) {
+bool hasNothing(const OpenStruct& db) {
   return db.Head.NumberOfRecords == 0 && db.Head.AppInfoLen == 0 && db.appInfoID == 0 && HeldRecord(db) == nullptr;
 }
 
@@ -76,7 +76,7 @@ Err ResizeAppInfo(RecordStruct* block, UInt32 size) {
     block->data = data;
     if (block->locked) NoteLocked(block);
   } else if (size > block->sizeallocated) {
-    if (!SetBlockLength(block->father, size)) GrowthFailure(*block->father->hFile);
+    if (!setBlockLength(block->father, size)) GrowthFailure(*block->father->hFile);
   }
   block->sizeallocated = std::max(block->sizeallocated, size);
   block->size = size;
@@ -89,8 +89,8 @@ Err SetAppInfo(DmOpenRef db, LocalID id) {
   if (!IsOpen(db) || space == nullptr || space->father != db || !(space->onHeap || space->isAppInfo))
     return errArgument;
   SettleHeld(db);
-  if (!space->onHeap) return StoreBlock(db, space) ? errNone : errWriteOutOfBounds;
-  if (!SetBlockLength(db, space->size, {space->data, space->size})) return errWriteOutOfBounds;
+  if (!space->onHeap) return storeBlock(db, space) ? errNone : errWriteOutOfBounds;
+  if (!setBlockLength(db, space->size, {space->data, space->size})) return errWriteOutOfBounds;
   FreeHandle(AppInfoOf(*db));
   // The handle stays the caller's and now stands for the block itself.
   std::free(space->data);
@@ -114,24 +114,24 @@ int __GetAppInfo(DmOpenRef db) {
     db->HeadReaded = 1;
   }
   if (AppInfoOf(*db) == nullptr) db->appInfoID = 0;
-  if (db->Head.AppInfoLen != 0 && db->appInfoID == 0) NewBlockHandle(db, db->Head.AppInfoLen);
+  if (db->Head.AppInfoLen != 0 && db->appInfoID == 0) newBlockHandle(db, db->Head.AppInfoLen);
   return 1;
 }
 
 int __WriteAppInfo(DmOpenRef db) {
   RecordStruct* block = IsOpen(db) ? AppInfoOf(*db) : nullptr;
   if (block == nullptr || !(block->isnew || block->dirty)) return 1;
-  if (!StoreBlock(db, block)) return 0;
+  if (!storeBlock(db, block)) return 0;
   FreeHandle(block);
   return 1;
 }
 
 MemHandle DmNewHandle(DmOpenRef db, UInt32 size) {
   if (!IsOpen(db) || size == 0 || size > kLargestNewSpace) return nullptr;
-  if (HasNothing(*db)) {
+  if (hasNothing(*db)) {
     if (db->hFile->szmap > static_cast<std::int32_t>(kHeaderSize)) DropRecords(db->hFile);
-    if (!SetBlockLength(db, size)) GrowthFailure(*db->hFile);
-    RecordStruct* block = NewBlockHandle(db, size);
+    if (!setBlockLength(db, size)) GrowthFailure(*db->hFile);
+    RecordStruct* block = newBlockHandle(db, size);
     if (block != nullptr) block->isnew = 1;
     return HandleOf(block);
   }

@@ -28,13 +28,13 @@ HandleTables* tables = nullptr;
 // The handle locked last stands in no chain yet: who walks through a database locks the same one again and again.
 RecordStruct* newestLocked = nullptr;
 
-UInt16 Bucket(const void* data) {
+UInt16 bucketOf(const void* data) {
   const auto address = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(data));
   return static_cast<UInt16>((address * 0x9E3779B97F4A7C15u) >> 51);
 }
 static_assert(kBuckets == 1u << (64 - 51));
 
-UInt32 FirstFreeSlot() {
+UInt32 firstFreeSlot() {
   for (UInt32 half = 0; half < 2; ++half) {
     const auto word = half * 64 + static_cast<UInt32>(std::countr_one(tables->full[half]));
     if (word >= kWords) return kHandles;
@@ -43,7 +43,7 @@ UInt32 FirstFreeSlot() {
   return kHandles;
 }
 
-void SetUsed(UInt32 slot, bool used) {
+void setUsed(UInt32 slot, bool used) {
   std::uint64_t& word = tables->used[slot / 64];
   const std::uint64_t bit = std::uint64_t{1} << slot % 64;
   word = used ? word | bit : word & ~bit;
@@ -52,7 +52,7 @@ void SetUsed(UInt32 slot, bool used) {
   full = ~word == 0 ? full | fullBit : full & ~fullBit;
 }
 
-void LeaveBucket(RecordStruct* record) {
+void leaveBucket(RecordStruct* record) {
   if (record->hash == kNoHandle) return;
   UInt16* link = &tables->firstLocked[record->hash];
   while (&tables->records[*link] != record) link = &tables->records[*link].sameHash;
@@ -60,27 +60,27 @@ void LeaveBucket(RecordStruct* record) {
   record->hash = kNoHandle;
 }
 
-void JoinBucket(RecordStruct* record) {
-  const UInt16 bucket = Bucket(record->data);
+void joinBucket(RecordStruct* record) {
+  const UInt16 bucket = bucketOf(record->data);
   if (record->hash == bucket) return;
-  LeaveBucket(record);
+  leaveBucket(record);
   record->sameHash = tables->firstLocked[bucket];
   tables->firstLocked[bucket] = record->slot;
   record->hash = bucket;
 }
 
-bool IsLockedAt(const RecordStruct* record, const void* data) {
+bool isLockedAt(const RecordStruct* record, const void* data) {
   return record != nullptr && record->data == data && record->locked;
 }
 
-void JoinFather(RecordStruct* record) {
+void joinFather(RecordStruct* record) {
   record->next = record->father->firstHandle;
   record->previous = kNoHandle;
   if (record->next != kNoHandle) tables->records[record->next].previous = record->slot;
   record->father->firstHandle = record->slot;
 }
 
-void LeaveFather(RecordStruct* record) {
+void leaveFather(RecordStruct* record) {
   if (record->next != kNoHandle) tables->records[record->next].previous = record->previous;
   if (record->previous != kNoHandle)
     tables->records[record->previous].next = record->next;
@@ -110,28 +110,28 @@ void FreeHandles() {
 }
 
 RecordStruct* TakeHandle(DmOpenRef father) {
-  const UInt32 slot = FirstFreeSlot();
+  const UInt32 slot = firstFreeSlot();
   if (slot >= kHandles) return nullptr;
-  SetUsed(slot, true);
+  setUsed(slot, true);
   RecordStruct* record = &tables->records[slot];
   *record = {};
   record->slot = static_cast<UInt16>(slot);
   record->father = father;
   record->hash = kNoHandle;
   MemHandles[slot] = record;
-  JoinFather(record);
+  joinFather(record);
   return record;
 }
 
 void FreeHandle(RecordStruct* record) {
   if (record == nullptr) return;
   if (record == newestLocked) newestLocked = nullptr;
-  LeaveBucket(record);
-  LeaveFather(record);
+  leaveBucket(record);
+  leaveFather(record);
   if (record->onHeap) std::free(record->data);
   const UInt32 slot = record->slot;
   MemHandles[slot] = nullptr;
-  SetUsed(slot, false);
+  setUsed(slot, false);
   OpenStruct& father = *record->father;
   if (father.Record == slot) father.Record = kNoRecord;
   if (father.appInfoID == slot + 1u) father.appInfoID = 0;
@@ -152,16 +152,16 @@ RecordStruct* RecordOf(MemHandle handle) {
 RecordStruct* LockedRecordAt(const void* data) {
   if (tables == nullptr || data == nullptr) return nullptr;
   RecordStruct* found = nullptr;
-  for (UInt16 slot = tables->firstLocked[Bucket(data)]; slot != kNoHandle; slot = tables->records[slot].sameHash) {
+  for (UInt16 slot = tables->firstLocked[bucketOf(data)]; slot != kNoHandle; slot = tables->records[slot].sameHash) {
     RecordStruct* record = &tables->records[slot];
-    if (IsLockedAt(record, data) && (found == nullptr || record < found)) found = record;
+    if (isLockedAt(record, data) && (found == nullptr || record < found)) found = record;
   }
-  return IsLockedAt(newestLocked, data) && (found == nullptr || newestLocked < found) ? newestLocked : found;
+  return isLockedAt(newestLocked, data) && (found == nullptr || newestLocked < found) ? newestLocked : found;
 }
 
 void NoteLocked(RecordStruct* record) {
   if (record == newestLocked) return;
-  if (newestLocked != nullptr) JoinBucket(newestLocked);
+  if (newestLocked != nullptr) joinBucket(newestLocked);
   newestLocked = record;
 }
 

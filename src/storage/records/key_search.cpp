@@ -17,18 +17,18 @@ namespace {
 constexpr UInt32 kStepsAFlush = 2000;  // who walks long through an index gives the system time to write it
 
 // The entries of an open index, all of them in the file.
-Entries SettledEntries(DmOpenRef index) {
+Entries settledEntries(DmOpenRef index) {
   if (!IsOpen(index)) return {};
   SettleHeld(index);
   return EntriesOf(*index);
 }
 
-std::size_t KeyBytes(const Entries& entries, int length) {
+std::size_t keyBytes(const Entries& entries, int length) {
   return std::min(static_cast<std::size_t>(std::max(length, 0)), entries.keyLength());
 }
 
 // Entries as they stand in the file, counted or not.
-Entries StoredEntries(const OpenStruct& index) {
+Entries storedEntries(const OpenStruct& index) {
   OpenStruct counted = index;
   const UInt32 stride = RecordStride(index), begin = RecordsBegin(index.Head);
   const auto used = static_cast<UInt32>(index.hFile->szmap);
@@ -40,9 +40,9 @@ Entries StoredEntries(const OpenStruct& index) {
 }  // namespace
 
 int FindKeyInIndexFile(DmOpenRef index, const char* entry, int length, UInt32* position) {
-  const Entries entries = SettledEntries(index);
+  const Entries entries = settledEntries(index);
   if (entries.count == 0 || entry == nullptr || position == nullptr) return 0;
-  const SoughtKey key(entry + kEntryKeyAt, KeyBytes(entries, length));
+  const SoughtKey key(entry + kEntryKeyAt, keyBytes(entries, length));
   UInt32 at = 0;
   if (entries.count > 1) {
     at = __FindBinary(index, const_cast<char*>(entry), nullptr, __SCmpFunc, static_cast<std::int16_t>(length)) - 1;
@@ -63,7 +63,7 @@ int FindKeyInIndexFile(DmOpenRef index, const char* entry, int length, UInt32* p
 }
 
 int FindRecnoInIndexFile(DmOpenRef index, std::int32_t record, UInt32* position) {
-  const Entries entries = SettledEntries(index);
+  const Entries entries = settledEntries(index);
   for (UInt32 i = 0; i < entries.count; ++i) {
     if (entries.record(i) != record) continue;
     if (position != nullptr) *position = i;
@@ -75,7 +75,7 @@ int FindRecnoInIndexFile(DmOpenRef index, std::int32_t record, UInt32* position)
 int OrdenarIndice(DmOpenRef index) {
   if (!IsOpen(index)) return 0;
   DmSyncDatabase(index);
-  const Entries entries = StoredEntries(*index);
+  const Entries entries = storedEntries(*index);
   if (entries.count != 0 && !AreInOrder(entries)) {
     const ChangeSeenByReaders change;
     FreeHandle(HeldRecord(*index));

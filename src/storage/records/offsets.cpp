@@ -12,11 +12,11 @@ namespace vorne {
 namespace {
 
 // How many slots the offsets file holds from then on.
-void SetSlots(const OpenStruct& db, UInt32 slots) {
+void setSlots(const OpenStruct& db, UInt32 slots) {
   WriteUsedSize(db.hOS, kHeaderSize + static_cast<std::int64_t>(slots) * kOffsetSize);
 }
 
-void AddTo(const OpenStruct& db, UInt32 first, UInt32 end, std::int64_t moved) {
+void addTo(const OpenStruct& db, UInt32 first, UInt32 end, std::int64_t moved) {
   for (UInt32 i = first; i < end; ++i)
     Store(OffsetSlot(db, i), static_cast<UInt32>(Load<UInt32>(OffsetSlot(db, i)) + moved));
 }
@@ -29,7 +29,7 @@ void AppendOffset(DmOpenRef db, UInt32 index, UInt32 offset) {
   if (end > db->hOS->szmap && !EnsureRoom(db->hOS, static_cast<long>(end - db->hOS->szmap))) GrowthFailure(*db->hOS);
   Store(OffsetSlot(*db, index), offset);
   StoreBarrier();
-  SetSlots(*db, std::max(OffsetSlots(*db), index + 1));
+  setSlots(*db, std::max(OffsetSlots(*db), index + 1));
 }
 
 void InsertOffset(DmOpenRef db, UInt32 index, UInt32 offset, UInt32 moved) {
@@ -38,8 +38,8 @@ void InsertOffset(DmOpenRef db, UInt32 index, UInt32 offset, UInt32 moved) {
   std::memmove(OffsetSlot(*db, index + 1), OffsetSlot(*db, index),
                static_cast<std::size_t>(slots - index) * kOffsetSize);
   Store(OffsetSlot(*db, index), offset);
-  AddTo(*db, index + 1, slots + 1, moved);
-  SetSlots(*db, slots + 1);
+  addTo(*db, index + 1, slots + 1, moved);
+  setSlots(*db, slots + 1);
 }
 
 void RemoveOffset(DmOpenRef db, UInt32 index, UInt32 moved, UInt32 count) {
@@ -49,14 +49,14 @@ void RemoveOffset(DmOpenRef db, UInt32 index, UInt32 moved, UInt32 count) {
   const UInt32 left = slots - std::min(count, slots - index);
   std::memmove(OffsetSlot(*db, index), OffsetSlot(*db, index + slots - left),
                static_cast<std::size_t>(left - index) * kOffsetSize);
-  AddTo(*db, index, left, -static_cast<std::int64_t>(moved));
+  addTo(*db, index, left, -static_cast<std::int64_t>(moved));
   std::memset(OffsetSlot(*db, left), 0, static_cast<std::size_t>(slots - left) * kOffsetSize);
-  SetSlots(*db, left);
+  setSlots(*db, left);
 }
 
 void ShiftOffsets(DmOpenRef db, UInt32 index, std::int64_t moved) {
   if (db->hOS == nullptr) return;
-  AddTo(*db, index, OffsetSlots(*db), moved);
+  addTo(*db, index, OffsetSlots(*db), moved);
   if (!bBatchOper) FlushViewOfFile(db->hOS->mapmem, static_cast<std::size_t>(db->hOS->szmap));
 }
 

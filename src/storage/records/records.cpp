@@ -13,23 +13,23 @@ namespace vorne {
 
 namespace {
 
-void StoreRecordHeader(const OpenStruct& db, UInt32 place, const RecordHeader& header) {
+void storeRecordHeader(const OpenStruct& db, UInt32 place, const RecordHeader& header) {
   Store(db.hFile->mapmem + place, header);
 }
 
-RecordHeader NewRecordHeader(UInt32 size) {
+RecordHeader newRecordHeader(UInt32 size) {
   return {static_cast<std::uint16_t>(size), static_cast<std::uint16_t>(size), 0, 0, 0};
 }
 
-RecordStruct* NewHeld(DmOpenRef db) {
+RecordStruct* newHeld(DmOpenRef db) {
   RecordStruct* record = HeldRecord(*db);
   if (record == nullptr && (record = TakeHandle(db)) != nullptr) db->Record = record->slot;
   return record;
 }
 
 // The held handle, now standing for the record at `place`. Inline, since every read goes through it.
-inline RecordStruct* Hold(DmOpenRef db, UInt32 index, UInt32 place) {
-  RecordStruct* record = NewHeld(db);
+inline RecordStruct* hold(DmOpenRef db, UInt32 index, UInt32 place) {
+  RecordStruct* record = newHeld(db);
   if (record == nullptr) return nullptr;
   const RecordHeader header = HeaderAtPlace(*db, place);
   record->index = index;
@@ -43,7 +43,7 @@ inline RecordStruct* Hold(DmOpenRef db, UInt32 index, UInt32 place) {
 }
 
 // Who reads in order finds what comes a little later in the cache.
-void FetchAhead(const char* data) {
+void fetchAhead(const char* data) {
   constexpr std::size_t kAhead = 4096, kLine = 64;
   __builtin_prefetch(data + kAhead);
   __builtin_prefetch(data + kAhead + kLine);
@@ -51,7 +51,7 @@ void FetchAhead(const char* data) {
 
 // Where the next appended record goes. What may lie between the last record and the end of the used bytes counts for
 // nothing, except in a 'V' database, where its chain decides.
-UInt32 AppendPlace(const OpenStruct& db) {
+UInt32 appendPlace(const OpenStruct& db) {
   const UInt32 records = RecordsBegin(db.Head);
   if (db.Head.NumberOfRecords == 0) return records;
   if (IsVariable(db)) return UsedEnd(db);
@@ -59,7 +59,7 @@ UInt32 AppendPlace(const OpenStruct& db) {
 }
 
 // The end of the used bytes put where the next record goes, should it lie elsewhere.
-void CutTo(DmOpenRef db, UInt32 place) {
+void cutTo(DmOpenRef db, UInt32 place) {
   if (place >= UsedEnd(*db)) return;
   TailMove move = MoveOf(*db->hFile, place, 0);
   move.from = UsedEnd(*db);
@@ -67,21 +67,21 @@ void CutTo(DmOpenRef db, UInt32 place) {
   const ProtectedMove made(db->hFile, move);
 }
 
-UInt32 Append(DmOpenRef db, UInt32 size) {
-  const UInt32 place = AppendPlace(*db);
-  CutTo(db, place);
+UInt32 append(DmOpenRef db, UInt32 size) {
+  const UInt32 place = appendPlace(*db);
+  cutTo(db, place);
   const std::int64_t span = static_cast<std::int64_t>(place) - UsedEnd(*db) + size + kRecordHeaderSize;
   const char* mapping = db->hFile->mapmem;
   if (!EnsureRoom(db->hFile, static_cast<long>(span)) || (db->hOS != nullptr && !EnsureRoom(db->hOS, kOffsetSize)))
     GrowthFailure(*db->hFile);
-  StoreRecordHeader(*db, place, NewRecordHeader(size));
+  storeRecordHeader(*db, place, newRecordHeader(size));
   ExtendUsed(db->hFile, span);
   db->Head = HeaderOf(*db->hFile);
   if (db->hFile->mapmem != mapping) PlaceHandles(db);
   return place;
 }
 
-UInt32 Insert(DmOpenRef db, UInt32 index, UInt32 size) {
+UInt32 insert(DmOpenRef db, UInt32 index, UInt32 size) {
   const UInt32 place = RecordPlace(*db, index);
   if (place == 0) return 0;
   const UInt32 span = size + kRecordHeaderSize;
@@ -89,7 +89,7 @@ UInt32 Insert(DmOpenRef db, UInt32 index, UInt32 size) {
     GrowthFailure(*db->hFile);
   TailMove move = MoveOf(*db->hFile, place, span);
   move.patchAt = place;
-  move.patch = NewRecordHeader(size);
+  move.patch = newRecordHeader(size);
   move.offsetsFollow = db->hOS != nullptr;
   {
     const ProtectedMove made(db->hFile, move);
@@ -106,7 +106,7 @@ std::span<const char> BytesOf(DmOpenRef db, UInt32 index) {
   SettleHeld(db);
   const UInt32 place = index < db->Head.NumberOfRecords ? RecordPlace(*db, index) : 0;
   if (place == 0) return {};
-  FetchAhead(db->hFile->mapmem + place);
+  fetchAhead(db->hFile->mapmem + place);
   return {db->hFile->mapmem + place + kRecordHeaderSize, HeaderAtPlace(*db, place).RecordLen};
 }
 
@@ -167,11 +167,11 @@ MemHandle DmNewRecord(DmOpenRef db, UInt32* index, UInt32 size) {
   SettleHeld(db);
   const UInt32 count = db->Head.NumberOfRecords;
   if (!IsVariable(*db) && count != 0 && size + kRecordHeaderSize != RecordStride(*db)) return nullptr;
-  if (NewHeld(db) == nullptr) return nullptr;
+  if (newHeld(db) == nullptr) return nullptr;
 
   const bool appends = *index >= count;
-  const UInt32 place = appends ? Append(db, size) : Insert(db, *index, size);
-  RecordStruct* record = place == 0 ? nullptr : Hold(db, appends ? count : *index, place);
+  const UInt32 place = appends ? append(db, size) : insert(db, *index, size);
+  RecordStruct* record = place == 0 ? nullptr : hold(db, appends ? count : *index, place);
   if (record == nullptr) return nullptr;
   *index = record->index;
   record->isnew = 1;
@@ -191,7 +191,7 @@ UInt32 __WriteRecordToFile(DmOpenRef db, Boolean dirty) {
   if (!record->isnew && !record->dirty && std::memcmp(db->hFile->mapmem + place, &header, sizeof header) == 0)
     return record->index;
   StoreBarrier();
-  StoreRecordHeader(*db, place, header);
+  storeRecordHeader(*db, place, header);
   if (record->isnew) {
     StoreBarrier();
     StoreCount(db->hFile, ++db->Head.NumberOfRecords);
@@ -210,8 +210,8 @@ MemHandle DmQueryRecord(DmOpenRef db, UInt32 index) {
   SettleHeld(db);
   const UInt32 place = index < db->Head.NumberOfRecords ? RecordPlace(*db, index) : 0;
   if (place == 0 || HeaderAtPlace(*db, place).RecordLen == 0) return nullptr;
-  FetchAhead(db->hFile->mapmem + place);
-  return HandleOf(Hold(db, index, place));
+  fetchAhead(db->hFile->mapmem + place);
+  return HandleOf(hold(db, index, place));
 }
 
 MemHandle DmGetRecord(DmOpenRef db, UInt32 index) {
@@ -219,7 +219,7 @@ MemHandle DmGetRecord(DmOpenRef db, UInt32 index) {
   if (handle == nullptr) return nullptr;
   RecordHeader header = HeaderAtPlace(*db, (*handle)->rOffset);
   header.RecordAttr |= kBusy;
-  StoreRecordHeader(*db, (*handle)->rOffset, header);
+  storeRecordHeader(*db, (*handle)->rOffset, header);
   return handle;
 }
 
@@ -252,7 +252,7 @@ Err DmSetRecordInfo(DmOpenRef db, UInt32 index, const UInt16* attributes, const 
   if (attributes == nullptr) return errNone;
   RecordHeader header = HeaderAtPlace(*db, place);
   header.RecordAttr = *attributes & kKnownAttributes;
-  StoreRecordHeader(*db, place, header);
+  storeRecordHeader(*db, place, header);
   if (!bBatchOper) FlushViewOfFile(db->hFile->mapmem + place, kRecordHeaderSize);
   return errNone;
 }

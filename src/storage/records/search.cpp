@@ -25,7 +25,7 @@ int keyLengthThere(const char* b, MemHandle appInfo, int length) {
 }
 
 // An entry's bytes where they lie, without taking a handle; null when it cannot be read.
-char* EntryBytes(const OpenStruct& db, UInt32 index) {
+char* entryBytes(const OpenStruct& db, UInt32 index) {
   const UInt32 place = RecordPlace(db, index);
   return place == 0 ? nullptr : db.hFile->mapmem + place + kRecordHeaderSize;
 }
@@ -43,7 +43,7 @@ class ForeignEntries {
 
   /// None for an entry that cannot be read.
   std::optional<int> compare(UInt32 probe) const {
-    char* entry = EntryBytes(db_, probe);
+    char* entry = entryBytes(db_, probe);
     if (entry == nullptr) return {};
     return compare_(key_, entry, length_, info_, nullptr, appInfo_);
   }
@@ -82,7 +82,7 @@ class IndexEntries {
 };
 
 template <class Searched>
-UInt32 SortPosition(std::int64_t count, const Searched& entries) {
+UInt32 sortPosition(std::int64_t count, const Searched& entries) {
   std::int64_t low = 0, high = count - 1, seen = -1;
   // The first probe is entry 0, not the middle, and equal entries are walked from where they are met: where a run of
   // equal keys begins and ends for the callers depends on both.
@@ -119,9 +119,9 @@ UInt32 __FindBinary(DmOpenRef db, void* key, void* info, DmComparF* compare, std
   SettleHeld(db);
   const Entries entries = compare == __SCmpFunc ? EntriesOf(*db) : Entries();
   if (entries.count == 0)
-    return SortPosition(db->Head.NumberOfRecords, ForeignEntries(*db, key, info, compare, length));
+    return sortPosition(db->Head.NumberOfRecords, ForeignEntries(*db, key, info, compare, length));
   const auto compared = std::min(static_cast<std::size_t>(std::max<std::int16_t>(length, 0)), entries.keyLength());
-  return SortPosition(entries.count,
+  return sortPosition(entries.count,
                       IndexEntries(entries, static_cast<const char*>(key) + sizeof(std::int32_t), compared));
 }
 
@@ -146,7 +146,7 @@ Err DmFindRecordByID(DmOpenRef db, UInt32 id, UInt32* index) {
   if (!IsOpen(db) || index == nullptr) return errArgument;
   SettleHeld(db);
   for (UInt32 i = 0; i < db->Head.NumberOfRecords; ++i) {
-    const char* entry = EntryBytes(*db, i);
+    const char* entry = entryBytes(*db, i);
     if (entry == nullptr || HeaderAtPlace(*db, RecordPlace(*db, i)).RecordLen < sizeof id) continue;
     if (Load<UInt32>(entry) != id) continue;
     *index = i;

@@ -41,7 +41,7 @@ constexpr std::size_t kBytesBesideEntry = 24;  // for the sorting
 
 // The places of the entries that the removals from `begin` to `end`, which have one key, take out. Of equal entries the
 // last one goes, as whoever searches for it would find.
-void FindRemoved(const Entries& file, const Entries& removed, const std::uint32_t* begin, const std::uint32_t* end,
+void findRemoved(const Entries& file, const Entries& removed, const std::uint32_t* begin, const std::uint32_t* end,
                  UInt32& from, std::vector<UInt32>& found) {
   const SoughtKey key(removed.key(*begin), removed.keyLength());
   const UInt32 behind = FirstGreater(file, key, from, file.count);
@@ -64,14 +64,14 @@ void FindRemoved(const Entries& file, const Entries& removed, const std::uint32_
 }
 
 // False when one is not there.
-bool TakeOut(EntryFile& file, const Entries& removed) {
+bool takeOut(EntryFile& file, const Entries& removed) {
   const std::vector<std::uint32_t> order = KeyOrder(removed);
   const Entries entries = file.entries();
   std::vector<UInt32> places;
   UInt32 from = 0;
   for (auto begin = order.begin(), end = begin; begin != order.end(); begin = end) {
     while (end != order.end() && std::memcmp(removed.key(*begin), removed.key(*end), removed.keyLength()) == 0) ++end;
-    FindRemoved(entries, removed, &*begin, &*begin + (end - begin), from, places);
+    findRemoved(entries, removed, &*begin, &*begin + (end - begin), from, places);
   }
   for (std::size_t i = 0; i < places.size(); ++i) {
     const UInt32 next = i + 1 < places.size() ? places[i + 1] : entries.count;
@@ -83,7 +83,7 @@ bool TakeOut(EntryFile& file, const Entries& removed) {
 
 // ------------------------------------------------------------------------------------------------------- putting in
 
-std::vector<std::uint32_t> InsertionOrder(WaitingEntries& waiting) {
+std::vector<std::uint32_t> insertionOrder(WaitingEntries& waiting) {
   std::vector<std::uint32_t> order;
   if (waiting.ascending) {
     order.resize(waiting.insertions);
@@ -98,7 +98,7 @@ std::vector<std::uint32_t> InsertionOrder(WaitingEntries& waiting) {
 
 // From the back, so that every entry moves once, and to where nothing is needed any more.
 // There is room for them. False when one of them met its equal.
-bool PutIn(EntryFile& file, const Entries& inserted, const std::vector<std::uint32_t>& order) {
+bool putIn(EntryFile& file, const Entries& inserted, const std::vector<std::uint32_t>& order) {
   bool fits = true;
   const auto count = static_cast<UInt32>(order.size());
   const Entries entries = file.entries();
@@ -119,11 +119,11 @@ bool PutIn(EntryFile& file, const Entries& inserted, const std::vector<std::uint
 // Open indexes in which an entry was missing, or stands twice: they are damaged in other places too.
 std::vector<DmOpenRef> doubtful;
 
-bool IsDoubtful(DmOpenRef index) {
+bool isDoubtful(DmOpenRef index) {
   return std::find(doubtful.begin(), doubtful.end(), index) != doubtful.end();
 }
 
-void Settle(DmOpenRef index, WaitingEntries& waiting) {
+void settle(DmOpenRef index, WaitingEntries& waiting) {
   const ChangeSeenByReaders change;
   EntryFile file(index, waiting.size);
   if (!file.isSound()) {
@@ -131,19 +131,19 @@ void Settle(DmOpenRef index, WaitingEntries& waiting) {
     return;
   }
   bool fits = true;
-  if (waiting.removals != 0) fits = TakeOut(file, waiting.removedEntries());
-  const std::vector<std::uint32_t> order = InsertionOrder(waiting);
+  if (waiting.removals != 0) fits = takeOut(file, waiting.removedEntries());
+  const std::vector<std::uint32_t> order = insertionOrder(waiting);
   if (!order.empty()) {
     if (!file.reserve(static_cast<UInt32>(order.size()))) GrowthFailure(*index->hFile);
-    fits &= PutIn(file, waiting.insertedEntries(), order);
+    fits &= putIn(file, waiting.insertedEntries(), order);
   }
-  if (!fits && !IsDoubtful(index)) doubtful.push_back(index);
+  if (!fits && !isDoubtful(index)) doubtful.push_back(index);
 }
 
 // --------------------------------------------------------------------------------------------------------- the queue
 
 // What takes the entry, null for one that cannot be.
-WaitingEntries* QueueFor(DmOpenRef index, std::span<const char> entry) {
+WaitingEntries* queueFor(DmOpenRef index, std::span<const char> entry) {
   if (!IsOpen(index)) return nullptr;
   if (index->waiting == nullptr) MarkBehind(index);
   WaitingEntries& waiting = *index->waiting;
@@ -153,7 +153,7 @@ WaitingEntries* QueueFor(DmOpenRef index, std::span<const char> entry) {
   return waiting.behind ? nullptr : &waiting;
 }
 
-void SettleWhenMany(DmOpenRef index) {
+void settleWhenMany(DmOpenRef index) {
   const WaitingEntries& waiting = *index->waiting;
   const UInt32 count = waiting.insertions + waiting.removals;
   if (count > std::max(kLeastEntriesKept, index->Head.NumberOfRecords / kFileShareKept) ||
@@ -162,7 +162,7 @@ void SettleWhenMany(DmOpenRef index) {
 }
 
 // True when such an entry waited to be put in, which is forgotten. The last of them, as it would stand last.
-bool CancelInsertion(WaitingEntries& waiting, std::span<const char> entry) {
+bool cancelInsertion(WaitingEntries& waiting, std::span<const char> entry) {
   if (waiting.insertions == 0) return false;
   const Entries inserted = waiting.insertedEntries();
   if (waiting.byRecord.empty())
@@ -193,7 +193,7 @@ void MarkBehind(DmOpenRef index) {
 }
 
 void InsertEntry(DmOpenRef index, std::span<const char> entry) {
-  WaitingEntries* waiting = QueueFor(index, entry);
+  WaitingEntries* waiting = queueFor(index, entry);
   if (waiting == nullptr) return;
   waiting->inserted.insert(waiting->inserted.end(), entry.begin(), entry.end());
   const UInt32 number = waiting->insertions++;
@@ -201,19 +201,19 @@ void InsertEntry(DmOpenRef index, std::span<const char> entry) {
   if (waiting->ascending && number != 0)
     waiting->ascending = std::memcmp(inserted.key(number - 1), inserted.key(number), inserted.keyLength()) <= 0;
   if (!waiting->byRecord.empty()) waiting->byRecord.emplace(inserted.record(number), number);
-  SettleWhenMany(index);
+  settleWhenMany(index);
 }
 
 void RemoveEntry(DmOpenRef index, std::span<const char> entry) {
-  WaitingEntries* waiting = QueueFor(index, entry);
-  if (waiting == nullptr || CancelInsertion(*waiting, entry)) return;
+  WaitingEntries* waiting = queueFor(index, entry);
+  if (waiting == nullptr || cancelInsertion(*waiting, entry)) return;
   waiting->removed.insert(waiting->removed.end(), entry.begin(), entry.end());
   ++waiting->removals;
-  SettleWhenMany(index);
+  settleWhenMany(index);
 }
 
 bool IsBehind(DmOpenRef index) {
-  return IsOpen(index) && ((index->waiting != nullptr && index->waiting->behind) || IsDoubtful(index));
+  return IsOpen(index) && ((index->waiting != nullptr && index->waiting->behind) || isDoubtful(index));
 }
 
 void SettleEntries(DmOpenRef index) {
@@ -222,7 +222,7 @@ void SettleEntries(DmOpenRef index) {
   if (!index->waiting->isPending() && staysBehind) return;
   // Out of the database first: should the file not grow, the way out closes it, and that must not try again.
   std::unique_ptr<WaitingEntries> waiting(std::exchange(index->waiting, nullptr));
-  if (waiting->isPending()) Settle(index, *waiting);
+  if (waiting->isPending()) settle(index, *waiting);
   if (!waiting->announced && !waiting->behind) return StoreMark(*index, 0);
   index->waiting = new WaitingEntries;
   index->waiting->announced = waiting->announced;
@@ -236,7 +236,7 @@ void DropEntries(DmOpenRef index) {
 }
 
 void SettleZapped(DmOpenRef index) {
-  if (index->waiting == nullptr && !IsDoubtful(index)) return;
+  if (index->waiting == nullptr && !isDoubtful(index)) return;
   DropEntries(index);
   StoreMark(*index, 0);
 }

@@ -17,33 +17,33 @@ namespace {
 
 constexpr std::uint32_t kAssumedType = FourChars("OTHR");
 
-bool IsFree(const DatabaseHdrType& entry) {
+bool isFree(const DatabaseHdrType& entry) {
   return Load<std::uint32_t>(&entry) == 0;
 }
 
-bool IsNamed(const DatabaseHdrType& entry) {
+bool isNamed(const DatabaseHdrType& entry) {
   return std::memchr(entry.name, 0, sizeof entry.name) != nullptr && IsDatabaseName(NameOf(entry));
 }
 
-std::uint32_t TypeOfKind(std::uint8_t kind) {
+std::uint32_t typeOfKind(std::uint8_t kind) {
   if (kind == kIndexDatabase) return kTypeIndex;
   return kind == kVariableDatabase ? kTypeData : kAssumedType;
 }
 
-const char* TypeWords(std::uint32_t type) {
+const char* typeWords(std::uint32_t type) {
   if (type == kTypeIndex) return "INDX";
   if (type == kTypeMemo) return "MEMO";
   return type == kTypeData ? "DATA" : "OTHR";
 }
 
-SYSTEMTIME Now() {
+SYSTEMTIME timeNow() {
   const std::tm now = LocalNow();
   const auto narrow = [](int n) { return static_cast<std::uint16_t>(n); };
   return {narrow(now.tm_year + 1900), narrow(now.tm_mon + 1), narrow(now.tm_wday), narrow(now.tm_mday),
           narrow(now.tm_hour),        narrow(now.tm_min),     narrow(now.tm_sec),  0};
 }
 
-std::vector<DatabaseHdrType> EntriesBetween(FileBytes bytes, std::uint64_t from, std::uint64_t end) {
+std::vector<DatabaseHdrType> entriesBetween(FileBytes bytes, std::uint64_t from, std::uint64_t end) {
   std::vector<DatabaseHdrType> entries;
   end = std::min<std::uint64_t>(end, bytes.size());
   for (std::uint64_t at = from; at < end && end - at >= kCatalogEntrySize; at += kCatalogEntrySize)
@@ -54,7 +54,7 @@ std::vector<DatabaseHdrType> EntriesBetween(FileBytes bytes, std::uint64_t from,
 // What a data file without an entry tells of itself.
 enum class Stray { kNone, kEmpty, kHolding };
 
-Stray StrayKind(const FileHeader& header, std::uint64_t size) {
+Stray strayKind(const FileHeader& header, std::uint64_t size) {
   const bool known = header.Version == 2 && (header.Type == kVariableDatabase || header.Type == kIndexDatabase ||
                                              header.Type == kFixedDatabase);
   if (!known || header.szmap > size || header.NumberOfRecords > size) return Stray::kNone;
@@ -64,7 +64,7 @@ Stray StrayKind(const FileHeader& header, std::uint64_t size) {
 }
 
 // True when one is the other with a letter or two changed, as damage leaves it.
-bool IsAlike(const std::string& a, const std::string& b) {
+bool isAlike(const std::string& a, const std::string& b) {
   constexpr int kFewLetters = 2;
   int differing = 0;
   if (a.size() != b.size()) return false;
@@ -79,11 +79,11 @@ class CatalogCheck {
 
   CatalogState run() {
     const std::uint32_t end = lastSlotEnd();
-    state_.slots = EntriesBetween(catalog_.bytes(), kHeaderSize, end);
+    state_.slots = entriesBetween(catalog_.bytes(), kHeaderSize, end);
     for (std::size_t i = 0; i < state_.slots.size(); ++i) checkSlot(i);
     readLost(end);
     for (const auto& [name, entry] : directory_.files()) checkFile(name, entry);
-    while (!state_.slots.empty() && IsFree(state_.slots.back())) state_.slots.pop_back();
+    while (!state_.slots.empty() && isFree(state_.slots.back())) state_.slots.pop_back();
     settleLost();
     state_.complete = complete_;
     state_.rewrite = complete_ && !findings_.sound();
@@ -95,7 +95,7 @@ class CatalogCheck {
   void settleLost() {
     for (const std::string& found : restored_) {
       const auto entry = std::find_if(state_.gone.begin(), state_.gone.end(),
-                                      [&](const DatabaseHdrType& gone) { return IsAlike(NameOf(gone), found); });
+                                      [&](const DatabaseHdrType& gone) { return isAlike(NameOf(gone), found); });
       if (entry != state_.gone.end())
         state_.gone.erase(entry);
       else if (state_.lostEntries != 0)
@@ -116,7 +116,7 @@ class CatalogCheck {
 
   void checkSlot(std::size_t index) {
     DatabaseHdrType& entry = state_.slots[index];
-    if (!IsFree(entry)) {
+    if (!isFree(entry)) {
       const std::string words = faultOf(entry);
       if (words.empty()) return takeName(entry);
       findings_.damage(words, static_cast<std::int64_t>(index) + 1);
@@ -126,7 +126,7 @@ class CatalogCheck {
 
   // What makes an entry useless; empty when it is good, or its name was put right.
   std::string faultOf(DatabaseHdrType& entry) {
-    if (!IsNamed(entry)) {
+    if (!isNamed(entry)) {
       ++state_.lostEntries;
       return "its name cannot be a database's";
     }
@@ -182,8 +182,8 @@ class CatalogCheck {
     const RawFile backup = directory_.read(kCatalogBackupName);
     complete_ = backup.error.empty() || directory_.kindOf(kCatalogBackupName) != FileKind::kRegular;
     if (!complete_) report_.problems.push_back({kCatalogBackupName, -1, "it cannot be read: " + backup.error, false});
-    for (const DatabaseHdrType& entry : EntriesBetween(catalog_.bytes(), end, kLargestFile)) addLost(entry);
-    for (const DatabaseHdrType& entry : EntriesBetween(backup.bytes(), kHeaderSize, kLargestFile)) addLost(entry);
+    for (const DatabaseHdrType& entry : entriesBetween(catalog_.bytes(), end, kLargestFile)) addLost(entry);
+    for (const DatabaseHdrType& entry : entriesBetween(backup.bytes(), kHeaderSize, kLargestFile)) addLost(entry);
     const bool same =
         backup.length == catalog_.length &&
         (backup.length == 0 || std::memcmp(backup.memory.get(), catalog_.memory.get(), backup.length) == 0);
@@ -194,7 +194,7 @@ class CatalogCheck {
   }
 
   void addLost(const DatabaseHdrType& entry) {
-    if (!IsFree(entry) && IsNamed(entry) && directory_.kindOf(NameOf(entry)) == FileKind::kRegular)
+    if (!isFree(entry) && isNamed(entry) && directory_.kindOf(NameOf(entry)) == FileKind::kRegular)
       lost_.emplace(NameOf(entry), entry);
   }
 
@@ -216,7 +216,7 @@ class CatalogCheck {
     if (names_.contains(FoldedName(name))) return foreign(name, "a database has this name in other letters");
     const RawFile start = directory_.read(name, kHeaderSize);
     const FileHeader header = FileHeaderOf(start.bytes());
-    const Stray stray = StrayKind(header, entry.size);
+    const Stray stray = strayKind(header, entry.size);
     if (stray == Stray::kEmpty)
       return foreign(name, "it is an empty database without an entry, left when one was being made");
     if (stray == Stray::kNone && lost == lost_.end()) {
@@ -227,7 +227,7 @@ class CatalogCheck {
     if (clashes(name, KindOfType(found.type)))
       return foreign(name, "it shares its file with a database's offsets file");
     findings_.damage(lost == lost_.end() ? Message("%s has no entry; by its kind '%c' its type code is taken to be %s",
-                                                   name.c_str(), header.Type, TypeWords(found.type))
+                                                   name.c_str(), header.Type, typeWords(found.type))
                                          : "the entry of " + name + " is missing");
     restore(found);
   }
@@ -243,7 +243,7 @@ class CatalogCheck {
 
   // Of those with an offsets file, tables have a description.
   std::uint32_t typeOfStray(const std::string& name, const FileHeader& header) const {
-    if (header.Type != kVariableDatabase) return TypeOfKind(header.Type);
+    if (header.Type != kVariableDatabase) return typeOfKind(header.Type);
     return header.AppInfoLen == 0 && name.ends_with(kMemoSuffix) ? kTypeMemo : kTypeData;
   }
 
@@ -252,7 +252,7 @@ class CatalogCheck {
   }
 
   void restore(const DatabaseHdrType& entry) {
-    const auto free = std::find_if(state_.slots.begin(), state_.slots.end(), IsFree);
+    const auto free = std::find_if(state_.slots.begin(), state_.slots.end(), isFree);
     if (free == state_.slots.end())
       state_.slots.push_back(entry);
     else
@@ -279,7 +279,7 @@ class CatalogCheck {
 }  // namespace
 
 std::vector<DatabaseHdrType> CatalogEntries(const RawFile& catalog) {
-  return EntriesBetween(catalog.bytes(), kHeaderSize, FileHeaderOf(catalog.bytes()).szmap);
+  return entriesBetween(catalog.bytes(), kHeaderSize, FileHeaderOf(catalog.bytes()).szmap);
 }
 
 CatalogState CheckCatalog(const DataDirectory& directory, const RawFile& catalog, Findings& findings,
@@ -291,7 +291,7 @@ DatabaseHdrType NewEntry(const std::string& name, std::uint32_t type) {
   DatabaseHdrType entry = {};
   name.copy(entry.name, kLongestName);
   entry.type = type;
-  entry.creationDate = entry.modificationDate = Now();
+  entry.creationDate = entry.modificationDate = timeNow();
   return entry;
 }
 

@@ -11,15 +11,15 @@ namespace {
 constexpr std::uint32_t kQuietTail = 128;
 constexpr std::uint32_t kSmallestSpan = kRecordHeaderSize + 1;
 
-bool IsKnownKind(std::uint8_t type) {
+bool isKnownKind(std::uint8_t type) {
   return type == kVariableDatabase || type == kIndexDatabase || type == kFixedDatabase;
 }
 
 // The header's kind, unless the presence of an offsets file stands with the catalogue's against it.
-DatabaseKind ChooseKind(std::uint32_t type, const DatabaseFiles& files, Findings& findings) {
+DatabaseKind chooseKind(std::uint32_t type, const DatabaseFiles& files, Findings& findings) {
   const FileHeader header = FileHeaderOf(files.data.bytes());
   const DatabaseKind expected = KindOfType(type);
-  if (!IsKnownKind(header.Type)) {
+  if (!isKnownKind(header.Type)) {
     if (files.data.length >= kHeaderSize)
       findings.damage(
           Message("its header has no known kind (0x%02X), its type code means '%c'", header.Type, expected));
@@ -37,7 +37,7 @@ DatabaseKind ChooseKind(std::uint32_t type, const DatabaseFiles& files, Findings
 }
 
 // How much of the header can be believed. Without version and kind it is none.
-DataFile Believed(const DatabaseFiles& files, Findings& findings) {
+DataFile believedHeader(const DatabaseFiles& files, Findings& findings) {
   DataFile file{files.data.bytes(), {}, {}, {}, {}};
   const FileHeader header = FileHeaderOf(file.bytes);
   if (file.bytes.size() < kHeaderSize) {
@@ -45,7 +45,7 @@ DataFile Believed(const DatabaseFiles& files, Findings& findings) {
     return file;
   }
   if (header.Version != 2) findings.damage(Message("its header has version %u, not 2", header.Version));
-  if (header.Version != 2 && !IsKnownKind(header.Type)) return file;
+  if (header.Version != 2 && !isKnownKind(header.Type)) return file;
   if (header.AppInfoLen <= file.bytes.size() - kHeaderSize)
     file.appInfoLen = header.AppInfoLen;
   else
@@ -62,7 +62,7 @@ DataFile Believed(const DatabaseFiles& files, Findings& findings) {
 
 // ------------------------------------------------------------------------------------------------- offsets files
 
-Slots SlotsOf(const RawFile& offsets, std::uint32_t counted, Findings& findings) {
+Slots slotsOf(const RawFile& offsets, std::uint32_t counted, Findings& findings) {
   if (offsets.length == 0) return {};
   const std::optional<std::uint32_t> end = UsedEnd(offsets, kHeaderSize, findings);
   if (offsets.length < kHeaderSize) return {};
@@ -71,7 +71,7 @@ Slots SlotsOf(const RawFile& offsets, std::uint32_t counted, Findings& findings)
 }
 
 // The slots follow the records, with or without one for each record begun and not finished.
-bool SlotsFollow(const Slots& slots, const Records& records, Findings& findings) {
+bool slotsFollow(const Slots& slots, const Records& records, Findings& findings) {
   std::uint32_t slot = 0;
   auto unfinished = records.unfinished.begin();
   for (std::size_t i = 0; i < records.places.size(); ++i, ++slot) {
@@ -86,10 +86,10 @@ bool SlotsFollow(const Slots& slots, const Records& records, Findings& findings)
 }
 
 // True when the file must be written anew.
-bool CheckSlots(const DataFile& file, const Records& records, Findings& findings) {
+bool checkSlots(const DataFile& file, const Records& records, Findings& findings) {
   const std::size_t there = records.places.size();
   const std::uint32_t slots = file.slots.size();
-  if (!SlotsFollow(file.slots, records, findings)) return true;
+  if (!slotsFollow(file.slots, records, findings)) return true;
   if (slots == there || (slots > there && slots <= there + records.unfinished.size())) return false;
   if (slots == 0 || slots + std::size_t{1} == there)
     findings.note(Message("it has %u places for %zu records; the next opening makes it anew", slots, there));
@@ -98,7 +98,7 @@ bool CheckSlots(const DataFile& file, const Records& records, Findings& findings
   return true;
 }
 
-bool IsTailQuiet(FileBytes bytes, std::uint32_t end) {
+bool isTailQuiet(FileBytes bytes, std::uint32_t end) {
   const FileBytes tail = bytes.subspan(end, std::min<std::size_t>(kQuietTail, bytes.size() - end));
   return std::all_of(tail.begin(), tail.end(), [](char byte) { return byte == 0; });
 }
@@ -107,18 +107,18 @@ bool IsTailQuiet(FileBytes bytes, std::uint32_t end) {
 
 DatabaseState CheckDatabase(std::uint32_t type, const DatabaseFiles& files, Findings& data, Findings& offsets) {
   DatabaseState state;
-  state.kind = ChooseKind(type, files, data);
-  DataFile file = Believed(files, data);
+  state.kind = chooseKind(type, files, data);
+  DataFile file = believedHeader(files, data);
   const bool variable = state.kind == kVariableDatabase;
-  if (variable) file.slots = SlotsOf(files.offsets, file.count.value_or(0), offsets);
+  if (variable) file.slots = slotsOf(files.offsets, file.count.value_or(0), offsets);
   state.records = variable ? SalvageChain(file, data) : SalvageEqualRecords(file, data);
   if (type == kTypeMemo) FillGaps(state.records);
   if (!data.sound()) state.records.rewrite = true;
   if (variable) {
-    const bool anew = !offsets.sound() || (!state.records.rewrite && CheckSlots(file, state.records, offsets));
+    const bool anew = !offsets.sound() || (!state.records.rewrite && checkSlots(file, state.records, offsets));
     state.rewriteOffsets = anew || state.records.rewrite;
   }
-  if (!state.records.rewrite && !IsTailQuiet(file.bytes, state.records.end))
+  if (!state.records.rewrite && !isTailQuiet(file.bytes, state.records.end))
     data.note("what follows its last record is not empty");
   return state;
 }
@@ -154,7 +154,7 @@ FileBytes SavedBlock(const DatabaseFiles& files, const Records& records) {
 
 namespace {
 
-std::vector<char> NewFile(FileHeader header, std::uint64_t used, std::uint64_t oldSize) {
+std::vector<char> newFile(FileHeader header, std::uint64_t used, std::uint64_t oldSize) {
   std::vector<char> bytes(RepairedSize(used, oldSize));
   header.szallocated = static_cast<std::uint32_t>(bytes.size());
   header.szmap = static_cast<std::uint32_t>(used);
@@ -165,14 +165,14 @@ std::vector<char> NewFile(FileHeader header, std::uint64_t used, std::uint64_t o
 }  // namespace
 
 std::vector<char> EmptyDatabase(DatabaseKind kind) {
-  return NewFile({2, kind, 0, 0, 0, 0, 0}, kHeaderSize, 0);
+  return newFile({2, kind, 0, 0, 0, 0, 0}, kHeaderSize, 0);
 }
 
 namespace {
 
 // Calls `visit(place, header, new place)` for each record, and returns the end of what is used then.
 template <class Visit>
-std::uint64_t ForEachNewPlace(const DatabaseFiles& files, const Records& records, Visit visit) {
+std::uint64_t forEachNewPlace(const DatabaseFiles& files, const Records& records, Visit visit) {
   std::uint64_t place = std::uint64_t{kHeaderSize} + SavedBlock(files, records).size();
   for (const std::uint32_t old : records.places) {
     const RecordHeader header = SavedHeader(files.data.bytes(), records, old);
@@ -189,10 +189,10 @@ std::vector<char> RepairedData(const DatabaseFiles& files, const DatabaseState& 
   const Records& records = state.records;
   const FileBytes block = SavedBlock(files, records);
   const auto count = static_cast<std::uint32_t>(records.places.size()), info = static_cast<std::uint32_t>(block.size());
-  const std::uint64_t used = ForEachNewPlace(files, records, [](auto...) {});
-  std::vector<char> bytes = NewFile({2, state.kind, 0, info, count, 0, 0}, used, old.size());
+  const std::uint64_t used = forEachNewPlace(files, records, [](auto...) {});
+  std::vector<char> bytes = newFile({2, state.kind, 0, info, count, 0, 0}, used, old.size());
   std::copy(block.begin(), block.end(), bytes.begin() + kHeaderSize);
-  ForEachNewPlace(files, records, [&](std::uint32_t from, const RecordHeader& header, std::uint64_t to) {
+  forEachNewPlace(files, records, [&](std::uint32_t from, const RecordHeader& header, std::uint64_t to) {
     char* at = bytes.data() + to;
     Store(at, Mended(header, header.AllocatedSpace));
     // What is reserved behind a record goes with it.
@@ -206,7 +206,7 @@ std::vector<char> RepairedData(const DatabaseFiles& files, const DatabaseState& 
 
 std::vector<char> RepairedOffsets(const DatabaseFiles& files, const DatabaseState& state) {
   const std::uint64_t used = kHeaderSize + std::uint64_t{state.records.places.size()} * kOffsetSize;
-  std::vector<char> bytes = NewFile({}, used, files.offsets.length);
+  std::vector<char> bytes = newFile({}, used, files.offsets.length);
   char* slot = bytes.data() + kHeaderSize;
   const auto store = [&](std::uint32_t place) {
     Store(slot, place);
@@ -215,7 +215,7 @@ std::vector<char> RepairedOffsets(const DatabaseFiles& files, const DatabaseStat
   if (!state.records.rewrite)
     for (const std::uint32_t place : state.records.places) store(place);
   else
-    ForEachNewPlace(files, state.records, [&](std::uint32_t, const RecordHeader&, std::uint64_t to) {
+    forEachNewPlace(files, state.records, [&](std::uint32_t, const RecordHeader&, std::uint64_t to) {
       store(static_cast<std::uint32_t>(to));
     });
   return bytes;

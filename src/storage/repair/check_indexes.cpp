@@ -137,7 +137,7 @@ std::size_t entriesThatFit(const CheckedTable& table, const CheckedDatabase& ind
 }
 
 // The block with the table's name, the length that its keys have, and without the mark.
-std::string FreshBlock(const CheckedTable& table, const CheckedDatabase& index, IndexDescription told) {
+std::string freshBlock(const CheckedTable& table, const CheckedDatabase& index, IndexDescription told) {
   const FileBytes old = SavedBlock(index.files, index.state.records);
   const std::optional<IndexDescription> before = ParseIndexBlock(old);
   if (before && isSameKey(NumberedFromOne(before->keyFields), told.keyFields)) told.keyFields = before->keyFields;
@@ -223,7 +223,7 @@ std::vector<char> FreshIndex(const CheckedTable& table, const CheckedDatabase& i
   const std::size_t size = maker.size(), stride = size + kRecordHeaderSize, records = table.database.count();
   told.table = table.description.name;
   told.keyLength = static_cast<std::int32_t>(size - kEntryKeyAt);
-  const std::string block = FreshBlock(table, index, told);
+  const std::string block = freshBlock(table, index, told);
   const std::uint64_t begin = kHeaderSize + block.size(), used = begin + records * std::uint64_t{stride};
   if (used > kLargestFile) return {};
   std::vector<char> entries(records * size), file(RepairedSize(used, index.files.data.length));

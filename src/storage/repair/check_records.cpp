@@ -15,7 +15,7 @@ namespace {
 // Dates are days counted from 30 December 1899, which stands for the empty date.
 constexpr double kFirstDay = -693593, kBehindLastDay = 2958466;  // 1 January 1, 1 January 10000
 
-std::endian StoredOrder() {
+std::endian storedOrder() {
   return (bswapnum != 0) == (std::endian::native == std::endian::little) ? std::endian::big : std::endian::little;
 }
 
@@ -58,15 +58,15 @@ class RecordCheck {
     switch (field.FieldType) {
       case TBLNUM: {
         // Nobody computes with numbers below 1e-307: such a one is bytes of another field.
-        const double number = std::bit_cast<double>(value.number<std::uint64_t>(StoredOrder()));
+        const double number = std::bit_cast<double>(value.number<std::uint64_t>(storedOrder()));
         return number == 0 || std::isnormal(number) ? "" : "no number";
       }
       case TBLDATE: {
-        const double day = std::bit_cast<double>(value.number<std::uint64_t>(StoredOrder()));
+        const double day = std::bit_cast<double>(value.number<std::uint64_t>(storedOrder()));
         return day >= kFirstDay && day < kBehindLastDay ? "" : "no date that exists";
       }
       case TBLMEMO: {
-        const auto reference = value.number<std::uint32_t>(StoredOrder());
+        const auto reference = value.number<std::uint32_t>(storedOrder());
         return reference <= memoTexts_ ? "" : Message("memo text %u, of which there are %u", reference, memoTexts_);
       }
       default:

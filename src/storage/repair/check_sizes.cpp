@@ -6,7 +6,7 @@ namespace vorne {
 
 namespace {
 
-void CheckFileSize(const FileHeader& header, std::uint64_t size, Findings& findings) {
+void checkFileSize(const FileHeader& header, std::uint64_t size, Findings& findings) {
   const auto bytes = static_cast<unsigned long long>(size);
   if (size > kLargestFile)
     findings.damage(Message("it has %llu bytes, no file can have more than %u", bytes, kLargestFile));
@@ -25,7 +25,7 @@ std::optional<std::uint32_t> UsedEnd(const RawFile& file, std::uint32_t least, F
     return std::nullopt;
   }
   const FileHeader header = FileHeaderOf(file.bytes());
-  CheckFileSize(header, file.fileSize, findings);
+  checkFileSize(header, file.fileSize, findings);
   if (header.szmap <= kNewFile && header.NumberOfRecords == 0 && least == kHeaderSize) return kHeaderSize;
   if (header.szmap > file.length)
     findings.damage(Message("its header says %u bytes used, the file has %zu", header.szmap, file.length));

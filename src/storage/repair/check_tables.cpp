@@ -13,11 +13,11 @@ namespace {
 constexpr std::size_t kHeadNameAt = 8, kHeadNameRoom = 31, kSpareBytes = 4;
 constexpr std::uint64_t kFewRecords = 2;  // so many that are all wrong do not speak against the description
 
-std::string HowToDescribe(const std::string& name) {
+std::string howToDescribe(const std::string& name) {
   return "`tellira db describe " + name + " FIELD:TYPE:LEN[:DEC] ...` writes it anew";
 }
 
-bool EndsLikeATable(const DatabaseFiles& files, const Records& records) {
+bool endsLikeATable(const DatabaseFiles& files, const Records& records) {
   const auto ends = [&](std::uint32_t place) {
     const std::span<const char> record = SavedRecord(files.data.bytes(), records, place);
     if (record.size() < kEndMarkSize) return false;
@@ -27,32 +27,32 @@ bool EndsLikeATable(const DatabaseFiles& files, const Records& records) {
   return !records.places.empty() && std::all_of(records.places.begin(), records.places.end(), ends);
 }
 
-std::string HeadName(FileBytes block) {
+std::string headName(FileBytes block) {
   const char* name = block.data() + kHeadNameAt;
   return {name, ::strnlen(name, kHeadNameRoom)};
 }
 
 // The name stands in the head and once more behind it.
-bool NamesItself(FileBytes block, const std::string& name) {
+bool namesItself(FileBytes block, const std::string& name) {
   if (block.size() < kDescriptionHead) return false;
   const FileBytes text = block.subspan(kDescriptionHead);
-  return FoldedName(HeadName(block)) == FoldedName(name) ||
+  return FoldedName(headName(block)) == FoldedName(name) ||
          FoldedName({text.data(), std::min(text.size(), name.size())}) == FoldedName(name);
 }
 
 // A database of records may have the type of tables and be none: something must tell that it was one.
-void CheckUndescribed(const TableContext& context, const DatabaseFiles& files, const DatabaseState& state,
+void checkUndescribed(const TableContext& context, const DatabaseFiles& files, const DatabaseState& state,
                       Findings& lasting) {
   const FileBytes block = SavedBlock(files, state.records);
   const bool isEmpty = state.records.places.empty() && block.size() < kDescriptionHead;
-  if (context.hasOthers || EndsLikeATable(files, state.records) || NamesItself(block, context.name))
-    lasting.damage("its description cannot be read; " + HowToDescribe(context.name));
+  if (context.hasOthers || endsLikeATable(files, state.records) || namesItself(block, context.name))
+    lasting.damage("its description cannot be read; " + howToDescribe(context.name));
   else if (context.hasMemo)
     lasting.note("it has no description yet, left when the table was being made");
   else if (isEmpty && FileHeaderOf(files.data.bytes()).Version != 2)
-    lasting.damage("nothing can be read of it; if it was a table, " + HowToDescribe(context.name));
+    lasting.damage("nothing can be read of it; if it was a table, " + howToDescribe(context.name));
   else if (isEmpty)
-    lasting.note("it has no records and no table's description; if it was a table, " + HowToDescribe(context.name));
+    lasting.note("it has no records and no table's description; if it was a table, " + howToDescribe(context.name));
   else if (block.size() >= kDescriptionHead)
     lasting.note("what it tells of itself is no table's description");
 }
@@ -93,14 +93,14 @@ TableMeaning CheckTable(const TableContext& context, const DatabaseFiles& files,
   const FileBytes block = SavedBlock(files, state.records);
   meaning.description = ReadDescription(block);
   if (!meaning.description) {
-    CheckUndescribed(context, files, state, lasting);
+    checkUndescribed(context, files, state, lasting);
     return meaning;
   }
   TableDescription& table = *meaning.description;
   const bool hasMemoField = std::any_of(table.fields.begin(), table.fields.end(),
                                         [](const ControlFieldTBL& field) { return field.FieldType == TBLMEMO; });
   meaning.lacksMemo = hasMemoField && !context.hasMemo;
-  if (FoldedName(table.name) != FoldedName(context.name) && FoldedName(HeadName(block)) == FoldedName(context.name)) {
+  if (FoldedName(table.name) != FoldedName(context.name) && FoldedName(headName(block)) == FoldedName(context.name)) {
     data.damage("its description names the table " + table.name);
     table.name = context.name;
     state.records.block = TableBlock(table);
@@ -111,7 +111,7 @@ TableMeaning CheckTable(const TableContext& context, const DatabaseFiles& files,
     lasting.damage(Message("%llu of %zu records do not fit its description (%s); ",
                            static_cast<unsigned long long>(fit.misfits), state.records.places.size(),
                            fit.first.c_str()) +
-                   HowToDescribe(context.name));
+                   howToDescribe(context.name));
     return meaning;
   }
   std::int64_t number = 0;

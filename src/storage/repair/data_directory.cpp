@@ -15,22 +15,22 @@ namespace {
 
 constexpr std::size_t kPiece = 1 << 20;
 
-FileKind TargetKind(const std::string& path) {
+FileKind targetKind(const std::string& path) {
   struct stat found;
   return fileSystem.stat(path.c_str(), &found) == 0 && S_ISREG(found.st_mode) ? FileKind::kLink : FileKind::kOther;
 }
 
-DataDirectory::File FileOf(const std::string& path) {
+DataDirectory::File fileOf(const std::string& path) {
   struct stat found;
   if (::lstat(path.c_str(), &found) != 0) return {FileKind::kMissing, 0, 0};
   const FileKind kind = S_ISREG(found.st_mode)   ? FileKind::kRegular
-                        : S_ISLNK(found.st_mode) ? TargetKind(path)
+                        : S_ISLNK(found.st_mode) ? targetKind(path)
                                                  : FileKind::kOther;
   return {kind, found.st_ino, static_cast<std::uint64_t>(found.st_size)};
 }
 
 // What has been read when the file ends early is all there is: it may shrink while it is read.
-void ReadPieces(int file, std::size_t wanted, RawFile& raw, const std::function<void(std::size_t)>& readSome) {
+void readPieces(int file, std::size_t wanted, RawFile& raw, const std::function<void(std::size_t)>& readSome) {
   raw.memory.reset(new char[wanted]);
   while (raw.length < wanted) {
     const ssize_t n = fileSystem.read(file, raw.memory.get() + raw.length, std::min(kPiece, wanted - raw.length));
@@ -51,7 +51,7 @@ DataDirectory::DataDirectory(std::string path) : path_(std::move(path)) {
   while (const dirent* found = ::readdir(directory)) {
     const std::string name = found->d_name;
     if (name == "." || name == "..") continue;
-    const File file = FileOf(pathOf(name));
+    const File file = fileOf(pathOf(name));
     if (file.kind != FileKind::kMissing) files_.emplace(name, file);
   }
   ::closedir(directory);
@@ -78,7 +78,7 @@ RawFile DataDirectory::read(const std::string& name, std::size_t limit,
     raw.error = "not a regular file";
   } else {
     raw.fileSize = static_cast<std::uint64_t>(found.st_size);
-    ReadPieces(file, static_cast<std::size_t>(std::min<std::uint64_t>(raw.fileSize, limit)), raw, readSome);
+    readPieces(file, static_cast<std::size_t>(std::min<std::uint64_t>(raw.fileSize, limit)), raw, readSome);
   }
   if (file >= 0) fileSystem.close(file);
   return raw;

@@ -29,8 +29,8 @@ TableDescription DescriptionOf(const std::string& name, std::vector<ControlField
 }
 
 // Why a table cannot be described now; empty when it can.
-std::string Refusal(const DataDirectory& directory, const std::string& name, const DatabaseFiles& files,
-                    const DatabaseState& state, bool sound) {
+std::string refusalFor(const DataDirectory& directory, const std::string& name, const DatabaseFiles& files,
+                       const DatabaseState& state, bool sound) {
   const auto interrupted = InterruptedChanges(directory.path().c_str());
   if (!files.data.error.empty()) return name + " cannot be read: " + files.data.error;
   if (!files.offsets.error.empty()) return OffsetsName(name) + " cannot be read: " + files.offsets.error;
@@ -45,7 +45,7 @@ std::string Refusal(const DataDirectory& directory, const std::string& name, con
 }
 
 // The first of the table's indexes whose entries are not made of its fields: other fields may fit the records as well.
-std::string IndexOfOtherFields(const DataDirectory& directory, const CheckedTable& table) {
+std::string indexOfOtherFields(const DataDirectory& directory, const CheckedTable& table) {
   for (const auto& [name, file] : directory.files()) {
     if (FileHeaderOf(directory.read(name, kHeaderSize).bytes()).Type != kIndexDatabase) continue;
     CheckedDatabase index;
@@ -60,8 +60,8 @@ std::string IndexOfOtherFields(const DataDirectory& directory, const CheckedTabl
   return {};
 }
 
-void Write(const DataDirectory& directory, const std::string& name, const DatabaseFiles& files,
-           const DatabaseState& state, Described& described) {
+void writeBytes(const DataDirectory& directory, const std::string& name, const DatabaseFiles& files,
+                const DatabaseState& state, Described& described) {
   DirectoryReport report;
   Changes changes(directory.path(), report);
   BeginCopies();
@@ -88,7 +88,7 @@ Described DescribeTable(const std::string& directory, const std::string& name, s
   const auto known = ReadDescription(SavedBlock(files, state.records));
   described.isSame = known && TableBlock({0, table.name, 0, kTypeData, 3, 0, known->fields}) == TableBlock(table);
   if (described.isSame) return described;
-  described.refusal = Refusal(data, name, files, state, ofData.sound() && ofOffsets.sound());
+  described.refusal = refusalFor(data, name, files, state, ofData.sound() && ofOffsets.sound());
   if (!described.refusal.empty()) return described;
 
   const Fit fit = FitOf(table, files, state, kAnyText);
@@ -109,7 +109,7 @@ Described DescribeTable(const std::string& directory, const std::string& name, s
     return described;
   }
   CheckedTable checked{{std::move(files), std::move(state)}, table};
-  const std::string other = IndexOfOtherFields(data, checked);
+  const std::string other = indexOfOtherFields(data, checked);
   if (!other.empty()) {
     described.refusal = "the keys of the index " + other +
                         " are not made of these fields; describe the table with the fields that it was made with, or "
@@ -118,7 +118,7 @@ Described DescribeTable(const std::string& directory, const std::string& name, s
   }
   checked.database.state.records.block = TableBlock(table);
   checked.database.state.records.rewrite = true;
-  Write(data, name, checked.database.files, checked.database.state, described);
+  writeBytes(data, name, checked.database.files, checked.database.state, described);
   return described;
 }
 

@@ -8,7 +8,7 @@ namespace vorne {
 
 namespace {
 
-bool IsSame(const Problem& a, const Problem& b) {
+bool isSame(const Problem& a, const Problem& b) {
   return !a.repaired && a.file == b.file && a.record == b.record && a.problem == b.problem;
 }
 
@@ -24,7 +24,7 @@ DirectoryReport RepairDirectory(const std::string& directory, const CheckOptions
   DirectoryReport left = CheckDirectory(directory, options);
   std::vector<Problem> problems = std::move(repaired.problems);
   for (Problem& problem : left.problems)
-    if (std::none_of(problems.begin(), problems.end(), [&](const Problem& known) { return IsSame(known, problem); }))
+    if (std::none_of(problems.begin(), problems.end(), [&](const Problem& known) { return isSame(known, problem); }))
       problems.push_back(std::move(problem));
   left.problems = std::move(problems);
   left.notes = std::move(repaired.notes);

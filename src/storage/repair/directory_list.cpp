@@ -6,7 +6,7 @@ namespace vorne {
 
 namespace {
 
-DatabaseReport ListedDatabase(const DataDirectory& directory, const DatabaseHdrType& entry) {
+DatabaseReport listedDatabase(const DataDirectory& directory, const DatabaseHdrType& entry) {
   DatabaseReport report;
   report.entry = entry;
   report.name = NameOf(entry);
@@ -19,12 +19,12 @@ DatabaseReport ListedDatabase(const DataDirectory& directory, const DatabaseHdrT
   return report;
 }
 
-std::vector<DatabaseReport> ListedDatabases(const DataDirectory& directory) {
+std::vector<DatabaseReport> listedDatabases(const DataDirectory& directory) {
   std::vector<DatabaseReport> databases;
   const RawFile catalog = directory.read(kCatalogName);
   for (const DatabaseHdrType& entry : CatalogEntries(catalog))
     if (IsDatabaseName(NameOf(entry)) && directory.kindOf(NameOf(entry)) == FileKind::kRegular)
-      databases.push_back(ListedDatabase(directory, entry));
+      databases.push_back(listedDatabase(directory, entry));
   return databases;
 }
 
@@ -34,13 +34,13 @@ DirectoryReport ListDirectory(const std::string& directory) {
   const DataDirectory data(directory + kDataDirectory);
   DirectoryReport report;
   report.exists = data.exists();
-  report.databases = ListedDatabases(data);
+  report.databases = listedDatabases(data);
   return report;
 }
 
 std::optional<DatabaseReport> DescribeDatabase(const std::string& directory, const std::string& name) {
   const DataDirectory data(directory + kDataDirectory);
-  for (const DatabaseReport& found : ListedDatabases(data)) {
+  for (const DatabaseReport& found : listedDatabases(data)) {
     if (FoldedName(found.name) != FoldedName(name)) continue;
     DatabaseFiles files;
     files.data = data.read(found.name);

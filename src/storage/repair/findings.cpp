@@ -6,7 +6,7 @@ namespace {
 
 constexpr std::size_t kListed = 100;
 
-void Append(std::vector<Problem>& to, const std::vector<Problem>& from, std::uint64_t count, bool repaired,
+void append(std::vector<Problem>& to, const std::vector<Problem>& from, std::uint64_t count, bool repaired,
             bool byHand) {
   for (Problem problem : from) {
     problem.repaired = repaired;
@@ -26,8 +26,8 @@ void Findings::add(std::vector<Problem>& list, std::uint64_t& count, std::string
 }
 
 void Findings::tell(DirectoryReport& report, bool repaired, bool byHand) const {
-  Append(report.problems, problems_, problemCount_, repaired, byHand);
-  Append(report.notes, notes_, noteCount_, false, false);
+  append(report.problems, problems_, problemCount_, repaired, byHand);
+  append(report.notes, notes_, noteCount_, false, false);
 }
 
 }  // namespace vorne

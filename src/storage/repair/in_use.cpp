@@ -11,7 +11,7 @@ namespace vorne {
 
 namespace {
 
-bool IsHeld(const std::string& path) {
+bool isHeld(const std::string& path) {
   const int file = OpenFile(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
   if (file < 0) return false;
   const bool held = fileSystem.flock(file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
@@ -22,9 +22,9 @@ bool IsHeld(const std::string& path) {
 }  // namespace
 
 bool IsInUse(const std::string& path) {
-  if (IsHeld(path + "/" + kCatalogName)) return true;
+  if (isHeld(path + "/" + kCatalogName)) return true;
   for (const std::string_view journal : kJournalNames)
-    if (IsHeld(path + "/" + std::string(journal))) return true;
+    if (isHeld(path + "/" + std::string(journal))) return true;
   return false;
 }
 

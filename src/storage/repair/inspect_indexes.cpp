@@ -9,14 +9,14 @@ namespace vorne {
 
 namespace {
 
-std::string KeyWords(const CheckedTable& table, const IndexDescription& told) {
+std::string keyWords(const CheckedTable& table, const IndexDescription& told) {
   std::string words;
   for (const IDX_Indexes& part : told.keyFields)
     words += (words.empty() ? "" : ",") + std::string(table.description.fields[part.KeyField - 1].FieldName);
   return words;
 }
 
-std::string HowToCreate(const std::string& table, const std::string& index) {
+std::string howToCreate(const std::string& table, const std::string& index) {
   return "`tellira db index create " + table + " " + index + " FIELD[,FIELD...]` makes it anew";
 }
 
@@ -72,7 +72,7 @@ void Inspection::checkIndex(const CheckedTable& table, const FoundIndex& found) 
   }
   if (KeyRoom(fields, told.keyFields) == 0)
     return dropIndex(found.name,
-                     "its table has no such key fields; " + HowToCreate(table.description.name, found.name));
+                     "its table has no such key fields; " + howToCreate(table.description.name, found.name));
   remakeIndex(table, *index, told, findings);
 }
 
@@ -96,7 +96,7 @@ void Inspection::settleIndex(const FoundIndex& index) {
     return report_.notes.push_back({index.name, -1, "what it tells of itself is no index's description", false});
   if (!index.told)
     return dropIndex(index.name,
-                     "its description cannot be read, nor told from its entries; " + HowToCreate("TABLE", index.name));
+                     "its description cannot be read, nor told from its entries; " + howToCreate("TABLE", index.name));
   takeAway(index.told->table, index.name, index.entries);
   removals_.push_back(index.name);
 }
@@ -113,7 +113,7 @@ bool Inspection::findTableOf(const CheckedDatabase& index, const std::string& na
     told.keyFields = *key;
     Findings findings(name);
     findings.damage("its description is damaged; by its entries it is an index of " + table->description.name +
-                    " with the key " + KeyWords(*table, told));
+                    " with the key " + keyWords(*table, told));
     remakeIndex(*table, index, told, findings);
     return true;
   }

@@ -6,7 +6,7 @@ namespace {
 
 constexpr int kReliable = 3;
 
-bool RecordsFollow(FileBytes bytes, std::uint64_t place, std::uint64_t limit) {
+bool recordsFollow(FileBytes bytes, std::uint64_t place, std::uint64_t limit) {
   for (int i = 0; i < kReliable; ++i) {
     if (i > 0 && (place == limit || IsEmptyHeader(bytes, place))) return true;
     if (place >= limit || !IsPlainRecord(bytes, place)) return false;
@@ -68,7 +68,7 @@ std::string HeaderWords(FileBytes bytes, std::uint64_t place) {
 
 std::uint64_t FindRecords(FileBytes bytes, std::uint64_t from, std::uint64_t to, std::uint64_t limit) {
   for (std::uint64_t place = from; place < to; ++place)
-    if (IsMarked(HeaderAt(bytes, place)) && RecordsFollow(bytes, place, limit)) return place;
+    if (IsMarked(HeaderAt(bytes, place)) && recordsFollow(bytes, place, limit)) return place;
   return to;
 }
 
