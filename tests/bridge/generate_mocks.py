@@ -4,20 +4,19 @@
 import re
 import sys
 
-TYPES = {'p': 'int*', 'i': 'int', 'h': 'short*', 's': 'char*'}
-KINDS = {'N': 'i', 'L': 'i', 'H': 'h', 'Z': 'p'}
+TYPES = {'N': 'int', 'L': 'int', 'H': 'short*', 'Z': 'int*'}
 
 for row in open(sys.argv[1], encoding='utf-8'):
     library, *columns = row.rstrip('\n').split('\t')
     if library != sys.argv[2]:
         continue
     words = [] if columns[0] == 'none' else columns[0].split()
-    kinds = ['p' if re.fullmatch(r'N\d+R', word) else KINDS.get(word[0], 's') for word in words]
-    parameters = ', '.join(f'{TYPES[kind]} a{i}' for i, kind in enumerate(kinds)) or 'void'
-    values = ''.join(f', a{i}' for i in range(len(kinds)))
+    types = ['int*' if re.fullmatch(r'N\d+R', word) else TYPES.get(word[0], 'char*') for word in words]
+    parameters = ', '.join(f'{each} a{i}' for i, each in enumerate(types))
+    values = ''.join(f', a{i}' for i in range(len(types)))
     for command in re.findall(r'[^ \d]\S*', columns[2]):
         name, _, other = command.partition('=')
         # A command that borrows another command's function says less about its arguments than that one.
         if other.lower() in ('', name.lower()):
             function = other or name
-            print(f'EXPORT int {function}({parameters}) {{ return called("{function}", "{"".join(kinds)}"{values}); }}')
+            print(f'EXPORT int {function}({parameters}) {{ return called("{function}"{values}); }}')

@@ -8,28 +8,12 @@
 #include <string_view>
 #include <vector>
 
-extern "C" {
-#include "mock_vendor.h"
-}
 #include "bridge/host_entry.h"
 #include "builtins/vornefun.h"
+#include "mock_vendor.h"
 #include "runtime/memory.h"
+#include "support/base64.h"
 #include "support/scratch_directory.h"
-
-/// Standard Base64, written apart from the code under test.
-inline std::string base64(std::string_view bytes) {
-  static constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string text;
-  unsigned bits = 0;
-  int have = 0;
-  for (unsigned char c : bytes) {
-    bits = bits << 8 | c;
-    for (have += 8; have >= 6; have -= 6) text += kAlphabet[bits >> (have - 6) & 63];
-  }
-  if (have > 0) text += kAlphabet[bits << (6 - have) & 63];
-  while (text.size() % 4 != 0) text += '=';
-  return text;
-}
 
 struct HostAnswer {
   int returned;
@@ -53,27 +37,23 @@ class HostTest : public ::testing::Test {
       std::filesystem::create_symlink(std::string(MOCK_DIR) + "/" + name, name);
       void* library = dlopen((std::string("./") + name).c_str(), RTLD_LAZY);
       ASSERT_NE(library, nullptr) << dlerror();
-      mocks_.push_back(library);
+      mocks_.push_back(reinterpret_cast<MockFunction*>(dlsym(library, "mock"))());
     }
     resetMocks();
   }
-  template <typename Function>
-  static Function* mock(void* library, const char* name) {
-    return reinterpret_cast<Function*>(dlsym(library, name));
-  }
   void resetMocks() {
-    for (void* library : mocks_) mock<MockReset>(library, "mock_reset")();
+    for (Mock* mock : mocks_) *mock = {};
   }
   /// Calls recorded by all libraries.
   std::string record() {
     std::string all;
-    for (void* library : mocks_) all += mock<MockRecord>(library, "mock_record")();
+    for (const Mock* mock : mocks_) all += mock->record;
     return all;
   }
-  void plan(int result, std::initializer_list<MockAnswer> answers) {
-    for (void* library : mocks_) {
-      mock<MockResult>(library, "mock_result")(result);
-      for (const MockAnswer& answer : answers) mock<MockAnswerWith>(library, "mock_answer")(answer);
+  void plan(int result, const std::map<int, MockAnswer>& answers) {
+    for (Mock* mock : mocks_) {
+      mock->result = result;
+      mock->answers = answers;
     }
   }
 
@@ -89,7 +69,7 @@ class HostTest : public ::testing::Test {
 
  private:
   ScratchDirectory directory_;
-  std::vector<void*> mocks_;
+  std::vector<Mock*> mocks_;
 };
 
 /// Bytes as tests write them: | is 0x01, ^ 0x02, # 0x03, ~ 0x00 and $ 0xFF.
@@ -101,14 +81,6 @@ inline std::string raw(std::string_view text) {
     if (const auto i = kMarks.find(c); i != kMarks.npos) c = kBytes[i];
   }
   return bytes;
-}
-
-/// A text answer of exactly these bytes.
-inline MockAnswer writes(int argument, std::string_view bytes) {
-  return {argument, 0, bytes.size(), bytes.data()};
-}
-inline MockAnswer sets(int argument, int number) {
-  return {argument, number, 0, nullptr};
 }
 
 using namespace std::string_literals;
