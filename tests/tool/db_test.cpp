@@ -85,21 +85,3 @@ TEST_F(Db, AsksOnATerminal) {
   EXPECT_THAT(seenOnTerminal({"db", "check", "--repair"}, "Yes\n"), HasSubstr("Go on? [y/N]"));
   EXPECT_NE(stored("SALES"), before);
 }
-
-TEST_F(Db, RefusesWrongUsageWithTheNextStep) {
-  const std::tuple<std::vector<std::string>, int, const char*> cases[] = {
-      {{"db"}, 2, "a verb is missing; the verbs are list, schema, create, drop, import, export, index, reindex, seek,"},
-      {{"db", "lits"}, 2, "there is no verb \"lits\"; the verbs are list, "},
-      {{"db", "check", "--wrong"}, 2, "next: `tellira db check --help`"},
-      {{"db", "schema"}, 2, "NAME is required"},
-      {{"db", "schema", "NONE"}, 1, "there is no database \"NONE\""},
-      {{"db", "schema", "a€"}, 2, "'€' does not exist"},
-      {{"db", "--dir", "DB", "list"}, 2, "/DB has no subdirectory DB with databases.\n  next: name the directory"},
-  };
-  for (const auto& [arguments, status, words] : cases) {
-    const Ran ran = run(arguments);
-    EXPECT_EQ(ran.status, status) << words;
-    EXPECT_EQ(ran.out, "");
-    EXPECT_THAT(ran.err, HasSubstr(words));
-  }
-}
