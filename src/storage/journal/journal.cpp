@@ -129,6 +129,8 @@ ProtectedMove::ProtectedMove(pmymap map, const TailMove& move) : exceptions_(std
   change.infoLength = static_cast<UInt32>(move.info.size());
   if (!move.info.empty()) std::memcpy(file.info, move.info.data(), move.info.size());
   change.keptCheck = Sum(file.info, change.infoLength);
+  // All that makes the move is known here: killed behind Begin() it is finished by the next opening, before it it is
+  // not begun.
   file.underWay = change;
   Begin(file, kMoving);
   FinishMove(file, map);
