@@ -149,7 +149,7 @@ char* RoomForBytes(UInt32 length) {
 }
 
 void KeepBytes(pmymap map, UInt32 offset, UInt32 length) {
-  JournalFile& file = *journal.at;  // RoomForBytes has seen to it, and to its space
+  JournalFile& file = ownJournal(length, length);
   UnderWay& change = file.underWay;
   change = {};
   setName(change, *map);
