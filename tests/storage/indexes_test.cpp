@@ -352,6 +352,12 @@ TEST_F(Indexes, DamageThatIsMetLaterIsMendedThen) {
          byOrder(), __TBL_GoTop();
          for (int i = 1; i < kMissing + 1; ++i) __TBL_Skip();
        }},
+      {"walk from one entry to its double far away",
+       [&] {
+         byOrder(), seek("00008");
+         for (int i = 8; i < kTwice; ++i) __TBL_Skip();
+         EXPECT_EQ(numberOf(__TBL_RecNo()), int{kTwice});
+       }},
       {"search", [&] { go(kMissing), byOrder(); }},
       {"merge",
        [&] {
