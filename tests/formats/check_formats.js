@@ -128,7 +128,7 @@ function checkIndex({name, keyFields, keyLength, entries}) {
 const shapes = {table: checkTable, memo: checkMemo, index: checkIndex};
 
 function check() {
-  const files = ['catalog.plm', 'catalog.bck'];
+  const files = ['catalog.plm', 'catalog.bck', 'journal.spare'];
   checkCatalog();
   for (const database of expected.filter((database) => database !== null)) {
     (shapes[database.shape] ?? checkData)(database);
