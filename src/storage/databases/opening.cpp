@@ -102,6 +102,7 @@ Err OpenCatalog() {
   hooks.leaveJournal = LeaveJournal;
   ForgetCatalogNames();
   if (findDirectory()) {
+    // Before anything is mapped: it may change any file, the catalogue too.
     RecoverInterruptedChanges();
     rwCatalog = mapeararquivo(kCatalogName);
     removeUnfinished();
@@ -122,6 +123,7 @@ void CloseCatalog() {
     GerarCatalogBck();
     liberarmap(rwCatalog);
     rwCatalog = nullptr;
+    // Behind all that may still need it: closing a database writes back what is held.
     CloseJournal();
   }
   FreeOpenFiles();

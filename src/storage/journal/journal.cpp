@@ -59,11 +59,16 @@ int claimFile(const std::string& path, int flags) {
   return -1;
 }
 
-// A process that died since the catalogue was opened may have left a change in it.
-bool isFree(int file) {
-  JournalHead head = {};
-  return fileSystem.pread(file, &head, sizeof head, 0) != sizeof head || head.magic != kJournalMagic ||
-         head.state == kIdle;
+// True for the journal of a process that died inside a change. The next opening of the catalogue finishes that change;
+// until then nobody may write over what it needs.
+bool isNeeded(int file) {
+  struct stat found;
+  JournalHead head;
+  const bool whole = ::fstat(file, &found) == 0 && found.st_size == static_cast<off_t>(sizeof(JournalFile)) &&
+                     fileSystem.pread(file, &head, sizeof head, 0) == static_cast<ssize_t>(sizeof head);
+  if (!whole || head.magic != kJournalMagic || head.state == kIdle) return false;
+  errno = EBUSY;
+  return true;
 }
 
 // The spare journal in the place of the one at `path`, which is ours; -1 when there is none.
@@ -71,7 +76,7 @@ int takeSpare(const std::string& path) {
   const std::string name = JournalPath(wcDir, kSpareJournalName);
   const int spare = claimFile(name, O_RDWR);
   if (spare < 0) return -1;
-  if (isFree(spare) && fileSystem.rename(name.c_str(), path.c_str()) == 0 && isStill(spare, path)) return spare;
+  if (!isNeeded(spare) && fileSystem.rename(name.c_str(), path.c_str()) == 0 && isStill(spare, path)) return spare;
   fileSystem.close(spare);
   return -1;
 }
@@ -89,7 +94,7 @@ JournalFile* mapEmpty(int file) {
 bool openJournal(const std::string& path) {
   int file = claimFile(path, O_RDWR | O_CREAT);
   if (file < 0) return false;
-  if (!isFree(file)) return fileSystem.close(file), false;
+  if (isNeeded(file)) return fileSystem.close(file), false;
   const int spare = takeSpare(path);
   if (spare >= 0) fileSystem.close(std::exchange(file, spare));
   JournalFile* at = mapEmpty(file);
@@ -167,6 +172,8 @@ ProtectedMove::ProtectedMove(pmymap map, const TailMove& move) : exceptions_(std
   change.infoLength = static_cast<UInt32>(move.info.size());
   if (!move.info.empty()) std::memcpy(file.info, move.info.data(), move.info.size());
   change.keptCheck = Sum(file.info, change.infoLength);
+  // All that makes the move is known here: killed behind Begin() it is finished by the next opening, before it it is
+  // not begun.
   file.underWay = change;
   Begin(file, kMoving);
   FinishMove(file, map);
