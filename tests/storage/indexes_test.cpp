@@ -368,6 +368,13 @@ TEST_F(Indexes, DamageThatIsMetLaterIsMendedThen) {
          __TBL_GoTop();
          for (int i = 1; i < kMissing + 1; ++i) __TBL_Skip();
        }},
+      {"walk from one entry to its double far away",
+       [] {
+         __TBL_SetOrder(nullptr, number(1));
+         seek("00008");
+         for (int i = 8; i < kTwice; ++i) __TBL_Skip();
+         EXPECT_EQ(numberOf(__TBL_RecNo()), int{kTwice});
+       }},
       {"search",
        [] {
          go(kMissing);
