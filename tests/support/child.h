@@ -3,14 +3,25 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <functional>
+#include <new>
 #include <string>
 #include <thread>
+
+/// Something that this process and its children see alike.
+template <class T>
+T& shared() {
+  void* at = mmap(nullptr, sizeof(T), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  if (at == MAP_FAILED) std::abort();
+  return *new (at) T{};
+}
 
 struct ChildResult {
   int status = -1;     // exit status, or 1000 + signal
