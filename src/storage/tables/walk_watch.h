@@ -9,9 +9,9 @@
 
 namespace vorne {
 
-/// One area's walk, step by step in one direction through one index; what is no next step begins a new walk. The records
-/// of a walk's first steps stand in a small hash table that is never cleared, so that a seek with a few steps behind it
-/// costs next to nothing; a longer walk keeps a bit a record.
+/// One area's walk, step by step in one direction through one index; what is no next step begins a new walk. The
+/// records of a walk's first steps stand in a small hash table that is never cleared, so that a seek with a few steps
+/// behind it costs next to nothing; a longer walk keeps a bit a record.
 class WalkWatch {
  public:
   /// The walk has come to `place` of `index`, an index of a table of `count` records; `record` (below `count`) stands
