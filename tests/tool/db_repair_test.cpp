@@ -205,6 +205,32 @@ TEST_F(DbRepair, FindsWhatIsLostAndRepairsTheRest) {
   }
 }
 
+// One bit of a type code: what the file tells counts, for the check, for a program that opens it, and for drop.
+TEST_F(DbRepair, BelievesNoTypeCodeThatTheFileDenies) {
+  const std::string sound = contents(path("catalog.plm"));
+  for (const std::string name : {"T", "T_M", "X", "Y"}) {
+    SCOPED_TRACE(name);
+    const auto damage = [&] {
+      writeFile(path("catalog.plm"), sound);
+      patch("catalog.plm", sound.find(name + '\0') + 77, "\x55");
+    };
+    damage();
+    const json told = report({}, 1);
+    EXPECT_THAT(problems(told), HasSubstr("the type code of " + name + " is 0x"));
+    EXPECT_EQ(told["lost"], 0);
+    report({"--repair", "--yes"}, 0);
+    EXPECT_EQ(contents(path("catalog.plm")), sound);
+    damage();
+    EXPECT_EQ(ok({"export", "T"}), rows());
+    ok({"delete", "T", "1"}), ok({"recall", "T", "1"});
+    if (name != "T_M") ok({"check"});
+  }
+  for (const char* name : {"T", "X"})
+    patch("catalog.plm", contents(path("catalog.plm")).find(std::string(name) + '\0') + 77, "\x55");
+  ok({"drop", "T", "--yes"});
+  EXPECT_EQ(ok({"list", "--json"}), "[]\n");
+}
+
 TEST_F(DbRepair, DescribesATableAnewOnceItsRecordsFit) {
   const std::string before = contents(path("T"));
   Words describe{"describe", "t"};

@@ -1,14 +1,18 @@
 #include "storage/databases/database_files.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 
 #include "runtime/latin1.h"
 #include "storage/databases/catalog.h"
+#include "storage/files/descriptor.h"
 #include "storage/files/diagnostic_log.h"
 #include "storage/files/mapped_file.h"
 #include "storage/files/system.h"
+#include "storage/format/description.h"
 #include "storage/format/names.h"
+#include "storage/journal/journal.h"
 
 namespace vorne {
 
@@ -27,6 +31,17 @@ namespace {
 bool isOffsetsFile(const std::string& name) {
   const std::optional<FileHeader> header = HeaderInFile(name);
   return header && header->Type == 0 && CatalogEntryOf(name) == 0;
+}
+
+// The application information; empty when it cannot be read.
+std::string blockInFile(const std::string& name, const FileHeader& header) {
+  constexpr UInt32 kLongestBlock = 1 << 20;
+  std::string bytes(kHeaderSize + std::min(header.AppInfoLen, kLongestBlock), '\0');
+  const int file = OpenFile(PathOf(name).c_str(), O_RDONLY | O_NONBLOCK);
+  if (file < 0) return {};
+  const ssize_t read = fileSystem.read(file, bytes.data(), bytes.size());
+  fileSystem.close(file);
+  return read == std::ssize(bytes) ? bytes.substr(kHeaderSize) : std::string();
 }
 
 }  // namespace
@@ -56,6 +71,22 @@ bool RenameFiles(std::string_view from, std::string_view to) {
 bool HasOffsets(UInt32 entry) {
   const std::optional<FileHeader> header = HeaderInFile(std::string(CatalogEntryName(entry)));
   return KindOfType(CatalogEntryAt(entry).type) == kVariableDatabase || (header && header->Type == kVariableDatabase);
+}
+
+std::uint32_t SettledType(UInt32 place) {
+  DatabaseHdrType entry = CatalogEntryAt(place);
+  const std::string name(CatalogEntryName(place));
+  const FileHeader header = HeaderInFile(name).value_or(FileHeader{});
+  if (KindOfType(entry.type) == header.Type) return entry.type;
+  const std::uint32_t told = ToldType(header, name, blockInFile(name, header));
+  if (told == 0) return entry.type;
+  Logar(Message("%s: código de tipo corrigido de 0x%08lX para 0x%08lX"_l1, name.c_str(),
+                static_cast<unsigned long>(entry.type), static_cast<unsigned long>(told))
+            .c_str());
+  entry.type = told;
+  // On a full disk it is told so again at the next opening.
+  if (HasJournal()) ChangeCatalogEntry(place, entry);
+  return told;
 }
 
 UInt32 OwnerOfOffsets(const std::string& folded) {

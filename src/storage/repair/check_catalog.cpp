@@ -30,10 +30,11 @@ std::uint32_t typeOfKind(std::uint8_t kind) {
   return kind == kVariableDatabase ? kTypeData : kAssumedType;
 }
 
-const char* typeWords(std::uint32_t type) {
-  if (type == kTypeIndex) return "INDX";
-  if (type == kTypeMemo) return "MEMO";
-  return type == kTypeData ? "DATA" : "OTHR";
+// The four letters of a type code.
+std::string codeWords(std::uint32_t type) {
+  std::string letters;
+  for (int shift = 24; shift >= 0; shift -= 8) letters += static_cast<char>(type >> shift);
+  return letters;
 }
 
 SYSTEMTIME timeNow() {
@@ -80,8 +81,8 @@ class CatalogCheck {
   CatalogState run() {
     const std::uint32_t end = lastSlotEnd();
     state_.slots = entriesBetween(catalog_.bytes(), kHeaderSize, end);
-    for (std::size_t i = 0; i < state_.slots.size(); ++i) checkSlot(i);
     readLost(end);
+    for (std::size_t i = 0; i < state_.slots.size(); ++i) checkSlot(i);
     for (const auto& [name, entry] : directory_.files()) checkFile(name, entry);
     while (!state_.slots.empty() && isFree(state_.slots.back())) state_.slots.pop_back();
     settleLost();
@@ -117,9 +118,11 @@ class CatalogCheck {
   void checkSlot(std::size_t index) {
     DatabaseHdrType& entry = state_.slots[index];
     if (!isFree(entry)) {
+      const auto number = static_cast<std::int64_t>(index) + 1;
+      settleType(entry, number);
       const std::string words = faultOf(entry);
       if (words.empty()) return takeName(entry);
-      findings_.damage(words, static_cast<std::int64_t>(index) + 1);
+      findings_.damage(words, number);
     }
     entry = {};
   }
@@ -148,6 +151,26 @@ class CatalogCheck {
       std::memcpy(entry.name, other.data(), other.size());
     }
     return {};
+  }
+
+  // A type code of another kind than its file is not believed when the file tells one, or the backup remembers one.
+  void settleType(DatabaseHdrType& entry, std::int64_t number) {
+    constexpr std::size_t kLongestBlock = 1 << 20;
+    const std::string name = NameOf(entry);
+    if (directory_.kindOf(name) != FileKind::kRegular) return;
+    const FileHeader header = FileHeaderOf(directory_.read(name, kHeaderSize).bytes());
+    if (KindOfType(entry.type) == header.Type) return;
+    const std::size_t length = std::min<std::size_t>(header.AppInfoLen, kLongestBlock);
+    const RawFile start = directory_.read(name, kHeaderSize + length);
+    if (start.length != kHeaderSize + length) return;
+    std::uint32_t type = ToldType(header, name, start.bytes().subspan(kHeaderSize));
+    const auto before = lost_.find(name);
+    if (type == 0 && before != lost_.end() && KindOfType(before->second.type) == header.Type)
+      type = before->second.type;
+    if (type == 0) return;
+    findings_.damage(
+        Message("the type code of %s is 0x%08X, it is %s", name.c_str(), entry.type, codeWords(type).c_str()), number);
+    entry.type = type;
   }
 
   // The name of a file that differs from `name` in small and capital letters only; empty without one.
@@ -227,7 +250,7 @@ class CatalogCheck {
     if (clashes(name, KindOfType(found.type)))
       return foreign(name, "it shares its file with a database's offsets file");
     findings_.damage(lost == lost_.end() ? Message("%s has no entry; by its kind '%c' its type code is taken to be %s",
-                                                   name.c_str(), header.Type, typeWords(found.type))
+                                                   name.c_str(), header.Type, codeWords(found.type).c_str())
                                          : "the entry of " + name + " is missing");
     restore(found);
   }

@@ -10,7 +10,7 @@ namespace vorne {
 
 namespace {
 
-constexpr std::size_t kHeadNameAt = 8, kHeadNameRoom = 31, kSpareBytes = 4;
+constexpr std::size_t kHeadNameAt = 8, kHeadNameRoom = 31;
 constexpr std::uint64_t kFewRecords = 2;  // so many that are all wrong do not speak against the description
 
 std::string howToDescribe(const std::string& name) {
@@ -58,17 +58,6 @@ void checkUndescribed(const TableContext& context, const DatabaseFiles& files, c
 }
 
 }  // namespace
-
-std::optional<TableDescription> ReadDescription(FileBytes block) {
-  std::optional<TableDescription> table = ParseTableBlock(block);
-  if (!table) return {};
-  const ControlFieldTBL& mark = table->fields.back();
-  const std::size_t told = TableBlock(*table).size() - kSpareBytes;
-  const bool ends = std::string_view(mark.FieldName) == kDeletionField && mark.FieldType == TBLSTRING;
-  const FileBytes behind = block.subspan(std::min(told, block.size()));
-  if (!ends || !std::all_of(behind.begin(), behind.end(), [](char c) { return c == '\0'; })) return {};
-  return table;
-}
 
 Fit FitOf(const TableDescription& table, const DatabaseFiles& files, const DatabaseState& state, std::uint32_t texts) {
   Fit fit;

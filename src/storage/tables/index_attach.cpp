@@ -1,6 +1,7 @@
 #include "storage/tables/index_attach.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <unordered_map>
 #include <utility>
@@ -8,6 +9,7 @@
 #include "runtime/latin1.h"
 #include "runtime/memory.h"
 #include "storage/databases/catalog.h"
+#include "storage/databases/database_files.h"
 #include "storage/files/descriptor.h"
 #include "storage/files/diagnostic_log.h"
 #include "storage/files/mapped_file.h"
@@ -62,6 +64,12 @@ class Owners {
 };
 Owners owners;
 
+// True for a type code of which one byte is damaged.
+bool isAlmost(UInt32 type, UInt32 right) {
+  const UInt32 differing = type ^ right;
+  return differing != 0 && std::countl_zero(differing) / 8 + std::countr_zero(differing) / 8 == 3;
+}
+
 std::vector<std::string> indexesOf(const char* table) {
   std::vector<std::string> names;
   const std::string owner = FoldedName(table);
@@ -70,7 +78,9 @@ std::vector<std::string> indexesOf(const char* table) {
   for (UInt32 place = kHeaderSize; place + kCatalogEntrySize <= end; place += kCatalogEntrySize) {
     const DatabaseHdrType entry = CatalogEntryAt(place);
     const std::string_view name = CatalogEntryName(place);
-    if (entry.type == kTypeIndex && !name.empty() && owners.isOf(place, entry, owner)) names.emplace_back(name);
+    const bool isIndex =
+        entry.type == kTypeIndex || (isAlmost(entry.type, kTypeIndex) && SettledType(place) == kTypeIndex);
+    if (isIndex && !name.empty() && owners.isOf(place, entry, owner)) names.emplace_back(name);
   }
   return names;
 }
