@@ -32,11 +32,14 @@ class Damage : public CheckTest {
     CheckTest::TearDown();
   }
 
-  static void use(const std::string& name) {
+  /// How many records a program saw.
+  static std::ptrdiff_t use(const std::string& name) {
+    std::ptrdiff_t seen = 0;
     try {
       DmOpenRef db = openStore(name.c_str());
-      if (db == nullptr) return;
+      if (db == nullptr) return 0;
       const auto all = ::records(db);
+      seen = std::ssize(all) - std::count(all.begin(), all.end(), "(none)");
       const std::size_t size = all.empty() ? 8 : all[0].size();
       put(db, std::string(size, '+'));
       put(db, std::string(size, '*'), 1);
@@ -45,6 +48,7 @@ class Damage : public CheckTest {
       DmCloseDatabase(db);
     } catch (const Ended&) {
     }
+    return seen;
   }
 
   /// `name` with other bytes: records that a repair saves of SALES; the others' must all be there.
@@ -53,7 +57,7 @@ class Damage : public CheckTest {
     files[name] = bytes;
     store();
     for (const auto& [database, unused] : sound)
-      if (!database.starts_with("catalog") && database != "SALES_OS") use(database);
+      if (!database.starts_with("catalog") && database != "SALES_OS") seen_[database] = use(database);
     CloseCatalog();
     EXPECT_TRUE(RepairDirectory(".").sound);
     store();
@@ -61,6 +65,8 @@ class Damage : public CheckTest {
     EXPECT_EQ(CheckTest::records("INDEX").size() + CheckTest::records("CONF").size(), 24u);
     return CheckTest::records("SALES").size();
   }
+
+  std::map<std::string, std::ptrdiff_t> seen_;
 };
 
 }  // namespace
@@ -71,7 +77,11 @@ TEST_F(Damage, OfAnyByteThatPlacesAreToldBy) {
     const char* file;
     std::size_t bytes;
     std::size_t least;  // records that are saved, whichever byte it is
-  } kRows[] = {{"SALES", 20 + 40 + 8, 11}, {"catalog.plm", 20 + 88, 12}, {"SALES_OS", 20 + 12 * 4, 12}};
+  } kRows[] = {{"SALES", 20 + 40 + 8, 11},
+               {"INDEX", 20, 12},
+               {"CONF", 20, 12},
+               {"catalog.plm", 20 + 88, 12},
+               {"SALES_OS", 20 + 12 * 4, 12}};
   for (const auto& row : kRows)
     for (std::size_t place = 0; place < row.bytes; ++place)
       for (const char mask : {'\x01', '\x80', '\xFF'}) {
@@ -79,6 +89,7 @@ TEST_F(Damage, OfAnyByteThatPlacesAreToldBy) {
         std::string bytes = sound[row.file];
         bytes[place] = static_cast<char>(bytes[place] ^ mask);
         EXPECT_GE(saved(row.file, bytes), row.least);
+        EXPECT_TRUE(place >= kHeaderSize || seen_["SALES"] + seen_["INDEX"] + seen_["CONF"] == 36);
         if (HasFailure()) return;
       }
 }

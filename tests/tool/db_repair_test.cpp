@@ -205,30 +205,50 @@ TEST_F(DbRepair, FindsWhatIsLostAndRepairsTheRest) {
   }
 }
 
-// One bit of a type code: what the file tells counts, for the check, for a program that opens it, and for drop.
-TEST_F(DbRepair, BelievesNoTypeCodeThatTheFileDenies) {
-  const std::string sound = contents(path("catalog.plm"));
-  for (const std::string name : {"T", "T_M", "X", "Y"}) {
-    SCOPED_TRACE(name);
-    const auto damage = [&] {
-      writeFile(path("catalog.plm"), sound);
-      patch("catalog.plm", sound.find(name + '\0') + 77, "\x55");
-    };
-    damage();
+// One bit of a type code or of a header: what all else tells counts, for the check, for a program that opens it, for
+// drop.
+TEST_F(DbRepair, BelievesNothingThatAllElseSpeaksAgainst) {
+  ok({"create", "E", "CODE:C:6"});
+  const std::string catalog = contents(path("catalog.plm"));
+  const auto typeOf = [&](const char* name) { return catalog.find(name + std::string(1, '\0')) + 77; };
+  const struct {
+    const char *file, *words;
+    std::size_t place;
+    int mask;
+  } cases[] = {
+      {"catalog.plm", "the type code of T is 0x44415041, it is DATA", typeOf("T"), 0x04},
+      {"catalog.plm", "the type code of T_M is 0x", typeOf("T_M"), 0x80},
+      {"catalog.plm", "the type code of X is 0x", typeOf("X"), 0x01},
+      {"T", "T: its header has no known kind", 1, 0x01},
+      {"T", "T: its header says 149 bytes of application information, the records begin behind 157", 4, 0x08},
+      {"X", "X: its header says 71 bytes of application information", 4, 0x10},
+      {"E", "E: its header says 130 bytes used, where 131", 4, 0x01},
+      {"E", "E: its header says 65390 bytes of app", 5, 0xFF},
+      {"E", "E: the 1 bytes behind its last record", 16, 0x01},
+  };
+  const std::filesystem::path sound = directory / "sound";
+  std::filesystem::rename(directory / "DB", sound);
+  const auto damage = [&](const auto& row) {
+    std::filesystem::remove_all(directory / "DB");
+    std::filesystem::copy(sound, directory / "DB");
+    patch(row.file, row.place, {static_cast<char>(contents(path(row.file))[row.place] ^ row.mask)});
+  };
+  for (const auto& row : cases) {
+    SCOPED_TRACE(row.words);
+    damage(row);
     const json told = report({}, 1);
-    EXPECT_THAT(problems(told), HasSubstr("the type code of " + name + " is 0x"));
+    EXPECT_THAT(problems(told), HasSubstr(row.words));
     EXPECT_EQ(told["lost"], 0);
     report({"--repair", "--yes"}, 0);
-    EXPECT_EQ(contents(path("catalog.plm")), sound);
-    damage();
     EXPECT_EQ(ok({"export", "T"}), rows());
-    ok({"delete", "T", "1"}), ok({"recall", "T", "1"});
-    if (name != "T_M") ok({"check"});
+    damage(row);
+    ok({"delete", "T", "1"}), ok({"recall", "T", "1"}), ok({"pack", "E", "--yes"});
+    EXPECT_EQ(ok({"export", "T", "--order", "X"}), rows());
+    if (row.place != typeOf("T_M")) ok({"check"});
+    damage(row);
+    ok({"drop", "T", "--yes"}), ok({"drop", "E", "--yes"});
+    EXPECT_EQ(ok({"list", "--json"}), "[]\n");
   }
-  for (const char* name : {"T", "X"})
-    patch("catalog.plm", contents(path("catalog.plm")).find(std::string(name) + '\0') + 77, "\x55");
-  ok({"drop", "T", "--yes"});
-  EXPECT_EQ(ok({"list", "--json"}), "[]\n");
 }
 
 TEST_F(DbRepair, DescribesATableAnewOnceItsRecordsFit) {

@@ -55,6 +55,8 @@ int RestoreCatalog() {
   if (!readWhole(backupPath(), backup.data(), backup.size())) return 0;
   if (wanted > rwCatalog->szallocated && !setfilesz(rwCatalog, wanted)) return 0;
   std::memcpy(rwCatalog->mapmem + kHeaderSize, backup.data() + kHeaderSize, backup.size() - kHeaderSize);
+  // Entries that the backup does not have would be found behind its end.
+  std::memset(rwCatalog->mapmem + wanted, 0, static_cast<std::size_t>(rwCatalog->szallocated - wanted));
   rwCatalog->szmap = static_cast<std::int32_t>(std::clamp<long>(header.szmap, kHeaderSize, wanted));
   WriteUsedSize(rwCatalog, rwCatalog->szmap);
   FlushCatalog();

@@ -81,7 +81,7 @@ class CatalogCheck {
   CatalogState run() {
     const std::uint32_t end = lastSlotEnd();
     state_.slots = entriesBetween(catalog_.bytes(), kHeaderSize, end);
-    readLost(end);
+    readLost();
     for (std::size_t i = 0; i < state_.slots.size(); ++i) checkSlot(i);
     for (const auto& [name, entry] : directory_.files()) checkFile(name, entry);
     while (!state_.slots.empty() && isFree(state_.slots.back())) state_.slots.pop_back();
@@ -109,10 +109,23 @@ class CatalogCheck {
   // The end of the last whole slot that is used: what a wrong end cuts in two is read as lost, from its beginning.
   std::uint32_t lastSlotEnd() {
     if (catalog_.length == 0) return kHeaderSize;
-    const std::uint32_t end = UsedEnd(catalog_, kHeaderSize, findings_).value_or(kHeaderSize);
+    const std::optional<std::uint32_t> told = UsedEnd(catalog_, kHeaderSize, findings_);
+    const std::uint32_t end = told.value_or(kHeaderSize), last = endOfEntries(end);
+    if (told && last > end)
+      findings_.damage(Message("its header says %u bytes used, its entries reach to %u", end, last));
+    if (last > end) return last;
     const std::uint32_t cut = (end - kHeaderSize) % kCatalogEntrySize;
     if (cut != 0) findings_.damage(Message("its header says %u bytes used, which ends within an entry", end));
     return end - cut;
+  }
+
+  // The end of the last entry behind `end` that names a file.
+  std::uint32_t endOfEntries(std::uint32_t end) const {
+    const auto entries = entriesBetween(catalog_.bytes(), kHeaderSize, kLargestFile);
+    for (std::size_t i = entries.size(); i > 0 && kHeaderSize + i * kCatalogEntrySize > end; --i)
+      if (isNamed(entries[i - 1]) && directory_.kindOf(NameOf(entries[i - 1])) == FileKind::kRegular)
+        return static_cast<std::uint32_t>(kHeaderSize + i * kCatalogEntrySize);
+    return end;
   }
 
   void checkSlot(std::size_t index) {
@@ -200,12 +213,11 @@ class CatalogCheck {
     if (found != directory_.files().end()) owners_[found->second.inode] = name;
   }
 
-  // Entries that the catalogue has behind its end, and those of its backup, by the names of their files.
-  void readLost(std::uint32_t end) {
+  // The entries of the backup, by the names of their files.
+  void readLost() {
     const RawFile backup = directory_.read(kCatalogBackupName);
     complete_ = backup.error.empty() || directory_.kindOf(kCatalogBackupName) != FileKind::kRegular;
     if (!complete_) report_.problems.push_back({kCatalogBackupName, -1, "it cannot be read: " + backup.error, false});
-    for (const DatabaseHdrType& entry : entriesBetween(catalog_.bytes(), end, kLargestFile)) addLost(entry);
     for (const DatabaseHdrType& entry : entriesBetween(backup.bytes(), kHeaderSize, kLargestFile)) addLost(entry);
     const bool same =
         backup.length == catalog_.length &&
@@ -302,7 +314,7 @@ class CatalogCheck {
 }  // namespace
 
 std::vector<DatabaseHdrType> CatalogEntries(const RawFile& catalog) {
-  return entriesBetween(catalog.bytes(), kHeaderSize, FileHeaderOf(catalog.bytes()).szmap);
+  return entriesBetween(catalog.bytes(), kHeaderSize, kLargestFile);
 }
 
 CatalogState CheckCatalog(const DataDirectory& directory, const RawFile& catalog, Findings& findings,

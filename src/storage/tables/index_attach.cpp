@@ -35,7 +35,7 @@ std::string ownerOf(const std::string& index) {
   if (file < 0) return {};
   const ssize_t read = fileSystem.read(file, bytes, sizeof bytes);
   fileSystem.close(file);
-  if (read != static_cast<ssize_t>(sizeof bytes) || Load<FileHeader>(bytes).AppInfoLen < kDescriptionHead) return {};
+  if (read != static_cast<ssize_t>(sizeof bytes) || Load<FileHeader>(bytes).AppInfoLen == 0) return {};
   const char* name = bytes + kHeaderSize + kNameAt;
   return FoldedName({name, ::strnlen(name, kNameRoom)});
 }
