@@ -41,11 +41,11 @@ FLOORS = {
     'tools/text': 'text/',
     'tools/vornetab': 'vornetab/|text/|storage/reading/table_reader$',
     'tools/tellira': 'text/|edge/|library/|sale/|db/',
-    'tools/tellira/edge': 'text/|edge/|storage/disk_layout$',
+    'tools/tellira/edge': 'text/|edge/|storage/(disk_layout|format/names)$',
     'tools/tellira/library': 'text/|edge/|library/|' + VENDOR,
     'tools/tellira/sale': 'text/|edge/|library/|sale/|generated/',
     'tools/tellira/db': 'text/|edge/|db/|vornetab/|runtime/process$|storage/(disk_layout|tables)$|'
-                        'storage/format/(description|keys|record_bytes)$|'
+                        'storage/format/(description|keys|names|record_bytes)$|'
                         'storage/(repair/(directory_check|report|in_use|describe_table)|reading/(dictionary|table_reader))$|'
                         'storage/tables/(areas|bulk_load)$',
     'devices/common': 'common/|' + VENDOR,

@@ -175,6 +175,8 @@ TEST_F(Call, ExplainsItselfOnEveryLevel) {
   EXPECT_THAT(wrong.err, HasSubstr("there is no verb \"sell\"; the verbs are call, commands, sale, db, help.\n"));
   EXPECT_EQ(nlohmann::json::parse(wrong.out)["error"]["cause"], "near to it: call, sale");
   EXPECT_EQ(run({}).status, 2);
+  EXPECT_THAT(run({"--jsn", "commands"}).err, HasSubstr("near to it: --json\n  next: `tellira commands --help`"));
+  EXPECT_THAT(run({"db", "--json", "list"}).err, HasSubstr("tellira db list has it, behind the verb"));
 }
 
 TEST_F(Call, WritesToATerminalWhatFitsOnIt) {

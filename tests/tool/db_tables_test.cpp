@@ -442,9 +442,11 @@ TEST_F(Tables, AnExportReplacesNoDatabaseAndNoLink) {
                                  std::pair("other.csv", "linked.csv"), std::pair("missing.csv", "dangling.csv")})
     std::filesystem::create_symlink(to, directory / link);
   writeFile(other, "old");
+  std::filesystem::create_directories(directory / "empty" / "DB");
   std::filesystem::permissions(other, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
   std::filesystem::create_hard_link(directory / "DB" / "GOODS", directory / "other.csv.part");
-  for (const char* name : {"DB/GOODS", "DB/new.csv", "./DB/../data/GOODS", "goods.csv", "DB/new/new.csv"}) {
+  for (const char* name :
+       {"DB/GOODS", "DB/new.csv", "./DB/../data/GOODS", "goods.csv", "DB/new/new.csv", "empty/DB/x"}) {
     const Ran ran = db({"export", "GOODS", name});
     EXPECT_EQ(ran.status, 2) << name;
     EXPECT_THAT(ran.err, HasSubstr(std::string(name) + " lies in a directory of databases"));
@@ -510,6 +512,7 @@ TEST_F(Tables, AnswersInSqlAreCutToTheTerminalOnly) {
   const std::string seen = seenOnTerminal({"db", "sql", statement});
   EXPECT_THAT(seen, HasSubstr("\r\nA     João  ção" + std::string(64, 'n') + "…\r\n"));
   EXPECT_THAT(ok({"sql", statement}), HasSubstr(std::string(100, 'n') + "  1\n"));
+  EXPECT_THAT(seenOnTerminal({"db", "check"}, "", 20), HasSubstr("GOODS: sound, 1\r\n  record\r\n"));
 }
 
 // A program that has the databases open holds a lock on the catalogue.
@@ -518,15 +521,18 @@ TEST_F(Tables, KeepsAwayFromWhatAProgramHasOpen) {
   const std::string catalogue = directory / "DB" / "catalog.plm";
   const int held = open(catalogue.c_str(), O_RDONLY);
   ASSERT_EQ(flock(held, LOCK_SH), 0);
+  const std::string self = "process " + std::to_string(getpid()) + " (tool_tests)";
   for (const Words& words : {Words{"create", "T", "A:D"},
                              {"import", "GOODS", "-"},
                              {"delete", "GOODS", "1"},
                              {"reindex", "GOODS"},
                              {"zap", "GOODS", "--yes"},
-                             {"drop", "GOODS", "--yes"}}) {
+                             {"drop", "GOODS", "--yes"},
+                             {"describe", "GOODS", "A:D"},
+                             {"check", "--repair", "--yes"}}) {
     const Ran ran = db(words, "CODE\nB\n");
     EXPECT_EQ(ran.status, 2) << words[0];
-    EXPECT_THAT(ran.err, HasSubstr("a program has the databases of "));
+    EXPECT_THAT(ran.err, HasSubstr(self + " has the databases of "));
   }
   EXPECT_EQ(exported(), std::string(kHead) + "A,,0.00,,false,\n");
   close(held);
@@ -540,5 +546,5 @@ TEST_F(Tables, KeepsAwayFromWhatAProgramHasOpen) {
   close(other);
   const Ran waited = ended(waiting);
   EXPECT_EQ(waited.status, 0);
-  EXPECT_THAT(waited.err, HasSubstr("waiting for process " + std::to_string(getpid()) + " (tool_tests), "));
+  EXPECT_THAT(waited.err, HasSubstr("waiting for " + self + ", "));
 }

@@ -46,12 +46,13 @@ class ToolTest : public testing::Test {
     return ended(start(arguments, input));
   }
 
-  /// Starts the tool; ended() waits for it.
+  /// Starts the tool in a process group of its own; ended() waits for it.
   pid_t start(std::vector<std::string> arguments, const std::string& input = "") const {
     writeFile(directory / "stdin", input);
     const pid_t child = fork();
     if (child == 0) {
       signal(SIGINT, SIG_DFL);  // whoever runs the tests in the background has it ignored
+      setpgid(0, 0);
       if (chdir(directory.c_str()) != 0) _exit(98);
       redirect("stdin", O_RDONLY, 0);
       redirect("stdout", O_WRONLY | O_CREAT | O_TRUNC, 1);
@@ -63,6 +64,7 @@ class ToolTest : public testing::Test {
       execv(TOOL, argv.data());
       _exit(99);
     }
+    setpgid(child, child);
     return child;
   }
   Ran ended(pid_t child) const {

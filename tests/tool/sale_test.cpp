@@ -202,7 +202,7 @@ TEST_F(Dialogue, TellsWhatIsOpenAtAnEarlyEnd) {
                                           "tef 0 10,00 000123 20260315 120000 ANA\n") +
                                   line + "\n");
     while (number != 0 && calls().find("!hang") == std::string::npos) usleep(10000);
-    if (number != 0) kill(child, number);
+    if (number != 0) kill(-child, number);  // as Ctrl-C does: to the library's process as well
     const Ran ran = ended(child);
     EXPECT_EQ(ran.status, status) << line << ran.err;
     EXPECT_THAT(ran.err, HasSubstr("open: the coupon of line 3; `ECF_CancelaCupom` ends it.\n  open: the payment of "
@@ -218,9 +218,16 @@ TEST_F(Dialogue, TellsWhatIsOpenAtAnEarlyEnd) {
   EXPECT_THAT(sale("ECF_AbreCupom -1\n").err, Not(HasSubstr("open:")));
 }
 
-TEST_F(Sale, EndsWithoutItsStandardStreams) {
+TEST_F(Sale, TellsWhatIsOpenWhenItsOutputIsLost) {
   writeFile(directory / "sale.tlr", "ECF_AbreCupom x\n");
-  const std::string call = "timeout 20 " TOOL " sale --lib " FAKE_LIBRARY " " + (directory / "sale.tlr").string();
+  const std::string call = "cd " + directory.string() + "; timeout 20 " TOOL " sale --lib " FAKE_LIBRARY " sale.tlr";
   const int status = std::system((call + " <&- >&- 2>&-").c_str());
   EXPECT_EQ(WEXITSTATUS(status), 3) << "what it prints cannot be written; it must not reach the library's process";
+  for (const char* output :
+       {"; } >/dev/full", "--json; } >/dev/full", "--tape /dev/full; } >/dev/null", "--tape -; } | :"}) {
+    std::ignore =
+        std::system(("exec 2>" + (directory / "told").string() + "; { sleep 0.1; " + call + " " + output).c_str());
+    EXPECT_THAT(contents(directory / "told"), HasSubstr("open: the coupon of line 1; `ECF_CancelaCupom` ends it.\n"))
+        << output;
+  }
 }

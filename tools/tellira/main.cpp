@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <new>
@@ -44,7 +45,7 @@ void openMissingStreams() {
 
 /// Output that could not be written (a full disk) must not look like success.
 int flushed(int status) {
-  if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return status;
+  if (!tool::takeOutputFailure()) return status;
   tool::complain("the output could not be written.\n  next: look whether the disk is full.");
   return tool::kEnded;
 }
@@ -63,6 +64,7 @@ int run(const std::vector<std::string>& arguments) {
 
 int main(int argc, char** argv) {
   openMissingStreams();
+  std::signal(SIGPIPE, SIG_DFL);  // who calls the tool may ignore it; a reader that went away is no failure
   const std::vector<std::string> arguments(argv + 1, argv + argc);
   const auto end = std::find(arguments.begin(), arguments.end(), "--");
   const bool json = std::find(arguments.begin(), end, "--json") != end;

@@ -21,11 +21,14 @@ bool isHeld(const std::string& path) {
 
 }  // namespace
 
-bool IsInUse(const std::string& path) {
-  if (isHeld(path + "/" + kCatalogName)) return true;
-  for (const std::string_view journal : kJournalNames)
-    if (isHeld(path + "/" + std::string(journal))) return true;
-  return false;
+std::string HeldFile(const std::string& path) {
+  const std::string catalog = path + "/" + kCatalogName;
+  if (isHeld(catalog)) return catalog;
+  for (const std::string_view name : kJournalNames) {
+    const std::string journal = path + "/" + std::string(name);
+    if (isHeld(journal)) return journal;
+  }
+  return {};
 }
 
 }  // namespace vorne

@@ -5,9 +5,15 @@
 
 namespace vorne {
 
+/// The path of the file by whose lock a program shows that it has them open; empty when none does.
+/// @param path of the directory that holds the databases
+std::string HeldFile(const std::string& path);
+
 /// @param path of the directory that holds the databases
 /// @returns true when a program has them open: it holds a lock on the catalogue, and one on its journal once it has
 ///     changed anything
-bool IsInUse(const std::string& path);
+inline bool IsInUse(const std::string& path) {
+  return !HeldFile(path).empty();
+}
 
 }  // namespace vorne

@@ -6,6 +6,9 @@
 #include <cstring>
 
 #include "edge/console.h"
+#include "edge/lock_holder.h"
+#include "storage/format/names.h"
+#include "storage/repair/in_use.h"
 #include "text/text.h"
 
 namespace tool {
@@ -17,6 +20,15 @@ void demandAccess(const std::string& path, Use use) {
   };
   demand(R_OK, " cannot be read: ");
   if (use == Use::kWrites) demand(W_OK, " cannot be written: ");
+}
+
+std::string userOf(const std::string& data) {
+  return lockHolder(vorne::HeldFile(data), "a program");
+}
+
+void refuseInUse(const std::string& directory) {
+  throw Failure(kUsage, userOf(directory + vorne::kDataDirectory) + " has the databases of " + directory +
+                            " open; nothing was changed.\n  next: end it and try again.");
 }
 
 }  // namespace tool

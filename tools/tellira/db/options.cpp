@@ -6,6 +6,7 @@
 #include "edge/console.h"
 #include "edge/paths.h"
 #include "storage/disk_layout.h"
+#include "storage/format/names.h"
 
 namespace tool {
 namespace {
@@ -19,7 +20,7 @@ namespace {
 std::string DbOptions::checkedDirectory() const {
   std::string path = absolute(directory);
   if (path.size() > 1 && path.ends_with('/')) path.pop_back();
-  const std::string data = path + "/DB", catalogue = data + "/" + vorne::kCatalogName;
+  const std::string data = path + vorne::kDataDirectory, catalogue = data + "/" + vorne::kCatalogName;
   std::error_code error;
   std::filesystem::directory_iterator(data, error);
   const bool missing = error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory;

@@ -19,6 +19,7 @@
 #include "edge/lock_holder.h"
 #include "runtime/process.h"
 #include "storage/disk_layout.h"
+#include "storage/format/names.h"
 #include "storage/repair/in_use.h"
 #include "text/text.h"
 
@@ -59,14 +60,10 @@ std::string explanation(const std::string& words) {
                             "the files may be written; `tellira db check` tells whether the databases are sound.");
 }
 
-[[noreturn]] void failAsInUse(const std::string& directory) {
-  throw Failure(kUsage, "a program has the databases of " + directory +
-                            " open; nothing was changed.\n  next: end it and try again.");
-}
-
 }  // namespace
 
-TableSession::TableSession(const std::string& directory) : directory_(directory) {
+TableSession::TableSession(const std::string& directory)
+    : directory_(directory), data_(directory + vorne::kDataDirectory) {
   if (::chdir(directory.c_str()) != 0)
     throw Failure(kUsage, directory + " cannot be entered: " + std::strerror(errno) +
                               ".\n  next: name the working directory of the program with --dir.");
@@ -74,13 +71,13 @@ TableSession::TableSession(const std::string& directory) : directory_(directory)
   std::setvbuf(stdout, printed.data(), _IOFBF, printed.size());
   vorne::endProcessHook = failWithWords;
   std::error_code ignored;
-  std::filesystem::create_directory("DB", ignored);
-  lock_ = ::open("DB", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  std::filesystem::create_directory(data_, ignored);
+  lock_ = ::open(data_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (lock_ < 0)
-    throw Failure(kUsage, directory + "/DB cannot be opened: " + std::strerror(errno) +
+    throw Failure(kUsage, data_ + " cannot be opened: " + std::strerror(errno) +
                               ".\n  next: look at the rights of the directory.");
-  demandAccess(directory + "/DB", Use::kWrites);
-  demandAccess(directory + "/DB/" + vorne::kCatalogName, Use::kWrites);
+  demandAccess(data_, Use::kWrites);
+  demandAccess(data_ + "/" + vorne::kCatalogName, Use::kWrites);
   lockDirectory();
   __BeginGlobal();
   running_ = true;
@@ -91,11 +88,17 @@ TableSession::TableSession(const std::string& directory) : directory_(directory)
 // Two tools wait for each other. A program is not waited for: it holds what it has open for as long as it runs.
 void TableSession::lockDirectory() const {
   for (int tries = 0; ::flock(lock_, LOCK_EX | LOCK_NB) != 0; ++tries) {
-    if (tries == 0) note("tellira: waiting for " + lockHolder(lock_) + ", which works with the same databases.");
-    if (tries == kTries) failAsInUse(directory_);
+    if (tries == 0) note("tellira: waiting for " + otherTool() + ", which works with the same databases.");
+    if (tries == kTries)
+      throw Failure(kUsage, otherTool() + " still works with the databases of " + directory_ +
+                                "; nothing was changed.\n  next: try again when it has ended.");
     ::usleep(kBetweenTries);
   }
-  if (vorne::IsInUse("DB")) failAsInUse(directory_);
+  if (vorne::IsInUse(data_)) refuseInUse(directory_);
+}
+
+std::string TableSession::otherTool() const {
+  return lockHolder(data_, "another process");
 }
 
 TableSession::~TableSession() {

@@ -29,9 +29,10 @@ class TableSession {
 
  private:
   void lockDirectory() const;
+  std::string otherTool() const;
   void end();
 
-  std::string directory_;
+  std::string directory_, data_;
   int lock_ = -1;
   bool running_ = false;
 };

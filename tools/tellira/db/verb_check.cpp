@@ -1,13 +1,17 @@
 // `tellira db check`: are the databases sound, and making them so.
+#include <unistd.h>
+
 #include <algorithm>
 #include <map>
 
+#include "db/access.h"
 #include "db/db.h"
 #include "db/words.h"
 #include "edge/confirm.h"
 #include "edge/console.h"
 #include "edge/json_text.h"
 #include "edge/progress.h"
+#include "edge/terminal.h"
 #include "storage/repair/directory_check.h"
 
 namespace tool {
@@ -50,9 +54,16 @@ std::string placeOf(const Problem& problem) {
   return shown(problem.file) + (problem.record < 0 ? "" : part + std::to_string(problem.record));
 }
 
-std::string lineOf(const Problem& problem) {
-  return placeOf(problem) + ": " + shown(problem.problem) +
-         (problem.repaired ? styled(Style::kGreen, " [repaired]") : "") + "\n";
+std::string fitting(const std::string& line) {
+  return brokenTo(terminalWidth(STDOUT_FILENO), line);
+}
+
+std::string lineOf(const Problem& problem, const char* kind = "") {
+  const std::string line = kind + placeOf(problem) + ": " + shown(problem.problem);
+  if (!problem.repaired) return fitting(line) + "\n";
+  const std::string_view mark = "[repaired]";
+  std::string marked = fitting(line + " " + std::string(mark));
+  return marked.erase(marked.size() - mark.size()) + styled(Style::kGreen, mark) + "\n";
 }
 
 std::string lostInWords(const DirectoryReport& report) {
@@ -85,9 +96,9 @@ void printText(const DirectoryReport& report) {
   }
   for (const DatabaseReport& database : report.databases)
     if (!damaged.contains(database.name) && !damaged.contains(database.name + vorne::kOffsetsSuffix))
-      print(shown(database.name) + ": sound, " + counted(database.records, "record") + "\n");
-  for (const Problem& remark : report.notes) print("note: " + lineOf(remark));
-  print(styled(report.sound ? Style::kBold : Style::kRed, summary(report)) + "\n");
+      print(fitting(shown(database.name) + ": sound, " + counted(database.records, "record")) + "\n");
+  for (const Problem& remark : report.notes) print(lineOf(remark, "note: "));
+  print(styled(report.sound ? Style::kBold : Style::kRed, fitting(summary(report))) + "\n");
 }
 
 void printNextStep(const DirectoryReport& report, const CheckVerb& verb) {
@@ -141,9 +152,7 @@ int runCheck(const DbOptions& options, const CheckVerb& verb) {
     return kNo;
   }
   const DirectoryReport report = inspected(directory, verb.repair);
-  if (verb.repair && report.inUse)
-    throw Failure(kUsage, "a program has the databases of " + directory +
-                              " open; nothing was changed.\n  next: end it and repair again.");
+  if (verb.repair && report.inUse) refuseInUse(directory);
   if (verb.json)
     printJson(jsonOf(report));
   else

@@ -66,7 +66,8 @@ int runCreate(const DbOptions& group, const CreateOptions& options) {
   refuseTaken(dictionary, name + vorne::kMemoSuffix);
   const Obj_Node* made = __DBCREATE(__INIT_CHARPTR(name.c_str()), structureOf(fields));
   if (made->objData.mbool == 0)
-    refuse("the table " + name + " could not be made", "look whether files of that name are in " + directory + "/DB");
+    refuse("the table " + name + " could not be made",
+           "look whether files of that name are in " + directory + vorne::kDataDirectory);
   session.close();
   note("made the table " + name + " with " + counted(fields.size(), "field") + ".");
   return kDone;
@@ -94,7 +95,8 @@ int runDrop(const DbOptions& group, const DropOptions& options) {
   const char* name = found->name.c_str();
   const bool gone = isTable ? __TBL_DeleteDatabase(__INIT_CHARPTR(name))->objData.mbool != 0
                             : DmDeleteDatabase(0, DmFindDatabase(0, name)) == errNone;
-  if (!gone) refuse("the " + what + " could not be removed", "look at the rights of " + directory + "/DB");
+  if (!gone)
+    refuse("the " + what + " could not be removed", "look at the rights of " + directory + vorne::kDataDirectory);
   session.close();
   note("dropped the " + what + ".");
   return kDone;

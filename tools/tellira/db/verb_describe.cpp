@@ -7,6 +7,7 @@
 #include "db/words.h"
 #include "edge/console.h"
 #include "storage/repair/describe_table.h"
+#include "storage/repair/in_use.h"
 
 namespace tool {
 namespace {
@@ -35,7 +36,9 @@ int runDescribe(const DbOptions& group, const DescribeOptions& options) {
   if (found->entry.type != vorne::kTypeData)
     refuse(shown(found->name) + " is no table: its type is " + codeText(found->entry.type),
            "`tellira db list` shows all types");
-  demandAccess(directory + "/DB", Use::kWrites);
+  const std::string data = directory + vorne::kDataDirectory;
+  if (vorne::IsInUse(data)) refuseInUse(directory);
+  demandAccess(data, Use::kWrites);
   dictionary.demandFiles(*found, Use::kWrites);
   const vorne::Described described = vorne::DescribeTable(directory, found->name, parsedFields(options.fields));
   if (described.isSame) {

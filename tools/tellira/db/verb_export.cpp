@@ -106,7 +106,7 @@ int runExport(const DbOptions& group, const ExportOptions& options) {
       std::find_if(kFormats.begin(), kFormats.end(), [&](const Format& known) { return options.format == known.name; });
   return reading([&] {
     vorne::TableReader reader(directory, table.name);
-    OutputFile output(options.file);
+    OutputFile output(options.file, directory + vorne::kDataDirectory);
     Exporter exporter(reader, *format, {options.deleted, false, separatorIn(options.separator)}, output);
     exporter.run(order);
     if (options.file != "-") note(counted(exporter.written(), "record") + " exported to " + options.file + ".");

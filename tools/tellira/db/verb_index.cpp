@@ -86,7 +86,8 @@ int runCreate(const DbOptions& group, const IndexOptions& options) {
   std::optional<Working> going("making the index " + name + " of " + shown(table.name));
   const int area = session.open(table.name);
   if (__TrataCriaIndice(area, name.c_str(), fields.data(), static_cast<int>(fields.size())) != 1)
-    refuse("the index " + name + " could not be made", "look whether a file of that name is in " + directory + "/DB");
+    refuse("the index " + name + " could not be made",
+           "look whether a file of that name is in " + directory + vorne::kDataDirectory);
   going.reset();
   const Obj_Node* records = __TBL_RecCount();
   const auto count = static_cast<std::uint64_t>(records->objData.mdbl);
@@ -103,7 +104,8 @@ int runDrop(const DbOptions& group, const IndexOptions& options) {
   session.open(table.name);
   const Obj_Node* gone = __DBDROPINDEX(__INIT_CHARPTR(name.c_str()));
   if (gone->objData.mbool == 0)
-    refuse("the index " + shown(name) + " could not be removed", "look at the rights of " + directory + "/DB");
+    refuse("the index " + shown(name) + " could not be removed",
+           "look at the rights of " + directory + vorne::kDataDirectory);
   session.close();
   note("dropped the index " + shown(name) + " of " + shown(table.name) + ".");
   return kDone;

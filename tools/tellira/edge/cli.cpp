@@ -62,16 +62,37 @@ std::string unknownVerb(const CLI::App& group, const std::string& word) {
   return "there is no verb \"" + word + "\"; the verbs are " + verbNames(group) + "." + nearestText(word, names);
 }
 
-std::string unknownOption(const CLI::App& verb, const std::string& word) {
-  const std::string option = word.substr(0, word.find('='));
-  std::vector<std::string> names;
+void addOptionNames(const CLI::App& verb, std::vector<std::string>& names) {
   for (const CLI::Option* known : verb.get_options())
     for (const std::string& name : known->get_lnames()) names.push_back("--" + name);
+}
+
+/// For an option in front of the verb whose it is, or would be.
+std::string optionBeforeVerb(const CLI::App& group, const CLI::App& chosen, const std::string& option) {
+  std::vector<std::string> names;
+  addOptionNames(chosen, names);
+  const std::string known = callOf(chosen) + (std::find(names.begin(), names.end(), option) == names.end()
+                                                  ? " has none of that name either." + nearestText(option, names)
+                                                  : " has it, behind the verb.");
+  return callOf(group) + " has no option \"" + option + "\"; " + known;
+}
+
+std::string unknownOption(const CLI::App& verb, const std::string& word) {
+  const std::string option = word.substr(0, word.find('='));
+  if (const CLI::App& chosen = chosenIn(verb); &chosen != &verb) return optionBeforeVerb(verb, chosen, option);
+  std::vector<std::string> names;
+  addOptionNames(verb, names);
   const std::string near = nearestText(option, names);
   if (near.empty() && !verb.get_options([](const CLI::Option* known) { return known->get_positional(); }).empty())
     return callOf(verb) + " has no option \"" + option +
            "\".\n  A word that begins with a dash and is no option stands behind --.";
   return callOf(verb) + " has no option \"" + option + "\"." + near;
+}
+
+/// The first that was named and is left with words that it does not know; else the verb itself.
+const CLI::App& confused(const CLI::App& app) {
+  const auto verbs = app.get_subcommands();
+  return verbs.empty() || !app.remaining().empty() ? app : confused(*verbs.front());
 }
 
 /// What the parser says, in words that help: it tells a word that is no verb only as "a verb is missing".
@@ -189,8 +210,9 @@ int CommandLine::run(const std::vector<std::string>& arguments) {
   } catch (const CLI::CallForVersion& version) {
     print(std::string(version.what()) + "\n");
   } catch (const CLI::ParseError& error) {
-    const CLI::App& verb = chosenIn(*app_);
-    throw Failure(kUsage, parserWords(verb, error) + "\n  next: `" + callOf(verb) + " --help` shows how it is used.");
+    const CLI::App& verb = confused(*app_);
+    throw Failure(kUsage,
+                  parserWords(verb, error) + "\n  next: `" + callOf(chosenIn(verb)) + " --help` shows how it is used.");
   }
   return kDone;
 }

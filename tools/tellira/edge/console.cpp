@@ -46,6 +46,12 @@ bool hasPrinted() {
   return anyPrinted;
 }
 
+bool takeOutputFailure() {
+  const bool failed = std::fflush(stdout) != 0 || std::ferror(stdout) != 0;
+  std::clearerr(stdout);
+  return failed;
+}
+
 void note(std::string_view text) {
   std::fflush(stdout);
   write(stderr, maskCards(text) + "\n");

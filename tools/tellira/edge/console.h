@@ -32,6 +32,10 @@ void printRaw(std::string_view text);
 /// True once something was written to standard output.
 bool hasPrinted();
 
+/// Whether some of what was printed could not be written, as on a full disk or to a reader that went away. True once
+/// only: who asks is the one to tell it.
+bool takeOutputFailure();
+
 /// Writes a remark to standard error, card numbers masked, with a line end.
 void note(std::string_view text);
 

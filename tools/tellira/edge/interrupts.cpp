@@ -25,6 +25,13 @@ Interrupts::~Interrupts() {
   for (std::size_t i = 0; i < kSignals.size(); ++i) ::sigaction(kSignals[i], &before_[i], nullptr);
 }
 
+void Interrupts::leaveToParent() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const int signal : kSignals) sigaddset(&signals, signal);
+  sigprocmask(SIG_BLOCK, &signals, nullptr);
+}
+
 bool Interrupts::asked() {
   return interrupted != 0;
 }

@@ -21,6 +21,9 @@ class Interrupts {
 
   /// True once the tool was asked to end.
   static bool asked();
+  /// Keeps the signals from this process for good. For a child: what it does is not to be cut short by a Ctrl-C that
+  /// the terminal sends to it as well, or by a service that is stopped with all its processes.
+  static void leaveToParent();
 
  private:
   static constexpr std::array<int, 3> kSignals{SIGINT, SIGTERM, SIGHUP};

@@ -5,8 +5,8 @@
 
 namespace tool {
 
-/// The process that holds the lock (flock) of an open file, as in "process 1234 (tellira)"; "another process" when the
-/// system does not tell.
-std::string lockHolder(int descriptor);
+/// The process that holds the lock (flock) of a file, as in "process 1234 (tellira)"; `unknown` when the system does
+/// not tell.
+std::string lockHolder(const std::string& path, const char* unknown);
 
 }  // namespace tool

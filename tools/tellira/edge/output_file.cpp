@@ -5,13 +5,13 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 
 #include "edge/console.h"
 #include "storage/disk_layout.h"
+#include "storage/format/names.h"
 
 namespace tool {
 namespace {
@@ -30,10 +30,14 @@ fs::path meant(fs::path path) {
   return error ? path : folder / path.filename();
 }
 
-/// True for a place in a directory of databases, or somewhere below one.
-bool isAmongDatabases(const fs::path& path) {
+/// True for a place in a directory of databases, or somewhere below one, and in one that a program would take for its
+/// own although nothing is in it yet.
+/// @param data a directory of databases that has perhaps lost its catalogue, or empty
+bool isAmongDatabases(const fs::path& path, const std::string& data) {
   std::error_code ignored;
+  if (path.parent_path().string().ends_with(vorne::kDataDirectory)) return true;
   for (fs::path folder = path.parent_path();; folder = folder.parent_path()) {
+    if (fs::equivalent(folder, data, ignored)) return true;
     for (const char* name : {vorne::kCatalogName, vorne::kCatalogBackupName})
       if (fs::exists(folder / name, ignored)) return true;
     if (folder == folder.parent_path()) return false;
@@ -42,7 +46,7 @@ bool isAmongDatabases(const fs::path& path) {
 
 }  // namespace
 
-OutputFile::OutputFile(const std::string& name) : name_(name) {
+OutputFile::OutputFile(const std::string& name, const std::string& data) : name_(name) {
   struct stat there = {}, output = {};
   const bool isThere = ::stat(name.c_str(), &there) == 0;
   // By any name, as in /dev/stdout: what it was redirected to must not be replaced.
@@ -60,7 +64,7 @@ OutputFile::OutputFile(const std::string& name) : name_(name) {
     return;
   }
   path_ = meant(name);
-  if (isAmongDatabases(path_))
+  if (isAmongDatabases(path_, data))
     throw Failure(kUsage, name +
                               " lies in a directory of databases, where no other file may be.\n  next: name a file "
                               "in another directory.");
@@ -93,11 +97,6 @@ void OutputFile::flush() {
   while (!rest.empty()) {
     const ssize_t done = ::write(file_, rest.data(), rest.size());
     if (done < 0 && errno == EINTR) continue;
-    if (done < 0 && errno == EPIPE) {
-      // Who calls the tool may have it ignore the signal; a reader that went away is no failure.
-      std::signal(SIGPIPE, SIG_DFL);
-      std::raise(SIGPIPE);
-    }
     if (done < 0) fail(kEnded);
     rest.remove_prefix(static_cast<std::size_t>(done));
     written_ += static_cast<std::uint64_t>(done);

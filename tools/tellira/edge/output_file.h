@@ -9,8 +9,9 @@ namespace tool {
 class OutputFile {
  public:
   /// @param name of the file, "-" for standard output; a symbolic link stands for the file that it names
+  /// @param data a directory in which it must not lie, like any other that holds databases or bears their name
   /// @throws Failure (kUsage) when the file cannot be made, or would lie among databases
-  explicit OutputFile(const std::string& name);
+  explicit OutputFile(const std::string& name, const std::string& data = {});
   /// Without finish() the file is not made; what had its name before stays.
   ~OutputFile();
   OutputFile(const OutputFile&) = delete;

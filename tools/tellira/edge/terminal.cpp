@@ -22,4 +22,20 @@ std::string cutTo(std::size_t width, std::string_view utf8) {
   return std::string(utf8.substr(0, at)) + "…";
 }
 
+std::string brokenTo(std::size_t width, const std::string& utf8) {
+  if (width == 0) return utf8;
+  constexpr std::string_view kIndent = "  ";
+  std::string text;
+  std::size_t used = 0;
+  for (const std::string& word : split(utf8, ' ')) {
+    const std::size_t more = columns(word);
+    const bool begins = text.empty();
+    const bool fits = used + 1 + more <= width;
+    if (!begins) text += fits ? " " : "\n" + std::string(kIndent);
+    used = more + (begins ? 0 : fits ? used + 1 : kIndent.size());
+    text += word;
+  }
+  return text;
+}
+
 }  // namespace tool

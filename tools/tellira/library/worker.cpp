@@ -99,6 +99,7 @@ bool Worker::start(std::string& reason) {
   std::fflush(nullptr);  // the child must not say again what is still in the buffers
   child_ = fork();
   if (child_ == 0) {
+    Interrupts::leaveToParent();    // a payment that is under way must come to its end
     std::signal(SIGPIPE, SIG_DFL);  // a vendor library finds what a host would give it
     close(calls[0]);
     close(words[0]);

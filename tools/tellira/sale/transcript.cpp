@@ -5,6 +5,7 @@
 
 #include "edge/console.h"
 #include "edge/masking.h"
+#include "edge/terminal.h"
 #include "text/text.h"
 
 namespace tool {
@@ -36,15 +37,6 @@ std::string escaped(const std::string& field) {
   return text;
 }
 
-std::string firstCharacters(const std::string& utf8, std::size_t most) {
-  std::size_t at = 0;
-  for (std::size_t seen = 0; at < utf8.size(); ++at) {
-    const bool begins = (static_cast<unsigned char>(utf8[at]) & 0xC0) != 0x80;
-    if (begins && seen++ == most) break;
-  }
-  return utf8.substr(0, at);
-}
-
 std::string quoted(const std::string& text) {
   return std::string("\"").append(text).append("\"");
 }
@@ -63,7 +55,7 @@ constexpr std::array<const char*, 5> kRemarkNames{"echo", "message", "prompt", "
 std::string shownField(const std::string& field) {
   const std::string text = escaped(field);
   const bool bare = !text.empty() && text == field && text.find_first_of(" #\t") == std::string::npos;
-  if (columns(text) > kMostShown) return quoted(firstCharacters(text, kMostShown - 3) + "...");
+  if (columns(text) > kMostShown) return quoted(cutTo(kMostShown, text));
   return bare ? text : quoted(text);
 }
 

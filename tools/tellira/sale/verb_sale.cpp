@@ -41,7 +41,8 @@ A dialogue leaves $tef.result, .customer, .merchant (receipts), .nsu, .authoriza
 is checked before the first command is sent.
 
 A sale that ends early says what the devices wait for (an open coupon, a payment that is not confirmed) and the commands
-that end it. Ctrl-C ends it so, after the command that is under way or two seconds.
+that end it; so does one whose output could not be written. Ctrl-C ends it so, after the command that is under way or
+two seconds.
 
 Examples, on the simulated devices:
   tellira sale --cwd build/release/lib/devices examples/sale.tlr
@@ -49,7 +50,7 @@ Examples, on the simulated devices:
   echo ECF_AbrePortaSerial | tellira sale --cwd build/release/lib/devices -
 
 Exit status: 0 done, 1 an answer was not what the script wants, 2 wrong usage or script, 3 the library ended the
-process, something is missing, the sale was interrupted, or its page could not be written.)";
+process, something is missing, the sale was interrupted, or its page or output could not be written.)";
 
 struct SaleOptions : LibraryOptions {
   std::string file;
@@ -81,36 +82,42 @@ struct Ended {
   bool isDone = true;  ///< the script ran to its end
   Status status = kDone;
   std::string words;  ///< what went wrong
-  std::string open;   ///< what the devices wait for after an early end
 
-  std::string text() const { return words + open; }
+  /// Empty when nothing did, else with what the devices wait for.
+  std::string text(const Sale& sale) const { return words.empty() ? "" : words + sale.open().text(); }
 };
-
-Ended endedBy(const Failure& failure, const Sale& sale) {
-  return {false, failure.status, failure.what(), sale.open().text()};
-}
 
 Ended carriedOut(Sale& sale) {
   try {
     sale.run();
     return {};
   } catch (const Failure& failure) {
-    return endedBy(failure, sale);
+    return {false, failure.status, failure.what()};
   } catch (const std::bad_alloc&) {
-    return endedBy(memoryFailure(), sale);
+    return {false, kEnded, memoryFailure().what()};
   }
 }
 
 /// The page takes its file's place when it is whole. The sale is over then, whatever becomes of the page.
-void writePage(OutputFile& page, const SaleOptions& options, const Transcript& transcript, Ended& ended) {
+void writePage(OutputFile& page, const SaleOptions& options, const Sale& sale, const Transcript& transcript,
+               Ended& ended) {
   try {
-    page.text() = salePage(maskCards(options.file), transcript.steps(), ended.text());
+    page.text() = salePage(maskCards(options.file), transcript.steps(), ended.text(sale));
     page.finish();
   } catch (const Failure& failure) {
     ended.status = kEnded;
     ended.words +=
         (ended.isDone ? "the sale was carried out, but the page " : "\nThe page ") + std::string(failure.what());
   }
+}
+
+/// Nobody has seen what was answered, nor what the script means to leave open.
+void tellUnseen(Ended& ended) {
+  if (!ended.isDone || !takeOutputFailure()) return;
+  ended.status = kEnded;
+  if (ended.words.empty())
+    ended.words =
+        "the sale was carried out, but its output could not be written.\n  next: look whether the disk is full.";
 }
 
 void printJsonSale(const SaleOptions& options, const Sale& sale, const Transcript& transcript, const Ended& ended) {
@@ -133,9 +140,10 @@ int runSale(const SaleOptions& options) {
   Transcript transcript(!options.json);
   Sale sale(script, {options.libraryPath(), options.directoryPath(), options.timeout()}, transcript);
   Ended ended = carriedOut(sale);
-  if (page) writePage(*page, options, transcript, ended);
+  if (page) writePage(*page, options, sale, transcript, ended);
   if (options.json) printJsonSale(options, sale, transcript, ended);
-  if (!ended.words.empty()) complain(ended.text());
+  tellUnseen(ended);
+  if (!ended.words.empty()) complain(ended.text(sale));
   return ended.status;
 }
 
