@@ -229,6 +229,21 @@ TEST_F(RepairTest, FinishesAnInterruptedChangeAndLeavesLivingOnesAlone) {
   close(catalog);
 }
 
+// A program puts the file of an entry in its place while it is looked for.
+TEST_F(RepairTest, LooksAgainBeforeItCallsAnythingLost) {
+  static std::string late;
+  late = std::exchange(files["CONF"], "");
+  files.erase("CONF");
+  store();
+  vorne::fileSystem.read = [](int file, void* to, std::size_t size) {
+    if (!std::filesystem::exists("DB/CONF")) writeFile("DB/CONF", late);
+    return vorne::kSystem.read(file, to, size);
+  };
+  const DirectoryReport checked = CheckDirectory(".");
+  EXPECT_TRUE(checked.sound) << words(checked.problems);
+  EXPECT_EQ(checked.lost(), 0u);
+}
+
 // Each system call of a repair fails once: every file is the old one or the repaired one, and the next repair does it
 // all.
 TEST_F(RepairTest, SurvivesEveryFailingSystemCall) {

@@ -103,20 +103,20 @@ TEST_F(DbRepair, FindsWhatIsLostAndRepairsTheRest) {
     int lost;
     std::string expected;  // of an export; empty: the table is gone
   } cases[] = {
-      {"data file", [&] { remove({"T"}); }, {"T: the table is gone; X tells of 5 records"}, 6, ""},
+      {"data file", [&] { remove({"T"}); }, {"T: the table is gone; X tells of 5 records"}, 11, ""},
       {"all files",
        [&] {
          remove({"T", "T_OS", "X", "Y"});
        },
        {"T: the table is gone; nothing tells", "X: the ind"},
-       3,
+       8,
        ""},
       {"data file and entry",
        [&] {
          remove({"T", "catalog.bck"}), patch("catalog.plm", 20, std::string(88, '\0'));
        },
        {"T: the table is gone; X tells of 5 records; put away with it: X, Y, T_M, T_OS"},
-       6,
+       11,
        ""},
       {"memo file", [&] { remove({"T_M"}); }, {"T 5: field NOTES holds memo text 5", "T_M: the memo"}, 6, rows("")},
       {"memo text",
@@ -296,4 +296,11 @@ TEST_F(DbRepair, NeverTakesATableOfWhichNothingIsLeftForSound) {
   EXPECT_THAT(ok({"check"}), HasSubstr("S: it has no records and no table's description; "));
   ok({"describe", "S", "CODE:C:6"});
   EXPECT_EQ(ok({"export", "S"}), "CODE\n");
+  patch("S", 20, std::string(90, '#'));
+  EXPECT_THAT(problems(report({}, 1)), HasSubstr("S: what it tells of itself is no table's description; "));
+  ok({"describe", "S", "CODE:C:6"});
+  remove({"T", "T_OS"});
+  EXPECT_THAT(db({"create", "T", "A:C:3"}).err,
+              HasSubstr("drop these memo texts of no table first (`tellira db drop T_M`)"));
+  ok({"drop", "T_M", "--yes"}), ok({"create", "T", "A:C:3"});
 }

@@ -34,6 +34,20 @@ bool readWhole(const std::string& path, char* bytes, std::size_t size) {
 
 }  // namespace
 
+namespace vorne {
+
+std::vector<DatabaseHdrType> BackupEntries() {
+  const long size = std::clamp<long>(sizeOfFile(backupPath()), 0, kLargestFile);
+  std::string backup(static_cast<std::size_t>(size), '\0');
+  std::vector<DatabaseHdrType> entries;
+  if (!readWhole(backupPath(), backup.data(), backup.size())) return entries;
+  for (std::size_t place = kHeaderSize; place + kCatalogEntrySize <= backup.size(); place += kCatalogEntrySize)
+    entries.push_back(Load<DatabaseHdrType>(backup.data() + place));
+  return entries;
+}
+
+}  // namespace vorne
+
 int VerifyCatalog() {
   if (rwCatalog == nullptr) return 0;
   const long size = sizeOfFile(backupPath());

@@ -13,13 +13,9 @@ namespace vorne {
 
 namespace {
 
-bool isFree(UInt32 place) {
-  return Load<UInt32>(rwCatalog->mapmem + place) == 0;
-}
-
 // True for an entry that names a file of this directory.
-bool isThere(UInt32 place) {
-  return !isFree(place) && IsDatabaseName(CatalogEntryName(place)) && !HasVanished(CatalogEntryName(place));
+bool isThere(const DatabaseHdrType& entry) {
+  return Load<UInt32>(&entry) != 0 && IsDatabaseName(NameOf(entry)) && !HasVanished(NameOf(entry));
 }
 
 UInt32 firstSlotFrom(UInt32 used) {
@@ -31,27 +27,18 @@ UInt32 endOfEntries(UInt32 used) {
   const auto size = static_cast<UInt32>(rwCatalog->szallocated);
   UInt32 end = used;
   for (UInt32 place = firstSlotFrom(used); place + kCatalogEntrySize <= size; place += kCatalogEntrySize)
-    if (isThere(place)) end = place + kCatalogEntrySize;
+    if (isThere(CatalogEntryAt(place))) end = place + kCatalogEntrySize;
   return end;
 }
 
 bool namesAFile(UInt32 used) {
   for (UInt32 place = kHeaderSize; place + kCatalogEntrySize <= used; place += kCatalogEntrySize)
-    if (isThere(place)) return true;
+    if (isThere(CatalogEntryAt(place))) return true;
   return false;
 }
 
 UInt32 usedSize() {
   return static_cast<UInt32>(std::clamp<std::int32_t>(rwCatalog->szmap, kHeaderSize, rwCatalog->szallocated));
-}
-
-// Only what is still there comes back.
-void takeBackup() {
-  if (RestoreCatalog() == 0) return;
-  const UInt32 used = usedSize();
-  for (UInt32 place = kHeaderSize; place + kCatalogEntrySize <= used; place += kCatalogEntrySize)
-    if (!isFree(place) && !isThere(place)) ClearCatalogEntry(place);
-  if (namesAFile(used)) Logar(Message("%s restaurado de %s", kCatalogName, kCatalogBackupName).c_str());
 }
 
 }  // namespace
@@ -64,7 +51,11 @@ void VerifyCatalogEntries() {
               .c_str());
     WriteUsedSize(rwCatalog, end);
   }
-  if (!namesAFile(end)) takeBackup();
+  if (namesAFile(end)) return;
+  // What the backup names and is gone stays among its entries: it tells a check what is lost.
+  const std::vector<DatabaseHdrType> before = BackupEntries();
+  if (std::any_of(before.begin(), before.end(), isThere) && RestoreCatalog() != 0)
+    Logar(Message("%s restaurado de %s", kCatalogName, kCatalogBackupName).c_str());
 }
 
 }  // namespace vorne

@@ -45,6 +45,22 @@ std::string blockInFile(const std::string& name, const FileHeader& header) {
   return read == std::ssize(bytes) ? bytes.substr(kHeaderSize) : std::string();
 }
 
+std::uint32_t settledType(UInt32 place) {
+  DatabaseHdrType entry = CatalogEntryAt(place);
+  const std::string name(CatalogEntryName(place));
+  const FileHeader header = HeaderInFile(name).value_or(FileHeader{});
+  if (KindOfType(entry.type) == header.Type) return entry.type;
+  const std::uint32_t told = ToldType(header, name, blockInFile(name, header));
+  if (told == 0) return entry.type;
+  Logar(Message("%s: código de tipo corrigido de 0x%08lX para 0x%08lX"_l1, name.c_str(),
+                static_cast<unsigned long>(entry.type), static_cast<unsigned long>(told))
+            .c_str());
+  entry.type = told;
+  // On a full disk it is told so again at the next opening.
+  if (HasJournal()) ChangeCatalogEntry(place, entry);
+  return told;
+}
+
 }  // namespace
 
 bool RemoveFiles(std::string_view name) {
@@ -78,20 +94,8 @@ bool HasOffsets(UInt32 entry) {
   return KindOfType(CatalogEntryAt(entry).type) == kVariableDatabase || (header && header->Type == kVariableDatabase);
 }
 
-std::uint32_t SettledType(UInt32 place) {
-  DatabaseHdrType entry = CatalogEntryAt(place);
-  const std::string name(CatalogEntryName(place));
-  const FileHeader header = HeaderInFile(name).value_or(FileHeader{});
-  if (KindOfType(entry.type) == header.Type) return entry.type;
-  const std::uint32_t told = ToldType(header, name, blockInFile(name, header));
-  if (told == 0) return entry.type;
-  Logar(Message("%s: código de tipo corrigido de 0x%08lX para 0x%08lX"_l1, name.c_str(),
-                static_cast<unsigned long>(entry.type), static_cast<unsigned long>(told))
-            .c_str());
-  entry.type = told;
-  // On a full disk it is told so again at the next opening.
-  if (HasJournal()) ChangeCatalogEntry(place, entry);
-  return told;
+bool IsOfType(UInt32 entry, std::uint32_t type) {
+  return CatalogEntryAt(entry).type == type || settledType(entry) == type;
 }
 
 UInt32 OwnerOfOffsets(const std::string& folded) {

@@ -25,9 +25,9 @@ bool RenameFiles(std::string_view from, std::string_view to);
 /// True when the database of that catalogue entry has an offsets file, by its type code or, since that may be changed
 /// at any time, by its data file.
 bool HasOffsets(UInt32 entry);
-/// The type code of the database of that catalogue entry. One of another kind than its data file is not believed when
-/// the file tells it: it is put right, told in the log.
-std::uint32_t SettledType(UInt32 entry);
+/// True when the database of that catalogue entry has the type code. Another one that is not of its data file's kind is
+/// not believed when the file tells one: it is put right, told in the log.
+bool IsOfType(UInt32 entry, std::uint32_t type);
 /// The catalogue entry of the database whose offsets file has that name in capitals, 0 for none.
 UInt32 OwnerOfOffsets(const std::string& folded);
 /// Tells in the log why a name cannot be: a database of that name would have a file in common with another one.

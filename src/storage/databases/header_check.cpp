@@ -95,6 +95,8 @@ std::uint64_t beginOfEqual(const OpenStruct& db, FileHeader header) {
   const std::uint64_t told = toldBegin(header), used = static_cast<UInt32>(db.hFile->szmap);
   const RecordHeader atTold = HeaderAt(bytes, told);
   const bool isRecord = IsMarked(atTold) && IsRecord(bytes, told);
+  // One that is being put in before all others.
+  if (IsAbandoned(UsedBytes(*db.hFile), told)) return told;
   if (isRecord && told + std::uint64_t{header.NumberOfRecords} * RecordSpan(atTold) <= used) return told;
   // A record from which too few follow may not be the first one: others stand before it then.
   for (std::uint64_t place = kHeaderSize; place < (isRecord ? told : used); ++place) {
@@ -122,8 +124,9 @@ void verifyInfoSize(DmOpenRef db) {
 // The end of a file without records, which its description tells.
 std::uint64_t endOfNone(const OpenStruct& db, const FileHeader& header, std::uint64_t used) {
   const std::uint64_t told = toldBegin(header);
-  const FileBytes bytes = AllBytes(*db.hFile);
+  const FileBytes bytes = UsedBytes(*db.hFile);
   if (told == used || used < kHeaderSize || !isDescribed(db, header, told)) return used;
+  // It may be that the first record is just being put in.
   return told < used && (IsRecord(bytes, told) || IsAbandoned(bytes, told)) ? used : told;
 }
 

@@ -40,6 +40,11 @@ bool namesItself(FileBytes block, const std::string& name) {
          FoldedName({text.data(), std::min(text.size(), name.size())}) == FoldedName(name);
 }
 
+// A block of zeros is one that was being made.
+bool isWritten(FileBytes block) {
+  return block.size() >= kDescriptionHead && std::any_of(block.begin(), block.end(), [](char c) { return c != '\0'; });
+}
+
 // A database of records may have the type of tables and be none: something must tell that it was one.
 void checkUndescribed(const TableContext& context, const DatabaseFiles& files, const DatabaseState& state,
                       Findings& lasting) {
@@ -53,6 +58,9 @@ void checkUndescribed(const TableContext& context, const DatabaseFiles& files, c
     lasting.damage("nothing can be read of it; if it was a table, " + howToDescribe(context.name));
   else if (isEmpty)
     lasting.note("it has no records and no table's description; if it was a table, " + howToDescribe(context.name));
+  else if (state.records.places.empty() && isWritten(block))
+    lasting.damage("what it tells of itself is no table's description; if it was a table, " +
+                   howToDescribe(context.name));
   else if (block.size() >= kDescriptionHead)
     lasting.note("what it tells of itself is no table's description");
 }

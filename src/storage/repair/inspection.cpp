@@ -188,6 +188,7 @@ void Inspection::checkOrphans() {
       report_.notes.push_back({*name, -1, "it belongs to no table; `tellira db drop " + *name + "` removes it", false});
     } else {
       takeAway(table, *name, {});
+      report_.lostValues += texts;
       removals_.push_back(*name);
     }
   }

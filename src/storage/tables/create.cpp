@@ -71,7 +71,7 @@ bool deleteDatabase(const char* name) {
 // Its indexes and memo texts go first: what is left when the process dies in between still is a table.
 bool deleteTable(const std::string& name) {
   const LocalID id = DmFindDatabase(0, name.c_str());
-  if (id == 0 || SettledType(OpenFiles[id - 1]->fOffset) != kTypeData) return false;
+  if (id == 0 || !IsOfType(OpenFiles[id - 1]->fOffset, kTypeData)) return false;
   CloseAreasOf(OpenFiles[id - 1]);
   DeleteIndexes(name.c_str());
   DeleteMemoDB(name.c_str());

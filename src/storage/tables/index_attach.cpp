@@ -78,8 +78,7 @@ std::vector<std::string> indexesOf(const char* table) {
   for (UInt32 place = kHeaderSize; place + kCatalogEntrySize <= end; place += kCatalogEntrySize) {
     const DatabaseHdrType entry = CatalogEntryAt(place);
     const std::string_view name = CatalogEntryName(place);
-    const bool isIndex =
-        entry.type == kTypeIndex || (isAlmost(entry.type, kTypeIndex) && SettledType(place) == kTypeIndex);
+    const bool isIndex = entry.type == kTypeIndex || (isAlmost(entry.type, kTypeIndex) && IsOfType(place, kTypeIndex));
     if (isIndex && !name.empty() && owners.isOf(place, entry, owner)) names.emplace_back(name);
   }
   return names;

@@ -51,7 +51,7 @@ int CreateMemoDB(const char* table) {
 int DeleteMemoDB(const char* table) {
   const LocalID id = table == nullptr ? 0 : DmFindDatabase(0, memoName(table).c_str());
   // A table may have such a name too.
-  return id != 0 && SettledType(OpenFiles[id - 1]->fOffset) == kTypeMemo && DmDeleteDatabase(0, id) == errNone;
+  return id != 0 && IsOfType(OpenFiles[id - 1]->fOffset, kTypeMemo) && DmDeleteDatabase(0, id) == errNone;
 }
 
 Obj_Node* ReadMemo(int number, int field) {

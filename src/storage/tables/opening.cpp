@@ -51,8 +51,8 @@ bool holds(const VORNE_RDD& area, DmOpenRef db) {
 
 DmOpenRef openOfType(const char* name, std::uint32_t type, std::uint32_t mode) {
   const LocalID id = DmFindDatabase(0, name);
-  return id != 0 && SettledType(OpenFiles[id - 1]->fOffset) == type ? DmOpenDatabase(0, id, static_cast<UInt16>(mode))
-                                                                    : nullptr;
+  return id != 0 && IsOfType(OpenFiles[id - 1]->fOffset, type) ? DmOpenDatabase(0, id, static_cast<UInt16>(mode))
+                                                               : nullptr;
 }
 
 }  // namespace
