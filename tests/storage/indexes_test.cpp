@@ -315,7 +315,13 @@ TEST_F(Indexes, KeepNumbersFromZero) {
     std::string bytes = readFile(file("I"));
     --bytes[20 + 78];
     writeFile(file("I"), bytes);
-    EXPECT_EQ(TableReader(".", "T").indexes().at(0).fields.at(0), structure[3] == 'N' ? 0u : 1u);
+    const std::uint32_t field = structure[3] == 'N' ? 0 : 1;
+    EXPECT_EQ(TableReader(".", "T").indexes().at(0).fields.at(0), field);
+    Dictionary dictionary(".");
+    dictionary.renew(Dictionary::Heads::kOfIndexes);
+    const StoredDatabase& table = *dictionary.find("T");
+    EXPECT_EQ(dictionary.describeIndexes(table, dictionary.describe(table)->fields).at(0).keyFields.at(0).KeyField,
+              field + 1);
     EXPECT_TRUE(CheckDirectory(".", {}).sound);
     const std::size_t place = bytes.rfind('B');
     writeFile(file("I"), std::string(bytes).replace(place, 1, "Z"));
@@ -336,6 +342,18 @@ TEST_F(Indexes, KeepNumbersFromZero) {
     CloseCatalog();
     EXPECT_EQ(readFile(file("I"))[20 + 78], bytes[20 + 78]);
   }
+  // Without entries the length alone tells.
+  __DBCREATE(text("T"), value("{{'OTHER','C',9,0},{'NAME','C',5,0}}"));
+  __DBUSEAREA(__INIT_BOOL(1), nullptr, text("T"));
+  ASSERT_TRUE(makeIndex("I", "NAME"));
+  __dbCloseAll();
+  CloseCatalog();
+  std::string bytes = readFile(file("I"));
+  --bytes[20 + 78];
+  writeFile(file("I"), bytes);
+  EXPECT_TRUE(CheckDirectory(".", {}).sound);
+  reopen();
+  EXPECT_EQ(visible(__IndexKey(nullptr, number(1))), "NAME");
 }
 
 // In a large index only some entries are looked at; whatever meets a record twice or not at all makes it anew.

@@ -313,6 +313,7 @@ std::optional<FileHeader> HeaderInFile(const std::string& name) {
 
 bool EnsureRoom(pmymap map, long n) {
   const std::int64_t used = std::int64_t{map->szmap} + n;
+  if (used < map->szallocated && used <= map->reserved) return true;  // nearly always
   errno = 0;
   if ((map->szallocated > used || growFile(map, used)) && reserveAhead(map, used)) return true;
   failedGrowth = {n, errno == 0 ? EFBIG : errno};

@@ -120,12 +120,6 @@ std::vector<IDX_Indexes> NumberedFromOne(KeyFields key) {
   return numbered;
 }
 
-std::vector<IDX_Indexes> NumberedByLength(Fields fields, KeyFields key, std::int32_t length) {
-  const std::vector<IDX_Indexes> other = NumberedFromOne(key);
-  if (KeyRoom(fields, key) != length && KeyRoom(fields, other) == length) return other;
-  return {key.begin(), key.end()};
-}
-
 bool MakeKey(Fields fields, KeyFields key, const char* buffer, bool swapped, char* at) {
   for (const IDX_Indexes& part : key) {
     const ControlFieldTBL& field = fields[part.KeyField - 1];

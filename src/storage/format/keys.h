@@ -14,9 +14,6 @@ std::int32_t KeyRoom(const ControlFieldTBL& field);
 std::int32_t KeyRoom(Fields fields, KeyFields key);
 /// The same key, should its numbers count the fields from 0.
 std::vector<IDX_Indexes> NumberedFromOne(KeyFields key);
-/// The key's numbers from 1: one more than they are where only that makes a key of that length. Files of other origin
-/// count from 0.
-std::vector<IDX_Indexes> NumberedByLength(Fields fields, KeyFields key, std::int32_t length);
 /// Writes the key of the buffer's record, KeyRoom bytes. `swapped` says that its numbers stand byte-swapped. False at a
 /// field that cannot be a key.
 bool MakeKey(Fields fields, KeyFields key, const char* buffer, bool swapped, char* at);

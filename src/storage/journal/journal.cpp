@@ -31,6 +31,7 @@ OpenJournal journal;
 
 // Space for so many bytes of both; whole pages, so that it is rarely asked for.
 bool reserve(UInt32 room, UInt32 info) {
+  if (room <= journal.room && info <= journal.info) return true;
   const auto reserveFrom = [](std::size_t begin, UInt32& has, UInt32 wanted) {
     wanted = std::min((wanted + kPage - 1) / kPage * kPage, kLargestProtected);
     const auto at = static_cast<std::int64_t>(begin);
@@ -75,10 +76,14 @@ bool openJournal(const std::string& path) {
               static_cast<std::int64_t>(bytes));
 }
 
-JournalFile& ownJournal() {
+bool openAnyJournal() {
   for (const std::string_view name : kJournalNames)
     if (journal.at == nullptr) openJournal(JournalPath(wcDir, name));
-  if (journal.at == nullptr) journalFailure(offsetof(JournalFile, room));
+  return journal.at != nullptr;
+}
+
+JournalFile& ownJournal() {
+  if (journal.at == nullptr && !openAnyJournal()) journalFailure(offsetof(JournalFile, room));
   return *journal.at;
 }
 
@@ -122,9 +127,7 @@ ProtectedMove::~ProtectedMove() {
 }
 
 bool HasJournal() {
-  for (const std::string_view name : kJournalNames)
-    if (journal.at == nullptr) openJournal(JournalPath(wcDir, name));
-  return journal.at != nullptr && reserve(1, 1);
+  return openAnyJournal() && reserve(1, 1);
 }
 
 char* RoomForBytes(UInt32 length) {

@@ -6,6 +6,7 @@
 
 #include "storage/files/system.h"
 #include "storage/reading/database_reader.h"
+#include "storage/reading/index_key.h"
 
 namespace vorne {
 
@@ -96,6 +97,17 @@ std::optional<TableDescription> Dictionary::describe(const StoredDatabase& table
     if (failure.kind != ReadFailure::kDamaged) throw;
     return std::nullopt;
   }
+}
+
+std::vector<IndexDescription> Dictionary::describeIndexes(const StoredDatabase& table, Fields fields) const {
+  std::vector<IndexDescription> described;
+  DatabaseReader records(path_ + table.name, kVariableDatabase);
+  for (const StoredDatabase* index : indexesOf(table.name)) {
+    DatabaseReader entries(path_ + index->name, kIndexDatabase);
+    described.push_back(*index->index);
+    described.back().keyFields = KeyFromOne(records, entries, fields, *index->index);
+  }
+  return described;
 }
 
 std::vector<const StoredDatabase*> Dictionary::indexesOf(std::string_view table) const {

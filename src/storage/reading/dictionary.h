@@ -55,6 +55,8 @@ class Dictionary {
   /// A table's description, read from its file; none when it is damaged.
   /// @throws ReadFailure kMissing, kRefused
   std::optional<TableDescription> describe(const StoredDatabase& table) const;
+  /// What the table's indexes say of themselves, their key fields numbered from 1.
+  std::vector<IndexDescription> describeIndexes(const StoredDatabase& table, Fields fields) const;
 
   /// Ends with "/DB/".
   const std::string& path() const { return path_; }

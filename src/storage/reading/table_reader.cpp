@@ -10,6 +10,7 @@
 #include "storage/format/record_bytes.h"
 #include "storage/reading/change_watch.h"
 #include "storage/reading/database_reader.h"
+#include "storage/reading/index_key.h"
 
 namespace vorne {
 
@@ -45,8 +46,6 @@ struct TableReader::State {
 
   void open(const Dictionary& dictionary, std::string_view wanted);
   void addIndex(const std::string& index, const IndexDescription& description);
-  std::vector<IDX_Indexes> numberedFromOne(DatabaseReader& index, const IndexDescription& told);
-  std::size_t entriesThatFit(DatabaseReader& index, KeyFields key, std::size_t keyLength);
   void checkDescription();
   void renew();
   bool fits(IndexFile& index);
@@ -89,7 +88,7 @@ void TableReader::State::open(const Dictionary& dictionary, std::string_view wan
 
 void TableReader::State::addIndex(const std::string& index, const IndexDescription& description) {
   DatabaseReader database(path + index, kIndexDatabase);
-  const std::vector<IDX_Indexes> key = numberedFromOne(database, description);
+  const std::vector<IDX_Indexes> key = KeyFromOne(table.front(), database, described, description);
   if (KeyRoom(described, key) != description.keyLength) return;
   TableIndex added{index, {}};
   for (const IDX_Indexes& part : key) added.fields.push_back(part.KeyField - 1);
@@ -98,36 +97,6 @@ void TableReader::State::addIndex(const std::string& index, const IndexDescripti
   indexes.push_back(std::move(added));
   indexFiles.push_back(
       {std::move(database), key, description.keyFields, static_cast<std::size_t>(description.keyLength)});
-}
-
-// Entries of the index, of a few of them, that such a key makes of their records.
-std::size_t TableReader::State::entriesThatFit(DatabaseReader& index, KeyFields key, std::size_t keyLength) {
-  constexpr std::uint32_t kLooks = 16;
-  std::size_t fitting = 0;
-  std::string made(keyLength, '\0');
-  const std::uint32_t count = index.count(), looks = std::min(count, kLooks);
-  for (std::uint32_t i = 0; i < looks; ++i) {
-    const std::span<const char> entry = index.record(static_cast<std::uint32_t>(std::uint64_t{i} * count / looks));
-    if (entry.size() != kEntryKeyAt + keyLength) continue;
-    const std::string stored(entry.data() + kEntryKeyAt, keyLength);
-    LoadFields(described, table.front().record(Load<std::uint32_t>(entry.data())), true, buffer.data());
-    MakeKey(described, key, buffer.data(), false, made.data());
-    fitting += made == stored;
-  }
-  return fitting;
-}
-
-// Files of other origin count key fields from 0. Where the key's length leaves it open, entries tell.
-std::vector<IDX_Indexes> TableReader::State::numberedFromOne(DatabaseReader& index, const IndexDescription& told) {
-  const std::vector<IDX_Indexes> key = NumberedByLength(described, told.keyFields, told.keyLength);
-  const std::vector<IDX_Indexes> other = NumberedFromOne(told.keyFields);
-  if (KeyRoom(described, told.keyFields) != told.keyLength || KeyRoom(described, other) != told.keyLength) return key;
-  const auto length = static_cast<std::size_t>(told.keyLength);
-  try {
-    return entriesThatFit(index, other, length) > entriesThatFit(index, key, length) ? other : key;
-  } catch (const ReadFailure&) {
-    return key;
-  }
 }
 
 void TableReader::State::checkDescription() {

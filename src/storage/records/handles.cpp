@@ -141,14 +141,6 @@ void FreeHandlesOf(DmOpenRef father) {
   while (father->firstHandle != kNoHandle) FreeHandle(&tables->records[father->firstHandle]);
 }
 
-RecordStruct* RecordOf(MemHandle handle) {
-  if (MemHandles == nullptr || handle == nullptr) return nullptr;
-  const auto first = reinterpret_cast<std::uintptr_t>(MemHandles);
-  const auto place = reinterpret_cast<std::uintptr_t>(handle) - first;
-  if (place >= kHandles * sizeof(RecordStruct*) || place % sizeof(RecordStruct*) != 0) return nullptr;
-  return *handle;
-}
-
 RecordStruct* LockedRecordAt(const void* data) {
   if (tables == nullptr || data == nullptr) return nullptr;
   RecordStruct* found = nullptr;

@@ -19,7 +19,13 @@ void FreeHandle(RecordStruct* record);
 void FreeHandlesOf(DmOpenRef father);
 
 /// What a handle that comes from outside stands for; null when it is none.
-RecordStruct* RecordOf(MemHandle handle);
+inline RecordStruct* RecordOf(MemHandle handle) {
+  if (MemHandles == nullptr || handle == nullptr) return nullptr;
+  const auto first = reinterpret_cast<std::uintptr_t>(MemHandles);
+  const auto place = reinterpret_cast<std::uintptr_t>(handle) - first;
+  if (place >= kHandles * sizeof(RecordStruct*) || place % sizeof(RecordStruct*) != 0) return nullptr;
+  return *handle;
+}
 inline MemHandle HandleOf(const RecordStruct* record) {
   return record == nullptr ? nullptr : &MemHandles[record->slot];
 }

@@ -4,6 +4,7 @@
 
 #include "storage/format/entry_maker.h"
 #include "storage/format/entry_order.h"
+#include "storage/format/index_evidence.h"
 #include "storage/format/keys.h"
 #include "storage/format/record_bytes.h"
 #include "storage/repair/check_sizes.h"
@@ -116,24 +117,13 @@ bool isSameKey(KeyFields a, KeyFields b) {
   return std::equal(a.begin(), a.end(), b.begin(), b.end(), same);
 }
 
-constexpr std::size_t kLooks = 1024;
+constexpr std::uint32_t kLooks = 1024;
 
-// Entries, of a bounded number of them, that are as they are made of such a key.
-std::size_t entriesThatFit(const CheckedTable& table, const CheckedDatabase& index, KeyFields key) {
-  EntryMaker maker(table.description.fields, key);
-  if (maker.size() == 0) return 0;
-  std::vector<char> expected(maker.size());
-  std::size_t fitting = 0;
-  const std::size_t looks = std::min(kLooks, index.count());
-  for (std::size_t i = 0; i < looks; ++i) {
-    const std::span<const char> entry = index.record(i * index.count() / looks);
-    if (entry.size() != expected.size()) continue;
-    const auto record = Load<std::uint32_t>(entry.data());
-    if (record >= table.database.count()) continue;
-    maker.make(static_cast<std::int32_t>(record), table.database.record(record), expected.data());
-    fitting += std::memcmp(expected.data(), entry.data(), entry.size()) == 0;
-  }
-  return fitting;
+IndexEvidence evidenceOf(const CheckedTable& table, const CheckedDatabase& index, std::int32_t keyLength) {
+  const CheckedDatabase& records = table.database;
+  return {static_cast<std::uint32_t>(index.count()), keyLength, table.description.fields,
+          [&](std::uint32_t place) { return index.record(place); },
+          [&](std::uint32_t at) { return at < records.count() ? records.record(at) : std::span<const char>(); }};
 }
 
 // The block with the table's name, the length that its keys have, and without the mark.
@@ -158,18 +148,14 @@ std::optional<IndexDescription> ToldIndex(const DatabaseFiles& files, const Data
 
 std::vector<IDX_Indexes> KeyByEntries(const CheckedTable& table, const CheckedDatabase& index,
                                       const IndexDescription& told) {
-  const Fields fields = table.description.fields;
-  const std::vector<IDX_Indexes> other = NumberedFromOne(told.keyFields);
-  if (KeyRoom(fields, other) == 0) return told.keyFields;
-  const bool isOther = KeyRoom(fields, told.keyFields) == 0 ||
-                       entriesThatFit(table, index, other) > entriesThatFit(table, index, told.keyFields);
-  return isOther ? other : told.keyFields;
+  return CountsFromZero(evidenceOf(table, index, told.keyLength), told.keyFields) ? NumberedFromOne(told.keyFields)
+                                                                                  : told.keyFields;
 }
 
 bool IsIndexOf(const CheckedTable& table, const CheckedDatabase& index, const IndexDescription& told) {
   const auto key = KeyByEntries(table, index, told);
-  return KeyRoom(table.description.fields, key) != 0 &&
-         entriesThatFit(table, index, key) * 2 >= std::min(kLooks, index.count());
+  const std::uint32_t fitting = EntriesThatFit(evidenceOf(table, index, told.keyLength), key, kLooks);
+  return KeyRoom(table.description.fields, key) != 0 && fitting * 2 >= std::min<std::size_t>(kLooks, index.count());
 }
 
 void CheckIndex(const CheckedTable& table, const CheckedDatabase& index, const IndexDescription& told,

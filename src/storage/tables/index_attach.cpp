@@ -105,20 +105,6 @@ void logMade(const myAppInfoType& table, const IDX_IndexesNames& index, const st
   Logar(Message("Índice %s da tabela %s refeito: %s"_l1, index.IDX_name, table.TBL_name, why.c_str()).c_str());
 }
 
-// Entries of the index, of a bounded number of them, that are what the maker makes of their records.
-bool fitsBetter(const myAppInfoType& table, const IDX_IndexesNames& index, EntryMaker& maker, EntryMaker& than) {
-  return than.size() == 0 || EntriesThatFit(table.TBL_dbRef, index.IDX_dbRef, maker) >
-                                 EntriesThatFit(table.TBL_dbRef, index.IDX_dbRef, than);
-}
-
-// Files of other origin count key fields from 0. Whether this one does is seen by its entries, before anything is made
-// anew from the wrong fields.
-bool countsFromZero(const myAppInfoType& table, const IDX_IndexesNames& index) {
-  const std::vector<IDX_Indexes> other = NumberedFromOne(KeyFieldsOf(index));
-  EntryMaker fromOne(FieldsOf(table), KeyFieldsOf(index)), fromZero(FieldsOf(table), other);
-  return fromZero.size() != 0 && fitsBetter(table, index, fromZero, fromOne);
-}
-
 void takeNumbers(IDX_IndexesNames& index, KeyFields key, bool fromZero) {
   std::copy(key.begin(), key.end(), index.IDX_ind);
   static_cast<OwnedIndex&>(index).countsFromZero = fromZero;
@@ -143,7 +129,9 @@ bool makeFit(myAppInfoType& table, IDX_IndexesNames& index, bool behind) {
       takeNumbers(index, KeyFieldsOf(other), static_cast<const OwnedIndex&>(other).countsFromZero);
     });
   std::string words = isKnown ? std::string() : whatDoesNotFit(table, index, behind);
-  if (!words.empty() && countsFromZero(table, index)) {
+  // Before anything is made anew from the wrong fields, or made of them at all.
+  if ((!words.empty() || (!isKnown && DmNumRecords(index.IDX_dbRef) == 0)) &&
+      CountsFromZero(table.TBL_dbRef, index.IDX_dbRef, FieldsOf(table), KeyFieldsOf(index))) {
     takeNumbers(index, NumberedFromOne(KeyFieldsOf(index)), true);
     words = whatDoesNotFit(table, index, behind);
   }

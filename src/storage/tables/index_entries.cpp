@@ -5,10 +5,12 @@
 #include "runtime/latin1.h"
 #include "storage/files/mapped_file.h"
 #include "storage/format/entry_order.h"
+#include "storage/format/index_evidence.h"
 #include "storage/format/keys.h"
 #include "storage/format/record_bytes.h"
 #include "storage/records/entry_file.h"
 #include "storage/records/records.h"
+#include "storage/tables/table_descriptions.h"
 
 namespace vorne {
 
@@ -70,18 +72,15 @@ std::string WhatDoesNotFit(DmOpenRef table, DmOpenRef index, EntryMaker& maker) 
   return fits ? std::string() : "tem chaves que os registros não têm"_l1;
 }
 
-UInt32 EntriesThatFit(DmOpenRef table, DmOpenRef index, EntryMaker& maker) {
-  const UInt32 count = DmNumRecords(index);
-  if (count == 0) return 0;
-  const Entries entries = EntriesOf(*index);
-  if (maker.size() == 0 || entries.size != maker.size()) return 0;
-  std::vector<char> expected(maker.size());
-  UInt32 fitting = 0;
-  lookAt(count, [&](UInt32 place) {
-    fitting += hasPlace(entries, place, table, maker, expected.data());
-    return true;
-  });
-  return fitting;
+bool CountsFromZero(DmOpenRef table, DmOpenRef index, Fields fields, KeyFields key) {
+  const auto told = ParseIndexBlock(BlockOf(index));
+  const Entries entries = DmNumRecords(index) == 0 ? Entries{} : EntriesOf(*index);
+  return CountsFromZero({DmNumRecords(index), told ? told->keyLength : 0, fields,
+                         [&](UInt32 place) -> std::span<const char> {
+                           return {entries.at(place), entries.size};
+                         },
+                         [&](UInt32 position) { return BytesOf(table, position); }},
+                        key);
 }
 
 }  // namespace vorne

@@ -9,8 +9,8 @@ namespace vorne {
 /// One entry for each record of the table, one behind the other. Error 5 when no index file could hold them.
 std::vector<char> EntriesOfTable(DmOpenRef table, EntryMaker& maker);
 
-/// How many entries, of a bounded number looked at, are those that `maker` makes of their records.
-UInt32 EntriesThatFit(DmOpenRef table, DmOpenRef index, EntryMaker& maker);
+/// Whether the entries of an open index show that its key counts the fields from 0.
+bool CountsFromZero(DmOpenRef table, DmOpenRef index, Fields fields, KeyFields key);
 /// What of an open index does not fit its table, in words for the log; empty when nothing is found. Looks at all
 /// keys of a small table, at a bounded number of a large one's, and at whether every record of one that is not very
 /// large has an entry.

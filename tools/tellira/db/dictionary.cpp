@@ -9,7 +9,6 @@
 
 #include "edge/console.h"
 #include "edge/nearest.h"
-#include "storage/format/keys.h"
 #include "text/text.h"
 
 namespace tool {
@@ -121,13 +120,11 @@ Dictionary::Table Dictionary::table(std::string_view name, Use use) const {
         kUsage, shown(found->name) + " is no table that can be opened: " +
                     (isTable ? "its description is missing or damaged" : "its type is " + codeText(found->entry.type)) +
                     ".\n  next: `tellira db schema " + shown(found->name) + "` shows what it is.");
-  Table table{found->name, *description, {}};
-  for (const StoredDatabase* index : stored_.indexesOf(found->name)) {
-    table.indexes.push_back(*index->index);
-    IndexDescription& added = table.indexes.back();
-    added.keyFields = vorne::NumberedByLength(description->fields, added.keyFields, added.keyLength);
+  try {
+    return {found->name, *description, stored_.describeIndexes(*found, description->fields)};
+  } catch (const ReadFailure& failure) {
+    failUnread(failure);
   }
-  return table;
 }
 
 const IndexDescription& Dictionary::Table::index(std::string_view wanted) const {
