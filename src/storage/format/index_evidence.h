@@ -9,9 +9,9 @@ namespace vorne {
 
 /// An index and its table, however they are read.
 struct IndexEvidence {
-  std::uint32_t count;       ///< entries
-  std::int32_t keyLength;    ///< as the index's block has it
-  Fields fields;             ///< of the table
+  std::uint32_t count;     ///< entries
+  std::int32_t keyLength;  ///< as the index's block has it
+  Fields fields;           ///< of the table
   std::function<std::span<const char>(std::uint32_t place)> entry;
   std::function<std::span<const char>(std::uint32_t position)> record;  ///< empty for one that is not there
 };

@@ -8,7 +8,8 @@ namespace vorne {
 std::vector<IDX_Indexes> KeyFromOne(DatabaseReader& table, DatabaseReader& index, Fields fields,
                                     const IndexDescription& told) {
   const std::vector<IDX_Indexes> other = NumberedFromOne(told.keyFields);
-  const bool isOther = KeyRoom(fields, other) == told.keyLength, isTold = KeyRoom(fields, told.keyFields) == told.keyLength;
+  const bool isOther = KeyRoom(fields, other) == told.keyLength,
+             isTold = KeyRoom(fields, told.keyFields) == told.keyLength;
   if (!isOther || !isTold) return isOther ? other : told.keyFields;
   const auto record = [&](std::uint32_t at) { return at < table.count() ? table.record(at) : std::span<const char>(); };
   try {

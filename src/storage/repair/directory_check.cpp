@@ -21,7 +21,7 @@ bool isSame(const Problem& a, const Problem& b) {
 // Beside a program files come and go, and an entry without its file may have it an instant later: what looks like
 // damage then is looked at again.
 DirectoryReport CheckDirectory(const std::string& directory, const CheckOptions& options) {
-  constexpr int kLooks = 3;
+  constexpr int kLooks = 5;
   constexpr useconds_t kBetweenLooks = 100'000;
   const std::string path = directory + kDataDirectory;
   for (int look = 1;; ++look) {
