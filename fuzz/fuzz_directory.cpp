@@ -22,7 +22,7 @@
 #include "storage/format/description.h"
 #include "storage/repair/directory_check.h"
 #include "storage/tables/areas.h"
-#include "storage/vornerdd.h"
+#include "support/records.h"
 
 namespace {
 
@@ -130,34 +130,23 @@ class Change {
     return all;
   }
 
-  void insert(UInt32 index, const std::string& record) {
-    const auto size = static_cast<UInt32>(record.size());
-    const MemHandle handle = DmNewRecord(db_, &index, size);
-    expect(handle != nullptr && DmWrite(MemHandleLock(handle), 0, record.data(), size) == errNone &&
-           DmReleaseRecord(db_, index, 1) == errNone);
-    if (sound_) model_.insert(model_.begin() + index, record);
+  void insert(UInt32 index, const std::string& bytes) {
+    expect(put(db_, bytes, index));
+    if (sound_) model_.insert(model_.begin() + index, bytes);
   }
-
-  void write(UInt32 index, const std::string& record) {
-    const auto size = static_cast<UInt32>(record.size());
-    const MemHandle handle = DmGetRecord(db_, index);
-    expect(handle != nullptr && MemHandleResize(handle, size) == errNone &&
-           DmWrite(MemHandleLock(handle), 0, record.data(), size) == errNone &&
-           DmReleaseRecord(db_, index, 0) == errNone);
-    if (sound_) model_[index] = record;
+  void write(UInt32 index, const std::string& bytes) {
+    expect(change(db_, index, bytes, false));
+    if (sound_) model_[index] = bytes;
   }
-
   void remove(UInt32 first, UInt32 last) {
     expect((first == last ? DmRemoveRecord(db_, first) : ExcluirFaixa(db_, first, last)) == errNone);
     if (!sound_) return;
     const auto end = std::min<std::ptrdiff_t>(std::ssize(model_), last + 1);
     model_.erase(model_.begin() + first, model_.begin() + end);
   }
-
   void setAppInfo(UInt32 size) {
-    const LocalID info = MemHandleToLocalID(DmNewHandle(db_, size)), id = DmFindDatabase(0, db_->fName);
-    expect(DmSetDatabaseInfo(0, id, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &info, nullptr,
-                             nullptr, nullptr) == errNone);
+    const LocalID info = MemHandleToLocalID(DmNewHandle(db_, size));
+    expect(setDatabase(db_->fName, {.info = &info}) == errNone);
   }
 
   DmOpenRef db_;

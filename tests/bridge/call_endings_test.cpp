@@ -70,7 +70,7 @@ TEST_F(CallEndingsTest, AVendorThatWritesTooMuchIsBorneOrStopped) {
 
 TEST_F(CallEndingsTest, EveryFailingAllocationEndsAsOutOfMemory) {
   useMocks();
-  plan(1, {writes(4, "ok\0"sv)});
+  plan(1, {{4, {0, "ok\0"s}}});
   const std::string params[] = {
       base64(raw("ContinuaFuncaoSiTefInterativo|0|0|0|0|data||0^")),
       base64(raw("ECF_RetornaPortaVelocidade|          |      ^")),

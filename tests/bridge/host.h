@@ -3,35 +3,17 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <cstdlib>
-#include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
 
-extern "C" {
-#include "mock_vendor.h"
-}
 #include "bridge/host_entry.h"
 #include "builtins/vornefun.h"
+#include "mock_vendor.h"
 #include "runtime/memory.h"
-
-/// Standard Base64, written apart from the code under test.
-inline std::string base64(std::string_view bytes) {
-  static constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string text;
-  unsigned bits = 0;
-  int have = 0;
-  for (unsigned char c : bytes) {
-    bits = bits << 8 | c;
-    for (have += 8; have >= 6; have -= 6) text += kAlphabet[bits >> (have - 6) & 63];
-  }
-  if (have > 0) text += kAlphabet[bits << (6 - have) & 63];
-  while (text.size() % 4 != 0) text += '=';
-  return text;
-}
+#include "support/base64.h"
+#include "support/scratch_directory.h"
 
 struct HostAnswer {
   int returned;
@@ -41,19 +23,12 @@ struct HostAnswer {
 class HostTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    char name[] = "/tmp/tellira-test-XXXXXX";
-    ASSERT_NE(mkdtemp(name), nullptr);
-    directory_ = name;
-    before_ = std::filesystem::current_path();
-    std::filesystem::current_path(directory_);
     vorne::allocationsLeft = -1;
     SetEncode(1);
   }
   void TearDown() override {
     vorne::allocationsLeft = -1;
     SetEncode(1);
-    std::filesystem::current_path(before_);
-    std::filesystem::remove_all(directory_);
   }
 
   /// Puts the recording vendor libraries into the current directory.
@@ -62,27 +37,23 @@ class HostTest : public ::testing::Test {
       std::filesystem::create_symlink(std::string(MOCK_DIR) + "/" + name, name);
       void* library = dlopen((std::string("./") + name).c_str(), RTLD_LAZY);
       ASSERT_NE(library, nullptr) << dlerror();
-      mocks_.push_back(library);
+      mocks_.push_back(reinterpret_cast<MockFunction*>(dlsym(library, "mock"))());
     }
     resetMocks();
   }
-  template <typename Function>
-  static Function* mock(void* library, const char* name) {
-    return reinterpret_cast<Function*>(dlsym(library, name));
-  }
   void resetMocks() {
-    for (void* library : mocks_) mock<MockReset>(library, "mock_reset")();
+    for (Mock* mock : mocks_) *mock = {};
   }
   /// Calls recorded by all libraries.
   std::string record() {
     std::string all;
-    for (void* library : mocks_) all += mock<MockRecord>(library, "mock_record")();
+    for (const Mock* mock : mocks_) all += mock->record;
     return all;
   }
-  void plan(int result, std::initializer_list<MockAnswer> answers) {
-    for (void* library : mocks_) {
-      mock<MockResult>(library, "mock_result")(result);
-      for (const MockAnswer& answer : answers) mock<MockAnswerWith>(library, "mock_answer")(answer);
+  void plan(int result, const std::map<int, MockAnswer>& answers) {
+    for (Mock* mock : mocks_) {
+      mock->result = result;
+      mock->answers = answers;
     }
   }
 
@@ -97,9 +68,8 @@ class HostTest : public ::testing::Test {
   static HostAnswer callRaw(std::string_view raw) { return call(base64(raw)); }
 
  private:
-  std::filesystem::path directory_;
-  std::filesystem::path before_;
-  std::vector<void*> mocks_;
+  ScratchDirectory directory_;
+  std::vector<Mock*> mocks_;
 };
 
 /// Bytes as tests write them: | is 0x01, ^ 0x02, # 0x03, ~ 0x00 and $ 0xFF.
@@ -111,14 +81,6 @@ inline std::string raw(std::string_view text) {
     if (const auto i = kMarks.find(c); i != kMarks.npos) c = kBytes[i];
   }
   return bytes;
-}
-
-/// A text answer of exactly these bytes.
-inline MockAnswer writes(int argument, std::string_view bytes) {
-  return {argument, 0, bytes.size(), bytes.data()};
-}
-inline MockAnswer sets(int argument, int number) {
-  return {argument, number, 0, nullptr};
 }
 
 using namespace std::string_literals;

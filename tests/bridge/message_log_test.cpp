@@ -1,9 +1,6 @@
 // The message log: its name, its lines, and that it can fail without harm.
-#include <fstream>
-#include <iterator>
-
-#include "host.h"
 #include "log/message_log.h"
+#include "host.h"
 #include "runtime/vorneobjs.h"
 
 namespace {
@@ -16,10 +13,6 @@ class MessageLogTest : public HostTest {
       if (entry.path().extension() == ".log") names.push_back(entry.path().filename());
     }
     return names;
-  }
-  static std::string content(const std::string& name) {
-    std::ifstream file(name);
-    return {std::istreambuf_iterator<char>(file), {}};
   }
   /// The name for the local time `t`, minute before hour.
   static std::string nameAt(std::time_t t) {
@@ -41,7 +34,7 @@ TEST_F(MessageLogTest, ACallLeavesOneLineInAFileNamedAfterTheMinute) {
   if (names.size() == 1) {
     unsigned long address = 0;
     int end = 0;
-    const std::string line = content(names[0]);
+    const std::string line = readFile(names[0]);
     EXPECT_EQ(std::sscanf(line.c_str(), "aParams -> %lx - aParamSz=0 \n%n", &address, &end), 1);
     EXPECT_EQ(static_cast<std::size_t>(end), line.size()) << line;
   }
@@ -59,13 +52,13 @@ TEST_F(MessageLogTest, ScriptsWriteLinesUntilTheEndOfTheCall) {
   EXPECT_EQ(__ReadMsgLog(0, nullptr), 0);
   __EndGlobal();  // closes and so writes it out
   ASSERT_EQ(logs().size(), 1U);
-  EXPECT_EQ(content(logs()[0]), "primeira\na\xE7\xE3o\n");
+  EXPECT_EQ(readFile(logs()[0]), "primeira\na\xE7\xE3o\n");
 
   __BeginGlobal();
   __WriteMsgLog("old");
   EXPECT_EQ(__OpenMsgLog(1), 1);
   EXPECT_EQ(__CloseMsgLog(), 1);
-  EXPECT_EQ(content(logs().back()), "");
+  EXPECT_EQ(readFile(logs().back()), "");
   __EndGlobal();
 }
 

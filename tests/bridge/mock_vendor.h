@@ -1,23 +1,23 @@
-/* What tests tell a recording vendor library through dlsym. */
-#ifndef MOCK_VENDOR_H
-#define MOCK_VENDOR_H
+// What tests tell a recording vendor library.
+#pragma once
 
-#include <stddef.h>
+#include <map>
+#include <optional>
+#include <string>
 
-/* The answer that one argument (from 0) of the next calls gets: bytes into a text, number into a reference. */
+/// The answer that an argument of the next calls gets: bytes into a text, number into a reference.
 struct MockAnswer {
-  int argument;
-  int number;
-  size_t size;
-  const char* bytes;
+  int number = 0;
+  std::string bytes = {};
 };
 
-/* mock_record: all calls since mock_reset, as NAME(arguments). mock_reset also forgets the planned answers: then texts
- * are answered with " r<argument> ", references with 100 + argument, and the result is 1000 + number of arguments. Once
- * any answer is planned, arguments without one stay as they are. */
-typedef const char* MockRecord(void);
-typedef void MockReset(void);
-typedef void MockResult(int result);
-typedef void MockAnswerWith(struct MockAnswer answer);
+/// Without answers texts are answered with " r<argument> ", references with 100 + argument; once there is any,
+/// arguments without one stay as they are. Without a result that is 1000 + number of arguments.
+struct Mock {
+  std::string record;                 // all calls, as NAME(arguments)
+  std::map<int, MockAnswer> answers;  // by argument, from 0
+  std::optional<int> result;
+};
 
-#endif
+/// The library's own; found as "mock".
+using MockFunction = Mock*();

@@ -3,7 +3,6 @@
 #include <dlfcn.h>
 
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 
 namespace {
@@ -24,17 +23,6 @@ constexpr auto kInvokers = []<std::size_t... kCounts>(std::index_sequence<kCount
 (std::make_index_sequence<kMostTexts + 1>());
 
 }  // namespace
-
-std::string readFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream content;
-  content << in.rdbuf();
-  return content.str();
-}
-
-void writeFile(const std::string& path, const std::string& content) {
-  std::ofstream(path, std::ios::binary) << content;
-}
 
 Device::Device(const std::string& name) {
   std::string pattern = std::filesystem::temp_directory_path() / "device-XXXXXX";

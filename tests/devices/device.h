@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include "support/scratch_directory.h"
+
 /// An environment variable for the length of a scope.
 class Environment {
  public:
@@ -24,9 +26,6 @@ class Environment {
 
 inline constexpr char kSunday[] = "20260315142530";
 inline constexpr char kMonday[] = "20260316080000";
-
-std::string readFile(const std::string& path);
-void writeFile(const std::string& path, const std::string& content);
 
 class Device {
  public:

@@ -86,8 +86,7 @@ TEST_F(BesideWriter, SeesNoRecordInHalves) {
   // Whatever it was in the middle of, there is an answer, or what to do for one.
   const std::string answer = sql(std::string("SELECT ") + torn)[0];
   EXPECT_TRUE(answer == "1|0" || answer.starts_with("error: a change was interrupted in ./DB; run ")) << answer;
-  __DBUSEAREA(__INIT_BOOL(1), nullptr, text("T"));
-  __dbCloseAll();
-  CloseCatalog();
+  use("T");
+  closeAll();
   EXPECT_EQ(sql(std::string("SELECT ") + torn)[0], "1|0");
 }

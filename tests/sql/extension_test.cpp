@@ -4,7 +4,6 @@
 #include "sql_fixture.h"
 #include "storage/files/system.h"
 #include "storage/reading/table_reader.h"
-#include "storage/tables/areas.h"
 
 namespace {
 
@@ -31,11 +30,6 @@ class Extension : public SqlTest {
     if (!note.empty()) set("NOTE", note);
     __Commit();
   }
-  void deleteRecord(int record) {
-    __TBL_GoTo(nullptr, number(record));
-    __TBL_Delete();
-    __Commit();
-  }
   std::mt19937 random{20040317};
   int below(int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); }
 };
@@ -47,7 +41,7 @@ TEST_F(Extension, ShowsValuesAndDeletedRecords) {
   append("Jos\xE9  ", 3.5, 38063, true, "said\xE7 so");
   append("gone", -1, 0, false, "");
   append("Ana", 0.25, 38063.75, false, "");
-  deleteRecord(2);
+  remove(2);
   make("SALES", "{{'CLI','C',6,0},{'D_E','N',5,0}}");
   for (const char* name : {"Ana", "Ana", "gone"}) {
     __DBAPPEND();
@@ -55,7 +49,7 @@ TEST_F(Extension, ShowsValuesAndDeletedRecords) {
     set("D_E", number(2));
     __Commit();
   }
-  close();
+  closeAll();
   Sql sql;
   ASSERT_EQ(sql.use("CLI"), Answer{});
   ASSERT_EQ(sql.use("sales"), Answer{});
@@ -90,8 +84,8 @@ TEST_F(Extension, IndexesAnswerAsScansDo) {
   const double dates[] = {0, 1, -1, 38063, 38063.5, 38064, -693593, -700000, 2958465, 2958466, 1e9};
   const auto any = [&](const auto& values) { return values[below(static_cast<int>(std::size(values)))]; };
   for (int i = 0; i < 400; ++i) append(any(names), any(prices), any(dates), below(2) != 0, "");
-  for (int i = 0; i < 40; ++i) deleteRecord(1 + below(400));
-  close();
+  for (int i = 0; i < 40; ++i) remove(1 + below(400));
+  closeAll();
   Sql sql;
   ASSERT_EQ(sql.use("T"), Answer{});
   ASSERT_EQ(sql("CREATE TABLE plain AS SELECT recno, * FROM t"), Answer{});
@@ -133,7 +127,7 @@ TEST_F(Extension, IndexesAnswerAsScansDo) {
 TEST_F(Extension, SurvivesEveryDamagedByte) {
   make("T", kStructure, {"NAME", "PRICE"});
   for (int i = 0; i < 5; ++i) append("N" + std::to_string(i), i, 38063 + i, false, "memo " + std::to_string(i));
-  close();
+  closeAll();
   int told = 0, answered = 0;
   Sql sql;
   for (const char* name : {"catalog.plm", "T", "T_OS", "T_M", "T_M_OS", "NAME"}) {
@@ -163,10 +157,10 @@ TEST_F(Extension, OpensFilesOnce) {
   for (int i = 0; i < kTables; ++i) {
     const std::string name = "T" + std::to_string(i), first = name + "A", second = name + "B";
     make(name.c_str(), "{{'A','C',4,0},{'B','N',4,0}}");
-    __DBCREATEINDEX(text(first), text("A"));
-    __DBCREATEINDEX(text(second), text("B"));
+    makeIndex(first.c_str(), "A");
+    makeIndex(second.c_str(), "B");
   }
-  close();
+  closeAll();
   static int opened;
   opened = 0;
   vorne::fileSystem.open = [](const char* path, int flags, mode_t mode) {
@@ -186,7 +180,6 @@ TEST_F(Extension, OpensFilesOnce) {
                 EXPECT_EQ(vorne::TableReader(dictionary, "t" + std::to_string(i)).indexes().size(), 2U);
             }),
             2 * kFiles);
-  const auto use = [](const char* table) { __DBUSEAREA(__INIT_BOOL(1), nullptr, text(table)); };
   EXPECT_LE(openings([&] { use("T0"); }), 2 * kTables + 20);
   EXPECT_LE(openings([&] { use("T1"); }), 10);
   // An index's name that another table took meanwhile belongs to it.
@@ -198,7 +191,6 @@ TEST_F(Extension, OpensFilesOnce) {
   use("T0");
   EXPECT_EQ(vorne::AreaAt(__GetAliasID(nullptr))->TBL_appinfo->TBL_numIndexes, 3U);
   EXPECT_EQ(vorne::TableReader(".", "T0").indexes().size(), 3U);
-  vorne::fileSystem = vorne::kSystem;
 }
 
 TEST_F(Extension, AnswersInTheTool) {
@@ -206,9 +198,9 @@ TEST_F(Extension, AnswersInTheTool) {
   append("Jos\xE9", 3.5, 38063, true, "two\nlines, \"quoted\"");
   append("Ana", 100, 0, false, "");
   append("gone", 1, 0, false, "");
-  deleteRecord(3);
+  remove(3);
   make("BROKEN", "{{'A','C',1,0}}");
-  close();
+  closeAll();
   std::string broken = readFile(file("BROKEN"));
   writeFile(file("BROKEN"), broken.replace(20 + 72, 30, 30, 'x'));
   const auto tool = [](const std::string& arguments) {

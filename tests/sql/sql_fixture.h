@@ -7,8 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "runtime/values.h"
-#include "support/store.h"
+#include "support/tables.h"
 
 /// The rows of an answer, cells joined with '|' (NULL is "-"); or one row with the error's text.
 using Answer = std::vector<std::string>;
@@ -58,21 +57,12 @@ class Sql {
   int status_ = SQLITE_OK;
 };
 
-class SqlTest : public StoreTest {
+class SqlTest : public TableTest {
  protected:
-  void TearDown() override {
-    __dbCloseAll();
-    StoreTest::TearDown();
-  }
   static void make(const char* table, const char* structure, const std::vector<const char*>& indexes = {}) {
-    __DBCREATE(text(table), value(structure));
-    __DBUSEAREA(__INIT_BOOL(1), nullptr, text(table));
-    for (const char* expression : indexes) __DBCREATEINDEX(text(expression), text(expression));
+    ::make(table, structure);
+    for (const char* expression : indexes) makeIndex(expression, expression);
   }
   static void set(const char* field, Obj_Node* content) { __SetField(nullptr, text(field), content); }
   static void set(const char* field, const std::string& content) { set(field, text(content)); }
-  static void close() {
-    __dbCloseAll();
-    CloseCatalog();
-  }
 };

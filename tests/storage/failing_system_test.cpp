@@ -218,6 +218,21 @@ TEST_F(HalfWay, AnEndKeepsTheJournalOnlyOfAChangeUnderWay) {
     }
 }
 
+// Another program goes on writing before anybody opens the catalogue again.
+TEST_F(HalfWay, TheJournalOfAProcessThatDiedInAChangeIsTakenByNobody) {
+  openStore("A", vorne::kTypeData);
+  runChild([] {
+    const pmymap map = openStore("A")->hFile;
+    vorne::KeepBytes(map, vorne::kHeaderSize, 4);
+    kill(getpid(), SIGKILL);
+  });
+  EXPECT_TRUE(vorne::HasJournal());
+  EXPECT_EQ(vorne::InterruptedChanges("DB"), std::vector<std::string>{"A"});
+  CloseCatalog();
+  OpenCatalog();
+  EXPECT_EQ(vorne::InterruptedChanges("DB"), std::vector<std::string>());
+}
+
 // No more space on the disk; memory has some.
 void fillDisk() {
   vorne::fileSystem.fallocate = [](int to, off_t at, off_t length) {

@@ -5,7 +5,6 @@
 #include <random>
 #include <sstream>
 
-#include "runtime/values.h"
 #include "storage/files/system.h"
 #include "storage/format/keys.h"
 #include "storage/journal/journal.h"
@@ -14,7 +13,7 @@
 #include "storage/repair/directory_check.h"
 #include "storage/tables/index_upkeep.h"
 #include "support/file_images.h"
-#include "support/store.h"
+#include "support/tables.h"
 
 using namespace vorne;
 
@@ -27,23 +26,9 @@ std::string entry(std::int32_t record, const std::string& key) {
   Store(bytes.data(), record);
   return bytes + key;
 }
-void set(const char* field, const std::string& word) {
-  __SetField(nullptr, text(field), value(word.c_str()));
-}
-void append(const std::string& name, const char* price = "1") {
-  __DBAPPEND();
-  set("NAME", "'" + name + "'");
-  set("PRICE", price);
-  __Commit();
-}
 void makeTable(const Strings& names) {
-  __DBCREATE(text("T"),
-             value("{{'NAME','C',5,0},{'BORN','D',8,0},{'PRICE','N',6,2},{'VIP','L',1,0},{'NOTE','M',4,0}}"));
-  __DBUSEAREA(__INIT_BOOL(1), nullptr, text("T"));
+  make("T", "{{'NAME','C',5,0},{'BORN','D',8,0},{'PRICE','N',6,2},{'VIP','L',1,0},{'NOTE','M',4,0}}");
   for (const std::string& one : names) append(one);
-}
-bool makeIndex(const char* name, const char* expression) {
-  return __DBCREATEINDEX(text(name), text(expression))->objData.mbool != 0;
 }
 VORNE_RDD& area() {
   return *AreaAt(S_GLOB->TBL_this);
@@ -64,11 +49,6 @@ std::string seek(const std::string& key, bool soft = false) {
   return std::to_string(a.TBL_recpos + 1) + "@" + std::to_string(OrderOf(a)->IDX_recID + 1) +
          (found && a.TBL_found ? " found" : "") + (a.TBL_eof ? " eof" : "") + (a.TBL_bof ? " bof" : "");
 }
-void remove(int record) {
-  __TBL_GoTo(nullptr, number(record));
-  __TBL_Delete();
-  __Commit();
-}
 // "one|two|3" as its parts.
 Strings parts(const std::string& row) {
   Strings all;
@@ -77,16 +57,11 @@ Strings parts(const std::string& row) {
   return all;
 }
 
-class Indexes : public StoreTest {
+class Indexes : public TableTest {
  protected:
-  void TearDown() override {
-    fileSystem = kSystem;
+  static void reopen() {
     __dbCloseAll();
-    StoreTest::TearDown();
-  }
-  void reopen() {
-    __dbCloseAll();
-    __DBUSEAREA(__INIT_BOOL(1), nullptr, text("T"));
+    use("T");
   }
   std::string log() const { return readFile(directory_.path() / "saida.txt"); }
 };
@@ -214,8 +189,8 @@ TEST_F(Indexes, FollowTheRecords) {
   __Commit();
   EXPECT_EQ(order() + order(1), "2 3 1 4 4 2 3 1 ");
   // A second area sees the same, and an index that it makes or drops is the first one's too.
-  __DBUSEAREA(__INIT_BOOL(1), nullptr, text("T"), text("SECOND"));
-  __TBL_GoTo(nullptr, number(1));
+  use("T", "SECOND");
+  go(1);
   set("NAME", "'0'");
   ASSERT_TRUE(makeIndex("D", "DTOS(BORN)+NAME"));
   __TBL_Select(text("T"));
@@ -247,8 +222,7 @@ TEST_F(Indexes, WhatDoesNotFitIsNoticedAndMadeAnew) {
   fileSystem.fsync = [](int) { return 0; };
   makeTable({"C", "A", "B", "B"});
   ASSERT_TRUE(makeIndex("I", "NAME"));
-  __dbCloseAll();
-  CloseCatalog();
+  closeAll();
   const std::string sound = readFile(file("I"));
   const std::size_t begin = 20 + static_cast<unsigned char>(sound[4]), stride = 8 + 4 + 5;
   const auto changed = [&](std::size_t at, const std::string& bytes) {
@@ -285,8 +259,7 @@ TEST_F(Indexes, WhatDoesNotFitIsNoticedAndMadeAnew) {
     EXPECT_EQ(order(), "2 3 4 1 ") << row.words;
     EXPECT_EQ(log().empty(), row.words.empty());
     EXPECT_NE(log().find(row.words), std::string::npos) << log();
-    __dbCloseAll();
-    CloseCatalog();
+    closeAll();
     EXPECT_TRUE(readFile(file("I")) == sound) << row.words;
   }
   // A key of other fields than the table has: left alone, and told.
@@ -299,8 +272,7 @@ TEST_F(Indexes, WhatDoesNotFitIsNoticedAndMadeAnew) {
 // Key fields numbered from 0, by a length that only this makes and by the keys alone: used, and left so.
 TEST_F(Indexes, KeepNumbersFromZero) {
   const auto makeIt = [](const char* structure) {
-    __DBCREATE(text("T"), value(structure));
-    __DBUSEAREA(__INIT_BOOL(1), nullptr, text("T"));
+    make("T", structure);
     for (const char* name : {"'C'", "'A'", "'B'"}) {
       __DBAPPEND();
       set("NAME", name);
@@ -310,8 +282,7 @@ TEST_F(Indexes, KeepNumbersFromZero) {
   for (const char* structure : {"{{'NAME','C',5,0},{'OTHER','C',9,0}}", "{{'OTHER','C',5,0},{'NAME','C',5,0}}"}) {
     makeIt(structure);
     ASSERT_TRUE(makeIndex("I", "NAME"));
-    __dbCloseAll();
-    CloseCatalog();
+    closeAll();
     std::string bytes = readFile(file("I"));
     --bytes[20 + 78];
     writeFile(file("I"), bytes);
@@ -330,7 +301,7 @@ TEST_F(Indexes, KeepNumbersFromZero) {
     EXPECT_EQ(readFile(file("I")).substr(20, 80), bytes.substr(20, 80));
     EXPECT_EQ(readFile(file("I"))[place], 'B');
     reopen();
-    __DBUSEAREA(__INIT_BOOL(1), nullptr, text("T"), text("AGAIN"));
+    use("T", "AGAIN");
     ASSERT_EQ(area().TBL_appinfo->TBL_numIndexes, 1u) << log();
     EXPECT_EQ(order() + visible(__IndexKey(nullptr, number(1))) + log(), "2 3 1 NAME");
     __DBAPPEND();
@@ -338,8 +309,7 @@ TEST_F(Indexes, KeepNumbersFromZero) {
     __Commit();
     __TBL_CreateOrChangeMyAppInfo(area().TBL_appinfo);
     EXPECT_EQ(order(), "2 4 3 1 ");
-    __dbCloseAll();
-    CloseCatalog();
+    closeAll();
     EXPECT_EQ(readFile(file("I"))[20 + 78], bytes[20 + 78]);
   }
   // Without entries the length alone tells.
@@ -364,8 +334,7 @@ TEST_F(Indexes, DamageThatIsMetLaterIsMendedThen) {
   char name[6];
   for (int i = 1; i <= kRecords; ++i) append((std::snprintf(name, sizeof name, "%05d", i), name));
   ASSERT_TRUE(makeIndex("I", "NAME"));
-  __dbCloseAll();
-  CloseCatalog();
+  closeAll();
   std::string bytes = readFile(file("I"));
   const std::size_t begin = 20 + static_cast<unsigned char>(bytes[4]), stride = 8 + 4 + 5;
   bytes.replace(begin + (kMissing - 1) * stride, stride, bytes.substr(begin + kMissing * stride, stride));
@@ -399,13 +368,13 @@ TEST_F(Indexes, DamageThatIsMetLaterIsMendedThen) {
        }},
       {"search",
        [] {
-         __TBL_GoTo(nullptr, number(kMissing));
+         go(kMissing);
          __TBL_SetOrder(nullptr, number(1));
        }},
       {"merge",
        [] {
          for (const char* key : {"X", "00006"}) {
-           __TBL_GoTo(nullptr, number(kMissing));
+           go(kMissing);
            set("NAME", std::string("'") + key + "'");
            __Commit();
            DmSyncDatabase(index());
@@ -422,8 +391,7 @@ TEST_F(Indexes, DamageThatIsMetLaterIsMendedThen) {
     meet();
     EXPECT_NE(log().find("uma entrada para cada registro"), std::string::npos) << words;
     EXPECT_EQ(seek("00006"), "6@6 found") << words;
-    __dbCloseAll();
-    CloseCatalog();
+    closeAll();
   }
   bBatchOper = 0;
 }
@@ -456,9 +424,8 @@ TEST_F(Indexes, TakeTheNameOfOneThatWasNeverFinished) {
   for (const UInt32 block : {0u, 80u}) {
     ASSERT_EQ(DmCreateDatabase(0, "I", 0, kTypeIndex, 0), errNone);
     if (block != 0) DmNewHandle(openStore("I"), block);
-    __dbCloseAll();
-    CloseCatalog();
-    __DBUSEAREA(__INIT_BOOL(1), nullptr, text("T"));
+    closeAll();
+    use("T");
     EXPECT_TRUE(makeIndex("I", "NAME"));
     EXPECT_EQ(records(index()).size(), 2u);
     __DBDROPINDEX(text("I"));
@@ -486,8 +453,7 @@ TEST_F(Indexes, AFullDiskKeepsNothingHalfMadeAndNoTableClosed) {
     EXPECT_EXIT((dup2(STDERR_FILENO, STDOUT_FILENO), makeIndex("J", "NAME+STR(PRICE)")), testing::ExitedWithCode(0),
                 "(journal|J): No space left on device \\([0-9]+ bytes\\)\nRunTimeError");
     fileSystem = kSystem;
-    __dbCloseAll();
-    CloseCatalog();
+    closeAll();
     EXPECT_EQ(DmFindDatabase(0, "J"), 0u);
     // Opening with one that cannot be finished: the table is there without it, until there is space again.
     CloseCatalog();
@@ -495,8 +461,7 @@ TEST_F(Indexes, AFullDiskKeepsNothingHalfMadeAndNoTableClosed) {
     writeFile(file("I"), behind.replace(20 + kEntriesWaitAt, 4, "TIAW"));
     reopen();
     EXPECT_EQ(area().TBL_appinfo->TBL_numIndexes, 1u);
-    __dbCloseAll();
-    CloseCatalog();
+    closeAll();
     writeFile(file("I"), behind);
     OpenCatalog();
     HasJournal();

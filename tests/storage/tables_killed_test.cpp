@@ -2,10 +2,9 @@
 // opening finds: every record and text as it was before or after the call that was under way, and every index as one
 // made anew.
 //   tables_killed [--kills 300] [--seed 1]
-#include "runtime/values.h"
 #include "storage/format/record_bytes.h"
-#include "storage/tables/areas.h"
 #include "support/kill_rounds.h"
+#include "support/tables.h"
 
 using namespace load;
 
@@ -40,7 +39,7 @@ struct State {
 void use() {
   EndGuard::arm();
   __BeginGlobal();
-  __DBUSEAREA(__INIT_BOOL(1), nullptr, text("T"));
+  ::use("T");
 }
 VORNE_RDD& area() {
   return *vorne::AreaAt(0);
@@ -129,7 +128,7 @@ class Work {
     step([] { __dbZap(); }, {[&] { state_.rows.clear(); }, [&] { state_.memos.clear(); }});
   }
   void reopen() {
-    step([] { __dbCloseAll(), CloseCatalog(), use(); });
+    step([] { closeAll(), use(); });
   }
   void indexAnew() {
     const UInt32 which = below(std::size(kIndexes));
@@ -250,8 +249,7 @@ ChildResult reopened(const std::vector<State>& outcomes) {
     use();
     const State found = readState();
     const bool fit = indexesFit();
-    __dbCloseAll();
-    CloseCatalog();
+    closeAll();
     const std::string log = readFile("saida.txt");
     const auto outcome = std::find(outcomes.begin(), outcomes.end(), found);
     const vorne::DirectoryReport report = vorne::CheckDirectory(".");
@@ -273,9 +271,8 @@ class Killing : public KillRounds {
       __BeginGlobal();
       __DBCREATE(text("T"), value(kStructure));
       use();
-      for (const Index& index : kIndexes) __DBCREATEINDEX(text(index.name), text(index.key));
-      __dbCloseAll();
-      CloseCatalog();
+      for (const Index& index : kIndexes) makeIndex(index.name, index.key);
+      closeAll();
     });
     std::fill(std::begin(state_.indexed), std::end(state_.indexed), true);
   }

@@ -1,7 +1,6 @@
 // Tables through the calls that scripts make: the bytes they leave, where a walk ends, what memos and marks do.
-#include "runtime/values.h"
+#include "support/tables.h"
 #include "storage/format/record_bytes.h"
-#include "support/store.h"
 
 using namespace vorne;
 
@@ -14,21 +13,8 @@ constexpr char kClients[] = "{{'name','c',10,0},{'Price','N',12,2},{'BORN','D',3
 bool create(const char* name, const char* structure) {
   return __DBCREATE(text(name), value(structure))->objData.mbool != 0;
 }
-bool use(const char* name, const char* alias = nullptr, bool newArea = true) {
-  return __DBUSEAREA(__INIT_BOOL(newArea), nullptr, text(name), alias == nullptr ? nullptr : text(alias))
-             ->objData.mbool != 0;
-}
-void set(const char* field, const char* word) {
-  __SetField(nullptr, text(field), value(word));
-}
 std::string get(const char* field) {
   return describe(__GetField(nullptr, text(field)));
-}
-void append(const char* name, const char* price = "1") {
-  __DBAPPEND();
-  set("NAME", name);
-  set("PRICE", price);
-  __Commit();
 }
 // The record that is current, by its name, and the flags of both ends.
 std::string at() {
@@ -48,19 +34,13 @@ DmOpenRef stored(const char* name) {
   return DmOpenDatabase(0, DmFindDatabase(0, name), 0);
 }
 
-class Tables : public StoreTest {
- protected:
-  void TearDown() override {
-    __dbCloseAll();
-    StoreTest::TearDown();
-  }
-};
+using Tables = TableTest;
 
 }  // namespace
 
 TEST_F(Tables, WriteTheFormat) {
-  ASSERT_TRUE(create("Clientes", kClients) && use("CLIENTES"));
-  append("'AB        '", "3.5");
+  ASSERT_TRUE(make("Clientes", kClients));
+  append("AB        ", "3.5");
   set("BORN", "d38053");
   set("VIP", "T");
   set("NOTE", "'said so'");
@@ -79,8 +59,8 @@ TEST_F(Tables, WriteTheFormat) {
 }
 
 TEST_F(Tables, KeepWhatWasSetAndReadDamagedRecordsAsBlank) {
-  ASSERT_TRUE(create("C", kClients) && use("C"));
-  append("'twelve letters'", "-1.25");
+  ASSERT_TRUE(make("C", kClients));
+  append("twelve letters", "-1.25");
   EXPECT_EQ(get("NAME") + get("price") + get("BORN") + get("VIP") + get("NOTE"), "'twelve let'-1.25d0F''");
   for (const char* note : {"'a'", "'a longer text'", "''", "'b'"}) {
     set("NOTE", note);
@@ -98,24 +78,24 @@ TEST_F(Tables, KeepWhatWasSetAndReadDamagedRecordsAsBlank) {
   DmOpenRef db = stored("C");
   // Deleted, and then made longer by a process that died before it wrote: what was left between fields and mark stays.
   ASSERT_TRUE(change(db, 0, "ab" + zeros(1 + 8 + 8 + 1 + 4 + 3) + "*" + zeros(5)));
-  __TBL_GoTo(nullptr, number(1));
+  go(1);
   EXPECT_EQ(get("NAME") + describe(__TBL_Deleted()), "'ab'T");
   // Cut short, a text without its zero, a text longer than its field.
   for (const auto& [bytes, name] :
        {std::pair("ab", ""), {"!", ""}, {"abc*", "ab"}, {"abcdefghijklmnop!", "abcdefghij"}}) {
     ASSERT_TRUE(change(db, 0, bytes));
-    __TBL_GoTo(nullptr, number(1));
+    go(1);
     EXPECT_EQ(get("NAME") + get("PRICE") + get("NOTE"), "'" + std::string(name) + "'0''");
   }
 }
 
 TEST_F(Tables, KeepTheRecordsSpaceAndMark) {
-  ASSERT_TRUE(create("C", "{{'NAME','C',20,0},{'PRICE','N',8,0}}") && use("C"));
-  append("'longest text'");
-  append("'b'");
+  ASSERT_TRUE(make("C", "{{'NAME','C',20,0},{'PRICE','N',8,0}}"));
+  append("longest text");
+  append("b");
   DmOpenRef db = stored("C");
   const UInt16 clean = 0;
-  __TBL_GoTo(nullptr, number(1));
+  go(1);
   set("NAME", "'a'");
   __Commit();
   EXPECT_EQ(record(db, 0), "a" + zeros(1) + "\x3F\xF0" + zeros(6) + zeros(11) + "!" + zeros(1));
@@ -148,9 +128,9 @@ TEST_F(Tables, KeepTheRecordsSpaceAndMark) {
 }
 
 TEST_F(Tables, WalkAndStopAtTheEnds) {
-  ASSERT_TRUE(create("C", "{{'NAME','C',20,0},{'PRICE','N',8,0}}") && use("C"));
+  ASSERT_TRUE(make("C", "{{'NAME','C',20,0},{'PRICE','N',8,0}}"));
   EXPECT_EQ(at(), "none eof bof");
-  for (const char* name : {"'a'", "'b'", "'c'", "'d'"}) append(name);
+  for (const char* name : {"a", "b", "c", "d"}) append(name);
   const auto go = [](Obj_Node* (*step)(Obj_Node*, Obj_Node*), double n) {
     step(nullptr, number(n));
     return at();
@@ -163,11 +143,7 @@ TEST_F(Tables, WalkAndStopAtTheEnds) {
   EXPECT_EQ(numberOf(__TBL_RecNo()), 5);
   EXPECT_EQ(go(__TBL_GoTo, 0), "a bof");
   EXPECT_EQ(go(__TBL_GoTo, 0x0FFFFFFE), "d");
-  for (const double hidden : {1, 3, 4}) {
-    __TBL_GoTo(nullptr, number(hidden));
-    __TBL_Delete();
-    __Commit();
-  }
+  for (const int hidden : {1, 3, 4}) remove(hidden);
   __Set(number(kHideDeletedSetting), __INIT_BOOL(1));
   __TBL_GoTop();
   EXPECT_EQ(at(), "b");
@@ -178,35 +154,35 @@ TEST_F(Tables, WalkAndStopAtTheEnds) {
   EXPECT_EQ(go(__TBL_GoTo, 3), "c");
   __dbPack();
   EXPECT_EQ(at() + describe(__TBL_RecCount()), "b1");
-  append("'e'");
+  append("e");
   __dbZap();
   EXPECT_EQ(at() + describe(__TBL_RecCount()), "none eof bof0");
-  append("'f'");
+  append("f");
   EXPECT_EQ(at() + describe(__TBL_RecNo()), "f1");
 }
 
 // What waits in another area is written first, and every area goes along with its record.
 TEST_F(Tables, PackAndZapTakeEveryAreaAlong) {
-  ASSERT_TRUE(create("C", "{{'NAME','C',20,0},{'PRICE','N',8,0}}") && use("C"));
-  for (const char* name : {"'a'", "'b'", "'c'", "'d'"}) append(name);
-  __DBCREATEINDEX(text("I"), text("NAME"));
+  ASSERT_TRUE(make("C", "{{'NAME','C',20,0},{'PRICE','N',8,0}}"));
+  for (const char* name : {"a", "b", "c", "d"}) append(name);
+  makeIndex("I", "NAME");
   ASSERT_TRUE(use("C", "OTHER"));
   const auto deleteFirst = [] {
     __TBL_Select(text("C"));
-    __TBL_GoTo(nullptr, number(1));
+    go(1);
     __TBL_Delete();
     __dbPack();
     __TBL_Select(text("OTHER"));
   };
   __TBL_SetOrder(nullptr, number(1));
   // No record is skipped by the walk that begins before the first.
-  __TBL_GoTo(nullptr, number(4));
+  go(4);
   set("NAME", "'0'");
-  __TBL_GoTo(nullptr, number(-3));
+  go(-3);
   EXPECT_EQ(at(), "0 bof");
   __TBL_Skip();
   EXPECT_EQ(at(), "a");
-  __TBL_GoTo(nullptr, number(2));
+  go(2);
   set("NAME", "'b2'");
   deleteFirst();
   EXPECT_EQ(at() + describe(__TBL_RecNo()), "b21");
@@ -214,7 +190,7 @@ TEST_F(Tables, PackAndZapTakeEveryAreaAlong) {
   __Commit();
   __TBL_Skip();
   EXPECT_EQ(at() + describe(__TBL_RecNo()) + describe(__TBL_RecCount()), "c23");
-  __TBL_GoTo(nullptr, number(1));
+  go(1);
   EXPECT_EQ(at() + get("PRICE"), "b27");
   deleteFirst();
   EXPECT_EQ(at(), "none eof bof");
@@ -258,7 +234,7 @@ TEST_F(Tables, TellAttributesAndCommitEveryArea) {
 }
 
 TEST_F(Tables, RefuseWhatIsWrong) {
-  ASSERT_TRUE(create("C", "{{'NAME','C',5,0},{'WHOLE','I',4,0}}") && use("C"));
+  ASSERT_TRUE(make("C", "{{'NAME','C',5,0},{'WHOLE','I',4,0}}"));
   const std::pair<const char*, int> structures[] = {{"{}", 38},
                                                     {"{{'A','C',1}}", 39},
                                                     {"{{'','C',1,0}}", 39},
@@ -286,8 +262,7 @@ TEST_F(Tables, RefuseWhatIsWrong) {
   EXPECT_RUNTIME_ERROR(__GetField(nullptr, number(4)), 26);
   EXPECT_RUNTIME_ERROR(set("NAME", "1"), 23);
   EXPECT_RUNTIME_ERROR((__DBAPPEND(), __Commit()), 8);
-  __dbCloseAll();
-  CloseCatalog();
+  closeAll();
   const std::string sound = readFile(file("C"));
   for (const auto& [place, byte] : {std::pair(20u + 74, '0'), {20 + 78 + 5, '9'}}) {
     std::string bytes = sound;

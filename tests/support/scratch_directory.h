@@ -10,6 +10,12 @@
 #include <iterator>
 #include <string>
 
+#ifdef __SANITIZE_ADDRESS__
+inline constexpr bool kSlow = true;
+#else
+inline constexpr bool kSlow = false;
+#endif
+
 class ScratchDirectory {
  public:
   ScratchDirectory() : before_(std::filesystem::current_path()) {

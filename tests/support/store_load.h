@@ -24,12 +24,6 @@
 
 namespace load {
 
-#ifdef __SANITIZE_ADDRESS__
-inline constexpr bool kSlow = true;
-#else
-inline constexpr bool kSlow = false;
-#endif
-
 /// What one database holds.
 struct Store {
   const char* base;

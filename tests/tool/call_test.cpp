@@ -28,13 +28,25 @@ TEST_F(Call, PassesFieldsAsTheyWereTyped) {
     EXPECT_EQ(ran.status, 0) << ran.err;
     EXPECT_THAT(calls(), testing::EndsWith("ECF_Registry_Path|" + field + "\n"));
   }
+  const std::vector<std::string> right[] = {
+      {" ecf_numerocupom ", ""}, {"ECF_AbreConnectC", "-5", ""}, {"ECF_AbreConnectC", " 1,5 ", ""}};
+  for (const auto& arguments : right) EXPECT_EQ(fake("call", arguments).status, 0) << arguments[0] << arguments[1];
 }
 
 TEST_F(Call, RefusesWrongUsageBeforeCalling) {
   const std::pair<std::vector<std::string>, const char*> cases[] = {
       {{"ECF_LeituraY"}, "near to it: ECF_LeituraX"},
       {{"ECF_VendeItem", "1"}, "field 3 (text) is missing"},
+      {{"ECF_NumeroCupom"}, "field 2 (text, filled in by the device) is missing"},
+      {{"ContinuaFuncaoSiTefInterativo", "0", "0", "0", "0", "", "x"}, "field 8 (number) is missing"},
+      {{"ContinuaFuncaoSiTefInterativo", "0", "0", "0", "0", ""}, "field 7 (not used) is missing"},
+      {{"ContinuaFuncaoSiTefInterativo", "0", "0", "40000", "0", "", "x", "0"}, "is outside -32768 to 32767"},
       {{"ECF_AbreConnectC", "x", "y"}, "\"x\", is not a number"},
+      {{"ECF_AbreConnectC", "", ""}, "is empty where a number must stand"},
+      {{"ECF_AbreConnectC", "1e3", ""}, "is not a number"},
+      {{"ECF_AbreConnectC", "nan", ""}, "is not a number"},
+      {{"ECF_AbreConnectC", "5-3", ""}, "is not a number"},
+      {{"ECF_AbreConnectC", "99999999999", ""}, "is outside"},
       {{"ECF_Registry_Path", "a€"}, "'€' does not exist in ISO-8859-1"},
       {{"ECF_Registry_Path", "a\xFF"}, "is not UTF-8"},
       {{"ECF_Registry_Path", "a\x01"}, "0x01"},
@@ -86,7 +98,7 @@ TEST_F(Call, StopsWaitingAndSaysForWhat) {
 TEST_F(Call, SaysWhyALibraryCannotBeLoaded) {
   writeFile(directory / "text.so", "this is a text, no library at all");
   // The head of a library alone, of the other word size, and of another processor.
-  const std::string head = contents(FAKE_LIBRARY).substr(0, 64);
+  const std::string head = readFile(FAKE_LIBRARY).substr(0, 64);
   std::string other = head, foreign = head;
   other[4] ^= 3;
   foreign[18] = 8;

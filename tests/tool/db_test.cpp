@@ -13,7 +13,6 @@ using testing::HasSubstr;
 class Db : public ToolTest {
  protected:
   void SetUp() override {
-    ToolTest::SetUp();
     std::filesystem::create_directory(directory / "DB");
     const images::Bytes sales = images::dataFile('V', "info", {"abc", "defgh", "i"});
     store("SALES", sales);
@@ -22,7 +21,7 @@ class Db : public ToolTest {
     store("catalog.plm", images::catalog({{"SALES", "DATA"}, {"Caf\xE9", "CONF"}}));
   }
   void store(const std::string& name, const std::string& bytes) const { writeFile(directory / "DB" / name, bytes); }
-  std::string stored(const std::string& name) const { return contents(directory / "DB" / name); }
+  std::string stored(const std::string& name) const { return readFile(path(name)); }
 
   // The second record's header is gone.
   void damage() const {
@@ -72,7 +71,7 @@ TEST_F(Db, ChecksAndRepairs) {
             json::parse(R"([{"file":"SALES","record":2,"problem":"its header is empty; nothing can be )"
                         R"(read from the 13 bytes up to the next sound record","repaired":true}])"));
   EXPECT_EQ(report["notes"][0]["record"], nullptr);
-  EXPECT_EQ(contents(report["copies"].get<std::string>() + "/SALES"), before);
+  EXPECT_EQ(readFile(report["copies"].get<std::string>() + "/SALES"), before);
   EXPECT_EQ(images::records(stored("SALES")), (std::vector<std::string>{"abc", "i"}));
   EXPECT_EQ(run({"db", "check", "--repair", "--yes"}).status, 0);
 }
@@ -85,22 +84,4 @@ TEST_F(Db, AsksOnATerminal) {
   EXPECT_EQ(stored("SALES"), before);
   EXPECT_THAT(seenOnTerminal({"db", "check", "--repair"}, "Yes\n"), HasSubstr("Go on? [y/N]"));
   EXPECT_NE(stored("SALES"), before);
-}
-
-TEST_F(Db, RefusesWrongUsageWithTheNextStep) {
-  const std::tuple<std::vector<std::string>, int, const char*> cases[] = {
-      {{"db"}, 2, "a verb is missing; the verbs are list, schema, create, drop, import, export, index, reindex, seek,"},
-      {{"db", "lits"}, 2, "there is no verb \"lits\"; the verbs are list, "},
-      {{"db", "check", "--wrong"}, 2, "next: `tellira db check --help`"},
-      {{"db", "schema"}, 2, "NAME is required"},
-      {{"db", "schema", "NONE"}, 1, "there is no database \"NONE\""},
-      {{"db", "schema", "a€"}, 2, "'€' does not exist"},
-      {{"db", "--dir", "DB", "list"}, 2, "/DB has no subdirectory DB with databases.\n  next: name the directory"},
-  };
-  for (const auto& [arguments, status, words] : cases) {
-    const Ran ran = run(arguments);
-    EXPECT_EQ(ran.status, status) << words;
-    EXPECT_EQ(ran.out, "");
-    EXPECT_THAT(ran.err, HasSubstr(words));
-  }
 }

@@ -10,7 +10,6 @@ using testing::HasSubstr;
 class Demonstration : public ToolTest {
  protected:
   void SetUp() override {
-    ToolTest::SetUp();
     for (const char* name : {"libconvecf.so", "libclisitef.so"}) {
       std::filesystem::copy_file(std::filesystem::path(DEVICES) / name, directory / name);
     }
@@ -18,7 +17,7 @@ class Demonstration : public ToolTest {
 };
 
 TEST_F(Demonstration, GoesOnAfterASaleThatWasCutShort) {
-  const std::string script = contents(DEMONSTRATION);
+  const std::string script = readFile(DEMONSTRATION);
   for (const char* last : {"ECF_CancelaItemGenerico 4", "ECF_EfetuaFormaPagamento Dinheiro", "ECF_FechaComprovante"}) {
     writeFile(directory / "cut.tlr", script.substr(0, script.rfind(last)));
     EXPECT_EQ(run({"sale", "cut.tlr"}).status, 0) << last;

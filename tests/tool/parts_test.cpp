@@ -15,7 +15,6 @@
 using namespace tool;
 using testing::ElementsAre;
 using testing::EndsWith;
-using testing::HasSubstr;
 using testing::StartsWith;
 
 TEST(Masking, KeepsFirstSixAndLastFourOfCardNumbersOnly) {
@@ -102,31 +101,7 @@ TEST(Parameter, OutputIsTakenApart) {
   EXPECT_THAT(card.values, ElementsAre("1", "4000000000000010"));
 }
 
-TEST(Catalogue, NamesWhatIsWrongWithFields) {
-  const std::tuple<const char*, std::vector<std::string>, const char*> cases[] = {
-      {" ecf_numerocupom ", {""}, nullptr},
-      {"ECF_NumeroCupom", {}, "field 2 (text, filled in by the device) is missing"},
-      {"ContinuaFuncaoSiTefInterativo", {"0", "0", "0", "0", "", "x"}, "field 8 (number) is missing"},
-      {"ContinuaFuncaoSiTefInterativo", {"0", "0", "0", "0", ""}, "field 7 (not used) is missing"},
-      {"ContinuaFuncaoSiTefInterativo", {"0", "0", "40000", "0", "", "x", "0"}, "is outside -32768 to 32767"},
-      {"ECF_AbreConnectC", {"-5", ""}, nullptr},
-      {"ECF_AbreConnectC", {" 1,5 ", ""}, nullptr},
-      {"ECF_AbreConnectC", {"", ""}, "is empty where a number must stand"},
-      {"ECF_AbreConnectC", {"1e3", ""}, "is not a number"},
-      {"ECF_AbreConnectC", {"nan", ""}, "is not a number"},
-      {"ECF_AbreConnectC", {"5-3", ""}, "is not a number"},
-      {"ECF_AbreConnectC", {"99999999999", ""}, "is outside"},
-  };
-  for (const auto& [name, fields, words] : cases) {
-    const auto* command = findCommand(name);
-    ASSERT_NE(command, nullptr) << name;
-    const auto problem = checkFields(*command, fields);
-    ASSERT_EQ(problem.has_value(), words != nullptr) << name << (problem ? problem->text : "");
-    EXPECT_THAT(problem ? problem->text : "", HasSubstr(words != nullptr ? words : ""));
-  }
-}
-
-TEST(Catalogue, SuggestsNearNamesAndLabelsEveryAnswer) {
+TEST(Commands, SuggestsNearNamesAndLabelsEveryAnswer) {
   EXPECT_EQ(findCommand("ECF_LeituraY"), nullptr);
   EXPECT_EQ(nearestCommands("ecf_leitura_x").front(), "ECF_LeituraX");
   EXPECT_TRUE(nearestCommands(std::string(5000, 'Q')).empty());

@@ -11,10 +11,10 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
+
+#include "support/scratch_directory.h"
 
 struct Ran {
   int status = -1;  // exit status, or 1000 + signal
@@ -22,26 +22,11 @@ struct Ran {
   std::string err;
 };
 
-inline std::string contents(const std::filesystem::path& file) {
-  std::ostringstream text;
-  text << std::ifstream(file, std::ios::binary).rdbuf();
-  return text.str();
-}
-
-inline void writeFile(const std::filesystem::path& file, const std::string& text) {
-  std::ofstream(file, std::ios::binary) << text;
-}
+using Words = std::vector<std::string>;
 
 /// A test with a directory of its own, in which the tool runs.
 class ToolTest : public testing::Test {
  protected:
-  void SetUp() override {
-    std::string pattern = (std::filesystem::temp_directory_path() / "tellira-tool-XXXXXX").string();
-    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-    directory = pattern;
-  }
-  void TearDown() override { std::filesystem::remove_all(directory); }
-
   Ran run(const std::vector<std::string>& arguments, const std::string& input = "") const {
     return ended(start(arguments, input));
   }
@@ -70,8 +55,8 @@ class ToolTest : public testing::Test {
   Ran ended(pid_t child) const {
     int status = 0;
     waitpid(child, &status, 0);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status), contents(directory / "stdout"),
-            contents(directory / "stderr")};
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status), readFile(directory / "stdout"),
+            readFile(directory / "stderr")};
   }
 
   /// `tellira VERB --lib <the fake library> ...`
@@ -106,12 +91,29 @@ class ToolTest : public testing::Test {
 
   /// What the fake library was called with; '|' stands between the fields.
   std::string calls() const {
-    std::string text = contents(directory / "calls.txt");
+    std::string text = readFile(directory / "calls.txt");
     std::replace(text.begin(), text.end(), '\x01', '|');
     return text;
   }
 
-  std::filesystem::path directory;
+  /// `tellira db` with these words.
+  Ran db(Words words, const std::string& input = "") const {
+    words.insert(words.begin(), "db");
+    return run(words, input);
+  }
+  /// The same for what must succeed; its standard output.
+  std::string ok(const Words& words, const std::string& input = "") const {
+    const Ran ran = db(words, input);
+    EXPECT_EQ(ran.status, 0) << words[0] << ": " << ran.err << ran.out;
+    return ran.out;
+  }
+  std::string path(const std::string& name) const { return directory / "DB" / name; }
+
+ private:
+  ScratchDirectory scratch_;
+
+ protected:
+  const std::filesystem::path directory = scratch_.path();
 
  private:
   static void redirect(const char* file, int flags, int descriptor) {

@@ -112,7 +112,7 @@ TEST_F(Sale, ShowsNewPaperAndWritesThePage) {
   const Ran ran = fake("sale", {"--tape", "page.html", "print.tlr"});
   EXPECT_EQ(ran.status, 1);
   EXPECT_THAT(ran.out, HasSubstr("│ Caf\xC3\xA9 & <p\xC3\xA3o> 400000******0010\n"));
-  const std::string page = contents(directory / "page.html");
+  const std::string page = readFile(directory / "page.html");
   EXPECT_THAT(page, HasSubstr("Café &amp; &lt;pão&gt; 400000******0010\n"));
   EXPECT_THAT(page, HasSubstr("print.tlr:2: the device refused"));
   for (const std::string& shown : {ran.out, ran.err, page}) {
@@ -208,7 +208,7 @@ TEST_F(Dialogue, TellsWhatIsOpenAtAnEarlyEnd) {
     EXPECT_THAT(ran.err, HasSubstr("open: the coupon of line 3; `ECF_CancelaCupom` ends it.\n  open: the payment of "
                                    "line 4, NSU 000777; `FinalizaTransacaoSiTefInterativo 1 000123 20260315 120000` "
                                    "confirms it, `FinalizaTransacaoSiTefInterativo 0 000123"));
-    EXPECT_THAT(contents(directory / "page.html"), HasSubstr("NSU 000777"));
+    EXPECT_THAT(readFile(directory / "page.html"), HasSubstr("NSU 000777"));
     const auto json = nlohmann::json::parse(ran.out);
     EXPECT_EQ(json["open"].size(), 2U);
     EXPECT_EQ(json["open"][1]["nsu"], "000777");
@@ -227,7 +227,7 @@ TEST_F(Sale, TellsWhatIsOpenWhenItsOutputIsLost) {
        {"; } >/dev/full", "--json; } >/dev/full", "--tape /dev/full; } >/dev/null", "--tape -; } | :"}) {
     std::ignore =
         std::system(("exec 2>" + (directory / "told").string() + "; { sleep 0.1; " + call + " " + output).c_str());
-    EXPECT_THAT(contents(directory / "told"), HasSubstr("open: the coupon of line 1; `ECF_CancelaCupom` ends it.\n"))
+    EXPECT_THAT(readFile(directory / "told"), HasSubstr("open: the coupon of line 1; `ECF_CancelaCupom` ends it.\n"))
         << output;
   }
 }

@@ -150,6 +150,8 @@ void ChangeCatalogEntry(UInt32 place, const DatabaseHdrType& entry, const std::f
 
 void ClearCatalogEntry(UInt32 place) {
   names.remove(place);
+  // Free by its first bytes at once: killed behind this store, remains stand in a free slot, which the next entry
+  // fills.
   Store(rwCatalog->mapmem + place, UInt32{0});
   StoreBarrier();
   std::memset(rwCatalog->mapmem + place, 0, kCatalogEntrySize);

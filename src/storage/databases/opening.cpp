@@ -96,6 +96,7 @@ Err OpenCatalog() {
   hooks.leaveJournal = LeaveJournal;
   ForgetCatalogNames();
   if (findDirectory()) {
+    // Before anything is mapped: it may change any file, the catalogue too.
     RecoverInterruptedChanges();
     rwCatalog = mapeararquivo(kCatalogName);
     // Tells a repair that the files are in use; databases open without it all the same.
@@ -116,6 +117,7 @@ void CloseCatalog() {
     GerarCatalogBck();
     liberarmap(rwCatalog);
     rwCatalog = nullptr;
+    // Behind all that may still need it: closing a database writes back what is held.
     CloseJournal();
   }
   FreeOpenFiles();

@@ -29,7 +29,9 @@ bool isTailQuiet(const mymap& map) {
   return !hasQuietTail(map) || std::all_of(tail, tail + kQuietTail, [](char byte) { return byte == 0; });
 }
 
-// What a walk along the chain finds.
+// What a walk along the chain finds. The records themselves are what is believed: each header leads to the next one.
+// Count, places and used end follow from them and can be had again, which is why none of them needs protection when a
+// record is appended.
 struct Walk {
   UInt32 records = 0;
   UInt32 end = 0;
@@ -76,6 +78,7 @@ Walk walkRepaired(DmOpenRef db) {
 void storeSlots(DmOpenRef db, const Walk& walk) {
   const std::int64_t end = kHeaderSize + static_cast<std::int64_t>(walk.records) * kOffsetSize;
   const auto ensureRoom = [&] { return EnsureRoom(db->hOS, static_cast<long>(end - kHeaderSize)); };
+  // Empty until all are stored: killed before that, it has too few places for the records and is made anew.
   WriteUsedSize(db->hOS, kHeaderSize);
   if (!ensureRoom()) {
     // The records are all there: on a full disk they must still be read and removed. The file, empty now, is made anew
@@ -121,6 +124,8 @@ bool areOffsetsConsistent(DmOpenRef db) {
 }
 
 bool needsRebuild(DmOpenRef db) {
+  // Looks at as little as it can, since every opening does: the number of places, a few bytes behind the end, and the
+  // place of the last record tell what a killed process leaves.
   if (OffsetSlots(*db) < db->Head.NumberOfRecords) return true;
   if (!isTailQuiet(*db->hFile)) {
     if (!areOffsetsConsistent(db)) return true;

@@ -44,12 +44,24 @@ bool reserve(UInt32 room, UInt32 info) {
          reserveFrom(offsetof(JournalFile, info), journal.info, info);
 }
 
+// True for the journal of a process that died inside a change. The next opening of the catalogue finishes that change;
+// until then nobody may write over what it needs.
+bool isNeeded(int file) {
+  struct stat found;
+  JournalHead head;
+  const bool whole = ::fstat(file, &found) == 0 && found.st_size == static_cast<off_t>(sizeof(JournalFile)) &&
+                     fileSystem.pread(file, &head, sizeof head, 0) == static_cast<ssize_t>(sizeof head);
+  if (!whole || head.magic != kJournalMagic || head.state == kIdle) return false;
+  errno = EBUSY;
+  return true;
+}
+
 // One of which not even the head has space would be a danger to whoever looks at it.
 bool openJournal(const std::string& path) {
   const int file = OpenFile(path.c_str(), O_RDWR | O_CREAT, 0660);
   if (file < 0) return false;
   JournalFile* at = nullptr;
-  const bool ours = Claim(file);
+  const bool ours = Claim(file) && !isNeeded(file);
   if (ours && fileSystem.ftruncate(file, 0) == 0 && fileSystem.ftruncate(file, sizeof(JournalFile)) == 0 &&
       ReserveSpace(file, 0, offsetof(JournalFile, room)))
     at = MapJournal(file);
@@ -117,6 +129,8 @@ ProtectedMove::ProtectedMove(pmymap map, const TailMove& move) : exceptions_(std
   change.infoLength = static_cast<UInt32>(move.info.size());
   if (!move.info.empty()) std::memcpy(file.info, move.info.data(), move.info.size());
   change.keptCheck = Sum(file.info, change.infoLength);
+  // All that makes the move is known here: killed behind Begin() it is finished by the next opening, before it it is
+  // not begun.
   file.underWay = change;
   Begin(file, kMoving);
   FinishMove(file, map);

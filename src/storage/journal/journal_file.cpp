@@ -22,6 +22,8 @@ void copyChunks(JournalFile& file, char* bytes) {
     const UInt32 size = change.length - before < kChunk ? change.length - before : kChunk;
     const UInt32 place = change.to > change.from ? change.length - before - size : before;
     char* saved = file.room + (i & 1) * kChunk;
+    // `chunks` counts what is saved, never what is copied. Of a process that dies the chunk saved last may be copied in
+    // part; copied once more from where it was saved it is whole. The one before is complete, so two places are enough.
     if (i >= file.chunks) {
       std::memcpy(saved, bytes + change.from + place, size);
       StoreBarrier();
@@ -57,6 +59,7 @@ bool Claim(int file) {
 }
 
 void Begin(JournalFile& file, State state) {
+  // The state comes last: until it is stored nobody looks at the rest, and a kill leaves a change that never began.
   file.underWay.check = Sum(&file.underWay, offsetof(UnderWay, check));
   file.chunks = 0;
   StoreBarrier();
@@ -76,9 +79,12 @@ void FinishMove(JournalFile& file, pmymap map) {
   const bool forward = change.to > change.from;
   const UInt32 vacated = forward ? change.from : change.to + change.length;
   const UInt32 behind = forward ? change.to : change.end;
+  // Zeros where nothing is any more: an opening takes other bytes behind the used end for a sign of damage.
   if (behind > vacated) std::memset(map->mapmem + vacated, 0, behind - vacated);
   std::memcpy(map->mapmem + kHeaderSize, file.info, change.infoLength);
   if (change.patchAt != 0) Store(map->mapmem + change.patchAt, change.patch);
+  // The header comes last. While one of its fields is the old one recovery makes the whole move again, which it can,
+  // since each step stores what it stored before.
   Store(map->mapmem + offsetof(FileHeader, szmap), change.after.szmap);
   map->szmap = static_cast<std::int32_t>(change.after.szmap);
   WriteHeader(map, change.after);

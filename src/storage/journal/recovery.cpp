@@ -143,6 +143,8 @@ void recover(JournalFile& file) {
   const UnderWay& change = file.underWay;
   if (!isSound(file) || !isThere(GetWideName(change.name))) return;
   const MapOwner map(mapeararquivo(change.name));
+  // Another file may stand under this name by now, from a copy or a repair: what the journal keeps is none of its
+  // bytes.
   if (!fitsInto(file, *map)) return;
   if (file.state == kMoving) {
     if (!isMoved(change, *map)) FinishMove(file, map.get());
@@ -209,6 +211,7 @@ void RecoverInterruptedChanges() {
     const DeadJournal dead(path);
     if (!dead.isKnown()) recoveryFailure(path.c_str());
     if (dead.get() == nullptr) continue;
+    // The journal is given up behind the work: who dies in a recovery leaves it to the next one, which goes on.
     recover(*dead.get());
     End(*dead.get());
     fileSystem.unlink(path.c_str());

@@ -23,6 +23,7 @@ bool setBlockLength(DmOpenRef db, UInt32 length, std::span<const char> info = {}
   if (length == old) return true;
   const std::int64_t moved = static_cast<std::int64_t>(length) - old;
   if (moved > 0 && !EnsureRoom(db->hFile, static_cast<long>(moved))) return false;
+  // New content travels in the journal with the move, so that no block has one length and another one's bytes.
   TailMove move = MoveOf(*db->hFile, kHeaderSize + std::min(old, length), moved);
   move.after.AppInfoLen = length;
   move.info = info;

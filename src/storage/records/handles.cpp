@@ -18,6 +18,9 @@ static_assert(kHandles % 64 == 0 && kWords <= 128);
 constexpr UInt32 kBuckets = 8192;
 
 // What the public table does not show.
+// A locked handle is in the chain of its data pointer, or is the one locked last. The chains may hold others too: one
+// that is unlocked or moves stays where it is, since whoever searches compares pointer and lock anyway, and is put
+// right when it is locked again. `hash` names the chain in which a handle is, so that it can leave it.
 struct HandleTables {
   RecordStruct records[kHandles];
   std::uint64_t used[kWords];    // a bit a slot
@@ -34,6 +37,7 @@ UInt16 bucketOf(const void* data) {
 }
 static_assert(kBuckets == 1u << (64 - 51));
 
+// The lowest one. Bits for words that there are not stay 0 and lead behind the last word: all are taken then.
 UInt32 firstFreeSlot() {
   for (UInt32 half = 0; half < 2; ++half) {
     const auto word = half * 64 + static_cast<UInt32>(std::countr_one(tables->full[half]));

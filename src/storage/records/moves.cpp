@@ -35,6 +35,8 @@ void EmptyRecords(DmOpenRef db) {
   FollowGrowth(db);
 }
 
+// Handles keep places in the file. What they show programs, an address, is worked out from them again: the records have
+// moved in the mapping, and the mapping itself may have moved when the file grew.
 void FollowMove(DmOpenRef db, const TailMove& move) {
   for (UInt16 slot = db->firstHandle; slot != kNoHandle; slot = RecordInSlot(slot)->next) {
     RecordStruct& record = *RecordInSlot(slot);

@@ -27,11 +27,15 @@ void AppendOffset(DmOpenRef db, UInt32 index, UInt32 offset) {
   if (db->hOS == nullptr) return;
   const std::int64_t end = kHeaderSize + (static_cast<std::int64_t>(index) + 1) * kOffsetSize;
   if (end > db->hOS->szmap && !EnsureRoom(db->hOS, static_cast<long>(end - db->hOS->szmap))) GrowthFailure(*db->hOS);
+  // The place before their number: one place too few has the file made anew, a wrong one would be believed.
   Store(OffsetSlot(*db, index), offset);
   StoreBarrier();
   setSlots(*db, std::max(OffsetSlots(*db), index + 1));
 }
 
+// Slots that move are not protected here. The move of the records around them tells the journal (offsetsFollow) that
+// the file does not fit while it lasts: interrupted, the file is removed, and the next opening makes it anew from the
+// records.
 void InsertOffset(DmOpenRef db, UInt32 index, UInt32 offset, UInt32 moved) {
   if (db->hOS == nullptr) return;
   const UInt32 slots = OffsetSlots(*db);

@@ -74,6 +74,7 @@ UInt32 append(DmOpenRef db, UInt32 size) {
   const char* mapping = db->hFile->mapmem;
   if (!EnsureRoom(db->hFile, static_cast<long>(span)) || (db->hOS != nullptr && !EnsureRoom(db->hOS, kOffsetSize)))
     GrowthFailure(*db->hFile);
+  // Its header stands before its bytes are used ones: at no moment does the chain end in bytes that are no header.
   storeRecordHeader(*db, place, newRecordHeader(size));
   ExtendUsed(db->hFile, span);
   db->Head = HeaderOf(*db->hFile);
@@ -84,6 +85,7 @@ UInt32 append(DmOpenRef db, UInt32 size) {
 UInt32 insert(DmOpenRef db, UInt32 index, UInt32 size) {
   const UInt32 place = RecordPlace(*db, index);
   if (place == 0) return 0;
+  // All room first: once the move has begun nothing may fail any more.
   const UInt32 span = size + kRecordHeaderSize;
   if (!EnsureRoom(db->hFile, static_cast<long>(span)) || (db->hOS != nullptr && !EnsureRoom(db->hOS, kOffsetSize)))
     GrowthFailure(*db->hFile);
@@ -190,6 +192,9 @@ UInt32 __WriteRecordToFile(DmOpenRef db, Boolean dirty) {
   // A record that was only looked at leaves its page clean.
   if (!record->isnew && !record->dirty && std::memcmp(db->hFile->mapmem + place, &header, sizeof header) == 0)
     return record->index;
+  // Bytes, header, count, place: a new record becomes one by the marks in its header. Killed before them the next
+  // opening takes it out as begun and not finished, behind them it counts it and tells its place, whatever of both is
+  // missing.
   StoreBarrier();
   storeRecordHeader(*db, place, header);
   if (record->isnew) {

@@ -14,6 +14,7 @@ namespace {
 // Takes out `count` records from `index` on, which lie from `begin` to `end`; at least one other record is left.
 void removeRange(DmOpenRef db, UInt32 index, UInt32 count, UInt32 begin, UInt32 end) {
   TailMove move = MoveOf(*db->hFile, begin, static_cast<std::int64_t>(begin) - end);
+  // The count goes down with the move, as part of the header that it stores last.
   move.after.NumberOfRecords -= count;
   move.offsetsFollow = db->hOS != nullptr;
   {

@@ -13,7 +13,9 @@
 
 namespace vorne {
 
-// What waits for one index. Insertions keep the order in which they came.
+// What waits for one index. Insertions keep the order in which they came. While there is one of these, the mark in the
+// index's file stands: what waits is only in memory, and a process that dies with it leaves an index that the next
+// opening makes anew. The mark goes when the last entry is in its place.
 struct WaitingEntries {
   std::size_t size = 0;  // of an entry
   std::vector<char> inserted, removed;
@@ -73,6 +75,7 @@ bool takeOut(EntryFile& file, const Entries& removed) {
     while (end != order.end() && std::memcmp(removed.key(*begin), removed.key(*end), removed.keyLength()) == 0) ++end;
     findRemoved(entries, removed, &*begin, &*begin + (end - begin), from, places);
   }
+  // From the front: what stands between two of them moves once, to where nothing is needed any more.
   for (std::size_t i = 0; i < places.size(); ++i) {
     const UInt32 next = i + 1 < places.size() ? places[i + 1] : entries.count;
     file.move(places[i] + 1, places[i] - i, next - places[i] - 1);
@@ -131,6 +134,7 @@ void settle(DmOpenRef index, WaitingEntries& waiting) {
     return;
   }
   bool fits = true;
+  // Removals first: a record that got its old key back has the same entry among both, and it must end up there once.
   if (waiting.removals != 0) fits = takeOut(file, waiting.removedEntries());
   const std::vector<std::uint32_t> order = insertionOrder(waiting);
   if (!order.empty()) {

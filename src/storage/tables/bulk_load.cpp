@@ -53,6 +53,7 @@ void BulkLoad::finish() {
 }
 
 bool BulkLoad::takeBack() {
+  // Records before memo texts: a text that no record names is lost space, a record without its text is damage.
   const bool cut = cutOff(name_, firstRecord_) && (!hasMemo_ || cutOff(name_ + kMemoSuffix, firstMemo_));
   // Without an area the runtime has ended: indexes that do not fit are made anew when the table is opened next.
   if (AreaAt(area_) == nullptr) return cut;

@@ -119,7 +119,8 @@ std::string whatDoesNotFit(const myAppInfoType& table, const IDX_IndexesNames& i
 // Why indexes were left out for want of space, by their names. The log may have none either.
 std::unordered_map<std::string, std::string> leftOut;
 
-// Makes an open index fit the table. `told` is what its block says. False when no index can be made of that key.
+// Makes an open index fit the table; `behind`: its block says that entries waited when the process that had it died.
+// False when no index can be made of that key, or there is no space for it.
 bool makeFit(myAppInfoType& table, IDX_IndexesNames& index, bool behind) {
   if (!leftOut.empty()) leftOut.erase(FoldedName(index.IDX_name));
   // What other areas have open already has been looked at.

@@ -60,6 +60,7 @@ void EntryChanges::addChange(IDX_IndexesNames& index, std::int32_t position, Boo
       return;
     }
   }
+  // Before the record is stored: killed between record and entry, the index would lack one and not say so.
   MarkBehind(index.IDX_dbRef);
 }
 

@@ -76,6 +76,7 @@ Obj_Node* __dbPack(Obj_Node* alias) {
     const ChangeSeenByReaders change;
     const std::vector<bool> deleted = deletedRecords(area);
     if (std::find(deleted.begin(), deleted.end(), true) != deleted.end()) {
+      // Every entry behind the first gap names a wrong record from the next line until the indexes are made anew.
       markIndexesBehind(*area.TBL_appinfo);
       RemoveRecords(DatabaseOf(area), deleted);
       follow(DatabaseOf(area), placesWithout(deleted));
