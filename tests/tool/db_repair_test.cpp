@@ -109,7 +109,7 @@ TEST_F(DbRepair, FindsWhatIsLostAndRepairsTheRest) {
       {{{"T"}}, 11, "T: the table is gone; X tells of 5 records", "*"},
       {{{"T"}, {"T_OS"}, {"X"}, {"Y"}}, 8, "T: the table is gone; nothing tells|X: the ind", "*"},
       {{{"T"}, {"catalog.bck"}, {"catalog.plm", 20, std::string(88, '\0')}},
-       6,
+       11,
        "T: the table is gone; X tells of 5 records; put away with it: X, Y, T_M, T_OS",
        "*"},
       {{{"T_M"}}, 6, "T 5: field NOTES holds memo text 5|T_M: the memo", "text 1|text 2|text 3|text 4|text 5"},
