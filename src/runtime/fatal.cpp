@@ -9,10 +9,9 @@ using namespace vorne;
 
 void __RuntimeError(int /*code*/, int aux) {
   // Errors of the steps before the end come back here; the one that began it is the one to tell.
-  static bool ending = false;
   static int first = 0;
-  if (!ending) first = aux;
-  ending = true;
+  if (!isEnding) first = aux;
+  isEnding = true;
   // Before there is a record nothing was begun that could be saved or closed.
   if (S_GLOB != nullptr) hooks.prepareEnd(first);
   std::printf("\nRunTimeError = %d", first);

@@ -7,6 +7,7 @@
 
 namespace vorne {
 
+bool isEnding = false;
 void (*endProcessHook)(int status) = nullptr;
 
 void EndProcess(int status) {

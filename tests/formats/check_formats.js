@@ -52,7 +52,7 @@ function main() {
   const table = parse('TableFile', read('DB/CLIENTES'));
   const files = {'DB/catalog.plm': found(parse('Catalog', read('DB/catalog.plm'))), 'CLIENTES as a table': found(table)};
   files['CLIENTES_M as texts'] = found(parse('MemoFile', read('DB/CLIENTES_M')));
-  for (const name of fs.readdirSync(path.join(directory, 'DB')).sort().filter((name) => !name.startsWith('catalog.')))
+  for (const name of fs.readdirSync(path.join(directory, 'DB')).sort().filter((name) => !/^(catalog|journal)\./.test(name)))
     files[`DB/${name}`] = found(parse(name.endsWith('_OS') ? 'OffsetsFile' : 'DataFile', read(`DB/${name}`)));
   for (const name of ['DB/BYNAME', 'DB/BYDAY', 'waiting_index'])
     files[`${name} as an index`] = foundInIndex(read(name), table.description);

@@ -1,13 +1,11 @@
 // What is left when the system fails: every call of every kind once and for ever, and a disk that is really full.
 #include "support/failing_system.h"
 
-#include <sched.h>
-#include <sys/mount.h>
-
 #include "runtime/process.h"
 #include "storage/journal/journal.h"
 #include "storage/journal/recovery.h"
 #include "support/file_images.h"
+#include "support/small_disk.h"
 #include "support/store_load.h"
 
 using namespace load;
@@ -218,6 +216,51 @@ TEST_F(HalfWay, AnEndKeepsTheJournalOnlyOfAChangeUnderWay) {
     }
 }
 
+TEST_F(HalfWay, AMoveInPiecesThatASmallJournalHolds) {
+  std::vector<std::string> all;
+  for (int i = 0; i < 100; ++i) all.push_back(std::string(1000, 'a') + std::to_string(i));
+  for (const std::string& one : all) put(openStore("A", vorne::kTypeData), one);
+  CloseCatalog();
+  std::filesystem::remove(file("journal.spare"));
+  // The process dies when it comes to a page in the midst of what moves.
+  const ChildResult result = runChild([] {
+    vorne::fileSystem.fallocate = [](int to, off_t at, off_t length) {
+      return length > 4096 ? (errno = ENOSPC, -1) : vorne::kSystem.fallocate(to, at, length);
+    };
+    mprotect(openStore("A")->hFile->mapmem + 40960, 4096, PROT_READ);
+    DmRemoveRecord(openStore("A"), 1);
+  });
+  EXPECT_NE(result.status, kCameBack);
+  EXPECT_EQ(vorne::InterruptedChanges("DB").size(), 1u);
+  all.erase(all.begin() + 1);
+  EXPECT_EQ(records(openStore("A")), all);
+}
+
+TEST_F(HalfWay, WhatAPackLeavesGoesWhenNobodyElseIsThere) {
+  openStore("A", vorne::kTypeData);
+  for (const bool isAlone : {false, true}) {
+    if (isAlone) CloseCatalog();
+    writeFile(file("journal.new"), "half of a copy");
+    EXPECT_EQ(runChild([] { rwCatalog = nullptr, _exit(OpenCatalog()); }).status, 0);
+    EXPECT_EQ(std::filesystem::exists(file("journal.new")), !isAlone);
+  }
+}
+
+TEST_F(HalfWay, WithoutMemoryFilesAreHeldInLessOrNot) {
+  static std::size_t most;
+  vorne::fileSystem.mmap = [](std::size_t length, int to) {
+    return length > most ? (errno = ENOMEM, MAP_FAILED) : vorne::kSystem.mmap(length, to);
+  };
+  most = 200'000;
+  for (int i = 0; i < 2000; ++i) put(openStore("A", vorne::kTypeData), std::to_string(i));
+  EXPECT_EQ(records(openStore("A")).size(), 2000u);
+  CloseCatalog();
+  most = 0;
+  EXPECT_THAT(runChild([] { openStore("A"); }).output,
+              "catalog.plm: Cannot allocate memory (15360 bytes)\nRunTimeError = -1");
+  vorne::fileSystem = vorne::kSystem;
+}
+
 // Another program goes on writing before anybody opens the catalogue again.
 TEST_F(HalfWay, TheJournalOfAProcessThatDiedInAChangeIsTakenByNobody) {
   openStore("A", vorne::kTypeData);
@@ -272,23 +315,10 @@ TEST_F(HalfWay, RecordsAreReadAndRemovedOnAFullDisk) {
 }
 
 TEST_F(FailingSystem, DiskIsFull) {
-  constexpr int kNotPermitted = 3;
-  const auto mountDisk = [&](const char* options, unsigned long flags) {
-    return mount("tmpfs", directory_.path().c_str(), "tmpfs", flags, options) == 0;
-  };
-  const ChildResult result = runChild([&] {
-    if (unshare(CLONE_NEWNS) != 0 && unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) _exit(kNotPermitted);
-    mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr);
-    for (int kilobytes = 4; kilobytes < 800; kilobytes += kilobytes < 200 ? 12 : 60) {
-      const std::string small = "size=" + std::to_string(kilobytes) + "k";
-      if (!mountDisk(small.c_str(), 0) || chdir(directory_.path().c_str()) != 0) _exit(kNotPermitted);
-      work(task, emptyStores(0), [] {});
-      if (!mountDisk("size=64m", MS_REMOUNT)) _exit(kNotPermitted);
-      expectNothingLost(task, emptyStores(0));
-      if (chdir("/") != 0 || umount(directory_.path().c_str()) != 0) _exit(kNotPermitted);
-    }
-    if (HasFailure()) _exit(1);
+  const SmallDisks disks(directory_.path());
+  disks.each([&] {
+    work(task, emptyStores(0), [] {});
+    disks.makeRoom();
+    expectNothingLost(task, emptyStores(0));
   });
-  if (result.status == kNotPermitted) GTEST_SKIP() << "no disk of its own can be mounted here";
-  EXPECT_EQ(result.status, kCameBack) << result.output;
 }

@@ -9,10 +9,12 @@
 #include "storage/format/keys.h"
 #include "storage/journal/journal.h"
 #include "storage/reading/table_reader.h"
+#include "storage/records/records.h"
 #include "storage/records/waiting_entries.h"
 #include "storage/repair/directory_check.h"
 #include "storage/tables/index_upkeep.h"
 #include "support/file_images.h"
+#include "support/small_disk.h"
 #include "support/tables.h"
 
 using namespace vorne;
@@ -366,6 +368,13 @@ TEST_F(Indexes, DamageThatIsMetLaterIsMendedThen) {
          __TBL_GoTop();
          for (int i = 1; i < kMissing + 1; ++i) __TBL_Skip();
        }},
+      {"walk from one entry to its double far away",
+       [] {
+         __TBL_SetOrder(nullptr, number(1));
+         seek("00008");
+         for (int i = 8; i < kTwice; ++i) __TBL_Skip();
+         EXPECT_EQ(numberOf(__TBL_RecNo()), int{kTwice});
+       }},
       {"search",
        [] {
          go(kMissing);
@@ -471,13 +480,90 @@ TEST_F(Indexes, AFullDiskKeepsNothingHalfMadeAndNoTableClosed) {
     EXPECT_EQ(RecordCount(area()), 2000);
     EXPECT_EXIT((dup2(STDERR_FILENO, STDOUT_FILENO), __TBL_SetOrder(nullptr, text("i"))), testing::ExitedWithCode(0),
                 "ndice I n.o aberto: I: No space left on device \\([0-9]+ bytes\\)\nRunTimeError = 32");
+    EXPECT_EXIT((dup2(STDERR_FILENO, STDOUT_FILENO), __Reindex()), testing::ExitedWithCode(0),
+                "ndice I n.o aberto: I: No space left on device \\([0-9]+ bytes\\)\nRunTimeError = -1");
     remove(7);
     EXPECT_THAT(log(), testing::HasSubstr("\xCDndice I n\xE3o aberto: I: No space left on device"));
     fileSystem = kSystem;
     reopen();
     EXPECT_EQ(DmNumRecords(index()), 2000u);
+    // One that was left out can be dropped.
+    __dbCloseAll();
+    CloseCatalog();
+    writeFile(file("I"), behind);
+    OpenCatalog();
+    HasJournal();
+    fillDisk(reserving);
+    reopen();
+    EXPECT_TRUE(__DBDROPINDEX(text("I"))->objData.mbool);
+    EXPECT_FALSE(std::filesystem::exists(file("I")) || __DBDROPINDEX(text("I"))->objData.mbool);
+    fileSystem = kSystem;
     __dbCloseAll();
     __TBL_DeleteDatabase(text("T"));
     CloseCatalog();
   }
+}
+
+// A program on a disk that it fills, started again on one that others have filled, and on one that has space again.
+TEST_F(Indexes, AProgramGoesOnOnAFullDisk) {
+  const SmallDisks disks(directory_.path());
+  int& stored = shared<int>();
+  const auto program = [](const std::function<void()>& body) {
+    const ChildResult result = runChild([&] {
+      body();
+      __dbCloseAll();
+      CloseCatalog();
+      if (HasFailure()) _exit(1);
+    });
+    const bool done = result.status == kCameBack;
+    EXPECT_TRUE(done || result.status == 0) << result.status;
+    EXPECT_THAT(result.output, testing::ContainsRegex(
+                                   done ? "^$" : "^[^:]+: No space left on device .[0-9]+ bytes.\nRunTimeError = "));
+    return done;
+  };
+  disks.each([&] {
+    stored = 0;
+    const bool isMade = program([&] {
+      makeTable({});
+      for (; stored < 900; ++stored) append("a" + std::to_string(stored % 50));
+      makeIndex("I", "NAME");
+    });
+    std::ofstream("fill") << std::string(1 << 20, ' ');
+    if (stored > 2) {
+      EXPECT_TRUE(program([&] {
+        reopen();
+        const int count = RecordCount(area());
+        EXPECT_GE(count, stored);
+        __TBL_GoTo(nullptr, number(2));
+        set("NAME", "'zz'");
+        __Commit();
+        remove(1);
+        __dbPack();
+        EXPECT_EQ(RecordCount(area()), count - 1);
+      }));
+      program([&] { reopen(), append("b"); });
+      program([&] { reopen(), makeIndex("J", "PRICE"); });
+    }
+    disks.makeRoom();
+    std::filesystem::remove("fill");
+    EXPECT_TRUE(program([&] {
+      if (stored == 0) __TBL_DeleteDatabase(text("T")), makeTable({});
+      reopen();
+      append("c");
+      EXPECT_TRUE(!isMade || static_cast<int>(DmNumRecords(index())) == RecordCount(area()));
+      makeIndex("K", "NAME");
+    }));
+    EXPECT_TRUE(CheckDirectory(".").sound);
+  });
+}
+
+TEST_F(Indexes, AreSortedWhereTheyLie) {
+  makeTable({"C", "A", "B"});
+  makeIndex("I", "NAME");
+  const std::span<const char> first = BytesOf(index(), 0), last = BytesOf(index(), 2);
+  std::swap_ranges(const_cast<char*>(&*first.begin()), const_cast<char*>(&*first.end()),
+                   const_cast<char*>(&*last.begin()));
+  EXPECT_EQ(order(), "1 3 2 ");
+  EXPECT_EQ(OrdenarIndice(index()), 1);
+  EXPECT_EQ(order(), "2 3 1 ");
 }

@@ -7,6 +7,8 @@
 #include "storage/databases/tempdb.h"
 #include "storage/files/kept_copies.h"
 #include "storage/files/system.h"
+#include "storage/journal/journal.h"
+#include "storage/records/offsets.h"
 #include "support/child.h"
 #include "support/file_images.h"
 #include "support/store.h"
@@ -48,8 +50,8 @@ TEST_F(Records, WriteTheFormat) {
   EXPECT_EQ(catalog.substr(56, 16), catalog.substr(72, 16)) << "made and changed at the same time";
   EXPECT_EQ(catalog.substr(88, 20), le(0, 8) + "ATAD" + "tset" + le(0));
   EXPECT_EQ(readFile(file("catalog.bck")), catalog);
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory_.path() / "DB"), {}), 4)
-      << "nothing else stays";
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory_.path() / "DB"), {}), 5)
+      << "nothing but journal.spare stays";
 }
 
 TEST_F(Records, KindFollowsTheTypeAndNamesAreOneInAnyCase) {
@@ -122,6 +124,7 @@ TEST_F(Records, NothingOfAnotherDatabaseIsTouched) {
          }},
         {false,
          [] {
+           HasJournal();
            fileSystem.rename = [](const char* a, const char* b) { return ::rename(a, b) + kill(getpid(), SIGKILL); };
            setDatabase("SALE", {.name = "OTHER"});
          }},
@@ -261,6 +264,25 @@ TEST_F(Records, ReserveSpaceAndTellPlaces) {
   ASSERT_TRUE(put(db, "three"));
   CloseCatalog();
   EXPECT_THAT(records(openStore("A")), ElementsAre("one", "two", "three"));
+}
+
+TEST_F(Records, PlacesFollowTheBytes) {
+  DmOpenRef db = openStore("A", kTypeData);
+  for (const char* one : {"one", "two", "three"}) put(db, one);
+  const auto places = [&] {
+    std::vector<UInt32> all;
+    for (UInt32 i = 0; i < vorne::OffsetSlots(*db); ++i) all.push_back(GetRecOffSet(db, i));
+    return all;
+  };
+  EXPECT_EQ(__MoveDataBk(db, 0, 1), 0);
+  EXPECT_EQ(__MoveDataBk(db, 11, 1), 1);
+  EXPECT_THAT(places(), ElementsAre(20, 31));
+  EXPECT_EQ(record(db, 1), "three");
+  PutRecOffSet(db, 1, 500, 1, 7);
+  EXPECT_THAT(places(), ElementsAre(20, 500, 38));
+  PutRecOffSet(db, 0, 600, 0, 2);
+  PutRecOffSet(db, 3, 700, 1, 0);
+  EXPECT_THAT(places(), ElementsAre(600, 502, 40, 700));
 }
 
 TEST_F(Records, TakeAnApplicationInfoBlockLargerThanAnyRecord) {

@@ -2,12 +2,23 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <functional>
+#include <new>
 #include <string>
+
+/// Something that this process and its children see alike.
+template <class T>
+T& shared() {
+  void* at = mmap(nullptr, sizeof(T), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  if (at == MAP_FAILED) std::abort();
+  return *new (at) T{};
+}
 
 struct ChildResult {
   int status = -1;     // exit status, or 1000 + signal

@@ -62,14 +62,6 @@ struct Progress {
   void clear() { new (this) Progress{}; }
 };
 
-/// Something that this process and its children see alike.
-template <class T>
-T& shared() {
-  void* at = mmap(nullptr, sizeof(T), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-  if (at == MAP_FAILED) std::abort();
-  return *new (at) T{};
-}
-
 class Load {
   struct Nothing {
     void operator()() const {}

@@ -74,6 +74,15 @@ bool mapFiles(DmOpenRef db) {
   return IsSoundHeader(*db->hFile);
 }
 
+// What a process wrote that died before it took another file's place. Only who is alone here can tell it from what
+// another one is just writing.
+void removeUnfinished() {
+  struct stat found;
+  const std::string path = GetWideName(kUnfinishedName);
+  if (fileSystem.stat(path.c_str(), &found) == 0 && fileSystem.flock(rwCatalog->hFile, LOCK_EX | LOCK_NB) == 0)
+    fileSystem.unlink(path.c_str());
+}
+
 void closeDatabases() {
   for (UInt32 slot = 0; slot < kOpenFiles; ++slot)
     if (OpenFiles[slot] != nullptr) closeForGood(OpenFiles[slot]);
@@ -99,6 +108,7 @@ Err OpenCatalog() {
     // Before anything is mapped: it may change any file, the catalogue too.
     RecoverInterruptedChanges();
     rwCatalog = mapeararquivo(kCatalogName);
+    removeUnfinished();
     // Tells a repair that the files are in use; databases open without it all the same.
     fileSystem.flock(rwCatalog->hFile, LOCK_SH | LOCK_NB);
     VerifyCatalogEntries();

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "runtime/process.h"
 #include "storage/files/descriptor.h"
 #include "storage/vornerdd.h"
 
@@ -38,7 +39,7 @@ std::string Message(const char* format, ...) {
 void StorageFailure(const char* message, const char* told) {
   Logar(message);
   if (told != nullptr) Logar(told);
-  std::printf("%s", told == nullptr ? message : told);
+  if (!isEnding) std::printf("%s", told == nullptr ? message : told);
   __RuntimeError(5, -1);
 }
 
@@ -47,9 +48,9 @@ std::string WhyNotStored(const char* file, std::int64_t bytes, int error) {
 }
 
 void FileFailure(const std::string& message, const char* file, std::int64_t bytes) {
-  const bool full = errno == ENOSPC || errno == EDQUOT || errno == EFBIG;
+  const bool isShort = errno == ENOSPC || errno == EDQUOT || errno == EFBIG || errno == ENOMEM;
   const std::string told = WhyNotStored(file, bytes, errno);
-  StorageFailure(message.c_str(), full ? told.c_str() : nullptr);
+  StorageFailure(message.c_str(), isShort ? told.c_str() : nullptr);
 }
 
 void CloseDiagnosticLog() {

@@ -40,7 +40,8 @@ bool writeAgain(int file, std::int64_t from, std::int64_t to) {
 
 constexpr std::size_t kNameLimit = 128;
 
-// With 64-bit addresses the largest size is held from the start, so that growth never moves what callers look at.
+// With 64-bit addresses the largest size is held from the start, so that growth never moves what callers look at; where
+// addresses are rationed, only what the file has.
 constexpr std::uint32_t kHeldAddresses = sizeof(void*) == 8 ? 0x10000000 : 0;
 
 // What the last growth that failed wanted, and why it did.
@@ -160,7 +161,10 @@ Sizes sizesOf(const FileHeader& header, std::int64_t fileSize) {
   StorageFailure(Message(format, name, __MemoryReport()).c_str());
 }
 [[noreturn]] void mapFailure(const char* format, const char* name, long size) {
-  StorageFailure(Message(format, name, size, __MemoryReport()).c_str());
+  const int failure = errno;
+  const std::string message = Message(format, name, size, __MemoryReport());
+  errno = failure;
+  FileFailure(message, name, size);
 }
 
 // Brings the file to `size` bytes, with real space where it had none; its old size comes back when that fails.
@@ -175,10 +179,16 @@ bool sizeFile(int file, std::int64_t oldSize, std::int64_t size) {
 
 // Maps an open file of `size` bytes whose size was `oldSize`.
 void mapOpen(pmymap map, std::int64_t oldSize, long size) {
-  const auto length = static_cast<UInt32>(size) > kHeldAddresses ? static_cast<UInt32>(size) : kHeldAddresses;
-  const HANDLE mapping = CreateFileMapping(map->hFile, nullptr, PAGE_READWRITE, 0, length);
+  auto length = std::max(static_cast<UInt32>(size), kHeldAddresses);
+  HANDLE mapping = CreateFileMapping(map->hFile, nullptr, PAGE_READWRITE, 0, length);
   if (mapping == INVALID_HANDLE_VALUE) {
+    length = static_cast<UInt32>(size);
+    mapping = CreateFileMapping(map->hFile, nullptr, PAGE_READWRITE, 0, length);
+  }
+  if (mapping == INVALID_HANDLE_VALUE) {
+    const int failure = errno;
     cutFile(map->hFile, oldSize);
+    errno = failure;
     mapFailure("falhou CreateFileMapping do arquivo %s sz=%ld %s", map->cfile, size);
   }
   map->hFileMap = MapViewOfFile(mapping);

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <ctime>
 #include <exception>
+#include <utility>
 
 #include "storage/files/descriptor.h"
 #include "storage/files/diagnostic_log.h"
@@ -44,6 +45,20 @@ bool reserve(UInt32 room, UInt32 info) {
          reserveFrom(offsetof(JournalFile, info), journal.info, info);
 }
 
+bool isStill(int file, const std::string& path) {
+  struct stat open, named;
+  return ::fstat(file, &open) == 0 && fileSystem.stat(path.c_str(), &named) == 0 && open.st_ino == named.st_ino &&
+         open.st_dev == named.st_dev;
+}
+
+// The file of that name, locked; -1 when it cannot be had. Whoever had it may have let it go under another name.
+int claimFile(const std::string& path, int flags) {
+  const int file = OpenFile(path.c_str(), flags, 0660);
+  if (file < 0 || (Claim(file) && isStill(file, path))) return file;
+  fileSystem.close(file);
+  return -1;
+}
+
 // True for the journal of a process that died inside a change. The next opening of the catalogue finishes that change;
 // until then nobody may write over what it needs.
 bool isNeeded(int file) {
@@ -56,18 +71,39 @@ bool isNeeded(int file) {
   return true;
 }
 
-// One of which not even the head has space would be a danger to whoever looks at it.
+// The spare journal in the place of the one at `path`, which is ours; -1 when there is none.
+int takeSpare(const std::string& path) {
+  const std::string name = JournalPath(wcDir, kSpareJournalName);
+  const int spare = claimFile(name, O_RDWR);
+  if (spare < 0) return -1;
+  if (!isNeeded(spare) && fileSystem.rename(name.c_str(), path.c_str()) == 0 && isStill(spare, path)) return spare;
+  fileSystem.close(spare);
+  return -1;
+}
+
+// Mapped, with nothing in it; null when that cannot be. One of which not even the head has space would be a danger to
+// whoever looks at it. What has space keeps it.
+JournalFile* mapEmpty(int file) {
+  if (fileSystem.ftruncate(file, sizeof(JournalFile)) != 0 || !ReserveSpace(file, 0, offsetof(JournalFile, room)))
+    return nullptr;
+  JournalFile* at = MapJournal(file);
+  if (at != nullptr) std::memset(static_cast<void*>(at), 0, offsetof(JournalFile, room));
+  return at;
+}
+
 bool openJournal(const std::string& path) {
-  const int file = OpenFile(path.c_str(), O_RDWR | O_CREAT, 0660);
+  int file = claimFile(path, O_RDWR | O_CREAT);
   if (file < 0) return false;
-  JournalFile* at = nullptr;
-  const bool ours = Claim(file) && !isNeeded(file);
-  if (ours && fileSystem.ftruncate(file, 0) == 0 && fileSystem.ftruncate(file, sizeof(JournalFile)) == 0 &&
-      ReserveSpace(file, 0, offsetof(JournalFile, room)))
-    at = MapJournal(file);
+  if (isNeeded(file)) return fileSystem.close(file), false;
+  const int spare = takeSpare(path);
+  if (spare >= 0) fileSystem.close(std::exchange(file, spare));
+  JournalFile* at = mapEmpty(file);
   if (at == nullptr) {
     const int failure = errno;
-    if (ours) fileSystem.unlink(path.c_str());
+    if (spare >= 0)
+      Spare(path);
+    else
+      fileSystem.unlink(path.c_str());
     fileSystem.close(file);
     errno = failure;
     return false;
@@ -77,8 +113,7 @@ bool openJournal(const std::string& path) {
   at->session = static_cast<std::uint64_t>(now.tv_sec) * 1'000'000'000 + static_cast<std::uint64_t>(now.tv_nsec);
   at->magic = kJournalMagic;
   journal = {file, at, path, ::getpid()};
-  // Room for every move at once, else for what is small: files that grow cannot take it then, and given back at the end
-  // it lets the next process delete and pack on a full disk.
+  // Room for every move at once, else for what is small: files that grow cannot take it then.
   if (!reserve(kLargestProtected, kPage)) reserve(kPage, kPage);
   return true;
 }
@@ -105,6 +140,14 @@ JournalFile& ownJournal(UInt32 room, UInt32 info) {
   return file;
 }
 
+// For a move, which is made in smaller pieces where the disk has less space than they want: the least of them is told.
+JournalFile& journalForMove(UInt32 length, UInt32 info, UInt32& chunk) {
+  JournalFile& file = ownJournal(std::min(length, kPage), info);
+  const UInt32 wanted = std::min(length, kLargestProtected);
+  chunk = reserve(wanted, info) ? 0 : journal.room / 2;
+  return file;
+}
+
 // A name that is longer than a database's is cut: no such file is found then, and nothing is recovered in another one.
 void setName(UnderWay& change, const mymap& map) {
   std::memcpy(change.name, map.cfile, ::strnlen(map.cfile, sizeof change.name - 1));
@@ -114,8 +157,8 @@ void setName(UnderWay& change, const mymap& map) {
 
 ProtectedMove::ProtectedMove(pmymap map, const TailMove& move) : exceptions_(std::uncaught_exceptions()) {
   const UInt32 length = static_cast<UInt32>(map->szmap) - move.from;
-  JournalFile& file = ownJournal(std::min(length, kLargestProtected), static_cast<UInt32>(move.info.size()));
   UnderWay change = {};
+  JournalFile& file = journalForMove(length, static_cast<UInt32>(move.info.size()), change.chunk);
   setName(change, *map);
   change.before = HeaderOf(*map);
   change.after = move.after;
@@ -197,7 +240,7 @@ ChangeSeenByReaders::~ChangeSeenByReaders() {
 
 void CloseJournal() {
   if (journal.at == nullptr) return;
-  if (journal.at->state == kIdle && journal.owner == ::getpid()) fileSystem.unlink(journal.path.c_str());
+  if (journal.at->state == kIdle && journal.owner == ::getpid()) Spare(journal.path);
   fileSystem.munmap(journal.at, sizeof(JournalFile));
   fileSystem.close(journal.file);
   journal = {};

@@ -2,10 +2,13 @@
 // formats, and knows neither databases nor handles. Failures are error 5, told in "saida.txt".
 //
 // Changes that one store cannot make survive the death of the process: what is going to change is first described in a
-// journal file beside the databases ("journal.0" to "journal.3", one for each process that writes; it goes when the
-// catalogue is closed or an error ends the process). The next opening of the catalogue finishes a move that stood
-// half-way and undoes a half-written record (recovery.h). The journal guards against a dying process, not against power
-// loss: it is only taken when the file's header is the one that it was written for.
+// journal file beside the databases ("journal.0" to "journal.3", one for each process that writes). The next opening of
+// the catalogue finishes a move that stood half-way and undoes a half-written record (recovery.h). The journal guards
+// against a dying process, not against power loss: it is only taken when the file's header is the one that it was
+// written for.
+//
+// When the catalogue is closed or an error ends the process, its journal becomes "journal.spare", whose space the next
+// journal takes: records must be deleted, changed and packed away even on a disk that others have filled meanwhile.
 #pragma once
 
 #include <cstring>

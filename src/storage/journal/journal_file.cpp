@@ -3,6 +3,7 @@
 #include <sys/file.h>
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "storage/files/mapped_file.h"
@@ -16,12 +17,13 @@ namespace {
 // before it is copied, since it may overlap its own destination; taken up again, the one saved last is copied anew.
 void copyChunks(JournalFile& file, char* bytes) {
   const UnderWay& change = file.underWay;
-  const UInt32 chunks = (change.length + kChunk - 1) / kChunk;
+  const UInt32 chunk = ChunkOf(change);
+  const UInt32 chunks = (change.length + chunk - 1) / chunk;
   for (UInt32 i = file.chunks == 0 ? 0 : file.chunks - 1; i < chunks; ++i) {
-    const UInt32 before = i * kChunk;
-    const UInt32 size = change.length - before < kChunk ? change.length - before : kChunk;
+    const UInt32 before = i * chunk;
+    const UInt32 size = std::min(change.length - before, chunk);
     const UInt32 place = change.to > change.from ? change.length - before - size : before;
-    char* saved = file.room + (i & 1) * kChunk;
+    char* saved = file.room + (i & 1) * chunk;
     // `chunks` counts what is saved, never what is copied. Of a process that dies the chunk saved last may be copied in
     // part; copied once more from where it was saved it is whole. The one before is complete, so two places are enough.
     if (i >= file.chunks) {
@@ -56,6 +58,11 @@ JournalFile* MapJournal(int file) {
 
 bool Claim(int file) {
   return fileSystem.flock(file, LOCK_EX | LOCK_NB) == 0;
+}
+
+void Spare(const std::string& path) {
+  if (fileSystem.rename(path.c_str(), JournalPath(wcDir, kSpareJournalName).c_str()) != 0)
+    fileSystem.unlink(path.c_str());
 }
 
 void Begin(JournalFile& file, State state) {

@@ -26,8 +26,8 @@ struct UnderWay {
   UInt32 patchAt;
   RecordHeader patch;
   UInt32 offsetsFollow;
-  UInt32 infoLength;  // moves: bytes of the application-info block that are stored too; kept bytes: `length`
-  UInt32 reserved;
+  UInt32 infoLength;        // moves: bytes of the application-info block that are stored too; kept bytes: `length`
+  UInt32 chunk;             // moves: bytes saved at once, where the journal has less space than for kChunk; else 0
   std::uint64_t keptCheck;  // of the kept bytes, or of those for the block
   std::uint64_t check;
 };
@@ -63,6 +63,14 @@ JournalFile* MapJournal(int file);
 /// True when no living process holds that journal; it is ours from then on.
 bool Claim(int file);
 
+/// Lets an idle journal of ours go. Its file stays as the spare one, so that the next journal has space even on a disk
+/// that is full by then.
+void Spare(const std::string& path);
+
+/// Bytes of a move that are saved at once.
+inline UInt32 ChunkOf(const UnderWay& change) {
+  return change.chunk == 0 ? kChunk : change.chunk;
+}
 /// What is under way counts from here on.
 void Begin(JournalFile& file, State state);
 /// Nothing is under way any more.

@@ -38,8 +38,10 @@ bool isSound(const JournalFile& file) {
   if (change.infoLength > kLargestProtected || change.infoLength > change.after.AppInfoLen ||
       change.keptCheck != Sum(file.info, change.infoLength))
     return false;
-  const std::uint64_t chunks = (static_cast<std::uint64_t>(change.length) + kChunk - 1) / kChunk;
-  return file.chunks <= chunks && change.from <= change.end && change.length == change.end - change.from;
+  const UInt32 chunk = ChunkOf(change);
+  const std::uint64_t chunks = (static_cast<std::uint64_t>(change.length) + chunk - 1) / chunk;
+  return chunk <= kChunk && file.chunks <= chunks && change.from <= change.end &&
+         change.length == change.end - change.from;
 }
 
 bool fitsInto(const JournalFile& file, const mymap& map) {
@@ -214,7 +216,7 @@ void RecoverInterruptedChanges() {
     // The journal is given up behind the work: who dies in a recovery leaves it to the next one, which goes on.
     recover(*dead.get());
     End(*dead.get());
-    fileSystem.unlink(path.c_str());
+    Spare(path);
   }
 }
 

@@ -38,14 +38,16 @@ void DatabaseReader::throwDamaged(const std::string& what) const {
   throw ReadFailure(ReadFailure::kDamaged, name_ + " is damaged: " + what + "; `tellira db check` tells more");
 }
 
-// Slots of the offsets file. A process that died while records moved leaves none: then the records are those that the
-// next one to open the database makes a new offsets file of.
+// Slots of the offsets file. A process that died while records moved leaves no file, one that had no space for it an
+// empty one: then the records are those that the next one to open the database makes a new offsets file of. The slot is
+// the last thing that a record gets, so that one may be missing.
 std::uint32_t DatabaseReader::offsetSlots() {
   chain_.clear();
   try {
-    return static_cast<std::uint32_t>((offsets_.front().used() - kHeaderSize) / kOffsetSize);
+    const auto slots = static_cast<std::uint32_t>((offsets_.front().used() - kHeaderSize) / kOffsetSize);
+    if (slots + 1 >= layout_.count) return slots;
   } catch (const ReadFailure& failure) {
-    if (failure.kind != ReadFailure::kMissing) throw;
+    if (failure.kind == ReadFailure::kRefused) throw;
   }
   followChain();
   return static_cast<std::uint32_t>(chain_.size());
@@ -77,9 +79,8 @@ const DatabaseReader::Layout& DatabaseReader::layout() {
     const std::uint64_t room = (layout_.end - layout_.firstRecord) / layout_.step;
     if (layout_.count > room) throwDamaged("it has room for " + plural(room) + " of " + std::to_string(layout_.count));
   } else if (const std::uint32_t slots = offsetSlots(); slots < layout_.count) {
-    // The slot is the last thing that a record gets: without it the record was never reported as stored.
-    if (layout_.count - slots > 1)
-      throwDamaged("its offsets file knows " + plural(slots) + " of " + std::to_string(layout_.count));
+    // Without its slot the record was never reported as stored.
+    if (layout_.count - slots > 1) throwDamaged("it holds " + plural(slots) + " of " + std::to_string(layout_.count));
     layout_.count = slots;
   }
   known_ = true;

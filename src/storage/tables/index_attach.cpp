@@ -70,20 +70,6 @@ bool isAlmost(UInt32 type, UInt32 right) {
   return differing != 0 && std::countl_zero(differing) / 8 + std::countr_zero(differing) / 8 == 3;
 }
 
-std::vector<std::string> indexesOf(const char* table) {
-  std::vector<std::string> names;
-  const std::string owner = FoldedName(table);
-  if (OpenCatalog() != errNone) return names;
-  const auto end = static_cast<UInt32>(std::min(rwCatalog->szmap, rwCatalog->szallocated));
-  for (UInt32 place = kHeaderSize; place + kCatalogEntrySize <= end; place += kCatalogEntrySize) {
-    const DatabaseHdrType entry = CatalogEntryAt(place);
-    const std::string_view name = CatalogEntryName(place);
-    const bool isIndex = entry.type == kTypeIndex || (isAlmost(entry.type, kTypeIndex) && IsOfType(place, kTypeIndex));
-    if (isIndex && !name.empty() && owners.isOf(place, entry, owner)) names.emplace_back(name);
-  }
-  return names;
-}
-
 DmOpenRef openDatabase(const char* name) {
   const LocalID id = DmFindDatabase(0, name);
   return id == 0 ? nullptr : DmOpenDatabase(0, id, kReadWrite);
@@ -168,6 +154,20 @@ void releaseIndex(IDX_IndexesNames* index) {
 
 }  // namespace
 
+std::vector<std::string> IndexesOf(const char* table) {
+  std::vector<std::string> names;
+  const std::string owner = FoldedName(table);
+  if (OpenCatalog() != errNone) return names;
+  const auto end = static_cast<UInt32>(std::min(rwCatalog->szmap, rwCatalog->szallocated));
+  for (UInt32 place = kHeaderSize; place + kCatalogEntrySize <= end; place += kCatalogEntrySize) {
+    const DatabaseHdrType entry = CatalogEntryAt(place);
+    const std::string_view name = CatalogEntryName(place);
+    const bool isIndex = entry.type == kTypeIndex || (isAlmost(entry.type, kTypeIndex) && IsOfType(place, kTypeIndex));
+    if (isIndex && !name.empty() && owners.isOf(place, entry, owner)) names.emplace_back(name);
+  }
+  return names;
+}
+
 std::string WhyLeftOut(const std::string& name) {
   const auto found = leftOut.find(FoldedName(name));
   return found == leftOut.end() ? std::string() : found->second;
@@ -219,7 +219,7 @@ int AttachIndex(myAppInfoType& table, const std::string& name) {
 
 void AttachIndexes(myAppInfoType& table) {
   table.TBL_numIndexes = 0;
-  for (const std::string& name : indexesOf(table.TBL_name)) AttachIndex(table, name);
+  for (const std::string& name : IndexesOf(table.TBL_name)) AttachIndex(table, name);
 }
 
 void DetachIndex(myAppInfoType& table, int index) {
@@ -237,7 +237,7 @@ void DetachIndexes(myAppInfoType& table) {
 }
 
 void DeleteIndexes(const char* table) {
-  for (const std::string& name : indexesOf(table)) DmDeleteDatabase(0, DmFindDatabase(0, name.c_str()));
+  for (const std::string& name : IndexesOf(table)) DmDeleteDatabase(0, DmFindDatabase(0, name.c_str()));
 }
 
 bool OpenIndex(myAppInfoType& table, IDX_IndexesNames& index) {

@@ -3,6 +3,7 @@
 #include <cctype>
 
 #include "runtime/arguments.h"
+#include "storage/files/diagnostic_log.h"
 #include "storage/format/keys.h"
 #include "storage/format/names.h"
 #include "storage/tables/index_attach.h"
@@ -101,6 +102,21 @@ void leaveOrder(VORNE_RDD& area, int index) {
     --area.TBL_Index;
 }
 
+// An index of the table that no area has.
+bool isLeftOut(const myAppInfoType& table, const std::string& capitals) {
+  const std::vector<std::string> names = IndexesOf(table.TBL_name);
+  return std::any_of(names.begin(), names.end(), [&](const std::string& name) { return FoldedName(name) == capitals; });
+}
+
+// What was left out for want of space is opened for every area, or the want is told.
+void attachLeftOut(const myAppInfoType& table) {
+  for (const std::string& name : IndexesOf(table.TBL_name))
+    ForEachAreaOf(table.TBL_dbRef, [&](int number, VORNE_RDD& area) {
+      if (__GetIdxInd(number, FoldedName(name).c_str()) >= 0 || AttachIndex(*area.TBL_appinfo, name) >= 0) return;
+      if (const std::string why = WhyLeftOut(name); !why.empty()) StorageFailure(why.c_str());
+    });
+}
+
 }  // namespace
 
 int __TrataCriaIndice(int number, const char* name, const std::uint32_t* keyFields, int count) {
@@ -151,8 +167,9 @@ Obj_Node* __DBDROPINDEX(Obj_Node* name, Obj_Node* alias) {
   if (!HasText(name)) ArgumentError();
   const std::string capitals = CapitalText(name);
   if (capitals.empty()) __RuntimeError(3, kDropEmptyName);
-  if (__GetIdxInd(number, capitals.c_str()) < 0) return __INIT_BOOL(0);
   myAppInfoType& table = *AreaAt(number)->TBL_appinfo;
+  // One that was left out, for want of space most of all, goes like any other.
+  if (__GetIdxInd(number, capitals.c_str()) < 0 && !isLeftOut(table, capitals)) return __INIT_BOOL(0);
   ForEachAreaOf(table.TBL_dbRef, [&](int other, VORNE_RDD& area) {
     const int index = __GetIdxInd(other, capitals.c_str());
     if (index < 0) return;
@@ -173,6 +190,7 @@ int PopulateIndex(int number, int index) {
 Obj_Node* __Reindex(Obj_Node* alias) {
   const int number = AreaNumber(alias);
   WritePending(number);
+  attachLeftOut(*AreaAt(number)->TBL_appinfo);
   RebuildIndexes(*AreaAt(number)->TBL_appinfo);
   Resync(number);
   return __INIT_NIL();

@@ -16,7 +16,7 @@ namespace vorne {
 
 namespace {
 
-constexpr UInt32 kMostLookedAt = 4096, kMostCounted = 65536;
+constexpr UInt32 kMostLookedAt = 4096;
 
 bool hasPlace(const Entries& entries, UInt32 place, DmOpenRef table, EntryMaker& maker, char* expected) {
   if (place > 0 && std::memcmp(entries.key(place - 1), entries.key(place), entries.keyLength()) > 0) return false;
@@ -28,16 +28,6 @@ bool hasPlace(const Entries& entries, UInt32 place, DmOpenRef table, EntryMaker&
   return std::memcmp(expected, entries.at(place), entries.size) == 0;
 }
 
-bool namesEachRecordOnce(const Entries& entries) {
-  std::vector<bool> named(entries.count);
-  for (UInt32 place = 0; place < entries.count; ++place) {
-    const auto record = static_cast<UInt32>(entries.record(place));
-    if (record >= entries.count || named[record]) return false;
-    named[record] = true;
-  }
-  return true;
-}
-
 // Calls `look(place)` for places all over the index, as long as it returns true.
 template <class Look>
 void lookAt(UInt32 count, Look look) {
@@ -47,6 +37,16 @@ void lookAt(UInt32 count, Look look) {
 }
 
 }  // namespace
+
+bool NamesEachRecordOnce(const Entries& entries) {
+  std::vector<bool> named(entries.count);
+  for (UInt32 place = 0; place < entries.count; ++place) {
+    const auto record = static_cast<UInt32>(entries.record(place));
+    if (record >= entries.count || named[record]) return false;
+    named[record] = true;
+  }
+  return true;
+}
 
 std::vector<char> EntriesOfTable(DmOpenRef table, EntryMaker& maker) {
   const UInt32 count = DmNumRecords(table);
@@ -65,7 +65,7 @@ std::string WhatDoesNotFit(DmOpenRef table, DmOpenRef index, EntryMaker& maker) 
   if (count == 0) return {};
   const Entries entries = EntriesOf(*index);
   if (entries.size != maker.size()) return "tem chaves de outro tamanho";
-  if (count <= kMostCounted && !namesEachRecordOnce(entries)) return "não tem uma entrada para cada registro"_l1;
+  if (count <= kMostCounted && !NamesEachRecordOnce(entries)) return "não tem uma entrada para cada registro"_l1;
   std::vector<char> expected(maker.size());
   bool fits = true;
   lookAt(count, [&](UInt32 place) { return fits = hasPlace(entries, place, table, maker, expected.data()); });

@@ -7,6 +7,9 @@
 #include "storage/records/records.h"
 #include "storage/records/waiting_entries.h"
 #include "storage/tables/index_attach.h"
+#include "storage/tables/index_entries.h"
+#include "storage/tables/index_upkeep.h"
+#include "storage/tables/walk_watch.h"
 #include "storage/tables/write.h"
 
 using namespace vorne;
@@ -14,6 +17,8 @@ using namespace vorne;
 namespace {
 
 constexpr int kRecSizeSubcode = 7, kCannotBeStored = 8;
+
+WalkWatch walks[kWorkAreas];
 
 // The position of the record that entry `position` of the order names; -1 when there is no such entry.
 int recordOfEntry(const IDX_IndexesNames& order, int position) {
@@ -44,6 +49,27 @@ void fetchAhead(const VORNE_RDD& area, const IDX_IndexesNames& order, int positi
     __builtin_prefetch(record);
     __builtin_prefetch(record + 64);
   }
+}
+
+// False when the walk through the order shows at `position` that not every record has one entry.
+bool isSoundAt(int number, const IDX_IndexesNames& order, int position, int direction) {
+  const VORNE_RDD& area = *AreaAt(number);
+  const Entries entries = EntriesOf(*order.IDX_dbRef);
+  if (!NamesOneRecord(area, entries, position, direction)) return false;
+  if (direction == 0 || entries.count <= kMostCounted) return true;
+  WalkWatch& walk = walks[number];
+  const auto record = static_cast<UInt32>(entries.record(static_cast<std::size_t>(position)));
+  if (walk.isNew(order.IDX_dbRef, DmNumRecords(DatabaseOf(area)), position, direction, record)) return true;
+  if (!NamesEachRecordOnce(entries)) return false;
+  walk.trust();
+  return true;
+}
+
+// Makes the order anew. A walk goes on behind the record that it was at, wherever that stands now.
+int placeAfterMending(VORNE_RDD& area, IDX_IndexesNames& order, int position, int direction) {
+  const bool goesOn = direction != 0 && order.IDX_recID == position - direction && area.TBL_recpos >= 0;
+  MendIndex(*area.TBL_appinfo, order);
+  return goesOn ? PlaceOfRecord(*area.TBL_appinfo, order, area.TBL_recpos) + direction : position;
 }
 
 // Loads what stands at `position` of the order (null: of the table).
@@ -102,8 +128,8 @@ int ReadData(int number, Boolean through, int position, int direction) {
   bool mended = false;
   // The table's count bounds the walk through an index too.
   for (; position >= 0 && position < count; position += direction) {
-    if (byOrder && !mended && !NamesOneRecord(*area, EntriesOf(*order->IDX_dbRef), position, direction)) {
-      MendIndex(*area->TBL_appinfo, *order);
+    if (byOrder && !mended && !isSoundAt(number, *order, position, direction)) {
+      position = placeAfterMending(*area, *order, position, direction);
       mended = true;
     }
     if (byOrder && direction != 0) fetchAhead(*area, *order, position, direction);

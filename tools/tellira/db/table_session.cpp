@@ -40,24 +40,31 @@ std::string takePrinted() {
   return utf8FromLatin1(trimmed(words));
 }
 
-/// The text that belongs to "RunTimeError = 53", the last thing that the runtime prints.
-std::string explanation(const std::string& words) {
+/// What the runtime printed before "RunTimeError = 53", and the text that belongs to that number. Number -1 belongs to
+/// what was printed.
+std::string explained(const std::string& words) {
   constexpr std::string_view kHead = "RunTimeError = ";
   const std::size_t at = words.rfind(kHead);
   int number = -1;
   if (at != std::string::npos) std::from_chars(words.data() + at + kHead.size(), words.data() + words.size(), number);
-  if (number < 0) return {};
+  if (number < 0) return std::string(trimmed(words.substr(0, at)));
   std::string text = utf8FromLatin1(__GetAuxError(number));
   for (char& c : text)
     if (c == '\n') c = ' ';
-  return " (" + text + ")";
+  return words + " (" + text + ")";
 }
 
 [[noreturn]] void failWithWords(int) {
   const std::string words = takePrinted();
-  throw Failure(kEnded, "the runtime stopped: " + words + explanation(words) +
-                            ".\n  next: look into saida.txt of the working directory, whether the disk is full and "
-                            "the files may be written; `tellira db check` tells whether the databases are sound.");
+  const auto tells = [&words](int error) { return words.find(std::strerror(error)) != std::string::npos; };
+  const std::string next =
+      tells(ENOSPC) || tells(EDQUOT)
+          ? "make room on that disk and try again; until then records can be read, deleted and packed, and an index "
+            "dropped."
+      : tells(ENOMEM) ? "end other programs, or allow this one more memory, and try again."
+                      : "look into saida.txt of the working directory, whether the disk is full and the files may be "
+                        "written; `tellira db check` tells whether the databases are sound.";
+  throw Failure(kEnded, "the runtime stopped: " + explained(words) + ".\n  next: " + next);
 }
 
 }  // namespace

@@ -1,0 +1,54 @@
+#include "storage/tables/walk_watch.h"
+
+namespace vorne {
+
+namespace {
+
+// Clearing the bits of a million records takes as long as some tens of steps, so they have to be worth it.
+constexpr UInt32 kFirstSteps = 1024, kSlots = 2 * kFirstSteps;
+static_assert((kSlots & (kSlots - 1)) == 0);
+
+}  // namespace
+
+bool WalkWatch::noteFirst(UInt32 record) {
+  first_.resize(kSlots);
+  const std::uint64_t wanted = std::uint64_t{walk_} << 32 | record;
+  for (UInt32 slot = record * 0x9E3779B1u % kSlots;; slot = (slot + 1) % kSlots) {
+    if (first_[slot] == wanted) return false;
+    if (first_[slot] >> 32 == walk_) continue;
+    first_[slot] = wanted;
+    return true;
+  }
+}
+
+bool WalkWatch::noteBit(UInt32 record) {
+  std::uint64_t& word = bits_[record / 64];
+  const std::uint64_t bit = std::uint64_t{1} << record % 64;
+  const bool isNew = (word & bit) == 0;
+  word |= bit;
+  return isNew;
+}
+
+void WalkWatch::keepBits() {
+  bits_.assign(count_ / 64 + 1, 0);
+  for (const std::uint64_t slot : first_)
+    if (slot >> 32 == walk_) noteBit(static_cast<UInt32>(slot));
+}
+
+bool WalkWatch::isNew(DmOpenRef index, UInt32 count, int place, int direction, UInt32 record) {
+  if (index != index_ || direction != direction_ || place != last_ + direction || count != count_) {
+    index_ = index;
+    count_ = count;
+    direction_ = direction;
+    steps_ = 0;
+    ++walk_;
+    bits_.clear();
+  }
+  last_ = place;
+  if (trusted_ > 0) return --trusted_, true;
+  if (!bits_.empty()) return noteBit(record);
+  if (++steps_ == kFirstSteps) keepBits();
+  return bits_.empty() ? noteFirst(record) : noteBit(record);
+}
+
+}  // namespace vorne
