@@ -53,6 +53,26 @@ std::size_t commonStart(const Entries& entries) {
 
 }  // namespace
 
+bool NamesARecordTwice(const Entries& entries, std::uint32_t records) {
+  std::vector<std::uint64_t> bits;  // of the records; for a few entries of a large table they are sorted instead
+  std::vector<std::uint32_t> few;
+  const bool areFew = entries.count < records / 64;
+  areFew ? few.reserve(entries.count) : bits.resize(records / 64 + 1);
+  for (std::uint32_t place = 0; place < entries.count; ++place) {
+    const auto record = static_cast<std::uint32_t>(entries.record(place));
+    if (record >= records) return true;
+    if (areFew) {
+      few.push_back(record);
+      continue;
+    }
+    const std::uint64_t bit = std::uint64_t{1} << record % 64;
+    if ((bits[record / 64] & bit) != 0) return true;
+    bits[record / 64] |= bit;
+  }
+  std::sort(few.begin(), few.end());
+  return std::adjacent_find(few.begin(), few.end()) != few.end();
+}
+
 std::vector<std::uint32_t> KeyOrder(const Entries& entries) {
   // What decides nearly always stands beside the number, so that sorting rarely looks at the keys.
   struct Place {

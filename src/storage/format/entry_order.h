@@ -25,6 +25,12 @@ struct Entries {
   std::size_t keyLength() const { return size - sizeof(std::int32_t); }
 };
 
+/// Up to so many entries, who opens an index looks whether each record has one; in a larger one who walks through it
+/// does.
+inline constexpr std::uint32_t kMostCounted = 65536;
+/// True when two of the entries name one record, or one of them a record that a table of `records` does not have.
+bool NamesARecordTwice(const Entries& entries, std::uint32_t records);
+
 /// The numbers of the entries in the order of their keys; those with equal keys stay as they stand.
 std::vector<std::uint32_t> KeyOrder(const Entries& entries);
 /// True when no key is smaller than the one before.

@@ -5,6 +5,7 @@
 #include <numeric>
 #include <utility>
 
+#include "storage/format/entry_order.h"
 #include "storage/format/keys.h"
 #include "storage/format/names.h"
 #include "storage/format/record_bytes.h"
@@ -36,7 +37,14 @@ struct IndexFile {
   std::vector<IDX_Indexes> key;   // numbered from 1
   std::vector<IDX_Indexes> told;  // as its block numbers them
   std::size_t keyLength;
+  bool isTrusted = false;  // was looked through, or is too large for that
 };
+
+// An entry that is written over with another one names that one's record twice, and its own is missing.
+bool namesEachOnce(KeyList& list, std::uint32_t records) {
+  return !NamesARecordTwice(
+      {list.bytes.data(), list.entrySize, list.entrySize, static_cast<std::uint32_t>(list.count())}, records);
+}
 
 }  // namespace
 
@@ -194,8 +202,11 @@ bool TableReader::State::fits(IndexFile& index) {
     if (!std::equal(now->keyFields.begin(), now->keyFields.end(), index.told.begin(), index.told.end(), isSamePart))
       return false;
     const std::uint32_t count = index.database.count();
-    return count == table.front().count() &&
-           (count == 0 || index.database.record(0).size() == kEntryKeyAt + index.keyLength);
+    if (count != table.front().count()) return false;
+    KeyList all;
+    if (!index.isTrusted)
+      index.isTrusted = count > kMostCounted || namesEachOnce(all = entriesOf(index, KeyRanges(1)), count);
+    return index.isTrusted;
   } catch (const ReadFailure&) {
     return false;
   }
@@ -270,6 +281,7 @@ KeyList TableReader::find(std::size_t number, const KeyRanges& ranges, std::opti
     list.reset();
     if (!state_->fits(index)) return;
     list = state_->entriesOf(index, ranges);
+    if (!namesEachOnce(*list, state_->table.front().count())) return list.reset();
     pause = kPause + std::chrono::microseconds(list->bytes.size() / kBytesInAMicrosecond);
   });
   if (list) return *std::move(list);

@@ -38,16 +38,6 @@ void lookAt(UInt32 count, Look look) {
 
 }  // namespace
 
-bool NamesEachRecordOnce(const Entries& entries) {
-  std::vector<bool> named(entries.count);
-  for (UInt32 place = 0; place < entries.count; ++place) {
-    const auto record = static_cast<UInt32>(entries.record(place));
-    if (record >= entries.count || named[record]) return false;
-    named[record] = true;
-  }
-  return true;
-}
-
 std::vector<char> EntriesOfTable(DmOpenRef table, EntryMaker& maker) {
   const UInt32 count = DmNumRecords(table);
   if (std::uint64_t{count} * (maker.size() + kRecordHeaderSize) > kLargestFile) GrowthFailure(*table->hFile);
@@ -65,7 +55,7 @@ std::string WhatDoesNotFit(DmOpenRef table, DmOpenRef index, EntryMaker& maker) 
   if (count == 0) return {};
   const Entries entries = EntriesOf(*index);
   if (entries.size != maker.size()) return "tem chaves de outro tamanho";
-  if (count <= kMostCounted && !NamesEachRecordOnce(entries)) return "não tem uma entrada para cada registro"_l1;
+  if (count <= kMostCounted && NamesARecordTwice(entries, count)) return "não tem uma entrada para cada registro"_l1;
   std::vector<char> expected(maker.size());
   bool fits = true;
   lookAt(count, [&](UInt32 place) { return fits = hasPlace(entries, place, table, maker, expected.data()); });

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "storage/format/entry_maker.h"
-#include "storage/format/entry_order.h"
 #include "storage/tables/areas.h"
 
 namespace vorne {
@@ -10,10 +9,6 @@ namespace vorne {
 /// One entry for each record of the table, one behind the other. Error 5 when no index file could hold them.
 std::vector<char> EntriesOfTable(DmOpenRef table, EntryMaker& maker);
 
-/// Up to so many entries opening sees whether each record has one; in a larger index whoever walks through it does.
-inline constexpr UInt32 kMostCounted = 65536;
-/// True when no record has two of these entries.
-bool NamesEachRecordOnce(const Entries& entries);
 /// Whether the entries of an open index show that its key counts the fields from 0.
 bool CountsFromZero(DmOpenRef table, DmOpenRef index, Fields fields, KeyFields key);
 /// What of an open index does not fit its table, in words for the log; empty when nothing is found. Looks at all

@@ -7,7 +7,6 @@
 #include "storage/records/records.h"
 #include "storage/records/waiting_entries.h"
 #include "storage/tables/index_attach.h"
-#include "storage/tables/index_entries.h"
 #include "storage/tables/index_upkeep.h"
 #include "storage/tables/walk_watch.h"
 #include "storage/tables/write.h"
@@ -60,7 +59,7 @@ bool isSoundAt(int number, const IDX_IndexesNames& order, int position, int dire
   WalkWatch& walk = walks[number];
   const auto record = static_cast<UInt32>(entries.record(static_cast<std::size_t>(position)));
   if (walk.isNew(order.IDX_dbRef, DmNumRecords(DatabaseOf(area)), position, direction, record)) return true;
-  if (!NamesEachRecordOnce(entries)) return false;
+  if (NamesARecordTwice(entries, entries.count)) return false;
   walk.trust();
   return true;
 }
