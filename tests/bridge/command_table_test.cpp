@@ -125,22 +125,6 @@ TEST_F(CommandTableTest, EveryCommandCallsItsFunctionAndAnswersInItsForm) {
   }
 }
 
-TEST_F(CommandTableTest, NamesThatBeginAnotherNameStayApart) {
-  useMocks();
-  const std::vector<Row> rows = commandData();
-  int pairs = 0;
-  for (const Row& row : rows) {
-    for (const Row& longer : rows) {
-      if (row.function == "-" || longer.name.size() <= row.name.size() || !longer.name.starts_with(row.name)) continue;
-      ++pairs;
-      resetMocks();
-      callRaw(expectation(row).params);
-      EXPECT_TRUE(record().starts_with(row.function + "(")) << row.name << " ran " << record();
-    }
-  }
-  EXPECT_GT(pairs, 80);
-}
-
 TEST_F(CommandTableTest, AdaptersWithoutACommandTakeTheirArguments) {
   useMocks();
   __BeginGlobal();

@@ -9,18 +9,14 @@ namespace {
 
 constexpr std::size_t kMostTexts = 9;
 
-template <std::size_t kCount>
-int invokeWith(void* function, char** texts) {
-  return [&]<std::size_t... kPlaces>(std::index_sequence<kPlaces...>) {
-    return reinterpret_cast<int (*)(decltype(texts[kPlaces] + 0)...)>(function)(texts[kPlaces]...);
-  }
-  (std::make_index_sequence<kCount>());
+// Calls with all of the texts, of which those passed are the first.
+template <class... Places>
+int callWith(void* function, std::vector<std::string>& texts, Places... places) {
+  if (sizeof...(places) == texts.size()) return reinterpret_cast<int (*)(Places...)>(function)(places...);
+  if constexpr (sizeof...(places) < kMostTexts)
+    return callWith(function, texts, places..., texts[sizeof...(places)].data());
+  return 0;
 }
-
-constexpr auto kInvokers = []<std::size_t... kCounts>(std::index_sequence<kCounts...>) {
-  return std::array{invokeWith<kCounts>...};
-}
-(std::make_index_sequence<kMostTexts + 1>());
 
 }  // namespace
 
@@ -43,14 +39,12 @@ void* Device::symbol(const std::string& function) const {
 }
 
 int Device::callTexts(const std::string& function, std::vector<std::string>& texts) {
-  std::array<char*, kMostTexts> places{};
-  for (std::size_t i = 0; i < texts.size() && i < kMostTexts; ++i) places[i] = texts[i].data();
   void* const entry = symbol(function);
   if (entry == nullptr || texts.size() > kMostTexts) {
     ADD_FAILURE() << function << " cannot be called";
     return 0;
   }
-  return kInvokers[texts.size()](entry, places.data());
+  return callWith(entry, texts);
 }
 
 std::string Device::read(const std::string& function, std::size_t texts, const std::string& given) {

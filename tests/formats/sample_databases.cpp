@@ -15,22 +15,15 @@ std::tm vorne::LocalNow() {
 
 namespace {
 
-enum class Do { Put, Change, Remove };
-struct Step {
-  Do what;
-  UInt32 index;
-  std::string bytes = {};
-};
-
 struct Sample {
   std::string name;
   UInt32 type;
   std::string appInfo;
-  std::vector<Step> steps;
+  bool (*fill)(DmOpenRef db);  // null: never opened
   std::string madeAs = name;
   UInt16 attributes = 0, version = 0;
   UInt32 backedUp = 0, modification = 0;
-  bool opened = true, deleted = false;
+  bool deleted = false;
 };
 
 std::string pattern(std::size_t size, char first) {
@@ -39,79 +32,55 @@ std::string pattern(std::size_t size, char first) {
   return bytes;
 }
 
-std::vector<Step> manyRecords(UInt32 count) {
-  std::vector<Step> steps;
-  for (UInt32 i = 0; i < count; ++i)
-    steps.push_back({Do::Put, kAppend, pattern(1 + i * 37 % 500, static_cast<char>(i))});
-  return steps;
+bool putMany(DmOpenRef db) {
+  for (UInt32 i = 0; i < 300; ++i)
+    if (!put(db, pattern(1 + i * 37 % 500, static_cast<char>(i)))) return false;
+  return true;
+}
+bool remove(DmOpenRef db, UInt32 index) {
+  return DmRemoveRecord(db, index) == errNone;
 }
 
 std::vector<Sample> samples() {
   return {
-      {.name = "Sales",
-       .type = vorne::kTypeData,
-       .appInfo = pattern(77, 'A'),
-       .steps = {{Do::Put, kAppend, "one"},
-                 {Do::Put, kAppend, pattern(300, 1)},
-                 {Do::Put, kAppend, pattern(65535, 2)},
-                 {Do::Put, kAppend, "x"},
-                 {Do::Put, 1, "between"},
-                 {Do::Change, 0, "more than one"},
-                 {Do::Change, 2, "fewer than 300"},
-                 {Do::Remove, 3},
-                 {Do::Put, kAppend, "last"}}},
-      {.name = "Gone", .type = vorne::kTypeData, .appInfo = "", .steps = {{Do::Put, 0, "away"}}, .deleted = true},
-      {.name = "Index",
-       .type = vorne::kTypeIndex,
-       .appInfo = "key",
-       .steps = {{Do::Put, kAppend, pattern(12, 'a')},
-                 {Do::Put, 0, pattern(12, 'b')},
-                 {Do::Put, 1, pattern(12, 'c')},
-                 {Do::Put, kAppend, pattern(12, 'd')},
-                 {Do::Remove, 2},
-                 {Do::Change, 1, "123456789012"}}},
-      {.name = "Other",
-       .type = vorne::FourChars("ABCD"),
-       .appInfo = "",
-       .steps = {{Do::Put, 0, pattern(40, 0)}, {Do::Put, 1, pattern(40, 'e')}, {Do::Change, 1, "shorter"}}},
-      {.name = "Many", .type = vorne::kTypeMemo, .appInfo = "", .steps = manyRecords(300)},
-      {.name = "NeverOpened", .type = vorne::kTypeMemo, .appInfo = "", .steps = {}, .opened = false},
-      {.name = "NothingInIt", .type = vorne::kTypeData, .appInfo = "", .steps = {}},
-      {.name = "Emptied", .type = vorne::kTypeData, .appInfo = "kept", .steps = {{Do::Put, 0, "out"}, {Do::Remove, 0}}},
-      {.name = "a name of thirty-one characters",
-       .type = vorne::kTypeData,
-       .appInfo = "",
-       .steps = {{Do::Put, 0, "moved"}},
-       .madeAs = "Old",
-       .attributes = 0x1234,
-       .version = 7,
-       .backedUp = 0x89ABCDEF,
-       .modification = 3},
+      {"Sales", vorne::kTypeData, pattern(77, 'A'),
+       [](DmOpenRef db) {
+         return put(db, "one") && put(db, pattern(300, 1)) && put(db, pattern(65535, 2)) && put(db, "x") &&
+                put(db, "between", 1) && change(db, 0, "more than one") && change(db, 2, "fewer than 300") &&
+                remove(db, 3) && put(db, "last");
+       }},
+      {"Gone", vorne::kTypeData, "", [](DmOpenRef db) { return put(db, "away"); }, "Gone", 0, 0, 0, 0, true},
+      {"Index", vorne::kTypeIndex, "key",
+       [](DmOpenRef db) {
+         return put(db, pattern(12, 'a')) && put(db, pattern(12, 'b'), 0) && put(db, pattern(12, 'c'), 1) &&
+                put(db, pattern(12, 'd')) && remove(db, 2) && change(db, 1, "123456789012");
+       }},
+      {"Other", vorne::FourChars("ABCD"), "",
+       [](DmOpenRef db) { return put(db, pattern(40, 0)) && put(db, pattern(40, 'e')) && change(db, 1, "shorter"); }},
+      {"Many", vorne::kTypeMemo, "", putMany},
+      {"NeverOpened", vorne::kTypeMemo, "", nullptr},
+      {"NothingInIt", vorne::kTypeData, "", [](DmOpenRef) { return true; }},
+      {"Emptied", vorne::kTypeData, "kept", [](DmOpenRef db) { return put(db, "out") && remove(db, 0); }},
+      {"a name of thirty-one characters", vorne::kTypeData, "", [](DmOpenRef db) { return put(db, "moved"); }, "Old",
+       0x1234, 7, 0x89ABCDEF, 3},
   };
 }
 
-[[noreturn]] void fail(const std::string& name, const std::string& what) {
-  std::fprintf(stderr, "%s: %s\n", name.c_str(), what.c_str());
+[[noreturn]] void fail(const std::string& what) {
+  std::fprintf(stderr, "%s\n", what.c_str());
   std::exit(1);
-}
-
-void take(DmOpenRef db, const Step& step) {
-  const bool taken = step.what == Do::Put      ? put(db, step.bytes, step.index)
-                     : step.what == Do::Change ? change(db, step.index, step.bytes)
-                                               : DmRemoveRecord(db, step.index) == errNone;
-  if (!taken) fail(db->fName, "a step was refused");
 }
 
 void make(const Sample& sample) {
   const char* name = sample.madeAs.c_str();
-  if (!sample.opened) {
+  if (sample.fill == nullptr) {
     DmCreateDatabase(0, name, kCreator, sample.type, 0);
     return;
   }
   DmOpenRef db = openStore(name, sample.type);
   if (const auto size = static_cast<UInt32>(sample.appInfo.size()))
     DmWrite(MemHandleLock(DmNewHandle(db, size)), 0, sample.appInfo.data(), size);
-  for (const Step& step : sample.steps) take(db, step);
+  if (!sample.fill(db)) fail(sample.name + ": a step was refused");
   DmSetDatabaseInfo(0, DmFindDatabase(0, name), sample.name.c_str(), &sample.attributes, &sample.version, nullptr,
                     nullptr, &sample.backedUp, &sample.modification, nullptr, nullptr, nullptr, nullptr);
   DmCloseDatabase(db);
@@ -172,7 +141,7 @@ void writeTable() {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 2 || chdir(argv[1]) != 0) fail("usage", "sample_databases DIR");
+  if (argc != 2 || chdir(argv[1]) != 0) fail("usage: sample_databases DIR");
   __BeginGlobal();
   const std::vector<Sample> all = samples();
   for (const Sample& sample : all) make(sample);

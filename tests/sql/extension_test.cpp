@@ -10,14 +10,6 @@ namespace {
 constexpr char kStructure[] =
     "{{'NAME','C',6,0},{'PRICE','N',7,2},{'BORN','D',8,0},{'VIP','L',1,0},{'NOTE','M',4,0},{'UNITS','N',12,0}}";
 
-Answer split(std::string words) {
-  Answer all;
-  for (std::size_t end; (end = words.find(';')) != std::string::npos; words.erase(0, end + 1))
-    all.push_back(words.substr(0, end));
-  all.push_back(words);
-  return all;
-}
-
 class Extension : public SqlTest {
  protected:
   void append(const std::string& name, double price, double born, bool vip, const std::string& note) {
@@ -78,7 +70,8 @@ TEST_F(Extension, IndexesAnswerAsScansDo) {
   make("T", kStructure, {"NAME", "PRICE", "BORN", "VIP", "VIP+BORN+NAME", "UNITS+NAME"});
   const Answer names = split(
       ";A;A B;A\x01;AB;ABCDEF;B\x1F ;\xE9;\xFF"
-      "B;b;~");
+      "B;b;~",
+      ';');
   const double prices[] = {0,     -0.0, 0.004, -0.001, 1,    9.99,   10,    100.5,  -3.25,    -3.254,
                            3.251, 3.25, 99999, 1e6,    -1e6, 123456, 1e300, -1e300, INFINITY, 5e-324};
   const double dates[] = {0, 1, -1, 38063, 38063.5, 38064, -693593, -700000, 2958465, 2958466, 1e9};
@@ -94,10 +87,11 @@ TEST_F(Extension, IndexesAnswerAsScansDo) {
       "'';'A';'A ';'AB';'A' || "
       "char(1);'é';'€';'ABCDEFG';0;-0.0;3.25;-3.254;10;99999.5;1e300;-1e6;'10';'abc';'2004';1;2;"
       "'2004-03-17';'2004-03-1x';'9999-12-31';'1899';NULL;9e999;x'41';5e-324;123456789;'0001-01-01';date('2004-03-18'"
-      ")");
-  const Answer operators = split("=;<;<=;>;>=;IS;=;<>"), fields = split("name;price;born;vip;units;recno");
+      ")",
+      ';');
+  const Answer operators = split("=|<|<=|>|>=|IS|=|<>"), fields = split("name|price|born|vip|units|recno");
   const Answer orders =
-      split("name;born;vip, born;vip DESC, born DESC, name DESC;name DESC;price;recno;units, name;vip, born DESC");
+      split("name|born|vip, born|vip DESC, born DESC, name DESC|name DESC|price|recno|units, name|vip, born DESC");
   int indexed = 0;
   for (int i = 0; i < 800; ++i) {
     std::string where = " WHERE 1";

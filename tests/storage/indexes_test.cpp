@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <random>
-#include <sstream>
 
 #include "storage/files/system.h"
 #include "storage/format/keys.h"
@@ -51,14 +50,6 @@ std::string seek(const std::string& key, bool soft = false) {
   return std::to_string(a.TBL_recpos + 1) + "@" + std::to_string(OrderOf(a)->IDX_recID + 1) +
          (found && a.TBL_found ? " found" : "") + (a.TBL_eof ? " eof" : "") + (a.TBL_bof ? " bof" : "");
 }
-// "one|two|3" as its parts.
-Strings parts(const std::string& row) {
-  Strings all;
-  std::istringstream stream(row + "|");
-  for (std::string one; std::getline(stream, one, '|');) all.push_back(one);
-  return all;
-}
-
 class Indexes : public TableTest {
  protected:
   static void reopen() {
@@ -104,14 +95,14 @@ TEST_F(Indexes, EqualKeysAreOneRun) {
   };
   for (const std::string row : {"A|1", "B|4", "B    |4", "BB|4", "C|5", "E|6", " |0", "|6", "B    much longer|4"})
     for (DmComparF* compare : {&__SCmpFunc, other})
-      EXPECT_EQ(std::to_string(position(parts(row)[0], compare)), parts(row)[1]) << row;
+      EXPECT_EQ(std::to_string(position(split(row)[0], compare)), split(row)[1]) << row;
   std::string b = entry(0, "B    ");
   EXPECT_EQ(__FindSequential(index(), b.data(), nullptr, __SCmpFunc, 5), 1u);
   // Record, key, whether its entry is found, and where the search ended (9: nowhere).
   for (const std::string row : {"0|B    |1|1", "2|B    |1|2", "4|B    |1|3", "3|B    |0|0", "1|A    |1|0",
                                 "1|AA   |0|0", "5|D    |1|5", "0|     |0|9"}) {
     UInt32 place = 9;
-    const Strings part = parts(row);
+    const Strings part = split(row + "||");
     const int found = FindKeyInIndexFile(index(), entry(std::stoi(part[0]), part[1]).c_str(), 5, &place);
     EXPECT_EQ(std::to_string(found) + "|" + std::to_string(place), part[2] + "|" + part[3]) << row;
   }
@@ -129,7 +120,7 @@ TEST_F(Indexes, Seek) {
   for (const std::string row : {"BA||3@1 found", "CA||6@3 found", "C||6@3 found", "C|h|5@4 found", "CA   ||6@3 found",
                                 "CA   and more||6@3 found", "CA   |h|0@3 eof", "||3@1 found", "CB||0@0 eof", "CB|s|4@6",
                                 "CB|sh|0@6", "D|sh|0@6", "A|s|3@1", "ZZ|s|0@0 eof"}) {
-    const Strings part = parts(row);
+    const Strings part = split(row + "||");
     __Set(number(11), __INIT_BOOL(part[1].ends_with('h')));
     EXPECT_EQ(seek(part[0], part[1].starts_with('s')), part[2]) << row;
   }
@@ -343,53 +334,42 @@ TEST_F(Indexes, DamageThatIsMetLaterIsMendedThen) {
   // This one names a record that an entry far away names as well.
   constexpr int kTwice = 65591;
   images::put(bytes, begin + (kTwice - 1) * stride + 8, 9, 4);
-  const std::pair<const char*, void (*)()> kWays[] = {
-      {"seek",
-       [] {
-         __TBL_SetOrder(nullptr, number(1));
-         EXPECT_EQ(seek(std::to_string(kTwice)), "65591@65591 found");
-       }},
-      {"seek what is missing",
-       [] {
-         __TBL_SetOrder(nullptr, number(1));
-         EXPECT_EQ(seek("00006"), "6@6 found");
-       }},
+  const auto byOrder = [] { __TBL_SetOrder(nullptr, number(1)); };
+  const auto seeks = [&](const std::string& key, const char* expected) {
+    byOrder();
+    EXPECT_EQ(seek(key), expected);
+  };
+  const std::pair<const char*, std::function<void()>> kWays[] = {
+      {"seek", [&] { seeks(std::to_string(kTwice), "65591@65591 found"); }},
+      {"seek what is missing", [&] { seeks("00006", "6@6 found"); }},
       {"seek past a deleted record",
-       [] {
+       [&] {
          remove(kTwice - 1);
          __Set(number(11), __INIT_BOOL(1));
-         __TBL_SetOrder(nullptr, number(1));
-         EXPECT_EQ(seek("6559"), "65591@65591 found");
+         seeks("6559", "65591@65591 found");
          __Set(number(11), __INIT_BOOL(0));
        }},
       {"walk",
-       [] {
-         __TBL_SetOrder(nullptr, number(1));
-         __TBL_GoTop();
+       [&] {
+         byOrder(), __TBL_GoTop();
          for (int i = 1; i < kMissing + 1; ++i) __TBL_Skip();
        }},
       {"walk from one entry to its double far away",
-       [] {
-         __TBL_SetOrder(nullptr, number(1));
-         seek("00008");
+       [&] {
+         byOrder(), seek("00008");
          for (int i = 8; i < kTwice; ++i) __TBL_Skip();
          EXPECT_EQ(numberOf(__TBL_RecNo()), int{kTwice});
        }},
-      {"search",
-       [] {
-         go(kMissing);
-         __TBL_SetOrder(nullptr, number(1));
-       }},
+      {"search", [&] { go(kMissing), byOrder(); }},
       {"merge",
-       [] {
+       [&] {
          for (const char* key : {"X", "00006"}) {
            go(kMissing);
            set("NAME", std::string("'") + key + "'");
            __Commit();
            DmSyncDatabase(index());
          }
-         __TBL_SetOrder(nullptr, number(1));
-         __TBL_GoTop();
+         byOrder(), __TBL_GoTop();
        }},
   };
   for (const auto& [words, meet] : kWays) {
@@ -411,7 +391,7 @@ TEST_F(Indexes, RefuseWhatCannotBe) {
   ASSERT_TRUE(makeIndex("I", "NAME"));
   for (const std::string row : {"J|NAME+NONE|45", "J|NAME+|45", "J|UPPER(NAME)|45", "J|D_E_L_E_T_|45", "J| |48",
                                 "J|NOTE|19", "|NAME|47", "I|NAME|49"}) {
-    const Strings part = parts(row);
+    const Strings part = split(row + "||");
     EXPECT_EXIT((dup2(2, 1), makeIndex(part[0].c_str(), part[1].c_str())), testing::ExitedWithCode(0),
                 "RunTimeError = " + part[2] + "($|[^0-9])");
   }

@@ -135,7 +135,7 @@ TEST_F(RepairTest, PutsTheCatalogueRight) {
       {"it is missing, or empty", 0, "", {"CONF", "INDEX", "SALES"}, "catalog.plm"},
       {"the entry of CONF is missing", 16, le(284), {"SALES", "CONF", "INDEX"}, "catalog.bck"},
       {"says 300 bytes used, which ends within an entry", 16, le(300), {"SALES", "CONF", "INDEX"}, "catalog.bck"},
-      {"SALES has no entry; by its kind 'V' its type code is taken to be DATA",
+      {"no entry; by its kind 'V' its type code is taken to be DATA",
        0,
        le(0, 15360),
        {"CONF", "INDEX", "SALES"},

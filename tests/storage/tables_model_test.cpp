@@ -1,13 +1,11 @@
 // Random calls on a table, made in two areas of the store and followed in SQLite, must come to the same: contents,
 // record numbers, flags, places in an order.
 //   tables_model [--steps 5000] [--seed 1]
-#include <sqlite3.h>
-
-#include <map>
 #include <random>
 
 #include "runtime/values.h"
 #include "storage/tables/areas.h"
+#include "support/sqlite.h"
 #include "support/store_load.h"
 
 using namespace vorne;
@@ -25,41 +23,13 @@ constexpr int kFieldCount = 4, kMostRows = 50;
 const std::map<std::string, std::array<const char*, 2>> kKeys = {{"BYNAME", {"name+DTOS(born)", NAME "||" BORN}},
                                                                  {"BYPRICE", {"STR(price,8,2)+name", PRICE "||" NAME}}};
 
-class Sql {
+class Sql : public Sqlite {
  public:
   Sql() {
-    sqlite3_open(":memory:", &db_);
     run("CREATE TABLE r(place INTEGER PRIMARY KEY, name TEXT, born INT, price REAL, vip TEXT, memo INT, deleted INT)");
     run("CREATE TABLE m(number INTEGER PRIMARY KEY, words TEXT)");
   }
-  ~Sql() {
-    for (const auto& [sql, statement] : statements_) sqlite3_finalize(statement);
-    sqlite3_close(db_);
-  }
-  Sql(const Sql&) = delete;
-  Sql& operator=(const Sql&) = delete;
-
-  /// The rows of the answer.
-  std::vector<Strings> run(const std::string& sql, const Strings& arguments = {}) {
-    sqlite3_stmt*& statement = statements_[sql];
-    if (statement == nullptr && sqlite3_prepare_v2(db_, sql.c_str(), -1, &statement, nullptr) != SQLITE_OK)
-      std::abort();
-    for (std::size_t i = 0; i < arguments.size(); ++i)
-      sqlite3_bind_text(statement, static_cast<int>(i) + 1, arguments[i].c_str(), -1, SQLITE_TRANSIENT);
-    std::vector<Strings> rows;
-    while (sqlite3_step(statement) == SQLITE_ROW) {
-      rows.emplace_back();
-      for (int i = 0; i < sqlite3_column_count(statement); ++i)
-        rows.back().emplace_back(reinterpret_cast<const char*>(sqlite3_column_text(statement, i)));
-    }
-    sqlite3_reset(statement);
-    return rows;
-  }
-  int count(const std::string& sql, const Strings& arguments = {}) { return std::stoi(run(sql, arguments)[0][0]); }
-
- private:
-  sqlite3* db_ = nullptr;
-  std::map<std::string, sqlite3_stmt*> statements_;
+  int count(const std::string& sql, const Strings& arguments = {}) { return std::stoi(run(sql, arguments).at(0)[0]); }
 };
 
 struct Row {

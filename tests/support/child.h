@@ -2,15 +2,18 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <new>
 #include <string>
+#include <thread>
 
 /// Something that this process and its children see alike.
 template <class T>
@@ -25,7 +28,8 @@ struct ChildResult {
   std::string output;  // standard output, as bytes
 };
 
-inline ChildResult runChild(const std::function<void()>& body) {
+/// Kills it after `patience`, unless that is 0.
+inline ChildResult runChild(const std::function<void()>& body, std::chrono::microseconds patience = {}) {
   int ends[2];
   ChildResult result;
   std::fflush(stdout);
@@ -40,6 +44,10 @@ inline ChildResult runChild(const std::function<void()>& body) {
     _exit(77);  // came back
   }
   close(ends[1]);
+  if (patience.count() != 0) {
+    std::this_thread::sleep_for(patience);
+    kill(child, SIGKILL);
+  }
   char buffer[4096];
   for (ssize_t n; (n = read(ends[0], buffer, sizeof buffer)) > 0;)
     result.output.append(buffer, static_cast<std::size_t>(n));

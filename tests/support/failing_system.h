@@ -60,28 +60,29 @@ inline void PrintTo(const Kind& kind, std::ostream* out) {
   *out << kind.name;
 }
 using vorne::System;
+template <auto Place, int Error, bool Made = false>
+inline constexpr auto fails = Failing<Place, Error, Made>::install;
 inline constexpr Kind kKinds[] = {
-    {"open", Failing<&System::open, EMFILE>::install},
-    {"close", Failing<&System::close, EIO, true>::install},
-    {"read", Failing<&System::read, EIO>::install},
-    {"write", Failing<&System::write, ENOSPC>::install},
-    {"lseek", Failing<&System::lseek, EIO>::install},
-    {"ftruncate", Failing<&System::ftruncate, ENOSPC>::install},
-    {"fallocate", Failing<&System::fallocate, ENOSPC>::install},
-    {"fsync", Failing<&System::fsync, EIO>::install},
-    {"mmap", Failing<&System::mmap, ENOMEM>::install},
-    {"mremap", Failing<&System::mremap, ENOMEM>::install},
-    {"msync", Failing<&System::msync, EIO>::install},
-    {"rename", Failing<&System::rename, EIO>::install},
-    {"unlink", Failing<&System::unlink, EACCES>::install},
-    {"mkdir", Failing<&System::mkdir, ENOSPC>::install},
-    {"stat", Failing<&System::stat, EIO>::install},
-    {"flock", Failing<&System::flock, ENOLCK>::install},
+    {"open", fails<&System::open, EMFILE>},
+    {"close", fails<&System::close, EIO, true>},
+    {"read", fails<&System::read, EIO>},
+    {"write", fails<&System::write, ENOSPC>},
+    {"lseek", fails<&System::lseek, EIO>},
+    {"ftruncate", fails<&System::ftruncate, ENOSPC>},
+    {"fallocate", fails<&System::fallocate, ENOSPC>},
+    {"fsync", fails<&System::fsync, EIO>},
+    {"mmap", fails<&System::mmap, ENOMEM>},
+    {"mremap", fails<&System::mremap, ENOMEM>},
+    {"msync", fails<&System::msync, EIO>},
+    {"rename", fails<&System::rename, EIO>},
+    {"unlink", fails<&System::unlink, EACCES>},
+    {"mkdir", fails<&System::mkdir, ENOSPC>},
+    {"stat", fails<&System::stat, EIO>},
+    {"flock", fails<&System::flock, ENOLCK>},
     {"kill",
      installKiller<&System::open, &System::close, &System::read, &System::write, &System::lseek, &System::ftruncate,
                    &System::fallocate, &System::mmap, &System::mremap, &System::munmap, &System::msync, &System::rename,
-                   &System::unlink, &System::mkdir, &System::stat, &System::flock>},
-};
+                   &System::unlink, &System::mkdir, &System::stat, &System::flock>}};
 
 /// Lets the calls of that name fail as `when` tells; "kill": the process is killed at the call, whichever it is.
 inline void install(std::string_view name, Plan& when) {

@@ -8,7 +8,9 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <string>
+#include <vector>
 
 #ifdef __SANITIZE_ADDRESS__
 inline constexpr bool kSlow = true;
@@ -42,6 +44,14 @@ class ScratchDirectory {
 inline std::string readFile(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// The parts of "one|two|three".
+inline std::vector<std::string> split(const std::string& text, char between = '|') {
+  std::vector<std::string> all;
+  std::istringstream stream(text);
+  for (std::string one; std::getline(stream, one, between);) all.push_back(one);
+  return all;
 }
 
 inline void writeFile(const std::filesystem::path& path, const std::string& bytes) {

@@ -16,7 +16,6 @@
 #include <cstring>
 #include <new>
 #include <random>
-#include <thread>
 
 #include "storage/repair/directory_check.h"
 #include "support/child.h"
@@ -345,19 +344,8 @@ inline void endIn(std::chrono::microseconds time) {
 
 /// Runs `body` in a process; returns true when it was killed, by itself or after `patience`.
 inline bool killed(const std::function<void()>& body, std::chrono::microseconds patience) {
-  const pid_t child = fork();
-  if (child == 0) {
-    body();
-    std::fflush(stdout);
-    _exit(0);
-  }
-  if (patience.count() != 0) {
-    std::this_thread::sleep_for(patience);
-    kill(child, SIGKILL);
-  }
-  int status = 0;
-  waitpid(child, &status, 0);
-  return WIFSIGNALED(status) && (WTERMSIG(status) == SIGKILL || WTERMSIG(status) == SIGALRM);
+  const int status = runChild(body, patience).status;
+  return status == 1000 + SIGKILL || status == 1000 + SIGALRM;
 }
 
 /// The number behind `name` among the arguments.

@@ -157,9 +157,7 @@ TEST_F(Tables, AFailedImportLeavesTheTableAsItWas) {
       {"CODE,NAMES\n", "standard input, line 1: there is no field \"NAMES\" in GOODS.\n  near to it: NAME, "},
       {"CODE,code\n", "the field code is named twice"},
       {"CODE|NAME\n", "--separator '|'"},
-      {"\xFF\xFE"
-       "C\0",
-       "UTF-16"},
+      {"\xFF\xFE\x43", "UTF-16"},
   };
   for (const auto& [head, words] : heads) {
     const Ran ran = db({"import", "GOODS", "-"}, head);
@@ -375,21 +373,11 @@ TEST_F(Tables, NamesTheFileThatMayNotBeUsed) {
   const bool reaches = access(TOOL, X_OK) == 0;
   ASSERT_TRUE(become(0));
   if (!drops || !reaches) GTEST_SKIP() << "root's rights cannot be given up, or the tool is out of reach without them";
-  const std::vector<Words> reading = {{"list"},
-                                      {"schema", "GOODS"},
-                                      {"export", "GOODS"},
-                                      {"seek", "GOODS", "BYCODE", "A"},
-                                      {"sql", "SELECT * FROM goods"},
-                                      {"check"}};
-  const std::vector<Words> writing = {{"import", "GOODS", "-"},
-                                      {"delete", "GOODS", "1"},
-                                      {"pack", "GOODS", "--yes"},
-                                      {"zap", "GOODS", "--yes"},
-                                      {"drop", "GOODS", "--yes"},
-                                      {"index", "create", "GOODS", "X", "NAME"},
-                                      {"index", "drop", "GOODS", "BYCODE"},
-                                      {"reindex", "GOODS"},
-                                      {"describe", "GOODS", "CODE:C:6"}};
+  std::vector<Words> reading = verbs("list|schema GOODS|export GOODS|seek GOODS BYCODE A|check");
+  reading.push_back({"sql", "SELECT * FROM goods"});
+  const std::vector<Words> writing = verbs(
+      "import GOODS -|delete GOODS 1|pack GOODS --yes|zap GOODS --yes|drop GOODS --yes|index create GOODS X NAME|"
+      "index drop GOODS BYCODE|reindex GOODS|describe GOODS CODE:C:6");
   const auto bytes = [&] {
     std::string all;
     for (const char* name : {"catalog.plm", "GOODS", "GOODS_OS", "GOODS_M", "GOODS_M_OS", "BYCODE"})
@@ -416,8 +404,7 @@ TEST_F(Tables, NamesTheFileThatMayNotBeUsed) {
   };
   for (const char* file : {"", "catalog.plm", "GOODS"}) refused(file, 0, reading, "cannot be read: Permission denied");
   for (const char* file : {"GOODS", "GOODS_OS", "GOODS_M", "GOODS_M_OS", "BYCODE"}) {
-    refused(file, 0, {{"export", "GOODS"}, {"seek", "GOODS", "BYCODE", "A"}, {"check"}},
-            "cannot be read: Permission denied");
+    refused(file, 0, verbs("export GOODS|seek GOODS BYCODE A|check"), "cannot be read: Permission denied");
     refused(file, 0, writing, "cannot be read: Permission denied");
     refused(file, 0444, writing, "cannot be written: Permission denied");
   }
@@ -469,11 +456,8 @@ TEST_F(Tables, ATableMayBeNamedLikeACard) {
     EXPECT_EQ(ok({"sql", "SELECT a FROM " + name, "--json"}), "[{\"A\":\"x\"}]\n");
   }
   EXPECT_EQ(json::parse(ok({"seek", name, index, "x", "--json"}))["recno"], 1);
-  for (const Words& words : {Words{"reindex", name},
-                             {"pack", name, "--yes"},
-                             {"index", "drop", name, index},
-                             {"zap", name, "--yes"},
-                             {"drop", name, "--yes"}}) {
+  for (const Words& words : verbs("reindex " + name + "|pack " + name + " --yes|index drop " + name + " " + index +
+                                  "|zap " + name + " --yes|drop " + name + " --yes")) {
     const Ran ran = db(words);
     EXPECT_EQ(ran.status, 0) << words[0];
     EXPECT_THAT(ran.out + ran.err, testing::Not(HasSubstr("4000000000000010"))) << words[0];
@@ -515,14 +499,9 @@ TEST_F(Tables, KeepsAwayFromWhatAProgramHasOpen) {
   const int held = open(path("catalog.plm").c_str(), O_RDONLY);
   ASSERT_EQ(flock(held, LOCK_SH), 0);
   const std::string self = "process " + std::to_string(getpid()) + " (tool_tests)";
-  for (const Words& words : {Words{"create", "T", "A:D"},
-                             {"import", "GOODS", "-"},
-                             {"delete", "GOODS", "1"},
-                             {"reindex", "GOODS"},
-                             {"zap", "GOODS", "--yes"},
-                             {"drop", "GOODS", "--yes"},
-                             {"describe", "GOODS", "A:D"},
-                             {"check", "--repair", "--yes"}}) {
+  for (const Words& words :
+       verbs("create T A:D|import GOODS -|delete GOODS 1|reindex GOODS|zap GOODS --yes|drop GOODS --yes|"
+             "describe GOODS A:D|check --repair --yes")) {
     const Ran ran = db(words, "CODE\nB\n");
     EXPECT_EQ(ran.status, 2) << words[0];
     EXPECT_THAT(ran.err, HasSubstr(self + " has the databases of "));

@@ -1,15 +1,13 @@
 // The tool's small parts, by tables of cases.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <pty.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "edge/masking.h"
 #include "edge/progress.h"
 #include "library/base64.h"
 #include "library/commands.h"
 #include "library/parameter.h"
+#include "run_tool.h"
 #include "text/text.h"
 
 using namespace tool;
@@ -33,8 +31,7 @@ TEST(Masking, KeepsFirstSixAndLastFourOfCardNumbersOnly) {
       {"4000 0000 0000 0010 1230", "4000 00** **** 0010 1230"},
       {"4000 0000 0000 0010 123", "4000 00** **** 0010 123"},
       {"4000000000000010 1230", "400000******0010 1230"},
-      {"4000000000000010;5000000000000009", "400000******0010;500000******0009"},
-  };
+      {"4000000000000010;5000000000000009", "400000******0010;500000******0009"}};
   for (const auto& [text, masked] : cases) EXPECT_EQ(maskCards(text), masked);
   for (const char* other :
        {"4000000000000011", "7891000100103", "4006381333931", "11222333000181", "34028316000103", "20260315142530",
@@ -61,24 +58,13 @@ TEST(Text, ConvertsTheWholeAlphabetBothWays) {
 }
 
 TEST(Progress, SaysOnATerminalThatItGoesOn) {
-  int terminal = -1;
-  const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
-  if (child == 0) {
-    {
-      const Working working("packing " + std::string(90, 'x'));
-      usleep(1300000);
-    }
-    _exit(0);
-  }
-  std::string text(1000, '\0');
-  std::size_t size = 0;
-  for (ssize_t n; (n = read(terminal, &text[size], text.size() - size)) > 0;) size += static_cast<std::size_t>(n);
-  text.resize(size);
-  waitpid(child, nullptr, 0);
-  close(terminal);
+  const std::string text = onTerminal([] {
+    const Working working("packing " + std::string(90, 'x'));
+    usleep(1300000);
+  });
   // No wider than the terminal, without escape sequences, and gone in the end.
   const std::string line = "\r1 s, packing " + std::string(65, 'x') + "…\r";
-  EXPECT_THAT(text, AllOf(StartsWith(line), EndsWith("…\r" + std::string(79, ' ') + "\r")));
+  EXPECT_THAT(text, AllOf(StartsWith(line), EndsWith("…\r" + std::string(79, ' ') + "\r 0")));
 }
 
 TEST(Text, MatchesGlobs) {

@@ -24,6 +24,26 @@ struct Ran {
 
 using Words = std::vector<std::string>;
 
+/// Runs `body` in a process of its own on a terminal; what it printed, and its exit status at the end.
+inline std::string onTerminal(const std::function<void()>& body, const std::string& typed = "",
+                              unsigned short columns = 80) {
+  int terminal = -1;
+  winsize size{24, columns, 0, 0};
+  const pid_t child = forkpty(&terminal, nullptr, nullptr, &size);
+  if (child == 0) {
+    body();
+    _exit(0);
+  }
+  EXPECT_EQ(write(terminal, typed.data(), typed.size()), static_cast<ssize_t>(typed.size()));
+  std::string text;
+  char buffer[4096];
+  for (ssize_t n; (n = read(terminal, buffer, sizeof buffer)) > 0;) text.append(buffer, static_cast<std::size_t>(n));
+  close(terminal);
+  int status = 0;
+  waitpid(child, &status, 0);
+  return text + " " + std::to_string(WEXITSTATUS(status));
+}
+
 /// A test with a directory of its own, in which the tool runs.
 class ToolTest : public testing::Test {
  protected:
@@ -69,24 +89,15 @@ class ToolTest : public testing::Test {
   /// Runs it on a terminal; what it printed, and its exit status at the end.
   std::string seenOnTerminal(const std::vector<std::string>& arguments, const std::string& typed = "",
                              unsigned short columns = 80) const {
-    int terminal = -1;
-    winsize size{24, columns, 0, 0};
-    const pid_t child = forkpty(&terminal, nullptr, nullptr, &size);
-    if (child == 0) {
-      std::vector<char*> argv{const_cast<char*>(TOOL)};
-      for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
-      argv.push_back(nullptr);
-      if (chdir(directory.c_str()) == 0) execv(TOOL, argv.data());
-      _exit(99);
-    }
-    EXPECT_EQ(write(terminal, typed.data(), typed.size()), static_cast<ssize_t>(typed.size()));
-    std::string text;
-    char buffer[4096];
-    for (ssize_t n; (n = read(terminal, buffer, sizeof buffer)) > 0;) text.append(buffer, static_cast<std::size_t>(n));
-    close(terminal);
-    int status = 0;
-    waitpid(child, &status, 0);
-    return text + " " + std::to_string(WEXITSTATUS(status));
+    return onTerminal(
+        [&] {
+          std::vector<char*> argv{const_cast<char*>(TOOL)};
+          for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
+          argv.push_back(nullptr);
+          if (chdir(directory.c_str()) == 0) execv(TOOL, argv.data());
+          _exit(99);
+        },
+        typed, columns);
   }
 
   /// What the fake library was called with; '|' stands between the fields.
@@ -106,6 +117,12 @@ class ToolTest : public testing::Test {
     const Ran ran = db(words, input);
     EXPECT_EQ(ran.status, 0) << words[0] << ": " << ran.err << ran.out;
     return ran.out;
+  }
+  /// The words of several verbs: "list|schema GOODS".
+  static std::vector<Words> verbs(const std::string& text) {
+    std::vector<Words> all;
+    for (const std::string& one : split(text)) all.push_back(split(one, ' '));
+    return all;
   }
   std::string path(const std::string& name) const { return directory / "DB" / name; }
 

@@ -87,6 +87,7 @@ std::optional<TableDescription> ParseTableBlock(std::span<const char> block) {
   table.type = head.type;
   table.openMode = head.openMode;
   ByteReader texts(block.subspan(kDescriptionHead));
+  // Whatever stands here is held to what it may be, so that no size computed from it can wrap.
   table.name = texts.text().substr(0, kLongestTableName);
   const std::int32_t count = numberIn(texts, 1, kMostFields);
   table.indexes = static_cast<std::uint32_t>(numberIn(texts, 0, INT32_MAX));

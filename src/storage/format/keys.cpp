@@ -25,6 +25,7 @@ std::size_t numberText(double value, int decimals, char* text) {
   return error == std::errc() ? static_cast<std::size_t>(end - text) : 0;
 }
 
+// A number that is too long for its field keeps its first digits: files in the field hold such keys.
 void placeNumber(const ControlFieldTBL& field, double value, char* at) {
   char text[kNumberText];
   const auto room = static_cast<std::size_t>(field.FieldLen);
@@ -146,6 +147,7 @@ bool MakeKey(Fields fields, KeyFields key, const char* buffer, bool swapped, cha
   return true;
 }
 
+// Part by part and without making a key, since a walk asks this at every step.
 bool HasKey(Fields fields, KeyFields parts, const char* buffer, const char* key) {
   for (const IDX_Indexes& part : parts) {
     const ControlFieldTBL& field = fields[part.KeyField - 1];

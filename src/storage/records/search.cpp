@@ -31,6 +31,8 @@ char* entryBytes(const OpenStruct& db, UInt32 index) {
 }
 
 // Entries of any database, compared by a function of the caller's.
+// Scripts and programs in the field search databases that are no indexes: nothing is known of their records but the
+// order that the function gives.
 class ForeignEntries {
  public:
   ForeignEntries(const OpenStruct& db, void* key, void* info, DmComparF* function, std::int16_t length)
