@@ -98,9 +98,9 @@ TEST_F(DbRepair, FindsWhatIsLostAndRepairsTheRest) {
     int lost;
     const char *words, *lostWords = "";
   } cases[] = {
-      {{{"T"}}, 6, "T: the table is gone; X tells of 5 records", "*"},
-      {{{"T"}, {"T_OS"}, {"X"}, {"Y"}}, 3, "T: the table is gone; nothing tells|X: the ind", "*"},
-      {{{"T"}, {"catalog.bck"}, {"catalog.plm", 20, std::string(88, '\0')}}, 6, "with it: X, Y, T_M, T_OS", "*"},
+      {{{"T"}}, 11, "T: the table is gone; X tells of 5 records", "*"},
+      {{{"T"}, {"T_OS"}, {"X"}, {"Y"}}, 8, "T: the table is gone; nothing tells|X: the ind", "*"},
+      {{{"T"}, {"catalog.bck"}, {"catalog.plm", 20, std::string(88, '\0')}}, 11, "with it: X, Y, T_M, T_OS", "*"},
       {{{"T_M"}}, 6, "T 5: field NOTES holds memo text 5|T_M: the memo", "text 1|text 2|text 3|text 4|text 5"},
       {{{"T_M", memos[1], zeros}}, 1, "T_M 2: its header is empty", "text 2"},
       {{{"T_M", 0, std::string(memos[0] + 12, '#')}}, 1, "T_M 1: its header", "text 1"},
@@ -151,6 +151,52 @@ TEST_F(DbRepair, FindsWhatIsLostAndRepairsTheRest) {
   }
 }
 
+// One bit of a type code or of a header: what all else tells counts, for the check, for a program that opens it, for
+// drop.
+TEST_F(DbRepair, BelievesNothingThatAllElseSpeaksAgainst) {
+  ok({"create", "E", "CODE:C:6"});
+  const std::string catalog = readFile(path("catalog.plm"));
+  const auto typeOf = [&](const char* name) { return catalog.find(name + std::string(1, '\0')) + 77; };
+  const struct {
+    const char *file, *words;
+    std::size_t place;
+    int mask;
+  } cases[] = {
+      {"catalog.plm", "the type code of T is 0x44415041, it is DATA", typeOf("T"), 0x04},
+      {"catalog.plm", "the type code of T_M is 0x", typeOf("T_M"), 0x80},
+      {"catalog.plm", "the type code of X is 0x", typeOf("X"), 0x01},
+      {"T", "T: its header has no known kind", 1, 0x01},
+      {"T", "T: its header says 149 bytes of application information, the records begin behind 157", 4, 0x08},
+      {"X", "X: its header says 71 bytes of application information", 4, 0x10},
+      {"E", "E: its header says 130 bytes used, where 131", 4, 0x01},
+      {"E", "E: its header says 65390 bytes of app", 5, 0xFF},
+      {"E", "E: the 1 bytes behind its last record", 16, 0x01},
+  };
+  const std::filesystem::path sound = directory / "sound";
+  std::filesystem::rename(directory / "DB", sound);
+  const auto damage = [&](const auto& row) {
+    std::filesystem::remove_all(directory / "DB");
+    std::filesystem::copy(sound, directory / "DB");
+    patch(row.file, row.place, {static_cast<char>(readFile(path(row.file))[row.place] ^ row.mask)});
+  };
+  for (const auto& row : cases) {
+    SCOPED_TRACE(row.words);
+    damage(row);
+    const json told = report({}, 1);
+    EXPECT_THAT(problems(told), HasSubstr(row.words));
+    EXPECT_EQ(told["lost"], 0);
+    report({"--repair", "--yes"}, 0);
+    EXPECT_EQ(ok({"export", "T"}), rows());
+    damage(row);
+    ok({"delete", "T", "1"}), ok({"recall", "T", "1"}), ok({"pack", "E", "--yes"});
+    EXPECT_EQ(ok({"export", "T", "--order", "X"}), rows());
+    if (row.place != typeOf("T_M")) ok({"check"});
+    damage(row);
+    ok({"drop", "T", "--yes"}), ok({"drop", "E", "--yes"});
+    EXPECT_EQ(ok({"list", "--json"}), "[]\n");
+  }
+}
+
 TEST_F(DbRepair, DescribesATableAnewOnceItsRecordsFit) {
   const std::string before = readFile(path("T"));
   Words describe{"describe", "t"};
@@ -196,4 +242,11 @@ TEST_F(DbRepair, NeverTakesATableOfWhichNothingIsLeftForSound) {
   EXPECT_THAT(ok({"check"}), HasSubstr("S: it has no records and no table's description; "));
   ok({"describe", "S", "CODE:C:6"});
   EXPECT_EQ(ok({"export", "S"}), "CODE\n");
+  patch("S", 20, std::string(90, '#'));
+  EXPECT_THAT(problems(report({}, 1)), HasSubstr("S: what it tells of itself is no table's description; "));
+  ok({"describe", "S", "CODE:C:6"});
+  remove({"T", "T_OS"});
+  EXPECT_THAT(db({"create", "T", "A:C:3"}).err,
+              HasSubstr("drop these memo texts of no table first (`tellira db drop T_M`)"));
+  ok({"drop", "T_M", "--yes"}), ok({"create", "T", "A:C:3"});
 }

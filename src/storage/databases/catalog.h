@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <string_view>
+#include <vector>
 
 #include "storage/vornerdd.h"
 
@@ -22,6 +23,9 @@ void AddCatalogEntry(const DatabaseHdrType& entry);
 void ChangeCatalogEntry(UInt32 place, const DatabaseHdrType& entry, const std::function<bool()>& files = {});
 /// Frees the entry at `place`, whose database has no file.
 void ClearCatalogEntry(UInt32 place);
+
+/// The entries of the backup, free ones included.
+std::vector<DatabaseHdrType> BackupEntries();
 
 /// Asks the system to write the catalogue.
 void FlushCatalog();

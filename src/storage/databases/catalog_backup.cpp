@@ -34,6 +34,20 @@ bool readWhole(const std::string& path, char* bytes, std::size_t size) {
 
 }  // namespace
 
+namespace vorne {
+
+std::vector<DatabaseHdrType> BackupEntries() {
+  const long size = std::clamp<long>(sizeOfFile(backupPath()), 0, kLargestFile);
+  std::string backup(static_cast<std::size_t>(size), '\0');
+  std::vector<DatabaseHdrType> entries;
+  if (!readWhole(backupPath(), backup.data(), backup.size())) return entries;
+  for (std::size_t place = kHeaderSize; place + kCatalogEntrySize <= backup.size(); place += kCatalogEntrySize)
+    entries.push_back(Load<DatabaseHdrType>(backup.data() + place));
+  return entries;
+}
+
+}  // namespace vorne
+
 int VerifyCatalog() {
   if (rwCatalog == nullptr) return 0;
   const long size = sizeOfFile(backupPath());
@@ -55,6 +69,8 @@ int RestoreCatalog() {
   if (!readWhole(backupPath(), backup.data(), backup.size())) return 0;
   if (wanted > rwCatalog->szallocated && !setfilesz(rwCatalog, wanted)) return 0;
   std::memcpy(rwCatalog->mapmem + kHeaderSize, backup.data() + kHeaderSize, backup.size() - kHeaderSize);
+  // Entries that the backup does not have would be found behind its end.
+  std::memset(rwCatalog->mapmem + wanted, 0, static_cast<std::size_t>(rwCatalog->szallocated - wanted));
   rwCatalog->szmap = static_cast<std::int32_t>(std::clamp<long>(header.szmap, kHeaderSize, wanted));
   WriteUsedSize(rwCatalog, rwCatalog->szmap);
   FlushCatalog();

@@ -1,14 +1,19 @@
 #include "storage/databases/database_files.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 
 #include "runtime/latin1.h"
 #include "storage/databases/catalog.h"
+#include "storage/files/descriptor.h"
 #include "storage/files/diagnostic_log.h"
+#include "storage/files/kept_copies.h"
 #include "storage/files/mapped_file.h"
 #include "storage/files/system.h"
+#include "storage/format/description.h"
 #include "storage/format/names.h"
+#include "storage/journal/journal.h"
 
 namespace vorne {
 
@@ -29,6 +34,33 @@ bool isOffsetsFile(const std::string& name) {
   return header && header->Type == 0 && CatalogEntryOf(name) == 0;
 }
 
+// The application information; empty when it cannot be read.
+std::string blockInFile(const std::string& name, const FileHeader& header) {
+  constexpr UInt32 kLongestBlock = 1 << 20;
+  std::string bytes(kHeaderSize + std::min(header.AppInfoLen, kLongestBlock), '\0');
+  const int file = OpenFile(PathOf(name).c_str(), O_RDONLY | O_NONBLOCK);
+  if (file < 0) return {};
+  const ssize_t read = fileSystem.read(file, bytes.data(), bytes.size());
+  fileSystem.close(file);
+  return read == std::ssize(bytes) ? bytes.substr(kHeaderSize) : std::string();
+}
+
+std::uint32_t settledType(UInt32 place) {
+  DatabaseHdrType entry = CatalogEntryAt(place);
+  const std::string name(CatalogEntryName(place));
+  const FileHeader header = HeaderInFile(name).value_or(FileHeader{});
+  if (KindOfType(entry.type) == header.Type) return entry.type;
+  const std::uint32_t told = ToldType(header, name, blockInFile(name, header));
+  if (told == 0) return entry.type;
+  Logar(Message("%s: código de tipo corrigido de 0x%08lX para 0x%08lX"_l1, name.c_str(),
+                static_cast<unsigned long>(entry.type), static_cast<unsigned long>(told))
+            .c_str());
+  entry.type = told;
+  // On a full disk it is told so again at the next opening.
+  if (HasJournal()) ChangeCatalogEntry(place, entry);
+  return told;
+}
+
 }  // namespace
 
 bool RemoveFiles(std::string_view name) {
@@ -38,7 +70,11 @@ bool RemoveFiles(std::string_view name) {
 }
 
 void RemoveOffsetsFile(std::string_view name) {
-  if (isOffsetsFile(OffsetsName(name))) DeleteFile(PathOf(OffsetsName(name)).c_str());
+  if (HasOffsetsFile(name)) DeleteFile(PathOf(OffsetsName(name)).c_str());
+}
+
+bool HasOffsetsFile(std::string_view name) {
+  return isOffsetsFile(OffsetsName(name));
 }
 
 bool RenameFiles(std::string_view from, std::string_view to) {
@@ -58,6 +94,10 @@ bool HasOffsets(UInt32 entry) {
   return KindOfType(CatalogEntryAt(entry).type) == kVariableDatabase || (header && header->Type == kVariableDatabase);
 }
 
+bool IsOfType(UInt32 entry, std::uint32_t type) {
+  return CatalogEntryAt(entry).type == type || settledType(entry) == type;
+}
+
 UInt32 OwnerOfOffsets(const std::string& folded) {
   const std::string_view suffix = kOffsetsSuffix;
   if (!folded.ends_with(suffix)) return 0;
@@ -69,6 +109,14 @@ void LogClash(std::string_view name, UInt32 other) {
   Logar(Message("O banco %s não pode ter este nome: um arquivo seria também do banco %s"_l1, std::string(name).c_str(),
                 std::string(CatalogEntryName(other)).c_str())
             .c_str());
+}
+
+bool KeepFilesThatHold(std::string_view name) {
+  const std::string file(name);
+  const FileHeader header = HeaderInFile(file).value_or(FileHeader{});
+  if (header.NumberOfRecords == 0 && header.AppInfoLen == 0) return true;
+  Logar(Message("%s existe sem estar em %s: cópia guardada"_l1, file.c_str(), kCatalogName).c_str());
+  return KeepCopy(wcDir, file.c_str()) && (!HasOffsetsFile(name) || KeepCopy(wcDir, OffsetsName(name).c_str()));
 }
 
 bool MakeDataFile(std::string_view name, std::uint32_t type) {

@@ -15,6 +15,8 @@ bool HasVanished(std::string_view name);
 /// Removes a database's files. False when the data file stays: without it a database is gone, an offsets file alone is
 /// nothing.
 bool RemoveFiles(std::string_view name);
+/// True when there is an offsets file of a database of that name, rather than a database of its own.
+bool HasOffsetsFile(std::string_view name);
 /// Removes the offsets file of a database of that name; a database of its own is left alone.
 void RemoveOffsetsFile(std::string_view name);
 /// Gives them another name; what is left of another database under that name goes. An offsets file that cannot follow
@@ -23,10 +25,16 @@ bool RenameFiles(std::string_view from, std::string_view to);
 /// True when the database of that catalogue entry has an offsets file, by its type code or, since that may be changed
 /// at any time, by its data file.
 bool HasOffsets(UInt32 entry);
+/// True when the database of that catalogue entry has the type code. Another one that is not of its data file's kind is
+/// not believed when the file tells one: it is put right, told in the log.
+bool IsOfType(UInt32 entry, std::uint32_t type);
 /// The catalogue entry of the database whose offsets file has that name in capitals, 0 for none.
 UInt32 OwnerOfOffsets(const std::string& folded);
 /// Tells in the log why a name cannot be: a database of that name would have a file in common with another one.
 void LogClash(std::string_view name, UInt32 other);
+/// Copies the files of that name, should they hold records or application information, to where repairs keep copies.
+/// False when they cannot be (errno).
+bool KeepFilesThatHold(std::string_view name);
 /// Makes the data file of a database without records; one that is there keeps what lies behind its header.
 bool MakeDataFile(std::string_view name, std::uint32_t type);
 /// Error 11, told in the log.

@@ -34,7 +34,8 @@ Err DmCreateDatabase(UInt16, const char* name, UInt32 creator, UInt32 type, Bool
   // Not found may also mean that too many are: only the entry tells that it can be made.
   if (DmFindDatabase(0, name) != 0 || CatalogEntryOf(name) != 0) return errAlreadyExists;
   if (const Err failed = checkName(name, KindOfType(type) == kVariableDatabase)) return failed;
-  // Files without an entry are what is left of a database that was being made or deleted.
+  // Files without an entry are what is left of a database that was being made or deleted, unless the entry was lost.
+  if (!KeepFilesThatHold(name)) CannotCreate(name, errno);
   DeleteFile(PathOf(name).c_str());
   RemoveOffsetsFile(name);
 

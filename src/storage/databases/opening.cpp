@@ -10,6 +10,8 @@
 #include "runtime/hooks.h"
 #include "runtime/latin1.h"
 #include "storage/databases/catalog.h"
+#include "storage/databases/catalog_check.h"
+#include "storage/databases/header_check.h"
 #include "storage/databases/rebuild.h"
 #include "storage/files/diagnostic_log.h"
 #include "storage/files/mapped_file.h"
@@ -57,6 +59,7 @@ void closeForGood(DmOpenRef db) {
 bool mapFiles(DmOpenRef db) {
   if (db->hFile == nullptr) db->hFile = mapeararquivo(db->fName);
   db->HeadReaded = 0;
+  VerifyKind(db);
   if (HeaderOf(*db->hFile).Type == kVariableDatabase) {
     const std::string offsets = OffsetsName(db->fName);
     if (db->hOS == nullptr) db->hOS = MapOrHoldInMemory(offsets.c_str());
@@ -67,7 +70,7 @@ bool mapFiles(DmOpenRef db) {
       return false;
     }
   }
-  VerifyUsedSize(db);
+  VerifySizes(db);
   return IsSoundHeader(*db->hFile);
 }
 
@@ -108,6 +111,7 @@ Err OpenCatalog() {
     removeUnfinished();
     // Tells a repair that the files are in use; databases open without it all the same.
     fileSystem.flock(rwCatalog->hFile, LOCK_SH | LOCK_NB);
+    VerifyCatalogEntries();
   }
   if (rwCatalog != nullptr) return errNone;
   std::printf("falhou mapeamento %s ...", kCatalogName);

@@ -135,55 +135,7 @@ bool needsRebuild(DmOpenRef db) {
   return lastRecordEnd(db) < db->hFile->szmap;
 }
 
-// The place of record `index`, which need not lie inside the used bytes. `stride` is 0 where places are told by the
-// offsets file; all its bytes count, since its used size may be as wrong. 0 for none.
-std::uint64_t toldPlace(const OpenStruct& db, const FileHeader& header, UInt32 stride, UInt32 index) {
-  if (stride != 0) return RecordsBegin(header) + std::uint64_t{index} * stride;
-  const FileBytes slots = AllBytes(*db.hOS);
-  const std::uint64_t slot = kHeaderSize + std::uint64_t{index} * kOffsetSize;
-  return BytesBehind(slots, slot) < kOffsetSize ? 0 : Load<UInt32>(slots.data() + slot);
-}
-
-// The end of the last record that the header counts, when every one of them is marked and stands where it is told to
-// be, behind the one before; 0 otherwise.
-std::uint64_t markedEnd(const OpenStruct& db, const FileHeader& header, UInt32 stride) {
-  const FileBytes bytes = AllBytes(*db.hFile);
-  std::uint64_t place = toldPlace(db, header, stride, 0);
-  if (stride == 0 && place != FirstRecord(bytes, header.AppInfoLen)) return 0;
-  for (UInt32 i = 0; i < header.NumberOfRecords; ++i) {
-    const RecordHeader record = HeaderAt(bytes, place);
-    if (toldPlace(db, header, stride, i) != place || !IsMarked(record) || !IsRecord(bytes, place)) return 0;
-    if (stride != 0 && RecordSpan(record) != stride) return 0;
-    place += RecordSpan(record);
-  }
-  return place;
-}
-
 }  // namespace
-
-void VerifyUsedSize(DmOpenRef db) {
-  const FileHeader header = HeaderOf(*db->hFile);
-  if (header.NumberOfRecords == 0 || (header.Type == kVariableDatabase) != (db->hOS != nullptr)) return;
-  const FileBytes bytes = AllBytes(*db->hFile);
-  const UInt32 stride = db->hOS != nullptr ? 0 : RecordSpan(HeaderAt(bytes, RecordsBegin(header)));
-  const std::uint64_t last = toldPlace(*db, header, stride, header.NumberOfRecords - 1);
-  const auto used = static_cast<UInt32>(db->hFile->szmap);
-  if (last + RecordSpan(HeaderAt(bytes, last)) <= used) return;
-  const std::uint64_t end = markedEnd(*db, header, stride);
-  if (end <= used) return;
-  Logar(Message("%s: tamanho usado corrigido de %lu para %lu", db->fName, static_cast<unsigned long>(used),
-                static_cast<unsigned long>(end))
-            .c_str());
-  WriteUsedSize(db->hFile, static_cast<std::int64_t>(end));
-}
-
-bool IsSoundHeader(const mymap& map) {
-  const FileHeader header = HeaderOf(map);
-  const bool known = header.Type == kVariableDatabase || header.Type == kIndexDatabase || header.Type == kFixedDatabase;
-  const UInt32 used = std::max(static_cast<UInt32>(map.szmap), kHeaderSize) - kHeaderSize;
-  return known && header.AppInfoLen <= used &&
-         (header.Type == kVariableDatabase || header.NumberOfRecords <= used / kRecordHeaderSize);
-}
 
 void VerifyEqualRecords(DmOpenRef db) {
   const UInt32 stride = RecordStride(*db);

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "runtime/cursor.h"
+#include "storage/format/names.h"
 #include "storage/format/record_bytes.h"
 
 namespace vorne {
@@ -116,6 +117,24 @@ std::optional<IndexDescription> ParseIndexBlock(std::span<const char> block) {
     index.keyFields.push_back({static_cast<std::uint32_t>(numberIn(texts, 0, kMostFields))});
   if (texts.failed()) return {};
   return index;
+}
+
+std::optional<TableDescription> ReadDescription(std::span<const char> block) {
+  std::optional<TableDescription> table = ParseTableBlock(block);
+  if (!table) return {};
+  const ControlFieldTBL& mark = table->fields.back();
+  const std::size_t told = TableBlock(*table).size() - kSpareBytes;
+  const bool ends = std::string_view(mark.FieldName) == kDeletionField && mark.FieldType == TBLSTRING;
+  const std::span<const char> behind = block.subspan(std::min(told, block.size()));
+  if (!ends || !std::all_of(behind.begin(), behind.end(), [](char c) { return c == '\0'; })) return {};
+  return table;
+}
+
+std::uint32_t ToldType(const FileHeader& header, std::string_view name, std::span<const char> block) {
+  if (header.Type == kIndexDatabase) return ParseIndexBlock(block) ? kTypeIndex : 0;
+  if (header.Type != kVariableDatabase) return 0;
+  if (ReadDescription(block)) return kTypeData;
+  return block.empty() && FoldedName(name).ends_with(kMemoSuffix) ? kTypeMemo : 0;
 }
 
 std::string TableBlock(const TableDescription& table) {

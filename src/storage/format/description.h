@@ -50,6 +50,12 @@ struct IndexDescription {
 std::optional<TableDescription> ParseTableBlock(std::span<const char> block);
 /// None for a block that no index can have: 1 to 1024 key fields with numbers to 1024, a key of 1 to 32767 bytes.
 std::optional<IndexDescription> ParseIndexBlock(std::span<const char> block);
+/// A table's description, should it be one that a program made and nothing has damaged: the deletion mark is its last
+/// field, and nothing but zeros follow it.
+std::optional<TableDescription> ReadDescription(std::span<const char> block);
+/// The type code of a database by its file's own words: with a table's or an index's description it is that, memo texts
+/// are told by the suffix of their name. 0 when the file tells none.
+std::uint32_t ToldType(const FileHeader& header, std::string_view name, std::span<const char> block);
 std::string TableBlock(const TableDescription& table);
 /// The head is the table's, the rest the index's own.
 std::string IndexBlock(const TableDescription& table, const IndexDescription& index);

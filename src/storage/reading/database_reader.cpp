@@ -109,13 +109,16 @@ std::span<const char> DatabaseReader::record(std::uint32_t position) {
 }
 
 std::span<const char> DatabaseReader::info(std::size_t most) {
-  const std::size_t length = std::min<std::size_t>(data_.header().AppInfoLen, most);
+  // The size may be wrong, as an opening finds out: never past what is used, and up to 8 bytes more may belong to it.
+  const std::uint64_t told = std::uint64_t{data_.header().AppInfoLen} + kRecordHeaderSize;
+  const auto length = static_cast<std::size_t>(std::min<std::uint64_t>({told, most, data_.used() - kHeaderSize}));
   return {data_.at(kHeaderSize, length), length};
 }
 
 std::vector<DatabaseHdrType> ReadCatalog(ReadFile& catalog) {
   std::vector<DatabaseHdrType> entries;
-  const std::uint64_t end = catalog.used();
+  // Slots behind the used ones are free, unless it is their size that is wrong.
+  const std::uint64_t end = std::max<std::uint64_t>(catalog.size(), kHeaderSize);
   for (std::uint64_t place = kHeaderSize; end - place >= kCatalogEntrySize; place += kCatalogEntrySize) {
     const auto entry = catalog.get<DatabaseHdrType>(place);
     if (Load<std::uint32_t>(entry.name) != 0 && IsDatabaseName(NameOf(entry))) entries.push_back(entry);

@@ -18,6 +18,11 @@ bool isSameEntry(const DatabaseHdrType& a, const DatabaseHdrType& b) {
   return std::memcmp(&a, &b, sizeof a) == 0;
 }
 
+// True where the head tells nothing that a list of tables needs.
+bool isTableType(std::uint32_t type) {
+  return type == kTypeData || type == kTypeMemo;
+}
+
 std::uint64_t sizeOf(const std::string& path) {
   struct stat found;
   return fileSystem.stat(path.c_str(), &found) == 0 ? static_cast<std::uint64_t>(found.st_size) : 0;
@@ -33,9 +38,14 @@ bool Dictionary::readHead(StoredDatabase& database) const {
     database.header = file.header();
     if (database.header.Type == kVariableDatabase)
       database.offsetsBytes = sizeOf(path_ + database.name + kOffsetsSuffix);
-    if (database.entry.type != kTypeIndex) return true;
+    const bool isStrange = KindOfType(database.entry.type) != database.header.Type;
+    if (database.entry.type != kTypeIndex && !isStrange) return true;
     const std::size_t length = std::min<std::size_t>(database.header.AppInfoLen, kLongestBlock);
-    database.index = ParseIndexBlock({file.at(kHeaderSize, length), length});
+    const std::span<const char> block(file.at(kHeaderSize, length), length);
+    // Programs that open it put a damaged type code right by the same rule.
+    const std::uint32_t told = isStrange ? ToldType(database.header, database.name, block) : 0;
+    if (told != 0) database.entry.type = told;
+    if (database.entry.type == kTypeIndex) database.index = ParseIndexBlock(block);
     if (database.index) database.index->name = database.name;
   } catch (const ReadFailure& failure) {
     database.failure = failure.what();
@@ -58,7 +68,7 @@ void Dictionary::renew(Heads heads) {
     const StoredDatabase* same = known == placesBefore.end() ? nullptr : &before[known->second.front()];
     if (remembers && same != nullptr && same->index && isSameEntry(same->entry, entry))
       database = *same;
-    else if ((heads == Heads::kOfAll || entry.type == kTypeIndex) && !readHead(database))
+    else if ((heads == Heads::kOfAll || !isTableType(entry.type)) && !readHead(database))
       continue;
     byName_[folded].push_back(databases_.size());
     if (database.index) byOwner_[FoldedName(database.index->table)].push_back(databases_.size());

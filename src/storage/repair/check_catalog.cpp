@@ -30,10 +30,11 @@ std::uint32_t typeOfKind(std::uint8_t kind) {
   return kind == kVariableDatabase ? kTypeData : kAssumedType;
 }
 
-const char* typeWords(std::uint32_t type) {
-  if (type == kTypeIndex) return "INDX";
-  if (type == kTypeMemo) return "MEMO";
-  return type == kTypeData ? "DATA" : "OTHR";
+// The four letters of a type code.
+std::string codeWords(std::uint32_t type) {
+  std::string letters;
+  for (int shift = 24; shift >= 0; shift -= 8) letters += static_cast<char>(type >> shift);
+  return letters;
 }
 
 SYSTEMTIME timeNow() {
@@ -80,8 +81,8 @@ class CatalogCheck {
   CatalogState run() {
     const std::uint32_t end = lastSlotEnd();
     state_.slots = entriesBetween(catalog_.bytes(), kHeaderSize, end);
+    readLost();
     for (std::size_t i = 0; i < state_.slots.size(); ++i) checkSlot(i);
-    readLost(end);
     for (const auto& [name, entry] : directory_.files()) checkFile(name, entry);
     while (!state_.slots.empty() && isFree(state_.slots.back())) state_.slots.pop_back();
     settleLost();
@@ -108,18 +109,33 @@ class CatalogCheck {
   // The end of the last whole slot that is used: what a wrong end cuts in two is read as lost, from its beginning.
   std::uint32_t lastSlotEnd() {
     if (catalog_.length == 0) return kHeaderSize;
-    const std::uint32_t end = UsedEnd(catalog_, kHeaderSize, findings_).value_or(kHeaderSize);
+    const std::optional<std::uint32_t> told = UsedEnd(catalog_, kHeaderSize, findings_);
+    const std::uint32_t end = told.value_or(kHeaderSize), last = endOfEntries(end);
+    if (told && last > end)
+      findings_.damage(Message("its header says %u bytes used, its entries reach to %u", end, last));
+    if (last > end) return last;
     const std::uint32_t cut = (end - kHeaderSize) % kCatalogEntrySize;
     if (cut != 0) findings_.damage(Message("its header says %u bytes used, which ends within an entry", end));
     return end - cut;
   }
 
+  // The end of the last entry behind `end` that names a file.
+  std::uint32_t endOfEntries(std::uint32_t end) const {
+    const auto entries = entriesBetween(catalog_.bytes(), kHeaderSize, kLargestFile);
+    for (std::size_t i = entries.size(); i > 0 && kHeaderSize + i * kCatalogEntrySize > end; --i)
+      if (isNamed(entries[i - 1]) && directory_.kindOf(NameOf(entries[i - 1])) == FileKind::kRegular)
+        return static_cast<std::uint32_t>(kHeaderSize + i * kCatalogEntrySize);
+    return end;
+  }
+
   void checkSlot(std::size_t index) {
     DatabaseHdrType& entry = state_.slots[index];
     if (!isFree(entry)) {
+      const auto number = static_cast<std::int64_t>(index) + 1;
+      settleType(entry, number);
       const std::string words = faultOf(entry);
       if (words.empty()) return takeName(entry);
-      findings_.damage(words, static_cast<std::int64_t>(index) + 1);
+      findings_.damage(words, number);
     }
     entry = {};
   }
@@ -150,6 +166,26 @@ class CatalogCheck {
     return {};
   }
 
+  // A type code of another kind than its file is not believed when the file tells one, or the backup remembers one.
+  void settleType(DatabaseHdrType& entry, std::int64_t number) {
+    constexpr std::size_t kLongestBlock = 1 << 20;
+    const std::string name = NameOf(entry);
+    if (directory_.kindOf(name) != FileKind::kRegular) return;
+    const FileHeader header = FileHeaderOf(directory_.read(name, kHeaderSize).bytes());
+    if (KindOfType(entry.type) == header.Type) return;
+    const std::size_t length = std::min<std::size_t>(header.AppInfoLen, kLongestBlock);
+    const RawFile start = directory_.read(name, kHeaderSize + length);
+    if (start.length != kHeaderSize + length) return;
+    std::uint32_t type = ToldType(header, name, start.bytes().subspan(kHeaderSize));
+    const auto before = lost_.find(name);
+    if (type == 0 && before != lost_.end() && KindOfType(before->second.type) == header.Type)
+      type = before->second.type;
+    if (type == 0) return;
+    findings_.damage(
+        Message("the type code of %s is 0x%08X, it is %s", name.c_str(), entry.type, codeWords(type).c_str()), number);
+    entry.type = type;
+  }
+
   // The name of a file that differs from `name` in small and capital letters only; empty without one.
   std::string otherSpelling(const std::string& name) {
     if (spellings_.empty())
@@ -177,12 +213,11 @@ class CatalogCheck {
     if (found != directory_.files().end()) owners_[found->second.inode] = name;
   }
 
-  // Entries that the catalogue has behind its end, and those of its backup, by the names of their files.
-  void readLost(std::uint32_t end) {
+  // The entries of the backup, by the names of their files.
+  void readLost() {
     const RawFile backup = directory_.read(kCatalogBackupName);
     complete_ = backup.error.empty() || directory_.kindOf(kCatalogBackupName) != FileKind::kRegular;
     if (!complete_) report_.problems.push_back({kCatalogBackupName, -1, "it cannot be read: " + backup.error, false});
-    for (const DatabaseHdrType& entry : entriesBetween(catalog_.bytes(), end, kLargestFile)) addLost(entry);
     for (const DatabaseHdrType& entry : entriesBetween(backup.bytes(), kHeaderSize, kLargestFile)) addLost(entry);
     const bool same =
         backup.length == catalog_.length &&
@@ -227,7 +262,7 @@ class CatalogCheck {
     if (clashes(name, KindOfType(found.type)))
       return foreign(name, "it shares its file with a database's offsets file");
     findings_.damage(lost == lost_.end() ? Message("%s has no entry; by its kind '%c' its type code is taken to be %s",
-                                                   name.c_str(), header.Type, typeWords(found.type))
+                                                   name.c_str(), header.Type, codeWords(found.type).c_str())
                                          : "the entry of " + name + " is missing");
     restore(found);
   }
@@ -279,7 +314,7 @@ class CatalogCheck {
 }  // namespace
 
 std::vector<DatabaseHdrType> CatalogEntries(const RawFile& catalog) {
-  return entriesBetween(catalog.bytes(), kHeaderSize, FileHeaderOf(catalog.bytes()).szmap);
+  return entriesBetween(catalog.bytes(), kHeaderSize, kLargestFile);
 }
 
 CatalogState CheckCatalog(const DataDirectory& directory, const RawFile& catalog, Findings& findings,

@@ -6,7 +6,7 @@
 
 namespace vorne {
 
-/// The slots that the catalogue uses by its header, free ones included, just as they stand.
+/// All slots of the catalogue, free ones included, just as they stand.
 std::vector<DatabaseHdrType> CatalogEntries(const RawFile& catalog);
 
 struct CatalogState {

@@ -10,7 +10,7 @@ namespace vorne {
 
 namespace {
 
-constexpr std::size_t kHeadNameAt = 8, kHeadNameRoom = 31, kSpareBytes = 4;
+constexpr std::size_t kHeadNameAt = 8, kHeadNameRoom = 31;
 constexpr std::uint64_t kFewRecords = 2;  // so many that are all wrong do not speak against the description
 
 std::string howToDescribe(const std::string& name) {
@@ -40,6 +40,11 @@ bool namesItself(FileBytes block, const std::string& name) {
          FoldedName({text.data(), std::min(text.size(), name.size())}) == FoldedName(name);
 }
 
+// A block of zeros is one that was being made.
+bool isWritten(FileBytes block) {
+  return block.size() >= kDescriptionHead && std::any_of(block.begin(), block.end(), [](char c) { return c != '\0'; });
+}
+
 // A database of records may have the type of tables and be none: something must tell that it was one.
 void checkUndescribed(const TableContext& context, const DatabaseFiles& files, const DatabaseState& state,
                       Findings& lasting) {
@@ -53,22 +58,14 @@ void checkUndescribed(const TableContext& context, const DatabaseFiles& files, c
     lasting.damage("nothing can be read of it; if it was a table, " + howToDescribe(context.name));
   else if (isEmpty)
     lasting.note("it has no records and no table's description; if it was a table, " + howToDescribe(context.name));
+  else if (state.records.places.empty() && isWritten(block))
+    lasting.damage("what it tells of itself is no table's description; if it was a table, " +
+                   howToDescribe(context.name));
   else if (block.size() >= kDescriptionHead)
     lasting.note("what it tells of itself is no table's description");
 }
 
 }  // namespace
-
-std::optional<TableDescription> ReadDescription(FileBytes block) {
-  std::optional<TableDescription> table = ParseTableBlock(block);
-  if (!table) return {};
-  const ControlFieldTBL& mark = table->fields.back();
-  const std::size_t told = TableBlock(*table).size() - kSpareBytes;
-  const bool ends = std::string_view(mark.FieldName) == kDeletionField && mark.FieldType == TBLSTRING;
-  const FileBytes behind = block.subspan(std::min(told, block.size()));
-  if (!ends || !std::all_of(behind.begin(), behind.end(), [](char c) { return c == '\0'; })) return {};
-  return table;
-}
 
 Fit FitOf(const TableDescription& table, const DatabaseFiles& files, const DatabaseState& state, std::uint32_t texts) {
   Fit fit;

@@ -6,9 +6,6 @@
 
 namespace vorne {
 
-/// A table's description as it stands in a block; none for one that no program can go by.
-std::optional<TableDescription> ReadDescription(FileBytes block);
-
 /// What there is of a table beside its own files.
 struct TableContext {
   std::string name;         ///< of its database

@@ -37,6 +37,8 @@ class DataDirectory {
     FileKind kind;
     ino_t inode;
     std::uint64_t size;
+
+    bool operator==(const File&) const = default;
   };
 
   /// Lists the directory at `path` (the one that holds the databases).

@@ -1,7 +1,11 @@
 #include "storage/repair/directory_check.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 
+#include "storage/format/names.h"
+#include "storage/repair/in_use.h"
 #include "storage/repair/inspection.h"
 
 namespace vorne {
@@ -14,8 +18,20 @@ bool isSame(const Problem& a, const Problem& b) {
 
 }  // namespace
 
+// Beside a program files come and go, and an entry without its file may have it an instant later: what looks like
+// damage then is looked at again.
 DirectoryReport CheckDirectory(const std::string& directory, const CheckOptions& options) {
-  return Inspection(directory, options, false).run();
+  constexpr int kLooks = 5;
+  constexpr useconds_t kBetweenLooks = 100'000;
+  const std::string path = directory + kDataDirectory;
+  for (int look = 1;; ++look) {
+    const DataDirectory before(path);
+    DirectoryReport report = Inspection(directory, options, false).run();
+    report.inUse = report.inUse || IsInUse(path);
+    const bool isStill = !report.inUse && DataDirectory(path).files() == before.files();
+    if (report.sound || isStill || look == kLooks) return report;
+    ::usleep(kBetweenLooks);
+  }
 }
 
 DirectoryReport RepairDirectory(const std::string& directory, const CheckOptions& options) {

@@ -1,6 +1,9 @@
 #include "storage/repair/inspection.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 
 #include "storage/format/names.h"
 
@@ -32,8 +35,10 @@ RawFile Inspection::read(const std::string& name) {
 // False for what cannot be looked at, which stands in the report then.
 bool Inspection::isReadable(const std::string& name, const RawFile& file) {
   if (file.error.empty()) return true;
-  report_.refused = true;
-  report_.problems.push_back({name, -1, "it cannot be read: " + file.error, false, true});
+  const bool isGone = ::access(directory_.pathOf(name).c_str(), F_OK) != 0 && errno == ENOENT;
+  report_.refused = report_.refused || !isGone;
+  report_.problems.push_back(
+      {name, -1, isGone ? "a program removes it just now" : "it cannot be read: " + file.error, false, true});
   return false;
 }
 
@@ -188,6 +193,7 @@ void Inspection::checkOrphans() {
       report_.notes.push_back({*name, -1, "it belongs to no table; `tellira db drop " + *name + "` removes it", false});
     } else {
       takeAway(table, *name, {});
+      report_.lostValues += texts;
       removals_.push_back(*name);
     }
   }

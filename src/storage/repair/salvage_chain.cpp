@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "storage/format/description.h"
 #include "storage/repair/salvage.h"
 
 namespace vorne {
@@ -34,11 +35,23 @@ class ChainReader {
   // The header's word, unless the offsets file and the header's count agree on records that lie behind it, or it has
   // none that can be true and the offsets file has.
   std::optional<std::uint32_t> chooseEnd() const {
+    if (slots_.size() == 0) return endByCount();
     const std::uint32_t last = slots_[slots_.size() - 1];
-    if (slots_.size() == 0 || !IsPlainRecord(file_.bytes, last)) return file_.end;
+    if (!IsPlainRecord(file_.bytes, last)) return file_.end;
     const std::uint32_t end = last + RecordSpan(HeaderAt(file_.bytes, last));
     if (file_.end) return file_.count == slots_.size() ? std::max(end, *file_.end) : file_.end;
     return !file_.count || slots_.size() >= *file_.count ? std::optional(end) : std::nullopt;
+  }
+
+  // Without an offsets file all counted records, marked one behind the other, speak against an end before the last one.
+  std::optional<std::uint32_t> endByCount() const {
+    if (!file_.end || !file_.count || !file_.appInfoLen) return file_.end;
+    std::uint64_t place = FirstRecord(file_.bytes, *file_.appInfoLen);
+    for (std::uint32_t i = 0; i < *file_.count; ++i) {
+      if (!IsPlainRecord(file_.bytes, place)) return file_.end;
+      place += RecordSpan(HeaderAt(file_.bytes, place));
+    }
+    return std::max(static_cast<std::uint32_t>(place), *file_.end);
   }
 
   // --------------------------------------------------------------------------------------------- the first record
@@ -47,6 +60,8 @@ class ChainReader {
     const std::uint64_t usual = kHeaderSize + std::uint64_t{file_.appInfoLen.value_or(0)};
     if (file_.appInfoLen) {
       records_.appInfoLen = *file_.appInfoLen;
+      if (slotsDeny(usual)) return correctedFirst(slots_[0]);
+      if (file_.count == 0u && ReadDescription(blockUpTo(usual))) return usual;
       if (isStart(usual)) return usual;
       const std::uint64_t further = FirstRecord(bytes_, *file_.appInfoLen);
       if (further != usual && isStart(further)) return further;
@@ -58,6 +73,22 @@ class ChainReader {
     if (!file_.appInfoLen) return found < bytes_.size() ? correctedFirst(found) : behindGuessedInfo();
     // Behind the place that the header tells, records may also be missing: only all of them stand against it.
     return found < usual || chainLength(found) == file_.count ? correctedFirst(found) : usual;
+  }
+
+  // True when all counted records stand where the offsets file tells, from another place on: a record behind the place
+  // that the header tells is not the first one then. Eight bytes more may belong to nobody, unless they are needed to
+  // read the block.
+  bool slotsDeny(std::uint64_t usual) const {
+    const std::uint32_t first = slots_[0];
+    if (first == usual || first < kHeaderSize || file_.count != slots_.size()) return false;
+    if (first == usual + kRecordHeaderSize && !IsRecord(bytes_, usual))
+      return !ReadDescription(blockUpTo(usual)) && ReadDescription(blockUpTo(first));
+    return chainLength(first) == *file_.count;
+  }
+
+  FileBytes blockUpTo(std::uint64_t end) const {
+    return bytes_.subspan(kHeaderSize,
+                          static_cast<std::size_t>(std::min<std::uint64_t>(end, bytes_.size())) - kHeaderSize);
   }
 
   // True for places in order, from the first one on to one that has a record.
@@ -86,6 +117,10 @@ class ChainReader {
 
   std::uint64_t behindGuessedInfo() {
     std::uint64_t used = bytes_.size();
+    if (file_.end && file_.count == 0u) {
+      records_.appInfoLen = *file_.end - kHeaderSize;
+      return used;
+    }
     while (used > kHeaderSize && bytes_[static_cast<std::size_t>(used - 1)] == 0) --used;
     if (used > kHeaderSize && used - kHeaderSize <= kLargestGuessedInfo)
       records_.appInfoLen = static_cast<std::uint32_t>(used - kHeaderSize);
@@ -273,11 +308,17 @@ class ChainReader {
       damage(-1, Message("its header counts %u records, %zu are there", *file_.count, saved));
     }
     std::size_t expected = file_.count ? *file_.count : slots_.size();
-    if (holes_ == 0 && slots_.size() == saved) expected = saved;
+    if (holes_ == 0 && (slots_.size() == saved || endsTheFile())) expected = saved;
     records_.lost = expected > saved ? expected - saved : 0;
     if (file_.count || slots_.size() != 0) return;
     records_.lost = holes_;
     records_.lostMore = true;
+  }
+
+  // True when the records reach to the end that the header tells, and no other one follows: then only the count is
+  // wrong.
+  bool endsTheFile() const {
+    return slots_.size() == 0 && file_.end == records_.end && !IsPlainRecord(file_.bytes, records_.end);
   }
 
   void damage(std::int64_t record, std::string words) {

@@ -52,7 +52,7 @@ class EqualReader {
     const std::uint64_t usual = kHeaderSize + std::uint64_t{file_.appInfoLen.value_or(0)};
     const RecordHeader header = HeaderAt(bytes_, usual);
     const Grid told{usual, header.RecordLen + kRecordHeaderSize};
-    if (file_.appInfoLen && isGood(bytes_, usual, told.stride) && leadsOn(told)) return told;
+    if (file_.appInfoLen && isGood(bytes_, usual, told.stride) && leadsOn(told)) return withThoseBefore(told);
     if (file_.appInfoLen && file_.count.value_or(0) == 0 && file_.end.value_or(0) == usual) return {usual, 0};
     const std::uint64_t found = FindRecords(bytes_, kHeaderSize, bytes_.size(), bytes_.size());
     std::vector<Grid> grids{told, {usual, RecordSpan(header)}};
@@ -61,6 +61,16 @@ class EqualReader {
                                                                                  kLargestRecord + kRecordHeaderSize))});
     if (found < bytes_.size()) grids.push_back(gridThrough(found, usual));
     return best(grids, usual);
+  }
+
+  // The place that the header tells may be that of a later record: when the counted ones reach up to the end from a
+  // place before it.
+  Grid withThoseBefore(const Grid& told) const {
+    const std::uint64_t all = std::uint64_t{file_.count.value_or(0)} * told.stride, end = file_.end.value_or(0);
+    if (end < kHeaderSize + all || end - all >= told.first) return told;
+    for (std::uint64_t at = end - all; at < end; at += told.stride)
+      if (!isGood(bytes_, at, told.stride)) return told;
+    return {end - all, told.stride};
   }
 
   // True when the second record, or the end, stands where the first one says.
@@ -194,7 +204,8 @@ class EqualReader {
       return;
     }
     damage(-1, Message("its header counts %u records, %zu are there", counted, saved));
-    if (counted <= saved) return;
+    // With records up to the end that the header tells, and none behind it, only the count is wrong.
+    if (counted <= saved || (file_.end == records_.end && !IsPlainRecord(bytes_, records_.end))) return;
     records_.lost = counted - saved;
     records_.damaged += records_.lost;
   }

@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "runtime/arguments.h"
+#include "storage/databases/database_files.h"
 #include "storage/tables/index_attach.h"
 #include "storage/tables/opening.h"
 #include "storage/tables/table_descriptions.h"
@@ -69,12 +70,8 @@ bool deleteDatabase(const char* name) {
 
 // Its indexes and memo texts go first: what is left when the process dies in between still is a table.
 bool deleteTable(const std::string& name) {
-  UInt32 type = 0;
   const LocalID id = DmFindDatabase(0, name.c_str());
-  if (id == 0 || DmDatabaseInfo(0, id, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                                &type, nullptr) != errNone)
-    return false;
-  if (type != kTypeData) return false;
+  if (id == 0 || !IsOfType(OpenFiles[id - 1]->fOffset, kTypeData)) return false;
   CloseAreasOf(OpenFiles[id - 1]);
   DeleteIndexes(name.c_str());
   DeleteMemoDB(name.c_str());

@@ -1,6 +1,7 @@
 #include "storage/tables/index_attach.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <unordered_map>
 #include <utility>
@@ -8,6 +9,7 @@
 #include "runtime/latin1.h"
 #include "runtime/memory.h"
 #include "storage/databases/catalog.h"
+#include "storage/databases/database_files.h"
 #include "storage/files/descriptor.h"
 #include "storage/files/diagnostic_log.h"
 #include "storage/files/mapped_file.h"
@@ -33,7 +35,7 @@ std::string ownerOf(const std::string& index) {
   if (file < 0) return {};
   const ssize_t read = fileSystem.read(file, bytes, sizeof bytes);
   fileSystem.close(file);
-  if (read != static_cast<ssize_t>(sizeof bytes) || Load<FileHeader>(bytes).AppInfoLen < kDescriptionHead) return {};
+  if (read != static_cast<ssize_t>(sizeof bytes) || Load<FileHeader>(bytes).AppInfoLen == 0) return {};
   const char* name = bytes + kHeaderSize + kNameAt;
   return FoldedName({name, ::strnlen(name, kNameRoom)});
 }
@@ -61,6 +63,12 @@ class Owners {
   UInt32 generation_ = 0;
 };
 Owners owners;
+
+// True for a type code of which one byte is damaged.
+bool isAlmost(UInt32 type, UInt32 right) {
+  const UInt32 differing = type ^ right;
+  return differing != 0 && std::countl_zero(differing) / 8 + std::countr_zero(differing) / 8 == 3;
+}
 
 DmOpenRef openDatabase(const char* name) {
   const LocalID id = DmFindDatabase(0, name);
@@ -154,7 +162,8 @@ std::vector<std::string> IndexesOf(const char* table) {
   for (UInt32 place = kHeaderSize; place + kCatalogEntrySize <= end; place += kCatalogEntrySize) {
     const DatabaseHdrType entry = CatalogEntryAt(place);
     const std::string_view name = CatalogEntryName(place);
-    if (entry.type == kTypeIndex && !name.empty() && owners.isOf(place, entry, owner)) names.emplace_back(name);
+    const bool isIndex = entry.type == kTypeIndex || (isAlmost(entry.type, kTypeIndex) && IsOfType(place, kTypeIndex));
+    if (isIndex && !name.empty() && owners.isOf(place, entry, owner)) names.emplace_back(name);
   }
   return names;
 }

@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "builtins/new_text.h"
+#include "storage/databases/database_files.h"
 #include "storage/format/record_bytes.h"
 #include "storage/journal/journal.h"
 #include "storage/records/records.h"
@@ -49,12 +50,8 @@ int CreateMemoDB(const char* table) {
 
 int DeleteMemoDB(const char* table) {
   const LocalID id = table == nullptr ? 0 : DmFindDatabase(0, memoName(table).c_str());
-  UInt32 type = 0;
   // A table may have such a name too.
-  return id != 0 &&
-         DmDatabaseInfo(0, id, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &type,
-                        nullptr) == errNone &&
-         type == kTypeMemo && DmDeleteDatabase(0, id) == errNone;
+  return id != 0 && IsOfType(OpenFiles[id - 1]->fOffset, kTypeMemo) && DmDeleteDatabase(0, id) == errNone;
 }
 
 Obj_Node* ReadMemo(int number, int field) {

@@ -5,6 +5,7 @@
 
 #include "runtime/hooks.h"
 #include "runtime/memory.h"
+#include "storage/databases/database_files.h"
 #include "storage/format/record_bytes.h"
 #include "storage/journal/journal.h"
 #include "storage/records/open_databases.h"
@@ -50,11 +51,8 @@ bool holds(const VORNE_RDD& area, DmOpenRef db) {
 
 DmOpenRef openOfType(const char* name, std::uint32_t type, std::uint32_t mode) {
   const LocalID id = DmFindDatabase(0, name);
-  UInt32 found = 0;
-  if (id == 0 || DmDatabaseInfo(0, id, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                                &found, nullptr) != errNone)
-    return nullptr;
-  return found == type ? DmOpenDatabase(0, id, static_cast<UInt16>(mode)) : nullptr;
+  return id != 0 && IsOfType(OpenFiles[id - 1]->fOffset, type) ? DmOpenDatabase(0, id, static_cast<UInt16>(mode))
+                                                               : nullptr;
 }
 
 }  // namespace
