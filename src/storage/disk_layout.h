@@ -86,7 +86,7 @@ inline constexpr char kCatalogBackupName[] = "catalog.bck";
 inline constexpr char kOffsetsSuffix[] = "_OS";
 inline constexpr char kUnfinishedName[] = "journal.new";  // a file being written, before it takes another one's place
 inline constexpr std::string_view kJournalNames[] = {"journal.0", "journal.1", "journal.2", "journal.3"};
-inline constexpr std::string_view kSpareJournalName = "journal.spare";  // nobody's: its space is for the next journal
+inline constexpr std::string_view kSpareJournalName = "reserve.plm";  // nobody's: its space is for the next journal
 
 /// True for the names in the data directory that no database can have.
 constexpr bool IsReservedName(std::string_view name) {

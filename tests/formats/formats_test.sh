@@ -25,7 +25,7 @@ unpack() {
 
 reference() {
   unpack
-  diff -r -x found.json -x journal.spare "$work/kept" "$work/written"
+  diff -r -x found.json "$work/kept" "$work/written"
 }
 
 # Packages from the committed lock file, kept in WORK until that changes.

@@ -221,7 +221,6 @@ TEST_F(HalfWay, AMoveInPiecesThatASmallJournalHolds) {
   for (int i = 0; i < 100; ++i) all.push_back(std::string(1000, 'a') + std::to_string(i));
   for (const std::string& one : all) put(openStore("A", vorne::kTypeData), one);
   CloseCatalog();
-  std::filesystem::remove(file("journal.spare"));
   // The process dies when it comes to a page in the midst of what moves.
   const ChildResult result = runChild([] {
     vorne::fileSystem.fallocate = [](int to, off_t at, off_t length) {

@@ -50,8 +50,7 @@ TEST_F(Records, WriteTheFormat) {
   EXPECT_EQ(catalog.substr(56, 16), catalog.substr(72, 16)) << "made and changed at the same time";
   EXPECT_EQ(catalog.substr(88, 20), le(0, 8) + "ATAD" + "tset" + le(0));
   EXPECT_EQ(readFile(file("catalog.bck")), catalog);
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory_.path() / "DB"), {}), 5)
-      << "nothing but journal.spare stays";
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory_.path() / "DB"), {}), 4) << "no journal stays";
 }
 
 TEST_F(Records, KindFollowsTheTypeAndNamesAreOneInAnyCase) {

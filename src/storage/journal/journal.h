@@ -7,8 +7,9 @@
 // against a dying process, not against power loss: it is only taken when the file's header is the one that it was
 // written for.
 //
-// When the catalogue is closed or an error ends the process, its journal becomes "journal.spare", whose space the next
-// journal takes: records must be deleted, changed and packed away even on a disk that others have filled meanwhile.
+// It goes when the catalogue is closed or an error ends the process. On a disk with hardly any space left it becomes
+// "reserve.plm" instead, whose space the next journal takes: records must be deleted, changed and packed away even when
+// others have filled the disk meanwhile.
 #pragma once
 
 #include <cstring>

@@ -2,6 +2,7 @@
 
 #include <sys/file.h>
 #include <sys/mman.h>
+#include <sys/statvfs.h>
 
 #include <algorithm>
 #include <cstring>
@@ -37,6 +38,14 @@ void copyChunks(JournalFile& file, char* bytes) {
   }
 }
 
+// Less than this, and others may have filled the disk by the time that the next program begins.
+constexpr std::uint64_t kHardlyAnySpace = 16 << 20;
+
+bool isDiskNearlyFull() {
+  struct statvfs disk;
+  return ::statvfs(wcDir, &disk) != 0 || std::uint64_t{disk.f_bavail} * disk.f_frsize < kHardlyAnySpace;
+}
+
 }  // namespace
 
 std::uint64_t Sum(const void* bytes, std::size_t size) {
@@ -61,7 +70,7 @@ bool Claim(int file) {
 }
 
 void Spare(const std::string& path) {
-  if (fileSystem.rename(path.c_str(), JournalPath(wcDir, kSpareJournalName).c_str()) != 0)
+  if (!isDiskNearlyFull() || fileSystem.rename(path.c_str(), JournalPath(wcDir, kSpareJournalName).c_str()) != 0)
     fileSystem.unlink(path.c_str());
 }
 

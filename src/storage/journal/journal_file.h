@@ -63,8 +63,8 @@ JournalFile* MapJournal(int file);
 /// True when no living process holds that journal; it is ours from then on.
 bool Claim(int file);
 
-/// Lets an idle journal of ours go. Its file stays as the spare one, so that the next journal has space even on a disk
-/// that is full by then.
+/// Lets an idle journal of ours go. Where the disk has hardly any space left its file stays as the spare one, so that
+/// the next journal has space although the disk be full by then.
 void Spare(const std::string& path);
 
 /// Bytes of a move that are saved at once.
