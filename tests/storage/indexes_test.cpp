@@ -255,6 +255,17 @@ TEST_F(Indexes, WhatDoesNotFitIsNoticedAndMadeAnew) {
     closeAll();
     EXPECT_TRUE(readFile(file("I")) == sound) << row.words;
   }
+  // It is the table's places that are wrong, in the third one to none or to another record.
+  const std::string places = readFile(file("T_OS"));
+  for (const std::string& place : {std::string(4, '\0'), places.substr(20, 4)}) {
+    writeFile(file("I"), sound);
+    writeFile(file("T_OS"), std::string(places).replace(20 + 2 * 4, 4, place));
+    reopen();
+    go(3);
+    EXPECT_EQ(visible(__GetField(nullptr, text("NAME"))), "B");
+    closeAll();
+    EXPECT_TRUE(readFile(file("I")) == sound && readFile(file("T_OS")) == places);
+  }
   // A key of other fields than the table has: left alone, and told.
   writeFile(file("I"), changed(92 + 6, "9"));
   reopen();

@@ -202,7 +202,8 @@ TEST_F(Dialogue, TellsWhatIsOpenAtAnEarlyEnd) {
                                           "tef 0 10,00 000123 20260315 120000 ANA\n") +
                                   line + "\n");
     while (number != 0 && calls().find("!hang") == std::string::npos) usleep(10000);
-    if (number != 0) kill(-child, number);  // as Ctrl-C does: to the library's process as well
+    if (number != 0) kill(-child, number);                       // as Ctrl-C does: to the library's process as well
+    if (number == SIGTERM) usleep(50000), kill(-child, number);  // somebody is impatient
     const Ran ran = ended(child);
     EXPECT_EQ(ran.status, status) << line << ran.err;
     EXPECT_THAT(ran.err, HasSubstr("open: the coupon of line 3; `ECF_CancelaCupom` ends it.\n  open: the payment of "

@@ -161,6 +161,25 @@ void VerifyEqualRecords(DmOpenRef db) {
   db->Head = HeaderOf(*db->hFile);
 }
 
+bool VerifyPlaces(DmOpenRef db) {
+  // Where the chain itself is damaged, one walk has to do for all the records that cannot be had.
+  static std::string inVain;
+  if (!IsOpen(db) || db->hOS == nullptr || inVain == db->fName || OffsetSlots(*db) != db->Head.NumberOfRecords)
+    return false;
+  bool isWrong = false;
+  const Walk walk = walkChain(UsedBytes(*db->hFile), db->Head.AppInfoLen, [&](UInt32 number, UInt32 place) {
+    isWrong |= number < db->Head.NumberOfRecords && GetRecOffSet(db, number) != place;
+  });
+  if (walk.records != db->Head.NumberOfRecords || walk.end != static_cast<UInt32>(db->hFile->szmap)) {
+    inVain = db->fName;
+    return false;
+  }
+  if (!isWrong) return false;
+  Logar(Message("%s: lugares corrigidos", OffsetsName(db->fName).c_str()).c_str());
+  storeSlots(db, walk);
+  return true;
+}
+
 }  // namespace vorne
 
 using namespace vorne;

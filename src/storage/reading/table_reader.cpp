@@ -58,6 +58,7 @@ struct TableReader::State {
   void renew();
   bool fits(IndexFile& index);
   KeyList entriesOf(IndexFile& index, const KeyRanges& ranges);
+  bool haveTheirKeys(const IndexFile& index, const KeyList& list);
   void addRow(std::uint32_t position, bool withMemos, StoredRows& rows);
   std::string memoText(std::uint32_t reference);
   KeyList keysOfRecords(TableReader& reader, const IndexFile& index);
@@ -226,6 +227,20 @@ KeyList TableReader::State::entriesOf(IndexFile& index, const KeyRanges& ranges)
   return list;
 }
 
+// An entry whose record number is wrong leads to another record. All of a few are looked at, and some of many.
+bool TableReader::State::haveTheirKeys(const IndexFile& index, const KeyList& list) {
+  constexpr std::size_t kMostLookedAt = 1024;
+  const std::size_t count = list.count(), looks = std::min(count, kMostLookedAt);
+  std::string key(index.keyLength, '\0');
+  for (std::size_t i = 0; i < looks; ++i) {
+    const std::size_t entry = i * count / looks;
+    LoadFields(described, table.front().record(list.position(entry)), true, buffer.data());
+    MakeKey(described, index.key, buffer.data(), false, key.data());
+    if (list.bytes.compare(entry * list.entrySize + kEntryKeyAt, index.keyLength, key) != 0) return false;
+  }
+  return true;
+}
+
 KeyList TableReader::State::keysOfRecords(TableReader& reader, const IndexFile& index) {
   KeyList list{kEntryKeyAt + index.keyLength, {}};
   std::vector<std::uint32_t> positions(reader.count());
@@ -281,7 +296,8 @@ KeyList TableReader::find(std::size_t number, const KeyRanges& ranges, std::opti
     list.reset();
     if (!state_->fits(index)) return;
     list = state_->entriesOf(index, ranges);
-    if (!namesEachOnce(*list, state_->table.front().count())) return list.reset();
+    if (!namesEachOnce(*list, state_->table.front().count()) || !state_->haveTheirKeys(index, *list))
+      return list.reset();
     pause = kPause + std::chrono::microseconds(list->bytes.size() / kBytesInAMicrosecond);
   });
   if (list) return *std::move(list);

@@ -10,6 +10,7 @@
 #include "runtime/memory.h"
 #include "storage/databases/catalog.h"
 #include "storage/databases/database_files.h"
+#include "storage/databases/rebuild.h"
 #include "storage/files/descriptor.h"
 #include "storage/files/diagnostic_log.h"
 #include "storage/files/mapped_file.h"
@@ -116,6 +117,8 @@ bool makeFit(myAppInfoType& table, IDX_IndexesNames& index, bool behind) {
       takeNumbers(index, KeyFieldsOf(other), static_cast<const OwnedIndex&>(other).countsFromZero);
     });
   std::string words = isKnown ? std::string() : whatDoesNotFit(table, index, behind);
+  // A record that is looked for in the wrong place has other keys than its entries, too.
+  if (!words.empty() && !behind && VerifyPlaces(table.TBL_dbRef)) words = whatDoesNotFit(table, index, behind);
   // Before anything is made anew from the wrong fields, or made of them at all.
   if ((!words.empty() || (!isKnown && DmNumRecords(index.IDX_dbRef) == 0)) &&
       CountsFromZero(table.TBL_dbRef, index.IDX_dbRef, FieldsOf(table), KeyFieldsOf(index))) {

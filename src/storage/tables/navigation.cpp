@@ -1,5 +1,6 @@
 // Going from record to record.
 #include "runtime/arguments.h"
+#include "storage/databases/rebuild.h"
 #include "storage/format/entry_order.h"
 #include "storage/format/record_bytes.h"
 #include "storage/records/entry_file.h"
@@ -105,7 +106,10 @@ int addBounded(int a, int b) {
 int __TBL_GetLastData(int number, int position) {
   VORNE_RDD* area = AreaAt(number);
   if (area == nullptr) return 0;
-  const std::span<const char> record = BytesOf(DatabaseOf(*area), static_cast<UInt32>(position));
+  DmOpenRef table = DatabaseOf(*area);
+  std::span<const char> record = BytesOf(table, static_cast<UInt32>(position));
+  if (record.empty() && position >= 0 && position < RecordCount(*area) && VerifyPlaces(table))
+    record = BytesOf(table, static_cast<UInt32>(position));
   if (record.empty()) return 0;
   LoadFields(FieldsOf(*area), record, bswapnum, area->TBL_buff);
   area->TBL_recposition = area->TBL_recpos = position;

@@ -5,16 +5,16 @@ namespace {
 
 volatile std::sig_atomic_t interrupted = 0;
 void interrupt(int) {
-  interrupted = 1;
+  if (interrupted < 2) interrupted = interrupted + 1;
 }
 
 }  // namespace
 
-Interrupts::Interrupts(Reading reading) {
+Interrupts::Interrupts(Reading reading, Second second) {
   interrupted = 0;
   struct sigaction wait = {};
   wait.sa_handler = interrupt;
-  wait.sa_flags = static_cast<int>(SA_RESETHAND | (reading == kGoesOn ? SA_RESTART : 0));
+  wait.sa_flags = static_cast<int>((second == kEnds ? SA_RESETHAND : 0) | (reading == kGoesOn ? SA_RESTART : 0));
   for (std::size_t i = 0; i < kSignals.size(); ++i) {
     ::sigaction(kSignals[i], nullptr, &before_[i]);
     if (before_[i].sa_handler != SIG_IGN) ::sigaction(kSignals[i], &wait, nullptr);
@@ -34,6 +34,10 @@ void Interrupts::leaveToParent() {
 
 bool Interrupts::asked() {
   return interrupted != 0;
+}
+
+bool Interrupts::askedAgain() {
+  return interrupted > 1;
 }
 
 }  // namespace tool

@@ -128,7 +128,7 @@ int runCall(const CallOptions& options) {
       options.timeout()};
   const Request request = requestOf(options);
   Worker worker(facts.library, facts.directory);
-  const Interrupts interrupts;
+  const Interrupts interrupts(Interrupts::kGoesOn, Interrupts::kIsTold);
   const Answer answer = worker.call(request, options.timeout(), facts.name);
   if (answer.ending != Ending::kAnswered) throw Failure(kEnded, explain(answer, facts));
 

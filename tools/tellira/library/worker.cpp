@@ -136,7 +136,7 @@ Answer Worker::await(const Request& request, Clock::time_point deadline, const s
   bool isAsked = false;
   std::string frames;
   const std::size_t mostFrame = sizeof(ReplyHead) + static_cast<std::size_t>(request.outBytes) + kMostDetail;
-  while (Clock::now() < deadline) {
+  while (Clock::now() < deadline && !Interrupts::askedAgain()) {
     progress.show("waiting for " + name);
     if (Interrupts::asked() && !std::exchange(isAsked, true))
       deadline = std::min(deadline, Clock::now() + kPatienceWhenAsked);

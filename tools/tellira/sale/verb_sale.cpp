@@ -135,7 +135,7 @@ int runSale(const SaleOptions& options) {
   // Opened before the first command: a page that cannot be written must not be found out after the sale.
   std::optional<OutputFile> page;
   if (!options.tape.empty()) page.emplace(options.tape);
-  const Interrupts interrupts;
+  const Interrupts interrupts(Interrupts::kGoesOn, Interrupts::kIsTold);
   std::signal(SIGPIPE, SIG_IGN);  // a sale goes on when nobody looks at it any more
   Transcript transcript(!options.json);
   Sale sale(script, {options.libraryPath(), options.directoryPath(), options.timeout()}, transcript);
