@@ -1,5 +1,7 @@
 #include "storage/databases/catalog_check.h"
 
+#include <sys/file.h>
+
 #include <algorithm>
 #include <string>
 
@@ -7,6 +9,7 @@
 #include "storage/databases/database_files.h"
 #include "storage/files/diagnostic_log.h"
 #include "storage/files/mapped_file.h"
+#include "storage/files/system.h"
 #include "storage/format/names.h"
 
 namespace vorne {
@@ -54,8 +57,11 @@ void VerifyCatalogEntries() {
   if (namesAFile(end)) return;
   // What the backup names and is gone stays among its entries: it tells a check what is lost.
   const std::vector<DatabaseHdrType> before = BackupEntries();
-  if (std::any_of(before.begin(), before.end(), isThere) && RestoreCatalog() != 0)
-    Logar(Message("%s restaurado de %s", kCatalogName, kCatalogBackupName).c_str());
+  if (std::none_of(before.begin(), before.end(), isThere)) return;
+  // Another program may just be renaming or deleting the only one.
+  const bool isAlone = fileSystem.flock(rwCatalog->hFile, LOCK_EX | LOCK_NB) == 0;
+  if (isAlone && RestoreCatalog() != 0) Logar(Message("%s restaurado de %s", kCatalogName, kCatalogBackupName).c_str());
+  fileSystem.flock(rwCatalog->hFile, LOCK_SH | LOCK_NB);
 }
 
 }  // namespace vorne

@@ -19,7 +19,7 @@ int descriptorFor(HANDLE file) {
 }
 
 // A file that cannot be looked at just now is there: what is missing gets made anew.
-bool IsMissing(const char* name) {
+bool isGone(const char* name) {
   struct stat found;
   return fileSystem.stat(name, &found) != 0 && errno == ENOENT;
 }
@@ -45,7 +45,7 @@ int counted(ssize_t done, int* count) {
 
 HANDLE CreateFile(const char* name, UInt32 access, UInt32, void*, UInt32 disposition, UInt32, HANDLE) {
   if (name == nullptr || *name == 0) return INVALID_HANDLE_VALUE;
-  if ((disposition & kEmpties) != 0 || IsMissing(name)) makeEmpty(name);
+  if ((disposition & kEmpties) != 0 || isGone(name)) makeEmpty(name);
   // A pipe of that name must not hold up the cash desk.
   return vorne::OpenFile(name, accessFlags(access) | O_NONBLOCK);
 }

@@ -19,7 +19,7 @@ namespace {
 constexpr std::uint32_t kAnyText = ~0u;  // the memo texts are another database's matter
 constexpr std::int32_t kMarkLength = 2;
 
-TableDescription DescriptionOf(const std::string& name, std::vector<ControlFieldTBL> fields) {
+TableDescription descriptionFor(const std::string& name, std::vector<ControlFieldTBL> fields) {
   TableDescription table;
   table.name = FoldedName(name);
   table.fields = std::move(fields);
@@ -84,7 +84,7 @@ Described DescribeTable(const std::string& directory, const std::string& name, s
   Findings ofData(name), ofOffsets(offsetsName), misfits(name);
   DatabaseState state = CheckDatabase(kTypeData, files, ofData, ofOffsets);
   Described described;
-  const TableDescription table = DescriptionOf(name, std::move(fields));
+  const TableDescription table = descriptionFor(name, std::move(fields));
   const auto known = ReadDescription(SavedBlock(files, state.records));
   described.isSame = known && TableBlock({0, table.name, 0, kTypeData, 3, 0, known->fields}) == TableBlock(table);
   if (described.isSame) return described;

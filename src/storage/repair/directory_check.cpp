@@ -45,6 +45,7 @@ DirectoryReport RepairDirectory(const std::string& directory, const CheckOptions
   left.problems = std::move(problems);
   left.notes = std::move(repaired.notes);
   left.changed = true;
+  left.inUse = false;  // who has come since has not kept anything from being repaired
   left.refused = left.refused || repaired.refused;
   left.copies = std::move(repaired.copies);
   left.lostRecords = repaired.lostRecords;

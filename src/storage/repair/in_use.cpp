@@ -21,6 +21,15 @@ bool isHeld(const std::string& path) {
 
 }  // namespace
 
+HeldDirectory::HeldDirectory(const std::string& path)
+    : file_(OpenFile((path + "/" + kCatalogName).c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK)) {
+  if (file_ >= 0) fileSystem.flock(file_, LOCK_EX | LOCK_NB);
+}
+
+HeldDirectory::~HeldDirectory() {
+  if (file_ >= 0) fileSystem.close(file_);
+}
+
 std::string HeldFile(const std::string& path) {
   const std::string catalog = path + "/" + kCatalogName;
   if (isHeld(catalog)) return catalog;

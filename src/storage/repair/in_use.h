@@ -16,4 +16,17 @@ inline bool IsInUse(const std::string& path) {
   return !HeldFile(path).empty();
 }
 
+/// Shows the databases as being in use while it lives, so that tools keep out and nobody who opens them takes what is
+/// just being written for a dead process's.
+class HeldDirectory {
+ public:
+  explicit HeldDirectory(const std::string& path);
+  ~HeldDirectory();
+  HeldDirectory(const HeldDirectory&) = delete;
+  HeldDirectory& operator=(const HeldDirectory&) = delete;
+
+ private:
+  int file_;
+};
+
 }  // namespace vorne

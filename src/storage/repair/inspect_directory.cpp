@@ -1,6 +1,7 @@
 // The course of an inspection, from the changes that were under way to the catalogue's new state: above what looks at
 // databases and at indexes.
 #include <algorithm>
+#include <optional>
 
 #include "storage/files/kept_copies.h"
 #include "storage/format/names.h"
@@ -15,6 +16,8 @@ DirectoryReport Inspection::run() {
   report_.exists = directory_.exists();
   report_.inUse = IsInUse(directory_.path());
   if (!report_.exists || (repairs_ && report_.inUse)) return std::move(report_);
+  std::optional<HeldDirectory> held;
+  if (repairs_) held.emplace(directory_.path());
   if (repairs_) BeginCopies();
   interrupted_ = InterruptedChanges(directory_.path().c_str());
   if (repairs_ && !interrupted_.empty()) finishInterrupted();

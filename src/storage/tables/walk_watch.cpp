@@ -37,6 +37,7 @@ void WalkWatch::keepBits() {
 
 bool WalkWatch::isNew(DmOpenRef index, UInt32 count, int place, int direction, UInt32 record) {
   if (index != index_ || direction != direction_ || place != last_ + direction || count != count_) {
+    if (index != index_) trusted_ = 0;
     index_ = index;
     count_ = count;
     direction_ = direction;
