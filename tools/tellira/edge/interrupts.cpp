@@ -14,9 +14,11 @@ Interrupts::Interrupts(Reading reading) {
   interrupted = 0;
   struct sigaction wait = {};
   wait.sa_handler = interrupt;
+  // The second signal ends the tool at once, whatever it hangs in.
   wait.sa_flags = static_cast<int>(SA_RESETHAND | (reading == kGoesOn ? SA_RESTART : 0));
   for (std::size_t i = 0; i < kSignals.size(); ++i) {
     ::sigaction(kSignals[i], nullptr, &before_[i]);
+    // Whoever started the tool without these signals, as in the background, wants it to go on.
     if (before_[i].sa_handler != SIG_IGN) ::sigaction(kSignals[i], &wait, nullptr);
   }
 }
