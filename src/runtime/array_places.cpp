@@ -52,6 +52,7 @@ Obj_Node* ElementAt(const Arrays& header, int i) {
   // Headers are made by NewArrayHeader alone; what is written down is no part of the array's value.
   auto& placed = const_cast<PlacedArrays&>(static_cast<const PlacedArrays&>(header));
   if (i < placed.known) return placed.places[i];
+  // Without memory for the places the walk still finds it, only later.
   if (i < kNear || !makeRoom(placed, header.amntItens)) return walk(header.pFirst, i);
   Obj_Node* element = placed.known == 0 ? header.pFirst : placed.places[placed.known - 1]->objpNext;
   for (; element != nullptr && placed.known <= i; element = element->objpNext) placed.places[placed.known++] = element;

@@ -112,6 +112,7 @@ void FreePools() {
   for (Obj_Node* array = Pool(vArray).pFirst; array != nullptr;) {
     Obj_Node* next = array->objpNext;
     if (!dead(array)) {
+      // An array that an element holds stands in the pool itself, and has its turn there.
       for (Obj_Node* element = array->objData.mArray->pFirst; element != nullptr;) {
         Obj_Node* after = element->objpNext;
         FreeText(element);

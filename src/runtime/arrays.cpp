@@ -150,6 +150,7 @@ Obj_Node* __AIns(Obj_Node* a, Obj_Node* n) {
   const int position = IntArgument(n);
   const int count = header.amntItens;
   if (position < 1 || position > count) return a;
+  // The last element makes room for the new one: the array keeps its length.
   __DelEl(a, count, 0);
   Obj_Node* element = AppendElement(a);
   if (position == count) return a;

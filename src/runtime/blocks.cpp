@@ -53,6 +53,7 @@ short RegisterBlock(const char* name, BlockFunction func) {
   auto* block = static_cast<execblockinfo*>(Allocate(sizeof(execblockinfo)));
   std::snprintf(block->sBlockName, sizeof block->sBlockName, "%s%s", kPrefix, name);
   block->func = func;
+  // Behind the others: a name that is registered twice keeps its first block.
   execblockinfo** tail = &S_GLOB->ExecBlock;
   while (*tail != nullptr) tail = &(*tail)->next;
   *tail = block;

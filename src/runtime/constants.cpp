@@ -54,6 +54,7 @@ int __const_add_el(Obj_Node* v) {
   constant->objData = v->objData;
   if (IsText(v)) {
     constant->objLength = v->objLength;
+    // The text moves: the temporary that it came in must not free it.
     v->objData.mbuff = nullptr;
   }
   S_GLOB->LastConst = static_cast<std::int16_t>(index);
@@ -78,6 +79,7 @@ void __CleanStaticStack() {
   while (globstatic != nullptr) {
     StaticVar* record = globstatic;
     globstatic = record->next;
+    // The values are gone with the run: another one in the same process must not find where they were.
     if (record->var != nullptr) *static_cast<Obj_Node**>(record->var) = nullptr;
     Release(record);
   }

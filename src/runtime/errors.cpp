@@ -71,6 +71,8 @@ void PrepareEnd(int aux) {
         if (hooks.closeWorkAreas != nullptr) hooks.closeWorkAreas();
       },
   };
+  // The arrays first: the next run begins with them, and any later step may fail. A step is counted before it is
+  // called, so that one that fails is not begun again.
   if (++failures < kMostFailures) DumpArraysFrom(nextArray);
   while (nextStep < std::size(kSteps)) kSteps[nextStep++](aux);
 }

@@ -58,6 +58,7 @@ void fillCalendar(ObjsGlobals& glob) {
 void fillSharedValues(GlobalRecord& record) {
   Obj_Node* nodes = record.sharedNodes;
   for (int i = 0; i < kSharedCount; ++i) {
+    // With one holder that never lets go: no release may free what is part of the record.
     nodes[i] = {nullptr, vRetval, varNil, -1, {}, 1, -1};
     record.shared[i] = &nodes[i];
   }
@@ -137,6 +138,7 @@ void __EndGlobal() {
   call(hooks.closeNetwork);
   call(hooks.closeMessageLog);
   FreeBlocks();
+  // Before any value goes: closing an area writes what still waits in its buffer.
   call(hooks.closeWorkAreas);
   S_GLOB->LastContext = -32;  // below every context: nothing is too old to die
   __KillContext();

@@ -24,6 +24,7 @@ void* orFail(void* memory) {
 
 }  // namespace
 
+// Zeroed for everybody: texts are copied into fresh memory without their end.
 void* TryAllocate(std::size_t size) {
   return granted() ? std::calloc(1, size == 0 ? 1 : size) : nullptr;
 }

@@ -95,6 +95,7 @@ void __InitObjNode(void* n, int varType) {
 
 Obj_Node* __fcpObj_CT(int objType) {
   const bool array = objType == vArray;
+  // The header first: without memory for it or for the node, no pool knows of either yet.
   auto* header = array ? NewArrayHeader() : nullptr;
   auto* n = static_cast<Obj_Node*>(TryAllocate(sizeof(Obj_Node)));
   if (n == nullptr) {

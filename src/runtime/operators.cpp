@@ -134,6 +134,7 @@ Obj_Node* __MUL(Obj_Node* a, Obj_Node* b) {
 Obj_Node* __DIV(Obj_Node* a, Obj_Node* b) {
   const double x = NumberArgument(orOne(a));
   const double y = NumberArgument(orOne(b));
+  // No error, although there is a text for one: scripts in the field go on with the 0.
   return __INIT_DOUBLE(y == 0 ? y : x / y);
 }
 

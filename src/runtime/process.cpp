@@ -11,6 +11,7 @@ bool isEnding = false;
 void (*endProcessHook)(int status) = nullptr;
 
 void EndProcess(int status) {
+  // The journal first: the hook may throw instead of coming back.
   if (hooks.leaveJournal != nullptr) hooks.leaveJournal();
   if (endProcessHook != nullptr) endProcessHook(status);
   std::fflush(stdout);

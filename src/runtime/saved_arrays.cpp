@@ -40,6 +40,8 @@ void logUnsaved(const char* name) {
 namespace vorne {
 
 void DumpArraysFrom(int& next) {
+  // Saving may end in a fatal error of its own, which comes back here: that array is told as unsaved, and the next one
+  // tried.
   static const char* underWay = nullptr;
   if (underWay != nullptr) logUnsaved(std::exchange(underWay, nullptr));
   if (pDumpArrays == nullptr || S_GLOB == nullptr) return;

@@ -22,6 +22,7 @@ namespace vorne {
 void TrimTrace() {
   StackInfo* kept = nullptr;
   StackInfo* record = S_GLOB->FirstCallStack;
+  // Contexts only rise along the list: behind the first one that has ended all have.
   while (record != nullptr && record->context < S_GLOB->LastContext) {
     kept = record;
     record = record->next;

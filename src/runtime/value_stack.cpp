@@ -75,6 +75,7 @@ int LockStack(std::initializer_list<Obj_Node*> nodes) {
 void __ReleaseStack() {
   for (int i = 0; i < usedSlots; ++i) {
     Obj_Node* slot = S_GLOB->mNode[i];
+    // Called when a context has ended: what it had locked bears a higher number than the context that goes on.
     if (slot->objRefCount == 0 || slot->objRefCount <= S_GLOB->LastContext) continue;
     slot->objRefCount = 0;
     dropText(slot);

@@ -65,6 +65,7 @@ using namespace vorne;
 void Logar(const char* message) {
   if (pLogFile == nullptr) pLogFile = openLog();
   if (pLogFile == nullptr || message == nullptr) return;
+  // One write to the end of the file, so that the lines of processes that share it do not mix.
   const std::string line = std::string(message) + "\n";
   // The only place where a failure could be told is this one.
   static_cast<void>(fileSystem.write(fileno(pLogFile), line.data(), line.size()));

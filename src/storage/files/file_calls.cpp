@@ -24,6 +24,7 @@ bool isGone(const char* name) {
   return fileSystem.stat(name, &found) != 0 && errno == ENOENT;
 }
 
+// A new file instead of a cut one: whoever has the old one mapped would get a signal at the next touch.
 void makeEmpty(const char* name) {
   fileSystem.unlink(name);
   const int file = vorne::OpenFile(name, O_WRONLY | O_CREAT | O_TRUNC, 0666);
@@ -114,6 +115,8 @@ int FlushViewOfFile(const void* address, std::size_t length) {
   static const auto page = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
   const auto first = reinterpret_cast<std::uintptr_t>(address);
   const std::uintptr_t aligned = first / page * page;
+  // Not waited for: a cash desk cannot stand still for the disk at every record. A kill loses nothing by it, since the
+  // mapping is shared; only a power loss can.
   fileSystem.msync(reinterpret_cast<void*>(aligned), length + (first - aligned), MS_ASYNC);
   return 1;
 }

@@ -66,6 +66,7 @@ void giveToOwnerOf(const std::string& directory, const std::string& path) {
 }
 
 bool copyFile(int from, const std::string& name) {
+  // Under another name until it is whole: a repair that is cut off leaves no copy that looks complete.
   UnfinishedFile copy(copies + "/" + kUnfinishedName);
   return putAll(from, copy) && copy.become(copies + "/" + name, UnfinishedFile::Wait::ForTheDisk);
 }
@@ -96,6 +97,7 @@ void BeginCopies() {
 bool ReplaceFile(const std::string& directory, const std::string& file, FileBytes content) {
   const std::string path = directory + "/" + file;
   const bool isNew = !exists(path);
+  // In the same directory, since only within one file system a new file takes an old one's place in one step.
   UnfinishedFile replacement(directory + "/" + kUnfinishedName);
   for (std::size_t done = 0; done < content.size(); done += kPiece)
     replacement.put(content.data() + done, std::min(kPiece, content.size() - done));

@@ -81,6 +81,8 @@ void storeAllocated(pmymap map, std::int64_t size) {
 }
 
 void storeUsed(pmymap map, std::int64_t size) {
+  // What stands behind the old end is in place before this store makes it count, and nothing that is stored later comes
+  // before it.
   map->szmap = static_cast<std::int32_t>(size);
   StoreBarrier();
   Store(map->mapmem + offsetof(FileHeader, szmap), map->szmap);
@@ -182,6 +184,7 @@ void mapOpen(pmymap map, std::int64_t oldSize, long size) {
   auto length = std::max(static_cast<UInt32>(size), kHeldAddresses);
   HANDLE mapping = CreateFileMapping(map->hFile, nullptr, PAGE_READWRITE, 0, length);
   if (mapping == INVALID_HANDLE_VALUE) {
+    // Addresses may be limited here too: the file is held as it is then, and moves when it grows.
     length = static_cast<UInt32>(size);
     mapping = CreateFileMapping(map->hFile, nullptr, PAGE_READWRITE, 0, length);
   }
@@ -387,6 +390,8 @@ int setfilesz(pmymap map, long size) {
   if (map == nullptr || size < static_cast<long>(kHeaderSize) || size > static_cast<long>(kLargestFile)) return 0;
   flushUsed(*map);
   const std::int64_t old = map->szallocated;
+  // First the file, then its real space and the mapping, the header last: a kill in between leaves a file longer than
+  // its header says, which the next opening takes as long as it is.
   if (!cutFile(map->hFile, size)) return 0;
   const bool real = ReserveSpace(map->hFile, old, size);
   if (real) touchAtOnce(map->hFile, old, size);

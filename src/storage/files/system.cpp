@@ -41,6 +41,7 @@ class QuietSizeLimit {
 };
 
 int openFile(const char* path, int flags, mode_t mode) {
+  // A program that the host starts must not keep the files open, nor with them the locks that say who writes.
   return ::open(path, flags | O_CLOEXEC, mode);
 }
 ssize_t writeBytes(int file, const void* buffer, std::size_t length) {
@@ -56,6 +57,7 @@ int allocateFile(int file, off_t offset, off_t length) {
   return ::fallocate(file, 0, offset, length);
 }
 void* mapFile(std::size_t length, int file) {
+  // Shared, so that what a killed process had stored reaches the file all the same.
   return ::mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
 }
 void* remapFile(void* address, std::size_t oldLength, std::size_t newLength) {

@@ -23,6 +23,7 @@ void takeOwner(int file, const std::string& path) {
 
 }  // namespace
 
+// What a killed run left under this name is written over; a link of that name is not followed to wherever it leads.
 UnfinishedFile::UnfinishedFile(std::string path)
     : path_(std::move(path)),
       file_(OpenFile(path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW, 0666)),
@@ -48,6 +49,7 @@ void UnfinishedFile::finish(const FileHeader& header, UInt32 size) {
 bool UnfinishedFile::become(const std::string& path, Wait wait) {
   flush();
   if (sound_) takeOwner(file_, path);
+  // The bytes before the name: else a power loss could leave the name with an empty file.
   sound_ = sound_ && (wait == Wait::No || fileSystem.fsync(file_) == 0);
   kept_ = close() && sound_ && fileSystem.rename(path_.c_str(), path.c_str()) == 0;
   return kept_;

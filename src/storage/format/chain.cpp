@@ -6,6 +6,7 @@ namespace {
 
 // Headers without marks come from early versions, whose records were never larger.
 constexpr std::uint32_t kLargestUnmarked = 15360;
+// One more than all known attributes together.
 constexpr std::uint16_t kImplausibleAttributes = 241;
 
 bool fits(FileBytes bytes, std::uint64_t offset, const RecordHeader& header) {

@@ -123,6 +123,8 @@ std::optional<TableDescription> ReadDescription(std::span<const char> block) {
   std::optional<TableDescription> table = ParseTableBlock(block);
   if (!table) return {};
   const ControlFieldTBL& mark = table->fields.back();
+  // Bytes that happen to parse are no description yet: it ends with the deletion mark's field, and nothing but zeros
+  // follow.
   const std::size_t told = TableBlock(*table).size() - kSpareBytes;
   const bool ends = std::string_view(mark.FieldName) == kDeletionField && mark.FieldType == TBLSTRING;
   const std::span<const char> behind = block.subspan(std::min(told, block.size()));
@@ -192,6 +194,7 @@ std::int32_t PlaceFields(std::span<ControlFieldTBL> fields) {
 
 std::uint32_t FieldNumber(Fields fields, std::string_view name) {
   for (std::size_t i = 0; i < fields.size(); ++i)
+    // Lengths first: a name that only begins like the field's is another one.
     if (static_cast<std::size_t>(fields[i].iFieldName) == name.size() &&
         strncasecmp(fields[i].FieldName, name.data(), name.size()) == 0)
       return static_cast<std::uint32_t>(i + 1);

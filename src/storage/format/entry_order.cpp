@@ -86,6 +86,7 @@ std::vector<std::uint32_t> KeyOrder(const Entries& entries) {
   std::vector<Place> places(entries.count);
   for (std::uint32_t i = 0; i < entries.count; ++i) {
     std::uint64_t start = 0;
+    // Keys often begin alike, with a shop's number or a year: behind that, eight bytes tell most of them apart.
     std::memcpy(&start, entries.key(i) + common, taken);
     places[i] = {__builtin_bswap64(start), i};
   }
@@ -94,6 +95,7 @@ std::vector<std::uint32_t> KeyOrder(const Entries& entries) {
     if (a.start != b.start) return a.start < b.start;
     const int byRest =
         rest == 0 ? 0 : std::memcmp(entries.key(a.number) + restAt, entries.key(b.number) + restAt, rest);
+    // The sort promises no order among equal keys; files keep that in which the records came.
     return byRest != 0 ? byRest < 0 : a.number < b.number;
   });
   std::transform(places.begin(), places.end(), order.begin(), [](const Place& place) { return place.number; });

@@ -19,6 +19,7 @@ std::uint32_t EntriesThatFit(const IndexEvidence& index, KeyFields key, std::uin
   std::uint32_t fitting = 0;
   const std::uint32_t looks = std::min(most, index.count);
   for (std::uint32_t i = 0; i < looks; ++i) {
+    // From all over the index: a damaged stretch must not speak for the rest.
     const std::span<const char> entry = index.entry(static_cast<std::uint32_t>(std::uint64_t{i} * index.count / looks));
     if (entry.size() != expected.size()) continue;
     const auto position = Load<std::uint32_t>(entry.data());

@@ -105,6 +105,7 @@ std::int32_t KeyRoom(const ControlFieldTBL& field) {
 }
 
 std::int32_t KeyRoom(Fields fields, KeyFields key) {
+  // Added up wide: fields of a damaged description could wrap the sum back into what is allowed.
   std::int64_t room = 0;
   for (const IDX_Indexes& part : key) {
     if (part.KeyField < 1 || part.KeyField > fields.size()) return 0;

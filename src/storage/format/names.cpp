@@ -11,6 +11,7 @@ std::string_view ShortName(const char* name) {
 
 std::string FoldedName(std::string_view name) {
   std::string folded(name);
+  // Only A to Z: the host's locale must not decide which names are the same.
   for (char& c : folded)
     if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
   return folded;

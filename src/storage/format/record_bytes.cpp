@@ -111,6 +111,7 @@ std::size_t StoredSize(Fields fields, char* buffer) {
     char* at = buffer + field.iOffset;
     const std::size_t length = textLength(field, at);
     const std::size_t used = withoutBlanks(at, length);
+    // In the buffer itself: the bytes are stored by what the buffer holds, and must come to the size told here.
     std::memset(at + used, 0, length - used);
     size += used + 1;
   }
@@ -151,6 +152,7 @@ void LoadFields(Fields fields, std::span<const char> record, bool swapped, char*
 
 bool IsDeletedRecord(Fields fields, std::span<const char> record) {
   const char* end = record.data() + record.size() - kEndMarkSize;
+  // The mark is nearly always where it belongs: then no field needs to be passed over.
   if (record.size() >= kEndMarkSize && (end[0] != '\0' || end[1] != '\0')) return end[0] == kDeleted;
   ByteReader from(fieldBytes(record));
   for (const ControlFieldTBL& field : stored(fields))

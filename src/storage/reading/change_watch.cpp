@@ -67,6 +67,8 @@ ChangeWatch::Counter ChangeWatch::counterOf(std::size_t journal) {
   if (fileSystem.stat(path.c_str(), &found) != 0 || !S_ISREG(found.st_mode)) return counter;
   counter.device = found.st_dev;
   counter.inode = found.st_ino;
+  // Looked up by name each time: a new journal may have taken the old one's place, whose open file would go on telling
+  // that nothing changes.
   int& file = files_[journal];
   if (file < 0 || counter.device != opened_[journal].device || counter.inode != opened_[journal].inode) {
     if (file >= 0) fileSystem.close(file);
@@ -128,6 +130,7 @@ ChangeWatch::State ChangeWatch::settled(Clock::time_point deadline) {
   State state = current();
   Clock::time_point since = Clock::now();
   for (int looks = 0; !isSettled(state); ++looks) {
+    // Most changes are over sooner than any sleep would be.
     if (looks < kLooksWithoutSleep)
       ::sched_yield();
     else
@@ -154,6 +157,7 @@ void ChangeWatch::askForPause(std::chrono::microseconds takes) {
     const int file = fileSystem.open(pathOf(i).c_str(), O_WRONLY | O_NONBLOCK, 0);
     struct stat found;
     if (file < 0) continue;
+    // The name may be another journal's by now, whose writer nobody waits for.
     if (::fstat(file, &found) == 0 && found.st_ino == last_.journals[i].inode) {
       [[maybe_unused]] const ssize_t written = ::pwrite(file, &wish, sizeof wish, offsetof(JournalHead, readersWait));
     }

@@ -47,6 +47,8 @@ std::uint32_t DatabaseReader::offsetSlots() {
     const auto slots = static_cast<std::uint32_t>((offsets_.front().used() - kHeaderSize) / kOffsetSize);
     if (slots + 1 >= layout_.count) return slots;
   } catch (const ReadFailure& failure) {
+    // For a file that is missing or cut the chain can stand in. One that the system refuses may be whole, and tell
+    // more.
     if (failure.kind == ReadFailure::kRefused) throw;
   }
   followChain();
@@ -102,6 +104,7 @@ std::span<const char> DatabaseReader::record(std::uint32_t position) {
   const auto outside = [&](std::uint64_t length) { return place > file.end || length > file.end - place; };
   RecordHeader header = {};
   if (place >= file.firstRecord && !outside(kRecordHeaderSize)) header = data_.get<RecordHeader>(place);
+  // The place came from a file that a writer may be changing: nothing of it is believed before it lies inside the file.
   if (header.AllocatedSpace == 0 || header.RecordLen > header.AllocatedSpace ||
       outside(kRecordHeaderSize + std::uint64_t{header.RecordLen}))
     throwDamaged("record " + std::to_string(std::uint64_t{position} + 1) + " cannot be found");

@@ -94,6 +94,7 @@ std::optional<TableDescription> Dictionary::describe(const StoredDatabase& table
   try {
     return ParseTableBlock(DatabaseReader(path_ + table.name, kVariableDatabase).info());
   } catch (const ReadFailure& failure) {
+    // One damaged table must not keep a list from showing the others; what the system refuses is for the user to mend.
     if (failure.kind != ReadFailure::kDamaged) throw;
     return std::nullopt;
   }

@@ -10,6 +10,7 @@ std::vector<IDX_Indexes> KeyFromOne(DatabaseReader& table, DatabaseReader& index
   const std::vector<IDX_Indexes> other = NumberedFromOne(told.keyFields);
   const bool isOther = KeyRoom(fields, other) == told.keyLength,
              isTold = KeyRoom(fields, told.keyFields) == told.keyLength;
+  // Only where both numberings make keys of this length is there anything to ask the entries.
   if (!isOther || !isTold) return isOther ? other : told.keyFields;
   const auto record = [&](std::uint32_t at) { return at < table.count() ? table.record(at) : std::span<const char>(); };
   try {

@@ -91,12 +91,14 @@ int compareValues(const std::vector<TableField>& leading, std::string_view a, st
 KeyRanges RangesOfNumbers(const TableField& field, std::optional<double> least, std::optional<double> most) {
   if ((least && !std::isfinite(*least)) || (most && !std::isfinite(*most))) return {kEveryKey};
   if (least && most && *least == *most && *least != 0) return {only(keyOf(field, *least))};
+  // Zero and its negative are equal, and have keys of their own.
   if (least && most && *least == *most) return {only(keyOf(field, 0.0)), only(keyOf(field, -0.0))};
   KeyRanges ranges;
   const bool fromBelow = !least || *least <= 0;
   if (!most || *most >= 0)
     ranges.push_back(
         {fromBelow ? "" : firstKey(field, *least), most && !isCut(field, *most) ? keyOf(field, *most + 0.0) : ""});
+  // Infinity's key is a short word: blanks before it put it below longer numbers.
   if (!most && !fromBelow) ranges.push_back(only(keyOf(field, kInfinity)));
   if (fromBelow) addNegatives(field, ranges);
   return ranges;
@@ -109,6 +111,7 @@ KeyRanges RangesOfTexts(const TableField& field, std::optional<std::string_view>
 
 KeyRanges RangesOfText(const TableField& field, std::string_view text) {
   const auto room = static_cast<std::size_t>(field.length);
+  // Fields give their texts without blanks at the end, and up to the first zero: no field gives such a text.
   if (text.size() > room || text.ends_with(' ') || text.find('\0') != std::string_view::npos) return {};
   return {only(std::string(text).append(room - text.size(), ' '))};
 }
@@ -119,6 +122,7 @@ KeyRanges RangesOfDates(std::optional<std::string_view> least, std::optional<std
 
 KeyRanges RangesOfLogical(bool value) {
   const std::string zero(1, '\0'), one(1, '\1');
+  // Every byte but zero reads as true.
   return {value ? KeyRange{one, ""} : only(zero)};
 }
 

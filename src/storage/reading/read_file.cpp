@@ -36,12 +36,14 @@ void ReadFile::renew() {
   forget();
   struct stat found;
   if (file_ < 0) return;
+  // By name: what is written anew takes the old file's place, and the open one would stay as it was for ever.
   if (fileSystem.stat(path_.c_str(), &found) != 0 || found.st_dev != device_ || found.st_ino != inode_) return close();
   size_ = std::min<std::uint64_t>(static_cast<std::uint64_t>(found.st_size), kLargestFile);
 }
 
 void ReadFile::open() {
   struct stat found;
+  // A pipe of that name must not hold the reader up.
   file_ = fileSystem.open(path_.c_str(), O_RDONLY | O_NONBLOCK, 0);
   if (file_ < 0 && errno == ENOENT) throw ReadFailure(ReadFailure::kMissing, path_ + " is missing");
   if (file_ < 0 || ::fstat(file_, &found) != 0 || !S_ISREG(found.st_mode)) {

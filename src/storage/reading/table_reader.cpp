@@ -98,6 +98,7 @@ void TableReader::State::open(const Dictionary& dictionary, std::string_view wan
 void TableReader::State::addIndex(const std::string& index, const IndexDescription& description) {
   DatabaseReader database(path + index, kIndexDatabase);
   const std::vector<IDX_Indexes> key = KeyFromOne(table.front(), database, described, description);
+  // An index that was made for other fields is passed over: the table can be read without it.
   if (KeyRoom(described, key) != description.keyLength) return;
   TableIndex added{index, {}};
   for (const IDX_Indexes& part : key) added.fields.push_back(part.KeyField - 1);
@@ -167,6 +168,7 @@ void TableReader::read(std::span<const std::uint32_t> positions, bool memos, Sto
     if (changed) state_->renew();
     rows.clear();
     const std::uint32_t count = state_->table.front().count();
+    // Less at every attempt: the shorter a reading is, the likelier it fits between two changes.
     const std::size_t enough = kRowsBytes >> std::min(2 * attempt, 16);
     std::size_t size = 0;
     for (const std::uint32_t position : positions) {

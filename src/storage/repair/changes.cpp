@@ -26,6 +26,7 @@ bool Changes::mayWrite(const std::string& file) {
   return false;
 }
 
+// The copy before the new file: at any moment the old bytes are on the disk under one of the two names.
 bool Changes::replace(const std::string& file, FileBytes content) {
   if (!mayWrite(file) || !keep(file)) return false;
   const bool replaced = ReplaceFile(directory_, file, content);

@@ -15,12 +15,14 @@ namespace vorne {
 
 namespace {
 
+// Any code that means kind 'X' will do: which one the program had given stands in the catalogue alone.
 constexpr std::uint32_t kAssumedType = FourChars("OTHR");
 
 bool isFree(const DatabaseHdrType& entry) {
   return Load<std::uint32_t>(&entry) == 0;
 }
 
+// A name without its zero would run on into the attributes behind it.
 bool isNamed(const DatabaseHdrType& entry) {
   return std::memchr(entry.name, 0, sizeof entry.name) != nullptr && IsDatabaseName(NameOf(entry));
 }
@@ -55,6 +57,8 @@ std::vector<DatabaseHdrType> entriesBetween(FileBytes bytes, std::uint64_t from,
 // What a data file without an entry tells of itself.
 enum class Stray { kNone, kEmpty, kHolding };
 
+// Technicians put all sorts of files into the directory. Only a header of which every number is possible in a file of
+// this size speaks for a database: by a wrong guess the catalogue would name a foreign file.
 Stray strayKind(const FileHeader& header, std::uint64_t size) {
   const bool known = header.Version == 2 && (header.Type == kVariableDatabase || header.Type == kIndexDatabase ||
                                              header.Type == kFixedDatabase);
@@ -79,6 +83,8 @@ class CatalogCheck {
       : directory_(directory), catalog_(catalog), findings_(findings), report_(report) {}
 
   CatalogState run() {
+    // The backup comes before the slots, which ask it for their type codes, and all slots before the files: what none
+    // of them names is a stray.
     const std::uint32_t end = lastSlotEnd();
     state_.slots = entriesBetween(catalog_.bytes(), kHeaderSize, end);
     readLost();
@@ -122,6 +128,7 @@ class CatalogCheck {
   // The end of the last entry behind `end` that names a file.
   std::uint32_t endOfEntries(std::uint32_t end) const {
     const auto entries = entriesBetween(catalog_.bytes(), kHeaderSize, kLargestFile);
+    // Bytes behind the end mean nothing by themselves: only an entry whose file is there speaks against the header.
     for (std::size_t i = entries.size(); i > 0 && kHeaderSize + i * kCatalogEntrySize > end; --i)
       if (isNamed(entries[i - 1]) && directory_.kindOf(NameOf(entries[i - 1])) == FileKind::kRegular)
         return static_cast<std::uint32_t>(kHeaderSize + i * kCatalogEntrySize);
@@ -150,6 +157,7 @@ class CatalogCheck {
     if (names_.contains(FoldedName(name))) return name + " has another entry";
     if (clashes(name, KindOfType(entry.type))) return name + " shares its file with another entry's offsets file";
     const FileKind kind = directory_.kindOf(name);
+    // Programs open a database on another disk through a link: its entry is good.
     if (kind == FileKind::kLink)
       report_.notes.push_back({name, -1, "it is a symbolic link; what it leads to was not looked at", false});
     if (kind == FileKind::kOther) return name + " is not a file";
@@ -173,6 +181,7 @@ class CatalogCheck {
     if (directory_.kindOf(name) != FileKind::kRegular) return;
     const FileHeader header = FileHeaderOf(directory_.read(name, kHeaderSize).bytes());
     if (KindOfType(entry.type) == header.Type) return;
+    // Damage can say any length here; descriptions that programs make are far shorter.
     const std::size_t length = std::min<std::size_t>(header.AppInfoLen, kLongestBlock);
     const RawFile start = directory_.read(name, kHeaderSize + length);
     if (start.length != kHeaderSize + length) return;
@@ -205,6 +214,7 @@ class CatalogCheck {
     const std::string name = NameOf(entry);
     names_.insert(FoldedName(name));
     files_.insert(name);
+    // Its offsets file has no entry of its own, and must not be taken for a stray.
     if (KindOfType(entry.type) == kVariableDatabase) {
       files_.insert(OffsetsName(name));
       offsets_.insert(FoldedName(OffsetsName(name)));
@@ -235,6 +245,7 @@ class CatalogCheck {
 
   // --------------------------------------------------------------------------------------------------------- files
 
+  // Folders with the copies of earlier repairs stay for good: telling them at every check would drown what matters.
   static bool isOwnFile(const std::string& name, const DataDirectory::File& entry) {
     return IsReservedName(name) || (name.starts_with("repair-") && entry.kind == FileKind::kOther);
   }
@@ -248,6 +259,7 @@ class CatalogCheck {
       state_.extraNames.push_back(name);
       return foreign(name, "it is a second name of the file " + owner->second);
     }
+    // Databases are found by their names in any letters: a second one could never be opened.
     if (names_.contains(FoldedName(name))) return foreign(name, "a database has this name in other letters");
     const RawFile start = directory_.read(name, kHeaderSize);
     const FileHeader header = FileHeaderOf(start.bytes());

@@ -9,6 +9,7 @@ namespace vorne {
 namespace {
 
 constexpr std::uint32_t kQuietTail = 128;
+// A record uses a byte at least, which bounds how many a file can hold.
 constexpr std::uint32_t kSmallestSpan = kRecordHeaderSize + 1;
 
 bool isKnownKind(std::uint8_t type) {
@@ -52,6 +53,7 @@ DataFile believedHeader(const DatabaseFiles& files, Findings& findings) {
     findings.damage(Message("its header says %u bytes of application information, the file has %zu", header.AppInfoLen,
                             file.bytes.size()));
   file.end = UsedEnd(files.data, kHeaderSize + file.appInfoLen.value_or(0), findings);
+  // A file that was cut off still counts what it had: by that count the losses are told.
   const std::uint64_t most = std::max<std::uint64_t>(file.bytes.size(), std::min(header.szmap, kLargestFile));
   if (header.NumberOfRecords <= most / kSmallestSpan)
     file.count = header.NumberOfRecords;
@@ -91,6 +93,8 @@ bool checkSlots(const DataFile& file, const Records& records, Findings& findings
   const std::uint32_t slots = file.slots.size();
   if (!slotsFollow(file.slots, records, findings)) return true;
   if (slots == there || (slots > there && slots <= there + records.unfinished.size())) return false;
+  // A kill leaves no more than this: a record's slot is the last thing stored, and a file that is made anew begins
+  // empty.
   if (slots == 0 || slots + std::size_t{1} == there)
     findings.note(Message("it has %u places for %zu records; the next opening makes it anew", slots, there));
   else
@@ -115,6 +119,7 @@ DatabaseState CheckDatabase(std::uint32_t type, const DatabaseFiles& files, Find
   if (type == kTypeMemo) FillGaps(state.records);
   if (!data.sound()) state.records.rewrite = true;
   if (variable) {
+    // A data file written anew has all its records elsewhere: the old slots are not even compared then.
     const bool anew = !offsets.sound() || (!state.records.rewrite && checkSlots(file, state.records, offsets));
     state.rewriteOffsets = anew || state.records.rewrite;
   }

@@ -62,6 +62,8 @@ class KeySearch {
   }
 
  private:
+  // Samples from all over the index throw out wrong fields quickly; what is left is held against every entry later.
+  // Where many fields hold the same, blanks most of all, nearly every order of them fits: the tries are bounded.
   static constexpr std::size_t kSamples = 64;
   static constexpr int kMostSteps = 100000;
   struct Sample {
@@ -89,6 +91,7 @@ class KeySearch {
 
   void extend(std::size_t at) {
     if (at == samples_[0].key.size()) return found_.push_back(key_);
+    // A second key means that the entries do not tell which one it was: no third one is looked for.
     for (std::uint32_t field = 1; field < fields_.size() && found_.size() < 2; ++field) {
       const std::size_t room = samples_[0].parts[field - 1].size();
       if (room == 0 || ++steps_ > kMostSteps || !fits(field, at)) continue;
@@ -131,6 +134,7 @@ std::string freshBlock(const CheckedTable& table, const CheckedDatabase& index, 
   const FileBytes old = SavedBlock(index.files, index.state.records);
   const std::optional<IndexDescription> before = ParseIndexBlock(old);
   if (before && isSameKey(NumberedFromOne(before->keyFields), told.keyFields)) told.keyFields = before->keyFields;
+  // A block that is right stays as it stands, with whatever more the program that made it wrote there.
   const bool keeps = before && before->keyLength == told.keyLength && before->table == told.table &&
                      isSameKey(before->keyFields, told.keyFields);
   if (!keeps) return IndexBlock(table.description, told);
@@ -162,6 +166,7 @@ void CheckIndex(const CheckedTable& table, const CheckedDatabase& index, const I
                 Findings& findings) {
   EntryMaker maker(table.description.fields, told.keyFields);
   if (maker.size() == 0) return findings.damage("its table has no such key fields");
+  // A program that opens it makes it anew for this mark alone, whatever its entries are like.
   if (told.entriesWait) return findings.damage(std::string(kNoMatch) + "the program ended before it had all changes");
   const std::size_t records = table.database.count();
   if (index.count() != records)
@@ -169,6 +174,7 @@ void CheckIndex(const CheckedTable& table, const CheckedDatabase& index, const I
   if (told.keyLength + kEntryKeyAt != maker.size())
     return findings.damage(
         Message("%sit says %d bytes for keys of %zu", kNoMatch, told.keyLength, maker.size() - kEntryKeyAt));
+  // The first fault is enough: the index is made anew as a whole.
   Comparison comparison(table.database, index, maker);
   for (std::size_t place = 0; place < index.count(); ++place) {
     const std::string fault = comparison.fault(place);

@@ -45,6 +45,7 @@ class RecordCheck {
     const std::string fault = faultOf(field, bytes);
     if (fault.empty()) return put({bytes.data(), bytes.size()});
     tell(field, fault, kindOf(field.FieldType));
+    // A mended logical says what programs have read all along.
     put(field.FieldType == TBLBOOL ? std::string(1, '\1') : std::string(room, '\0'));
   }
 
@@ -79,6 +80,7 @@ class RecordCheck {
     const auto room = static_cast<std::size_t>(field.FieldLen);
     if (!from_.takeUntil('\0', text)) {
       endsIn(field);
+      // Where the next field begins cannot be told: from here on all of them are missing.
       text = from_.rest();
       from_.fail();
     } else if (text.size() > room) {

@@ -26,6 +26,7 @@ std::optional<std::uint32_t> UsedEnd(const RawFile& file, std::uint32_t least, F
   }
   const FileHeader header = FileHeaderOf(file.bytes());
   checkFileSize(header, file.fileSize, findings);
+  // A kill right after a file was made leaves it so: that is no damage.
   if (header.szmap <= kNewFile && header.NumberOfRecords == 0 && least == kHeaderSize) return kHeaderSize;
   if (header.szmap > file.length)
     findings.damage(Message("its header says %u bytes used, the file has %zu", header.szmap, file.length));

@@ -80,6 +80,7 @@ Fit FitOf(const TableDescription& table, const DatabaseFiles& files, const Datab
     laidOutOtherwise += is([](const FieldFault& fault) { return fault.isOfLayout(); });
     impossible += is([](const FieldFault& fault) { return fault.isOfLayout() || fault.kind == FieldFault::kValue; });
   }
+  // Damage hits records here and there, a wrong description hits most of them.
   fit.isLikely = laidOutOtherwise * 2 <= number && (impossible * 2 <= number || impossible <= kFewRecords);
   return fit;
 }
@@ -97,11 +98,13 @@ TableMeaning CheckTable(const TableContext& context, const DatabaseFiles& files,
   const bool hasMemoField = std::any_of(table.fields.begin(), table.fields.end(),
                                         [](const ControlFieldTBL& field) { return field.FieldType == TBLMEMO; });
   meaning.lacksMemo = hasMemoField && !context.hasMemo;
+  // The head repeats the name: with the file's own name it is two against one.
   if (FoldedName(table.name) != FoldedName(context.name) && FoldedName(headName(block)) == FoldedName(context.name)) {
     data.damage("its description names the table " + table.name);
     table.name = context.name;
     state.records.block = TableBlock(table);
   }
+  // All records are looked at before one is changed: by a wrong description a repair would empty field after field.
   const Fit fit = FitOf(table, files, state, context.texts);
   if (fit.misfits == 0) return meaning;
   if (!fit.isLikely) {
@@ -118,6 +121,7 @@ TableMeaning CheckTable(const TableContext& context, const DatabaseFiles& files,
     const std::span<const char> record = SavedRecord(files.data.bytes(), state.records, place);
     const auto faults = CheckRecord(table.fields, record, context.texts, &mended);
     if (faults.empty()) continue;
+    // Fields that are missing come in empty, by which a record may get longer than any can be: it stays as it is then.
     const bool fits = mended.size() <= kLargestRecord;
     for (const FieldFault& fault : faults) {
       if (!fits) lasting.damage(fault.words, number);

@@ -31,6 +31,7 @@ DataDirectory::File fileOf(const std::string& path) {
 
 // What has been read when the file ends early is all there is: it may shrink while it is read.
 void readPieces(int file, std::size_t wanted, RawFile& raw, const std::function<void(std::size_t)>& readSome) {
+  // Not zeroed before: that would write up to 256 MB twice.
   raw.memory.reset(new char[wanted]);
   while (raw.length < wanted) {
     const ssize_t n = fileSystem.read(file, raw.memory.get() + raw.length, std::min(kPiece, wanted - raw.length));
@@ -71,6 +72,7 @@ RawFile DataDirectory::read(const std::string& name, std::size_t limit,
                             const std::function<void(std::size_t)>& readSome) const {
   RawFile raw;
   struct stat found;
+  // Since the listing the name may have become a link, or a pipe whose opening would wait for its writer.
   const int file = OpenFile(pathOf(name).c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
   if (file < 0 || ::fstat(file, &found) != 0) {
     raw.error = std::strerror(errno);

@@ -46,6 +46,7 @@ std::string refusalFor(const DataDirectory& directory, const std::string& name, 
 
 // The first of the table's indexes whose entries are not made of its fields: other fields may fit the records as well.
 std::string indexOfOtherFields(const DataDirectory& directory, const CheckedTable& table) {
+  // By the files' own headers: the catalogue may be as damaged as the description.
   for (const auto& [name, file] : directory.files()) {
     if (FileHeaderOf(directory.read(name, kHeaderSize).bytes()).Type != kIndexDatabase) continue;
     CheckedDatabase index;

@@ -37,6 +37,7 @@ DirectoryReport CheckDirectory(const std::string& directory, const CheckOptions&
 DirectoryReport RepairDirectory(const std::string& directory, const CheckOptions& options) {
   DirectoryReport repaired = Inspection(directory, options, true).run();
   if (!repaired.changed) return repaired;
+  // A second look tells what the files are like now, not what the repair believes to have done.
   DirectoryReport left = CheckDirectory(directory, options);
   std::vector<Problem> problems = std::move(repaired.problems);
   for (Problem& problem : left.problems)
@@ -48,6 +49,7 @@ DirectoryReport RepairDirectory(const std::string& directory, const CheckOptions
   left.inUse = false;  // who has come since has not kept anything from being repaired
   left.refused = left.refused || repaired.refused;
   left.copies = std::move(repaired.copies);
+  // What is lost the first walk alone can tell: repaired files lack nothing.
   left.lostRecords = repaired.lostRecords;
   left.lostValues = repaired.lostValues;
   left.lostDatabases = repaired.lostDatabases;

@@ -6,6 +6,7 @@ namespace vorne {
 
 namespace {
 
+// A file that cannot be read is listed with zeros: a list must not end where the damage begins.
 DatabaseReport listedDatabase(const DataDirectory& directory, const DatabaseHdrType& entry) {
   DatabaseReport report;
   report.entry = entry;

@@ -13,6 +13,7 @@ namespace vorne {
 
 namespace {
 
+// No status by which the runtime itself ends a process: after a fatal error that is 0.
 constexpr int kRecovered = 42;  // the exit status of a child that could finish the interrupted changes
 
 }  // namespace
@@ -20,6 +21,7 @@ constexpr int kRecovered = 42;  // the exit status of a child that could finish 
 // In a process of its own: it works through the mapped files, which end the process where they cannot go on.
 bool FinishInterruptedChanges(const std::string& path) {
   if (path.size() >= sizeof wcDir) return false;
+  // What waits in the buffers would be printed once more by a child that the runtime ends.
   std::fflush(nullptr);
   const pid_t child = ::fork();
   if (child == 0) {

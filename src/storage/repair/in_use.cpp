@@ -11,6 +11,8 @@ namespace vorne {
 
 namespace {
 
+// There is no asking without taking: the lock is held for an instant, and goes when the file is closed. A file system
+// without locks refuses in another way, which is no sign of a program.
 bool isHeld(const std::string& path) {
   const int file = OpenFile(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
   if (file < 0) return false;

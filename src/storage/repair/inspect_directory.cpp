@@ -19,6 +19,8 @@ DirectoryReport Inspection::run() {
   std::optional<HeldDirectory> held;
   if (repairs_) held.emplace(directory_.path());
   if (repairs_) BeginCopies();
+  // Changes under way come first: a file in the middle of one looks damaged, and its journal puts it right without
+  // loss.
   interrupted_ = InterruptedChanges(directory_.path().c_str());
   if (repairs_ && !interrupted_.empty()) finishInterrupted();
   for (const auto& [name, file] : directory_.files()) progress_.allBytes += file.size;
@@ -33,6 +35,7 @@ DirectoryReport Inspection::run() {
 // What cannot be finished is left alone: taken for damage, half of the change would become lasting.
 void Inspection::finishInterrupted() {
   for (const std::string& name : interrupted_)
+    // The journal puts them right in place: without a copy made before it, nothing could take a wrong journal back.
     for (const std::string& file : {name, OffsetsName(name)})
       if (!changes_.keep(file)) return;
   report_.changed = true;
@@ -48,6 +51,7 @@ void Inspection::checkCatalog() {
   if (isInterrupted(kCatalogName) || !isReadable(kCatalogName, catalog_)) return;
   Findings findings(kCatalogName);
   state_ = CheckCatalog(directory_, catalog_, findings, report_);
+  // Before the databases: a repair that is cut off later leaves a catalogue that names all of them.
   const bool repaired = repairs_ && state_.rewrite && changes_.replace(kCatalogName, RepairedCatalog(catalog_, state_));
   findings.tell(report_, repaired);
   if (repairs_)

@@ -42,6 +42,7 @@ std::optional<CheckedTable> Inspection::readTable(const std::string& name) {
   return CheckedTable{std::move(*database), std::move(*meaning.description)};
 }
 
+// Table by table: a table is read once however many indexes it has, and is let go before the next one.
 void Inspection::checkIndexes() {
   for (const auto& [described, name] : tables_) {
     const auto isOf = [&described = described](const FoundIndex& index) {
@@ -66,6 +67,7 @@ void Inspection::checkIndex(const CheckedTable& table, const FoundIndex& found) 
   Findings findings(found.name);
   CheckIndex(table, *index, told, findings);
   if (findings.sound()) return;
+  // No key can be made of the fields that it names: the entries may still tell which ones were meant.
   if (KeyRoom(fields, found.told->keyFields) == 0) {
     const auto made = KeyOfEntries(table, *index);
     if (made) told.keyFields = *made;

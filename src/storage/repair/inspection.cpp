@@ -35,6 +35,7 @@ RawFile Inspection::read(const std::string& name) {
 // False for what cannot be looked at, which stands in the report then.
 bool Inspection::isReadable(const std::string& name, const RawFile& file) {
   if (file.error.empty()) return true;
+  // Beside a program files come and go: one that has gone since the listing is no refusal of the system.
   const bool isGone = ::access(directory_.pathOf(name).c_str(), F_OK) != 0 && errno == ENOENT;
   report_.refused = report_.refused || !isGone;
   report_.problems.push_back(
@@ -75,6 +76,7 @@ void Inspection::checkDatabase(const DatabaseHdrType& entry) {
   const std::string name = NameOf(entry), offsetsName = OffsetsName(name);
   const FileKind offsetsKind = kindOfOffsets(name);
   const DatabaseFiles files = readDatabase(name);
+  // What is half-way in a change is left to its journal: repaired as it stands, the half would become lasting.
   if (isInterrupted(name) || !isReadable(name, files.data) || !isReadable(offsetsName, files.offsets)) return;
 
   Findings data(name), offsets(offsetsName), lasting(name);
@@ -211,6 +213,7 @@ void Inspection::checkOrphans() {
   for (const auto& [folded, gone] : gone_) {
     Findings findings(gone.name);
     std::string remains;
+    // What is put away is named with the table: whoever mends it by hand finds it among the copies.
     for (const std::string& file : gone.remains) remains += (remains.empty() ? "; put away with it: " : ", ") + file;
     findings.damage((gone.records ? Message("the table is gone; %s tells of %llu records", gone.witness.c_str(),
                                             static_cast<unsigned long long>(*gone.records))

@@ -4,6 +4,8 @@ namespace vorne {
 
 namespace {
 
+// Data holds the two bytes of the marks by chance, and now and then a length before them that leads to two more. Three
+// in a row it hardly makes.
 constexpr int kReliable = 3;
 
 bool recordsFollow(FileBytes bytes, std::uint64_t place, std::uint64_t limit) {
@@ -31,6 +33,8 @@ std::span<const char> SavedRecord(FileBytes bytes, const Records& records, std::
   return bytes.subspan(std::size_t{place} + kRecordHeaderSize, SavedHeader(bytes, records, place).RecordLen);
 }
 
+// A used length that cannot be is taken for all of the space: bytes too many can be cut off by hand, bytes left out are
+// gone.
 RecordHeader Mended(RecordHeader header, std::uint32_t space) {
   const bool fits = header.RecordLen != 0 && header.RecordLen <= space;
   return {fits ? header.RecordLen : static_cast<std::uint16_t>(space), static_cast<std::uint16_t>(space),
@@ -41,6 +45,8 @@ bool IsEmptyHeader(FileBytes bytes, std::uint64_t place) {
   return BytesBehind(bytes, place) >= kRecordHeaderSize && Load<std::uint64_t>(bytes.data() + place) == 0;
 }
 
+// Unlike IsRecord it demands the marks, since it is asked where nothing leads to the place. Records of early versions
+// have none: they count only where a neighbour leads to them.
 bool IsPlainRecord(FileBytes bytes, std::uint64_t place) {
   const RecordHeader header = HeaderAt(bytes, place);
   return IsMarked(header) && (header.RecordAttr & ~kKnownAttributes) == 0 && header.RecordLen != 0 &&
@@ -67,6 +73,7 @@ std::string HeaderWords(FileBytes bytes, std::uint64_t place) {
 }
 
 std::uint64_t FindRecords(FileBytes bytes, std::uint64_t from, std::uint64_t to, std::uint64_t limit) {
+  // At every byte, since nothing in a file is aligned. The marks go first: they throw out nearly every place.
   for (std::uint64_t place = from; place < to; ++place)
     if (IsMarked(HeaderAt(bytes, place)) && recordsFollow(bytes, place, limit)) return place;
   return to;

@@ -144,6 +144,7 @@ class ChainReader {
   std::uint32_t nextSlot() const { return slots_[slot_] == place_ ? slots_[slot_ + 1] : 0; }
 
   void step() {
+    // Asked first: what was begun and never finished may pass for a record of an early version.
     if (IsAbandoned(bytes_, place_)) return skipUnfinished();
     if (isSound()) return take(HeaderAt(bytes_, place_));
     if (const std::optional<RecordHeader> mended = mend()) {
@@ -225,6 +226,7 @@ class ChainReader {
   void skipHole() {
     const std::uint32_t index = indexBehind(place_);
     std::uint64_t target = index < slots_.size() ? slots_[index] : bytes_.size();
+    // Only between neighbours in the offsets file can no other record lie. Else what it passes over is searched.
     const bool neighbour = index < slots_.size() && target == nextSlot();
     std::uint32_t slot = index;
     if (!neighbour) {
@@ -276,6 +278,7 @@ class ChainReader {
     if (!file_.count || *file_.count > places.size())
       restore(std::stable_partition(unfinished.begin(), unfinished.end(),
                                     [this](std::uint32_t place) { return !IsRecord(bytes_, place); }));
+    // Whatever was counted had been finished before: then it is the marks that damage took.
     if (holes_ == 0 && file_.count == places.size() + unfinished.size()) {
       for (const std::uint32_t place : unfinished) {
         const RecordHeader header = HeaderAt(bytes_, place);
@@ -347,6 +350,7 @@ void FillGaps(Records& records) {
   for (const Gap& gap : records.gaps) known += gap.records;
   // What the counts tell beyond the gaps' own numbers is missing in the last one.
   if (records.lost > known) records.gaps.back().records += static_cast<std::uint32_t>(records.lost - known);
+  // From the last gap on: what is put in moves none of the places where the earlier ones are filled.
   for (auto gap = records.gaps.rbegin(); gap != records.gaps.rend(); ++gap) {
     std::vector<std::uint32_t> empty;
     for (std::uint32_t i = 0; i < gap->records; ++i) {

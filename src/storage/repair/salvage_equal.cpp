@@ -55,6 +55,8 @@ class EqualReader {
     if (file_.appInfoLen && isGood(bytes_, usual, told.stride) && leadsOn(told)) return withThoseBefore(told);
     if (file_.appInfoLen && file_.count.value_or(0) == 0 && file_.end.value_or(0) == usual) return {usual, 0};
     const std::uint64_t found = FindRecords(bytes_, kHeaderSize, bytes_.size(), bytes_.size());
+    // Each witness may be the damaged one: the first record's used length, its reserved space, end and count of the
+    // header, and sound records found anywhere. The grid on which most sound records lie wins.
     std::vector<Grid> grids{told, {usual, RecordSpan(header)}};
     if (file_.count.value_or(0) != 0 && file_.end > usual)
       grids.push_back({usual, static_cast<std::uint32_t>(std::min<std::uint64_t>((*file_.end - usual) / *file_.count,
@@ -130,6 +132,8 @@ class EqualReader {
            header.marca1 == 0 && header.marca2 == 0;
   }
 
+  // Programs take the first record's used length for the way from one record to the next: this one must be right even
+  // where its reserved space tells the same.
   bool isSound(std::uint64_t at) const {
     return isGood(bytes_, at, grid_.stride) && (at != grid_.first || HeaderAt(bytes_, at).RecordLen == space());
   }

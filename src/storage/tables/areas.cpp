@@ -18,6 +18,7 @@ int areaOfText(const char* alias) {
   return -1;
 }
 
+// Blank fields, no record: programs read fields without asking for the end, and must not see the last record's again.
 void enter(VORNE_RDD& area, bool atEnd, bool atBegin) {
   area.TBL_found = 0;
   area.TBL_eof = atEnd;

@@ -120,6 +120,7 @@ Obj_Node* __DBCREATE(Obj_Node* name, Obj_Node* structure, Obj_Node*) {
 
   const std::string memoName = capitals + kMemoSuffix;
   if (memo && DmFindDatabase(0, memoName.c_str()) != 0) __RuntimeError(3, kNotOpened);
+  // Told before anything is there: an error from here on takes back what has been made by then.
   const Making making(capitals);
   std::optional<Making> makingMemo;
   if (memo) makingMemo.emplace(memoName);
@@ -127,6 +128,7 @@ Obj_Node* __DBCREATE(Obj_Node* name, Obj_Node* structure, Obj_Node*) {
   if (__TBL_CreateOrOpen(capitals.c_str(), kTypeData, description.openMode, table) == nullptr ||
       (memo && !CreateMemoDB(capitals.c_str())))
     __RuntimeError(3, kNotOpened);
+  // The description last: what a kill leaves before it opens as no table, and goes when one of that name is made again.
   __TBL_CreateOrChangeMyAppInfo(table);
   ReleaseTable(table);
   return __INIT_BOOL(1);

@@ -140,6 +140,7 @@ bool makeFit(myAppInfoType& table, IDX_IndexesNames& index, bool behind) {
   std::string& why = leftOut[FoldedName(index.IDX_name)];
   why = Message("Índice %s não aberto: %s"_l1, index.IDX_name, WhyNotGrown(*index.IDX_dbRef->hFile).c_str());
   Logar(why.c_str());
+  // Marked, so that the next opening tries again; the table works without it until then.
   LeaveBehind(index.IDX_dbRef);
   return false;
 }
@@ -161,6 +162,7 @@ std::vector<std::string> IndexesOf(const char* table) {
   std::vector<std::string> names;
   const std::string owner = FoldedName(table);
   if (OpenCatalog() != errNone) return names;
+  // A damaged end must not lead out of the file.
   const auto end = static_cast<UInt32>(std::min(rwCatalog->szmap, rwCatalog->szallocated));
   for (UInt32 place = kHeaderSize; place + kCatalogEntrySize <= end; place += kCatalogEntrySize) {
     const DatabaseHdrType entry = CatalogEntryAt(place);
@@ -216,6 +218,7 @@ int AttachIndex(myAppInfoType& table, const std::string& name) {
     DetachIndex(table, number);
     return -1;
   }
+  // Readers beside the program hold the block's length against the key: it is put right once.
   if (told->keyLength != index.IDX_tam_max_key) __TBL_CreateOrChangeMyAppInfo(&table);
   return number;
 }

@@ -68,6 +68,7 @@ int __UseIndex(int number, const char* name) {
   VORNE_RDD* area = AreaAt(number);
   if (area == nullptr || name == nullptr) return -1;
   const int index = __GetIdxInd(number, name);
+  // One that was left out when the table was opened gets another try.
   if (index < 0) return AttachIndex(*area->TBL_appinfo, FoldedName(name));
   return __OpenIDX(number, index) ? index : -1;
 }

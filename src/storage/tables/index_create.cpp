@@ -134,6 +134,8 @@ int __TrataCriaIndice(int number, const char* name, const std::uint32_t* keyFiel
   ForgetOwner(db);
   const int index = AddIndex(table, capitals.c_str(), db, key);
   __TBL_CreateOrChangeMyAppInfo(&table);
+  // The block before the entries: killed between the two, it is an index with too few of them, which the next opening
+  // makes anew. Without a block it would be nobody's.
   PopulateIndex(number, index);
   ForEachAreaOf(table.TBL_dbRef, [&](int other, VORNE_RDD& shared) {
     if (other != number && __GetIdxInd(other, capitals.c_str()) < 0) AttachIndex(*shared.TBL_appinfo, capitals);
@@ -170,6 +172,7 @@ Obj_Node* __DBDROPINDEX(Obj_Node* name, Obj_Node* alias) {
   myAppInfoType& table = *AreaAt(number)->TBL_appinfo;
   // One that was left out, for want of space most of all, goes like any other.
   if (__GetIdxInd(number, capitals.c_str()) < 0 && !isLeftOut(table, capitals)) return __INIT_BOOL(0);
+  // Every area lets go of it first: deleting a database closes the areas that still have it.
   ForEachAreaOf(table.TBL_dbRef, [&](int other, VORNE_RDD& area) {
     const int index = __GetIdxInd(other, capitals.c_str());
     if (index < 0) return;

@@ -16,6 +16,8 @@ namespace vorne {
 
 namespace {
 
+// Looking at every entry would hold up each opening of a large table. What a sample misses is noticed when a walk or a
+// search comes by.
 constexpr UInt32 kMostLookedAt = 4096;
 
 bool hasPlace(const Entries& entries, UInt32 place, DmOpenRef table, EntryMaker& maker, char* expected) {
@@ -40,6 +42,7 @@ void lookAt(UInt32 count, Look look) {
 
 std::vector<char> EntriesOfTable(DmOpenRef table, EntryMaker& maker) {
   const UInt32 count = DmNumRecords(table);
+  // Found out before memory is taken for what no file could hold.
   if (std::uint64_t{count} * (maker.size() + kRecordHeaderSize) > kLargestFile) GrowthFailure(*table->hFile);
   std::vector<char> entries(count * maker.size());
   char* at = entries.data();

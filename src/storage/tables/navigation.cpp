@@ -127,12 +127,14 @@ int ReadData(int number, Boolean through, int position, int direction) {
   if (count == 0 || (through && order != nullptr && DmNumRecords(order->IDX_dbRef) == 0)) return notFound(*area);
   area->TBL_found = 0;
   const bool hides = direction != 0 && HidesDeleted(), byOrder = through && order != nullptr;
+  // Counting the order's records has put in what waited: only now it shows whether that fitted.
   if (byOrder && IsBehind(order->IDX_dbRef)) MendIndex(*area->TBL_appinfo, *order);
   bool mended = false;
   // The table's count bounds the walk through an index too.
   for (; position >= 0 && position < count; position += direction) {
     if (byOrder && !mended && !isSoundAt(number, *order, position, direction)) {
       position = placeAfterMending(*area, *order, position, direction);
+      // Once a walk: what does not fit an index just made anew is no damage of the index.
       mended = true;
     }
     if (byOrder && direction != 0) fetchAhead(*area, *order, position, direction);
@@ -197,6 +199,7 @@ Obj_Node* __AbortEdit(Obj_Node* alias) {
   const int number = AreaNumber(alias);
   VORNE_RDD& area = *AreaAt(number);
   area.TBL_append = area.TBL_fieldchanged = 0;
+  // The record is loaded once more: the buffer has lost what it held before the edit.
   if (area.TBL_recpos < 0 || !__TBL_GetLastData(number, area.TBL_recpos)) EnterNotFound(area);
   return __INIT_NIL();
 }

@@ -29,6 +29,7 @@ int freeArea() {
 
 void freeArea(int area) {
   VORNE_RDD* rdd = AreaSlot(area);
+  // Out of the list before anything of it is let go: nothing that closing calls may find half an area.
   AreaSlot(area) = nullptr;
   // It may have changed records that stand in the buffers of other areas.
   ForEachAreaOf(DatabaseOf(*rdd), [](int, VORNE_RDD& other) { DoubtKeys(other); });

@@ -75,6 +75,7 @@ class Search {
   }
 
  private:
+  // Once a search: an index that is still wrong when it was made anew would be made anew for ever.
   bool isFirstDamage() { return !std::exchange(mended_, true); }
   void mendAndRun() {
     MendIndex(*area_.TBL_appinfo, order_);

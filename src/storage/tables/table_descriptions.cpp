@@ -66,6 +66,7 @@ std::span<const char> BlockOf(DmOpenRef db) {
   const FileHeader header = HeaderOf(*db->hFile);
   const std::span<const char> used = UsedBytes(*db->hFile);
   if (used.size() < kHeaderSize) return {};
+  // A damaged length must not lead out of what is used.
   return used.subspan(kHeaderSize, std::min<std::size_t>(header.AppInfoLen, used.size() - kHeaderSize));
 }
 

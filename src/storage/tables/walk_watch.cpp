@@ -13,6 +13,8 @@ static_assert((kSlots & (kSlots - 1)) == 0);
 bool WalkWatch::noteFirst(UInt32 record) {
   first_.resize(kSlots);
   const std::uint64_t wanted = std::uint64_t{walk_} << 32 | record;
+  // Half of the slots stay free, so that every search ends. Those of earlier walks count as free too: a new walk clears
+  // nothing.
   for (UInt32 slot = record * 0x9E3779B1u % kSlots;; slot = (slot + 1) % kSlots) {
     if (first_[slot] == wanted) return false;
     if (first_[slot] >> 32 == walk_) continue;

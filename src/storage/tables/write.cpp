@@ -39,6 +39,7 @@ const std::string& recordBytes(VORNE_RDD& area, std::size_t least, Boolean hostO
   static std::string bytes;
   const Fields fields = FieldsOf(area);
   const std::size_t size = StoredSize(fields, area.TBL_buff);
+  // A record that gets shorter keeps its length, so that nothing behind it has to move.
   bytes.resize(std::max(size, least));
   if (size == 0 || bytes.size() > kLargestRecord) __RuntimeError(3, kCannotBeStored);
   StoreFields(fields, area.TBL_buff, bswapnum && !hostOrder, bytes.data(), bytes.size());
@@ -51,6 +52,7 @@ bool replaceRecord(VORNE_RDD& area, Boolean dirty, Boolean hostOrder) {
   const std::size_t old = BytesOf(db, position).size();
   if (old == 0) return false;
   const std::string& bytes = recordBytes(area, old, hostOrder);
+  // Before the record is stored: the entries to be taken out are made of what it holds now.
   EntryChanges entries(area, area.TBL_recposition, hostOrder);
   if (!StoreRecord(db, position, bytes, dirty)) return false;
   entries.recordStored(area.TBL_recposition);

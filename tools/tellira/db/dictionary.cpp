@@ -106,6 +106,7 @@ void Dictionary::demandFiles(const StoredDatabase& database, Use use) const {
     demandOwnFiles(*memo, use);
   for (const StoredDatabase* index : stored_.indexesOf(database.name)) demandOwnFiles(*index, use);
   for (const StoredDatabase& other : databases())
+    // One whose head could not be read may be this table's index.
     if (!other.failure.empty()) demandOwnFiles(other, Use::kReads);
 }
 

@@ -99,6 +99,8 @@ std::vector<ControlFieldTBL> parsedFields(const std::vector<std::string>& texts)
       refuse(std::string("there are two fields ") + added.FieldName, "give each field a name of its own");
     if (std::string_view(added.FieldName) == kDeletionField)
       refuse(std::string("the name ") + kDeletionField + " is every table's own mark", "take another one");
+    // By the longest that each field can get: a record that could not be stored would be found out only at the cash
+    // desk.
     record += added.FieldType == TBLSTRING ? static_cast<std::size_t>(added.FieldLen) + 1 : 8;
   }
   vorne::TableDescription description;

@@ -102,6 +102,7 @@ constexpr const char* kWindowsCharacters[32] = {"€", "",  "‚", "ƒ", "„", 
 std::string storeDate(std::string_view cell, char* at) {
   double value = 0;
   if (!cell.empty() && !readDate(cell, value)) return "is not a date.\n  next: write it like 2004-03-17, or nothing.";
+  // It would come back as no date at all.
   if (!cell.empty() && value == 0)
     return "cannot be stored: this day stands for the empty date.\n  next: leave it empty.";
   std::memcpy(at, &value, sizeof value);
@@ -212,6 +213,7 @@ std::string ValueReader::storeNumber(const ControlFieldTBL& field, std::string_v
            "  next: write it like 1234.50.";
   }
   const int decimals = field.FieldDecLen;
+  // Judged by how it is written first: a long number with few decimals may be a double that is a little off them.
   if (!isWrittenWithin(text, decimals) && !isHeldTo(decimals, value)) {
     if (!rules_.round)
       return "has more decimals than the field, which is " + typeText(field) +
@@ -259,6 +261,8 @@ void appendNumber(std::string& to, int decimals, double value) {
   std::size_t length = fixedText(text, value, decimals);
   double again = 0;
   std::from_chars(text, text + length, again);
+  // A value with more decimals than its field, as programs store them, is written in full: what is exported is the same
+  // when it comes back.
   if (again != value) length = static_cast<std::size_t>(std::to_chars(text, text + kLongestNumber, value).ptr - text);
   to.append(text, length);
 }

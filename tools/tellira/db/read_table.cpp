@@ -58,6 +58,7 @@ void forEachRecord(vorne::TableReader& table, const std::function<void(const vor
   vorne::StoredRows rows;
   std::vector<std::uint32_t> positions(kRecordsAtOnce);
   std::iota(positions.begin(), positions.end(), 0U);
+  // The count is not asked before: a program may append meanwhile, and the first position beyond the end ends it.
   while (takeRecords(table, positions, row, rows, take))
     for (std::uint32_t& position : positions) position += kRecordsAtOnce;
 }

@@ -33,6 +33,7 @@ class TableOutput : public SqlOutput {
   void end() override { flush(); }
 
  private:
+  // Enough for most answers to be seen as a whole; a larger one begins to show, and is not kept in memory.
   static constexpr std::size_t kRowsForWidths = 1000;
 
   // A line break or an escape sequence in a text must not leave its cell.

@@ -54,6 +54,7 @@ TableLoader::TableLoader(TableSession& session, const Dictionary::Table& table, 
 std::string TableLoader::storeMemo(std::size_t field, std::string_view cell) {
   std::string problem;
   const std::string_view text = values_.memo(cell, problem);
+  // An empty memo takes no record: the field's 0 stands for it.
   if (!problem.empty() || text.empty()) return problem;
   if (load_.storeMemo(field, text)) return {};
   return "cannot be stored: the table's memo database is missing or damaged.\n  next: `tellira db check` tells.";

@@ -79,6 +79,7 @@ TableSession::TableSession(const std::string& directory)
   vorne::endProcessHook = failWithWords;
   std::error_code ignored;
   std::filesystem::create_directory(data_, ignored);
+  // A lock on the directory, which no program takes: tools keep each other out by it before one of them touches a file.
   lock_ = ::open(data_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (lock_ < 0)
     throw Failure(kUsage, data_ + " cannot be opened: " + std::strerror(errno) +

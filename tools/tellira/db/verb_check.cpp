@@ -152,6 +152,7 @@ int runCheck(const DbOptions& options, const CheckVerb& verb) {
     return kNo;
   }
   const DirectoryReport report = inspected(directory, verb.repair);
+  // A program may have begun while the user was being asked.
   if (verb.repair && report.inUse) refuseInUse(directory);
   if (verb.json)
     printJson(jsonOf(report));

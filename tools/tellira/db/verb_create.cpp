@@ -62,6 +62,7 @@ int runCreate(const DbOptions& group, const CreateOptions& options) {
   const std::string name = checkedTableName(options.table, fields);
   TableSession session(directory);
   const Dictionary dictionary(directory);
+  // Read and asked under the session's lock: another tool may have made one of that name a moment ago.
   refuseTaken(dictionary, name);
   refuseTaken(dictionary, name + vorne::kMemoSuffix);
   const Obj_Node* made = __DBCREATE(__INIT_CHARPTR(name.c_str()), structureOf(fields));

@@ -106,6 +106,7 @@ int runExport(const DbOptions& group, const ExportOptions& options) {
       std::find_if(kFormats.begin(), kFormats.end(), [&](const Format& known) { return options.format == known.name; });
   return reading([&] {
     vorne::TableReader reader(directory, table.name);
+    // Behind the reader: a table that cannot be read leaves no file.
     OutputFile output(options.file, directory + vorne::kDataDirectory);
     Exporter exporter(reader, *format, {options.deleted, false, separatorIn(options.separator)}, output);
     exporter.run(order);

@@ -118,6 +118,7 @@ std::string leftEmpty(const Dictionary::Table& table, const std::vector<std::siz
 /// @throws Failure for the first row that cannot be stored
 void load(CsvReader& reader, TableLoader& loader, std::uint64_t size) {
   Progress progress;
+  // A read that waits for a pipe has to come back when the user wants to end.
   const Interrupts interrupts(Interrupts::kReturns);
   while (reader.next()) {
     const std::string problem = loader.add(reader.cells());
@@ -126,6 +127,7 @@ void load(CsvReader& reader, TableLoader& loader, std::uint64_t size) {
     progress.show(counted(loader.added(), "row"), reader.bytes(), size);
     if (Interrupts::asked()) throw Failure(kNo, "interrupted at " + reader.place() + ".");
   }
+  // Ctrl-C ends whatever writes into the pipe as well: what looks like the end of the rows is only where that came to.
   if (Interrupts::asked()) throw Failure(kNo, "interrupted at the end of " + reader.name() + ".");
   loader.finish();
 }
@@ -154,6 +156,8 @@ int runImport(const DbOptions& group, const ImportOptions& options) {
   const InputFile input(options.file);
   const Dictionary::Table table = Dictionary(directory).table(options.table, Use::kWrites);
   CsvReader reader(input.file(), input.name(), separatorIn(options.separator));
+  // Before the session: the first line may be long in coming through a pipe, and a mistake in it must not hold up
+  // another tool.
   const std::vector<std::size_t> columns = readHeader(reader, table, rules.encoding != Encoding::kUtf8);
   TableSession session(directory);
   TableLoader loader(session, table, columns, rules);

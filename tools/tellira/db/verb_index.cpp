@@ -82,6 +82,7 @@ int runCreate(const DbOptions& group, const IndexOptions& options) {
   std::vector<std::uint32_t> fields;
   for (const IDX_Indexes& part : keyFields(table, options.fields)) fields.push_back(part.KeyField);
   TableSession session(directory);
+  // Read anew under the session's lock: another tool may have made one of that name a moment ago.
   refuseTaken(Dictionary(directory), name);
   std::optional<Working> going("making the index " + name + " of " + shown(table.name));
   const int area = session.open(table.name);

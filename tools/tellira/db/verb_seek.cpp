@@ -108,6 +108,7 @@ std::optional<std::uint32_t> firstSeen(vorne::TableReader& table, const vorne::K
   vorne::StoredRows rows;
   for (std::size_t entry = 0; entry < list.count(); ++entry) {
     const std::uint32_t position = list.position(entry);
+    // One by one and without memo texts: the first or second record is nearly always the one.
     table.read({&position, 1}, false, rows);
     if (rows.places.empty()) continue;
     row.load(rows, 0);

@@ -79,6 +79,7 @@ void CsvReader::settleSeparator(std::string_view text) {
       return c == separator && !quoted;
     });
   };
+  // Where none occurs, and among equals, the first of them counts: the comma.
   separator_ =
       *std::max_element(kSeparators.begin(), kSeparators.end(), [&](char a, char b) { return count(a) < count(b); });
 }
@@ -158,6 +159,8 @@ void CsvReader::takeCells() {
 bool CsvReader::next() {
   if (nextLine_ == 1 && line_ == 0) begin();
   for (;;) {
+    // A row that the buffer cuts is scanned again from its beginning: that is rare, and keeping the state of a scan
+    // would cost every row.
     while (scanRow() == Scan::kNeedsMore) fill();
     if (at_ == end_ && atEnd_) return false;
     // Not even quotes: "" is a row with one empty cell.

@@ -17,6 +17,7 @@ Interrupts::Interrupts(Reading reading, Second second) {
   wait.sa_flags = static_cast<int>((second == kEnds ? SA_RESETHAND : 0) | (reading == kGoesOn ? SA_RESTART : 0));
   for (std::size_t i = 0; i < kSignals.size(); ++i) {
     ::sigaction(kSignals[i], nullptr, &before_[i]);
+    // Whoever started the tool without these signals, as in the background, wants it to go on.
     if (before_[i].sa_handler != SIG_IGN) ::sigaction(kSignals[i], &wait, nullptr);
   }
 }

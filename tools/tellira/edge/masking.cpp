@@ -47,6 +47,8 @@ int registrationDigit(std::string_view digits) {
   return sum % 11 < 2 ? 0 : 11 - sum % 11;
 }
 
+// Of 14 digits there are more companies than cards, and a coupon's customer must be readable: what can be a
+// registration is not masked.
 bool isCompanyRegistration(std::string_view digits) {
   return registrationDigit(digits.substr(0, 12)) == valueOf(digits[12]) &&
          registrationDigit(digits.substr(0, 13)) == valueOf(digits[13]);
@@ -119,6 +121,8 @@ std::size_t printedCardGroups(std::span<const Group> groups) {
 }
 
 void maskRun(std::string& text, std::span<const Group> groups) {
+  // Most cards come in one piece or fill the whole run; only then parts of it are looked at, since a number may stand
+  // beside another one with a blank between.
   if (maskIfCard(text, groups)) return;
   while (!groups.empty()) {
     const std::size_t printed = printedCardGroups(groups);

@@ -107,6 +107,7 @@ void OutputFile::flush() {
 void OutputFile::finish() {
   flush();
   if (unfinished_.empty()) return;
+  // Closed before it takes the name: on some file systems a full disk shows only then.
   if (::close(file_) != 0 || std::rename(unfinished_.c_str(), path_.c_str()) != 0) {
     file_ = -1;
     fail(kEnded);

@@ -9,6 +9,7 @@ namespace fs = std::filesystem;
 
 std::string besideTool(const std::string& relative) {
   std::error_code error;
+  // By the running file, not by how it was called: a link to the tool finds the library that lies beside it.
   const fs::path self = fs::read_symlink("/proc/self/exe", error);
   return (self.parent_path() / relative).lexically_normal().string();
 }

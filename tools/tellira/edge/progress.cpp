@@ -14,6 +14,7 @@ namespace tool {
 
 namespace {
 
+// What is done within a second needs no line that comes and goes.
 constexpr auto kFirst = std::chrono::seconds(1);
 constexpr auto kBetween = std::chrono::milliseconds(200);
 constexpr std::size_t kUsualWidth = 80;

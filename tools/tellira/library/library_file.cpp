@@ -32,6 +32,7 @@ std::string readHead(const std::string& path, Head& head) {
   if (stat(path.c_str(), &about) != 0) {
     return errno == ENOENT ? path + " does not exist." : path + " cannot be reached: " + std::strerror(errno) + ".";
   }
+  // Asked before it is opened: a pipe would wait for its writer.
   if (!S_ISREG(about.st_mode)) return path + " is not a file.";
   const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (file < 0) return path + " cannot be read: " + std::strerror(errno) + ".";

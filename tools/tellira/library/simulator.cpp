@@ -36,6 +36,7 @@ bool isSimulator(const std::string& path) {
     file.read(piece.data(), static_cast<std::streamsize>(piece.size()));
     seen.append(piece.data(), static_cast<std::size_t>(file.gcount()));
     if (seen.find(kSwitch) != std::string::npos) return true;
+    // The name may lie across two pieces.
     seen.erase(0, seen.size() - std::min(seen.size(), kSwitch.size()));
   }
   return false;

@@ -146,9 +146,11 @@ Answer Worker::await(const Request& request, Clock::time_point deadline, const s
     const bool ended = waitpid(child_, &status, WNOHANG) == child_;
     if (ended) {
       child_ = -1;
+      // What it wrote just before its end still lies in the socket.
       pump(frames, mostFrame, answer.words, {});
     }
     const bool answered = readFrame(frames, answer);
+    // It printed before it answered: all of that is in the pipe by now, and belongs to this call.
     if (answered || ended) drainWords(answer.words);
     if (!answered && ended) {
       answer.ending = WIFSIGNALED(status) ? Ending::kSignalled : Ending::kExited;
@@ -184,6 +186,7 @@ void Worker::finish() {
   std::string unheard;
   while (child_ >= 0 && waitpid(child_, nullptr, WNOHANG) == 0) {
     if (Clock::now() >= deadline) kill(child_, SIGKILL);
+    // Read until then: a child that prints into a full pipe would never end.
     pump(unheard, 0, unheard, kTickAtEnd);
   }
   child_ = -1;

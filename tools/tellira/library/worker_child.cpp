@@ -93,6 +93,7 @@ void serveOne(const Library& library, const RequestHead& request, std::string& p
 }  // namespace
 
 void serveCalls(const std::string& library, const std::string& directory, int calls, int words) {
+  // A killed tool must not leave a child behind that keeps the devices to itself.
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   redirect(words);
   Library loaded;
@@ -100,9 +101,11 @@ void serveCalls(const std::string& library, const std::string& directory, int ca
   while (readAll(calls, &request, sizeof request)) {
     std::string parameter(request.parameterBytes, '\0');
     if (!readAll(calls, parameter.data(), parameter.size())) break;
+    // Loaded with the first call: what is missing can be told only as the answer to one.
     if (loaded.exec == nullptr) loaded = load(library, directory, calls);
     serveOne(loaded, request, parameter, calls);
   }
+  // So that the library is left as a host leaves it: what it closes at its end it closes here.
   std::exit(0);
 }
 

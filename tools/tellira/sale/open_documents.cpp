@@ -74,6 +74,7 @@ void OpenDocuments::send(const generated::Command& command, const std::vector<st
   fields_ = fields;
   line_ = line;
   for (std::size_t kind = 0; kind < kDocuments.size(); ++kind)
+    // From the sending on: a command that got no answer may have opened it all the same.
     if (matchesAny(kDocuments[kind].begins, command.name)) begin(kind);
 }
 
@@ -81,6 +82,7 @@ void OpenDocuments::answer(const std::vector<std::string>& fields) {
   const std::string_view name = command_->name;
   for (std::size_t kind = 0; kind < kDocuments.size(); ++kind) {
     const bool begins = matchesAny(kDocuments[kind].begins, name);
+    // A refused beginning opened nothing, a refused end left it open.
     if (isRefused(fields) ? begins : matchesAny(kDocuments[kind].ends, name)) end(kind);
   }
   if (name != kContinuation) return;

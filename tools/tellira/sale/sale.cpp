@@ -56,6 +56,7 @@ void Sale::run() {
       if (Interrupts::asked()) throw failureAt(script_, statement.place, kEnded, "interrupted before this line.");
       runStatement(statement);
     } catch (const Failure&) {
+      // What was printed before the failure belongs to the step that failed.
       if (!transcript_.steps().empty()) {
         transcript_.paper(tape_.newLines());
         transcript_.bad();
@@ -166,6 +167,7 @@ std::vector<std::string> Sale::send(const Statement& statement, const generated:
     bytes.push_back(fieldBytes(
         fields[i], script_.name + ":" + std::to_string(statement.place.line) + ": field " + std::to_string(i + 2)));
   }
+  // Noted before the call: what ends the process in it must be told as open too.
   open_.send(command, fields, statement.place.line);
   const Answer answer =
       worker_.call({0, parameterText(bytes, false), kOutBytes, false}, places_.timeout, std::string(command.name));

@@ -32,6 +32,7 @@ class Parser {
         const std::vector<Word> words = cut(i + 1);
         if (!words.empty()) line(words);
       } catch (const Failure& failure) {
+        // What the line would have set counts as set: one mistake must not be told again at every line that uses it.
         if (!script_.statements.empty()) keepTarget(script_.statements.back());
         if (++count <= kMostErrors) errors += (count == 1 ? "" : "\n") + std::string(failure.what());
       }

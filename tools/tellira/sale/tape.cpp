@@ -41,6 +41,7 @@ std::vector<std::string> Tape::newLines() {
   std::vector<std::string> lines;
   for (Roll& roll : rolls_) {
     const std::uint64_t size = sizeOf(roll.file);
+    // A file that got shorter is a new roll.
     std::uint64_t from = size < roll.seen ? 0 : roll.seen;
     roll.seen = size;
     if (size == from) continue;

@@ -60,6 +60,7 @@ std::string shownField(const std::string& field) {
 }
 
 void Transcript::begin(std::size_t line, const std::string& command, const std::vector<std::string>& fields) {
+  // Masked as it comes in: nothing that shows the steps later can forget it.
   steps_.push_back({line, maskCards(command), masked(fields), {}, {}, {}, true});
   if (!shown_ || command == "echo") return;
   const Step& step = steps_.back();

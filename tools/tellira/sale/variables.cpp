@@ -14,6 +14,7 @@ std::string digits(int value, std::size_t width) {
 }  // namespace
 
 Variables::Variables() {
+  // Taken once: a sale that runs over midnight has one date and time in all its lines.
   const std::time_t now = std::time(nullptr);
   std::tm local{};
   localtime_r(&now, &local);
