@@ -1,4 +1,8 @@
 // The record database through its own calls: what they answer, what they leave in the files, byte for byte.
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
 #include <gmock/gmock.h>
 #include <sys/mman.h>
 
@@ -94,6 +98,23 @@ TEST_F(Records, KindFollowsTheTypeAndNamesAreOneInAnyCase) {
   std::filesystem::remove(file("ORDEM"));
   EXPECT_EQ(DmFindDatabase(0, "ORDEM"), 0u);
   EXPECT_EQ(readFile(file("catalog.plm")).substr(20 + 2 * 88, 88), std::string(88, 0));
+}
+
+// An entry changes before its file does: who opens meanwhile must not take the backup's word for it.
+TEST_F(Records, ACatalogueInOtherHandsIsNotRestored) {
+  put(openStore("A", kTypeData), "one");
+  CloseCatalog();
+  const std::string whole = readFile(file("catalog.plm"));
+  for (const bool isHeld : {true, false}) {
+    writeFile(file("catalog.plm"), std::string(whole).replace(20, 1, "B"));
+    writeFile(file("catalog.bck"), whole);
+    const int other = open(file("catalog.plm").c_str(), O_RDONLY);
+    if (isHeld) flock(other, LOCK_SH);
+    EXPECT_EQ(OpenCatalog(), errNone);
+    EXPECT_EQ(readFile(file("catalog.plm"))[20], isHeld ? 'B' : 'A');
+    close(other);
+    CloseCatalog();
+  }
 }
 
 // A database without an offsets file leaves alone what has the name of one.
