@@ -47,7 +47,8 @@ std::string explained(const std::string& words) {
   const std::size_t at = words.rfind(kHead);
   int number = -1;
   if (at != std::string::npos) std::from_chars(words.data() + at + kHead.size(), words.data() + words.size(), number);
-  if (number < 0) return std::string(trimmed(words.substr(0, at)));
+  // The memory report behind a message is in "saida.txt", for who mends the program.
+  if (number < 0) return std::string(trimmed(words.substr(0, std::min(at, words.find("malloc-free=")))));
   std::string text = utf8FromLatin1(__GetAuxError(number));
   for (char& c : text)
     if (c == '\n') c = ' ';
