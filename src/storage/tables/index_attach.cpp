@@ -280,14 +280,6 @@ void MendIndex(myAppInfoType& table, IDX_IndexesNames& index) {
   RebuildIndex(table, index);
 }
 
-bool NamesOneRecord(const VORNE_RDD& area, const Entries& entries, int place, int direction) {
-  const auto at = static_cast<UInt32>(place), from = static_cast<UInt32>(place - direction);
-  if (at >= entries.count) return false;
-  const std::int32_t record = entries.record(at);
-  return record >= 0 && record < RecordCount(area) &&
-         (direction == 0 || from >= entries.count || entries.record(from) != record);
-}
-
 bool NamesLoadedRecord(const VORNE_RDD& area, const IDX_IndexesNames& index, const Entries& entries, int place) {
   return static_cast<UInt32>(place) < entries.count &&
          entries.keyLength() == static_cast<std::size_t>(index.IDX_tam_max_key) &&

@@ -36,7 +36,12 @@ bool RebuildIndex(myAppInfoType& table, IDX_IndexesNames& index);
 void MendIndex(myAppInfoType& table, IDX_IndexesNames& index);
 /// False when the entry at `place` names no record of the table, or the same one as the entry from which a walk in
 /// `direction` (0: none) came to it.
-bool NamesOneRecord(const VORNE_RDD& area, const Entries& entries, int place, int direction);
+inline bool NamesOneRecord(const Entries& entries, int records, int place, int direction) {
+  const auto at = static_cast<UInt32>(place), from = static_cast<UInt32>(place - direction);
+  if (at >= entries.count) return false;
+  const std::int32_t record = entries.record(at);
+  return record >= 0 && record < records && (direction == 0 || from >= entries.count || entries.record(from) != record);
+}
 /// False when the entry at `place`, through which the area's record has been loaded, has not that record's key.
 bool NamesLoadedRecord(const VORNE_RDD& area, const IDX_IndexesNames& index, const Entries& entries, int place);
 /// Opens an index of the list, should it be closed, and sees to it that it fits. False when it cannot be.

@@ -20,10 +20,9 @@ constexpr int kRecSizeSubcode = 7, kCannotBeStored = 8;
 
 WalkWatch walks[kWorkAreas];
 
-// The position of the record that entry `position` of the order names; -1 when there is no such entry.
-int recordOfEntry(const IDX_IndexesNames& order, int position) {
-  const std::span<const char> entry = BytesOf(order.IDX_dbRef, static_cast<UInt32>(position));
-  return entry.size() < sizeof(std::int32_t) ? -1 : Load<std::int32_t>(entry.data());
+// The position of the record that entry `position` names; -1 when there is no such entry.
+int recordOfEntry(const Entries& entries, int position) {
+  return static_cast<UInt32>(position) < entries.count ? entries.record(static_cast<std::size_t>(position)) : -1;
 }
 
 bool notFound(VORNE_RDD& area) {
@@ -32,10 +31,11 @@ bool notFound(VORNE_RDD& area) {
 }
 
 // A walk through an index goes to and fro in the table's file: the records that come next are asked for beforehand.
-void fetchAhead(const VORNE_RDD& area, const IDX_IndexesNames& order, int position, int direction) {
+// Inlined: the compiler takes a call that only asks for bytes for one without effect, and leaves it out.
+[[gnu::always_inline]] inline void fetchAhead(const VORNE_RDD& area, const Entries& entries, int position,
+                                              int direction) {
   constexpr int kRecordsAhead = 2, kSlotsAhead = 6;
   const OpenStruct& table = *DatabaseOf(area);
-  const Entries entries = EntriesOf(*order.IDX_dbRef);
   const auto slotOf = [&](int ahead) -> const char* {
     const std::int64_t place = std::int64_t{position} + ahead * direction;
     if (place < 0 || place >= entries.count) return nullptr;
@@ -51,15 +51,14 @@ void fetchAhead(const VORNE_RDD& area, const IDX_IndexesNames& order, int positi
   }
 }
 
-// False when the walk through the order shows at `position` that not every record has one entry.
-bool isSoundAt(int number, const IDX_IndexesNames& order, int position, int direction) {
-  const VORNE_RDD& area = *AreaAt(number);
-  const Entries entries = EntriesOf(*order.IDX_dbRef);
-  if (!NamesOneRecord(area, entries, position, direction)) return false;
+// False when the walk through the order of a table of `count` records shows at `position` that not every record has one
+// entry.
+bool isSoundAt(int number, DmOpenRef order, const Entries& entries, int count, int position, int direction) {
+  if (!NamesOneRecord(entries, count, position, direction)) return false;
   if (direction == 0 || entries.count <= kMostCounted) return true;
   WalkWatch& walk = walks[number];
   const auto record = static_cast<UInt32>(entries.record(static_cast<std::size_t>(position)));
-  if (walk.isNew(order.IDX_dbRef, DmNumRecords(DatabaseOf(area)), position, direction, record)) return true;
+  if (walk.isNew(order, static_cast<UInt32>(count), position, direction, record)) return true;
   if (NamesARecordTwice(entries, entries.count)) return false;
   walk.trust();
   return true;
@@ -70,13 +69,6 @@ int placeAfterMending(VORNE_RDD& area, IDX_IndexesNames& order, int position, in
   const bool goesOn = direction != 0 && order.IDX_recID == position - direction && area.TBL_recpos >= 0;
   MendIndex(*area.TBL_appinfo, order);
   return goesOn ? PlaceOfRecord(*area.TBL_appinfo, order, area.TBL_recpos) + direction : position;
-}
-
-// Loads what stands at `position` of the order (null: of the table).
-bool loadAt(int number, IDX_IndexesNames* order, bool through, int position) {
-  if (order != nullptr) order->IDX_recID = position;
-  const int record = through && order != nullptr ? recordOfEntry(*order, position) : position;
-  return record >= 0 && __TBL_GetLastData(number, record);
 }
 
 int placeNow(int number) {
@@ -132,13 +124,20 @@ int ReadData(int number, Boolean through, int position, int direction) {
   bool mended = false;
   // The table's count bounds the walk through an index too.
   for (; position >= 0 && position < count; position += direction) {
-    if (byOrder && !mended && !isSoundAt(number, *order, position, direction)) {
-      position = placeAfterMending(*area, *order, position, direction);
-      // Once a walk: what does not fit an index just made anew is no damage of the index.
-      mended = true;
+    int record = position;
+    if (byOrder) {
+      Entries entries = EntriesOf(*order->IDX_dbRef);
+      if (!mended && !isSoundAt(number, order->IDX_dbRef, entries, count, position, direction)) {
+        position = placeAfterMending(*area, *order, position, direction);
+        // Once a walk: what does not fit an index just made anew is no damage of the index.
+        mended = true;
+        entries = EntriesOf(*order->IDX_dbRef);
+      }
+      if (direction != 0) fetchAhead(*area, entries, position, direction);
+      record = recordOfEntry(entries, position);
     }
-    if (byOrder && direction != 0) fetchAhead(*area, *order, position, direction);
-    if (!loadAt(number, order, through, position)) return notFound(*area);
+    if (order != nullptr) order->IDX_recID = position;
+    if (record < 0 || !__TBL_GetLastData(number, record)) return notFound(*area);
     if (!hides || !IsMarkedDeleted(FieldsOf(*area), area->TBL_buff)) return 1;
   }
   EnterEnd(*area, direction > 0);

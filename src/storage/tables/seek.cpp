@@ -85,7 +85,8 @@ class Search {
   // An entry that is written over with its neighbour's bytes is missing right there.
   bool isBesideDouble(int place) const {
     const auto isSound = [&](int one, int direction) {
-      return one < 0 || one >= static_cast<int>(entries_.count) || NamesOneRecord(area_, entries_, one, direction);
+      return one < 0 || one >= static_cast<int>(entries_.count) ||
+             NamesOneRecord(entries_, RecordCount(area_), one, direction);
     };
     return !isSound(place, -1) || !isSound(place - 1, 1);
   }
@@ -93,7 +94,8 @@ class Search {
   void take(UInt32 place, bool found) {
     order_.IDX_recID = static_cast<std::int32_t>(place);
     const std::int32_t record = place < entries_.count ? entries_.record(place) : -1;
-    if (!NamesOneRecord(area_, entries_, static_cast<int>(place), -1) && isFirstDamage()) return mendAndRun();
+    if (!NamesOneRecord(entries_, RecordCount(area_), static_cast<int>(place), -1) && isFirstDamage())
+      return mendAndRun();
     if (record < 0 || !__TBL_GetLastData(number_, record)) return EnterNotFound(area_);
     if (!NamesLoadedRecord(area_, order_, entries_, static_cast<int>(place)) && isFirstDamage()) return mendAndRun();
     area_.TBL_found = found;

@@ -23,21 +23,13 @@ bool WalkWatch::noteFirst(UInt32 record) {
   }
 }
 
-bool WalkWatch::noteBit(UInt32 record) {
-  std::uint64_t& word = bits_[record / 64];
-  const std::uint64_t bit = std::uint64_t{1} << record % 64;
-  const bool isNew = (word & bit) == 0;
-  word |= bit;
-  return isNew;
-}
-
 void WalkWatch::keepBits() {
   bits_.assign(count_ / 64 + 1, 0);
   for (const std::uint64_t slot : first_)
     if (slot >> 32 == walk_) noteBit(static_cast<UInt32>(slot));
 }
 
-bool WalkWatch::isNew(DmOpenRef index, UInt32 count, int place, int direction, UInt32 record) {
+bool WalkWatch::isNewToo(DmOpenRef index, UInt32 count, int place, int direction, UInt32 record) {
   if (index != index_ || direction != direction_ || place != last_ + direction || count != count_) {
     if (index != index_) trusted_ = 0;
     index_ = index;

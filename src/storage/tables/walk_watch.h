@@ -17,14 +17,26 @@ class WalkWatch {
   /// The walk has come to `place` of `index`, an index of a table of `count` records; `record` (below `count`) stands
   /// there. False when the walk has met that record before: either the index names it twice, or a change of its key has
   /// carried it ahead of the walk.
-  bool isNew(DmOpenRef index, UInt32 count, int place, int direction, UInt32 record);
+  bool isNew(DmOpenRef index, UInt32 count, int place, int direction, UInt32 record) {
+    const bool goesOn = index == index_ && direction == direction_ && place == last_ + direction && count == count_;
+    if (!goesOn || trusted_ > 0 || bits_.empty()) return isNewToo(index, count, place, direction, record);
+    last_ = place;
+    return noteBit(record);
+  }
   /// The index proved sound: nothing more is asked for as many steps as it has entries, so that a walk that carries
   /// every record ahead does not have it looked through at each.
   void trust() { trusted_ = count_; }
 
  private:
   bool noteFirst(UInt32 record);
-  bool noteBit(UInt32 record);
+  bool noteBit(UInt32 record) {
+    std::uint64_t& word = bits_[record / 64];
+    const std::uint64_t bit = std::uint64_t{1} << record % 64;
+    const bool isNew = (word & bit) == 0;
+    word |= bit;
+    return isNew;
+  }
+  bool isNewToo(DmOpenRef index, UInt32 count, int place, int direction, UInt32 record);
   void keepBits();
 
   DmOpenRef index_ = nullptr;
