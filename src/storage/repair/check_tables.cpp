@@ -58,9 +58,10 @@ void checkUndescribed(const TableContext& context, const DatabaseFiles& files, c
     lasting.damage("nothing can be read of it; if it was a table, " + howToDescribe(context.name));
   else if (isEmpty)
     lasting.note("it has no records and no table's description; if it was a table, " + howToDescribe(context.name));
+  // What stands there may be what a program that has records only tells of them, whether it has any just now or not.
   else if (state.records.places.empty() && isWritten(block))
-    lasting.damage("what it tells of itself is no table's description; if it was a table, " +
-                   howToDescribe(context.name));
+    lasting.note("what it tells of itself is no table's description; if it was a table, " +
+                 howToDescribe(context.name));
   else if (block.size() >= kDescriptionHead)
     lasting.note("what it tells of itself is no table's description");
 }
