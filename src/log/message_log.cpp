@@ -8,6 +8,7 @@
 #include <ctime>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "runtime/arguments.h"
 #include "runtime/hooks.h"
@@ -17,7 +18,8 @@ using namespace vorne;
 
 namespace {
 
-std::FILE* mlogfile = nullptr;
+std::FILE* ownPlace = nullptr;
+std::FILE** place = &ownPlace;
 
 void closeAtEnd() {
   __CloseMsgLog();
@@ -54,15 +56,22 @@ std::FILE* openBesideStreams(const char* mode) {
 }
 
 bool open(const char* mode) {
-  mlogfile = openBesideStreams(mode);
-  if (mlogfile != nullptr) hooks.closeMessageLog = closeAtEnd;
-  return mlogfile != nullptr;
+  *place = openBesideStreams(mode);
+  if (*place != nullptr) hooks.closeMessageLog = closeAtEnd;
+  return *place != nullptr;
 }
 
 }  // namespace
 
+void vorne::KeepMessageLogIn(std::FILE** kept) {
+  if (kept == nullptr) kept = &ownPlace;
+  if (kept == place) return;
+  *kept = std::exchange(*place, nullptr);
+  place = kept;
+}
+
 short __OpenMsgLog(short reopen) {
-  if (mlogfile != nullptr) {
+  if (*place != nullptr) {
     if (reopen == 0) return 1;
     __CloseMsgLog();
     return open("w");
@@ -71,14 +80,14 @@ short __OpenMsgLog(short reopen) {
 }
 
 short __CloseMsgLog() {
-  if (mlogfile != nullptr) std::fclose(mlogfile);
-  mlogfile = nullptr;
+  if (*place != nullptr) std::fclose(*place);
+  *place = nullptr;
   return 1;
 }
 
 void __WriteMsgLog(const char* text) {
   if (text == nullptr || __OpenMsgLog(0) == 0) return;
-  std::fprintf(mlogfile, "%s\n", text);
+  std::fprintf(*place, "%s\n", text);
 }
 
 void WRITELOG(Obj_Node* value) {

@@ -3,6 +3,8 @@
 // errors of arguments are raised with __RuntimeError.
 #pragma once
 
+#include <cstdio>
+
 #include "runtime/vorneobjs.h"
 
 /// Opens the log of the current minute; with `reopen` not 0 also when one is open. 1 when a log is open afterwards.
@@ -18,3 +20,9 @@ void WRITELOG(Obj_Node* value);
 int __GetAmnRecsMsgLog();
 /// Reading the log back is not supported: always 0.
 short __ReadMsgLog(int index, char* buffer);
+
+namespace vorne {
+/// Keeps the open log's handle, null for none, in `place` from now on, where the caller shows it; null: back in a place
+/// of its own.
+void KeepMessageLogIn(std::FILE** place);
+}  // namespace vorne

@@ -5,26 +5,40 @@
 #include "runtime/arguments.h"
 #include "runtime/hooks.h"
 #include "runtime/process.h"
+#include "screen/back_end.h"
 #include "screen/vornewin.h"
 
 using namespace vorne;
 
 namespace {
 
-void showLines(const Obj_Node* title, const Obj_Node* message) {
-  if (!HasText(message)) ArgumentError();
-  if (HasText(title)) std::printf("%s\n", title->objData.mbuff);
-  std::printf("%s\n", message->objData.mbuff);
+// Null for none.
+const char* textOf(const Obj_Node* title) {
+  return HasText(title) ? title->objData.mbuff : nullptr;
 }
 
-bool yes(int answer) {
+void showLines(const char* title, const char* message) {
+  if (title != nullptr) std::printf("%s\n", title);
+  std::printf("%s\n", message);
+}
+
+bool askOnStreams(const char* question, const char* title) {
+  showLines(title, question);
+  std::printf("(S/N)");
+  std::fflush(stdout);
+  const int answer = std::getchar();
   return answer > 0 && std::strchr("SsYy", answer) != nullptr;
 }
 
 }  // namespace
 
+const ScreenBackEnd vorne::kTextScreen = {[](int, int, const char*) {}, [](const char*) {}, [](const char*) {},
+                                          askOnStreams};
+ScreenBackEnd vorne::screen = kTextScreen;
+
 void __MsgStop(Obj_Node* message, Obj_Node* title) {
-  showLines(title, message);
+  if (!HasText(message)) ArgumentError();
+  showLines(textOf(title), message->objData.mbuff);
   std::printf("<Enter>");
   std::fflush(stdout);
   std::getchar();
@@ -34,10 +48,8 @@ void __MsgStop(Obj_Node* message, Obj_Node* title) {
 }
 
 Obj_Node* __MsgYesNo(Obj_Node* message, Obj_Node* title) {
-  showLines(title, message);
-  std::printf("(S/N)");
-  std::fflush(stdout);
-  return __INIT_BOOL(yes(std::getchar()));
+  if (!HasText(message)) ArgumentError();
+  return __INIT_BOOL(screen.ask(message->objData.mbuff, textOf(title)));
 }
 
 Obj_Node* ErrSync() {

@@ -1,0 +1,22 @@
+// What the screen procedures and a session show and ask, behind one table: text on the standard streams, until a program
+// puts a screen of its own in its place.
+#pragma once
+
+namespace vorne {
+
+struct ScreenBackEnd {
+  /// A progress line, 1 or 2: a position of 100, and a text (ISO-8859-1; null leaves the old one).
+  void (*progress)(int line, int percent, const char* text);
+  /// A line of what a session does; also in the message log.
+  void (*state)(const char* text);
+  /// The information window; the empty text closes it.
+  void (*information)(const char* text);
+  /// A question that is answered by yes or no; `title` may be null.
+  bool (*ask)(const char* question, const char* title);
+};
+
+/// Shows nothing of the progress; asks on the standard streams.
+extern const ScreenBackEnd kTextScreen;
+extern ScreenBackEnd screen;
+
+}  // namespace vorne

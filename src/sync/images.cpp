@@ -1,0 +1,84 @@
+// Images that the host sends, one frame each, as files of the working directory.
+#include <algorithm>
+#include <string>
+
+#include "runtime/latin1.h"
+#include "sync/state_lines.h"
+#include "sync/wire.h"
+
+using namespace vorne;
+
+namespace {
+
+enum Status { kHostError1074 = 1074, kNotRequested = 1172, kNoReply = 1173 };
+constexpr int kLineFailed = 12;
+constexpr int kPiece = 512;
+
+bool writeAll(HANDLE file, const char* bytes, int size) {
+  for (int done = 0; done < size;) {
+    int written = 0;
+    WriteFile(file, bytes + done, static_cast<UInt32>(std::min(size - done, kPiece)), &written);
+    if (written < 1) return false;
+    done += written;
+  }
+  return true;
+}
+
+bool requestImages(int socket) {
+  std::fill_n(netglb->m_buffer, 8, std::uint8_t{0});
+  Reset();
+  WriteUShort(1);
+  WriteByte(static_cast<std::uint8_t>(Request::Images));
+  return WriteExact(socket, netglb->m_buffer, netglb->bIndex, 1) != 0;
+}
+
+}  // namespace
+
+void WriteImageFile(const char* name, UInt16 size, const void* data) {
+  if (name == nullptr || !IsPlainFileName(name)) {
+    TellState("Imagem ignorada: %.255s", name == nullptr ? "" : name);
+    return;
+  }
+  // Beside the old picture first: a line that breaks or a disk that is full must not leave half of one.
+  const std::string unfinished = std::string(".") + name + ".new";
+  DeleteFile(unfinished.c_str());
+  const HANDLE file = CreateFile(unfinished.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS);
+  if (file == INVALID_HANDLE_VALUE) return;
+  const bool whole = writeAll(file, static_cast<const char*>(data), size);
+  CloseHandle(file);
+  if (whole)
+    MoveFile(unfinished.c_str(), name);
+  else
+    DeleteFile(unfinished.c_str());
+}
+
+int ReceiveBmp(int socket) {
+  VerifyBuffers();
+  const auto fail = [](int status, int result) {
+    netglb->errStatus = status;
+    return result;
+  };
+  if (!requestImages(socket)) return fail(kNotRequested, 1);
+  long images = 0, total = 0;
+  for (;;) {
+    if (ReadSock(netglb->m_buffer, socket) == 0) return fail(kNoReply, kLineFailed);
+    std::uint8_t status = 0, kind = 0;
+    ReadByte(&status);
+    ReadByte(&kind);
+    char text[kNetTextRoom];
+    if (status == kHostError) {
+      ReadString(text);
+      TellState("Erro de transmissão\\n%s"_l1, text);
+      return fail(kHostError1074, kHostError1074);
+    }
+    if (status != kDone || kind == kNothingMore) break;
+    ReadString(text);
+    const auto size = static_cast<std::uint16_t>(ReadShort());
+    if (size > netglb->m_buflen - netglb->bIndex) return fail(kNoReply, kLineFailed);
+    WriteImageFile(text, size, netglb->m_buffer + netglb->bIndex);
+    total += size;
+    ++images;
+  }
+  TellState("Imagens(s) recebido(s): %ld Tamanho : %ld Kb.", images, total / 1024);
+  return 0;
+}

@@ -1,0 +1,180 @@
+// A table on its way down: its packets go as they come into the table's 'P' database, whose record 0 tells how far that
+// got. They are applied later, so the line is held no longer than it must be.
+#include <cstdio>
+#include <cstring>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "storage/databases/tempdb.h"
+#include "storage/files/mapped_file.h"
+#include "sync/received_tables.h"
+#include "runtime/latin1.h"
+#include "sync/state_lines.h"
+#include "sync/wire.h"
+
+using namespace vorne;
+
+namespace {
+
+enum Message { kNotStored = 112, kNotOpened = 124 };
+enum Status { kBadPacket = 1074, kNoDatabase = 1116, kNotRequested = 1172, kLineFailed = 1173 };
+enum Result { kReceived = 0, kNotSent = 1, kNoFile = 5, kBroken = 12 };
+
+// One reception. Packets that an earlier, interrupted one has left are kept, and taken for the same ones when the host
+// sends them again: a table without a key must not get its records twice.
+class Reception {
+ public:
+  Reception(const char* name, char type) : name_(name), type_(type) {}
+  Reception(const Reception&) = delete;
+  Reception& operator=(const Reception&) = delete;
+  ~Reception() { close(); }
+
+  bool open() {
+    db_ = OpenTemporary(name_, kPacketsReceived, IfExists::Keep);
+    return db_ != nullptr;
+  }
+  bool isNew() const { return DmNumRecords(db_) == 0; }
+  std::optional<ControlRecord> control() const { return ParseControl(RecordBytes(db_, 0)); }
+  void startAnew() {
+    close();
+    DeleteTemporary(name_, kPacketsReceived);
+  }
+
+  bool writeControl(bool complete, std::uint32_t count) {
+    const auto bytes = MakeControl({type_, complete, count});
+    return isNew() ? hasRoom(bytes.size()) && AppendRecord(db_, bytes) : StoreRecord(db_, 0, bytes);
+  }
+  /// Continues what an earlier reception of this type began.
+  void keepType(char type) { type_ = type; }
+
+  bool add(Bytes packet) {
+    if (isKept(packet)) return true;
+    if (!hasRoom(packet.size()) || !AppendRecord(db_, packet)) return false;
+    if (++added_ % 2 == 0) DmSyncDatabase(db_);
+    return true;
+  }
+
+ private:
+  bool hasRoom(std::size_t size) const {
+    return EnsureRoom(db_->hFile, static_cast<long>(size + kRecordHeaderSize)) && EnsureRoom(db_->hOS, kOffsetSize);
+  }
+  bool isKept(Bytes packet) {
+    if (added_ != 0) return false;
+    const Bytes kept = RecordBytes(db_, next_);
+    if (kept.size() != packet.size() || std::memcmp(kept.data(), packet.data(), kept.size()) != 0) return false;
+    ++next_;
+    return true;
+  }
+  void close() {
+    if (db_ == nullptr) return;
+    DmResetRecordStates(db_);
+    DmCloseDatabase(std::exchange(db_, nullptr));
+  }
+
+  std::string name_;
+  char type_;
+  DmOpenRef db_ = nullptr;
+  UInt32 next_ = 1;  // of the kept packets, the one that the host may be sending again
+  UInt32 added_ = 0;
+};
+
+int fail(int status, int result) {
+  netglb->errStatus = status;
+  return result;
+}
+
+bool requestTable(int socket) {
+  Reset();
+  WriteUShort(1);
+  WriteByte(static_cast<std::uint8_t>(Request::Table));
+  return WriteExact(socket, netglb->m_buffer, netglb->bIndex, 1) != 0;
+}
+
+int tellHostError() {
+  char text[kNetTextRoom];
+  ReadString(text);
+  TellState("Erro de transmissão\\n%s"_l1, text);
+  return fail(kBadPacket, kBadPacket);
+}
+
+// Stores the packet that is in the buffer; its records are added to `total`.
+int storePacket(Reception& reception, std::uint32_t& total) {
+  const Bytes body(reinterpret_cast<const char*>(netglb->m_buffer), static_cast<std::size_t>(netglb->m_buflen));
+  const auto packet = ParseReceived(body);
+  if (!packet) {
+    const unsigned told = body.size() < 6 ? 0 : __GetShort(body.data() + 4);
+    TellState("Erro de transmissão\\ntam_write=%u"_l1, told);
+    return fail(kBadPacket, kBadPacket);
+  }
+  if (!reception.add(body.first(packet->length))) {
+    TellMessage(kNotStored);
+    return fail(kBadPacket, kBadPacket);
+  }
+  total += packet->records;
+  return kReceived;
+}
+
+// Takes frames until the host ends the table.
+int receivePackets(Reception& reception, int socket, std::int32_t announced, std::uint32_t& total) {
+  constexpr int kHead = 4;  // two bytes that mean nothing, status, kind
+  for (unsigned packets = 0;;) {
+    const bool came = ReadSock(netglb->m_buffer, socket) != 0;
+    if (!came || netglb->m_buflen < kHead) return fail(kLineFailed, kBroken);
+    std::uint8_t status = 0, kind = 0;
+    ReadByte(&status);
+    ReadByte(&kind);
+    if (status == kHostError) return tellHostError();
+    if (status != kTablePacket || kind != kPacketKind) return kReceived;
+    if (const int failed = storePacket(reception, total)) return failed;
+    if (++packets % 2 == 0 && announced > 0) ShowProgress(2, static_cast<int>(100.0 * total / announced), nullptr);
+  }
+}
+
+}  // namespace
+
+int TableFromHostToHH(const char* name, int socket, std::int32_t count, char type) {
+  VerifyBuffers();
+  if (count == 0) return kReceived;
+  Reception reception(name, type);
+  const auto cannotOpen = [name] {
+    TellMessage(kNotOpened, name);
+    return fail(kNoDatabase, kNoFile);
+  };
+  if (!reception.open()) return cannotOpen();
+  if (!reception.isNew()) {
+    const auto before = reception.control();
+    if (before && before->type == 'T' && before->complete) return kReceived;
+    if (before && before->type != 'T' && type != 'T') {
+      reception.keepType(before->type);
+    } else {
+      reception.startAnew();
+      if (!reception.open()) return cannotOpen();
+    }
+  }
+  const auto announced = static_cast<std::uint32_t>(count < 0 ? 0 : count);
+  if (reception.isNew() && !reception.writeControl(false, announced)) {
+    TellMessage(kNotStored);
+    return fail(kBadPacket, kBadPacket);
+  }
+  char line[kNetTextRoom];
+  std::snprintf(line, sizeof line, "Recebendo %.200s/%05ld reg(s)", name, static_cast<long>(count));
+  ShowProgress(2, 0, line);
+  DoSetState(line);
+
+  std::uint32_t total = 0;
+  int result = kReceived;
+  if (requestTable(socket)) {
+    result = receivePackets(reception, socket, count, total);
+  } else {
+    TellState("Retry = %d tabela %.200s", 0, name);
+    result = fail(kNotRequested, kNotSent);
+  }
+  TellState("Registro(s) recebido(s): %ld ", static_cast<long>(total));
+  if (result != kReceived) return result;
+  if (!reception.writeControl(true, total) || !NoteReceivedTable(name)) {
+    TellMessage(kNotStored);
+    return fail(kBadPacket, kBadPacket);
+  }
+  return kReceived;
+}

@@ -1,0 +1,11 @@
+// Inside the sync floor: the list of the tables received since the last offline update, "FromHH".
+#pragma once
+
+namespace vorne {
+
+inline constexpr char kReceivedTables[] = "FromHH";
+
+/// Adds a name, unless it is there. False when the list cannot be opened or cannot grow.
+bool NoteReceivedTable(const char* name);
+
+}  // namespace vorne

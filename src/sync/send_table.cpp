@@ -1,0 +1,95 @@
+// A table's changes on their way up: the packets that were made ready in its 'H' database, one frame each, each
+// acknowledged. Only then the records count as sent.
+#include <algorithm>
+#include <cstdio>
+
+#include "storage/databases/tempdb.h"
+#include "sync/state_lines.h"
+#include "sync/vornesync.h"
+#include "sync/wire.h"
+
+using namespace vorne;
+
+namespace {
+
+enum Message { kNotRead = 120, kNotSent = 121, kNotAccepted = 122, kSummary = 123 };
+enum Status { kUnreadable = 1136, kLineFailed = 1137, kNoAnswer = 1138, kRefused = 1139 };
+enum Result { kSent = 0, kHostRefused = 6, kReadFailed = 7, kBroken = 12 };
+constexpr UInt32 kFlushEvery = 2000;
+
+int fail(int status, int message, int result) {
+  netglb->errStatus = status;
+  if (message != 0) TellMessage(message);
+  return result;
+}
+
+int sendPacket(DmOpenRef packets, UInt32 index, int socket) {
+  const Bytes packet = RecordBytes(packets, index);
+  if (packet.empty() || packet.size() > kLargestFrame) return fail(kUnreadable, kNotRead, kReadFailed);
+  Reset();
+  std::copy(packet.begin(), packet.end(), netglb->m_buffer);
+  if (WriteExact(socket, netglb->m_buffer, static_cast<int>(packet.size()), 1) == 0)
+    return fail(kLineFailed, kNotSent, kBroken);
+  if (ReadSock(netglb->m_buffer, socket) == 0) return fail(kNoAnswer, 0, kBroken);
+  std::uint8_t status = 0;
+  ReadByte(&status);
+  if (status == kDone) return kSent;
+  std::printf("Falhou enviando tabela");
+  return fail(kRefused, kNotAccepted, kHostRefused);
+}
+
+void markSent(const char* name) {
+  TellState("Marcando registros como transmitidos na tabela %.200s", name);
+  const LocalID id = DmFindDatabase(0, name);
+  const DmOpenRef table = id == 0 ? nullptr : DmOpenDatabase(0, id, 3);
+  if (table == nullptr) return;
+  for (UInt32 i = DmNumRecords(table), seen = 0; i-- > 0;) {
+    UInt16 attributes = 0;
+    const bool isDirty = DmRecordInfo(table, i, &attributes) == errNone && (attributes & kDirty) != 0;
+    attributes = static_cast<UInt16>(attributes & ~kDirty);
+    if (isDirty && DmSetRecordInfo(table, i, &attributes) != errNone) break;
+    if (++seen % kFlushEvery == 0) DmSyncDatabase(table);
+  }
+  DmResetRecordStates(table);
+  DmCloseDatabase(table);
+}
+
+}  // namespace
+
+int TableFromHHToHost(const char* name, int socket) {
+  VerifyBuffers();
+  const DmOpenRef packets = FindTemporary(name, kPacketsToSend);
+  if (packets == nullptr) {
+    netglb->errStatus = 0;
+    return kSent;
+  }
+  const UInt32 count = DmNumRecords(packets);
+  if (count == 0) {
+    DmCloseDatabase(packets);
+    DeleteTemporary(name, kPacketsToSend);
+    TellState("Sem registros para enviar na tabela %.200s", name);
+    return kSent;
+  }
+  TellState("Enviando tabela %.200s com %d reg(s)", name, static_cast<int>(count));
+  char line[kNetTextRoom];
+  std::snprintf(line, sizeof line, "Enviando tabela %.200s", name);
+  ShowProgress(2, 0, line);
+
+  int result = kSent;
+  UInt32 sent = 0;
+  for (; sent < count && result == kSent; ++sent) {
+    result = sendPacket(packets, sent, socket);
+    if (result != kSent) break;
+    ShowProgress(2, static_cast<int>(100.0 * (sent + 1) / count), nullptr);
+  }
+  if (result == kSent) {
+    // The marks first: a kill between the two sends the same once more, and the host knows it by its key.
+    markSent(name);
+    __InternalZap(packets);
+  } else {
+    TellMessage(kSummary, netglb->errStatus, static_cast<int>(sent), static_cast<int>(count), name);
+  }
+  DmResetRecordStates(packets);
+  DmCloseDatabase(packets);
+  return result;
+}
