@@ -10,6 +10,7 @@
 #include "runtime/vorneobjs.h"
 #include "screen/vornewin.h"
 #include "storage/vornerdd.h"
+#include "sync/vornesync.h"
 
 namespace vorne {
 
@@ -17,5 +18,8 @@ namespace vorne {
 bool UseStorage();
 /// Every program that includes this header has it done.
 inline const bool kStorageInUse = UseStorage();
+/// Lets ErrSync run a session; the same.
+bool UseSynchronisation();
+inline const bool kSynchronisationInUse = UseSynchronisation();
 
 }  // namespace vorne

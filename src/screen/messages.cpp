@@ -30,10 +30,21 @@ bool askOnStreams(const char* question, const char* title) {
   return answer > 0 && std::strchr("SsYy", answer) != nullptr;
 }
 
+bool printForm(const char* title, std::span<FormField> fields, const char*, const char*) {
+  std::printf("%s\n", title);
+  for (const FormField& field : fields) std::printf("%s %s\n", field.label, field.text.c_str());
+  return false;
+}
+
+void printLines(const char* title, int count, std::string (*line)(int number)) {
+  std::printf("%s\n", title);
+  for (int i = 0; i < count; ++i) std::printf("%s\n", line(i).c_str());
+}
+
 }  // namespace
 
-const ScreenBackEnd vorne::kTextScreen = {[](int, int, const char*) {}, [](const char*) {}, [](const char*) {},
-                                          askOnStreams};
+const ScreenBackEnd vorne::kTextScreen = {
+    [](int, int, const char*) {}, [](const char*) {}, [](const char*) {}, askOnStreams, printForm, printLines};
 ScreenBackEnd vorne::screen = kTextScreen;
 
 void __MsgStop(Obj_Node* message, Obj_Node* title) {

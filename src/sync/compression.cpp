@@ -19,9 +19,9 @@ std::size_t Inflate(std::span<const char> stream, std::span<char> room) {
 std::vector<char> Deflate(std::span<const char> bytes) {
   uLongf size = ::compressBound(static_cast<uLong>(bytes.size()));
   std::vector<char> stream(size);
-  const int result = ::compress2(reinterpret_cast<Bytef*>(stream.data()), &size,
-                                 reinterpret_cast<const Bytef*>(bytes.data()), static_cast<uLong>(bytes.size()),
-                                 Z_BEST_COMPRESSION);
+  const int result =
+      ::compress2(reinterpret_cast<Bytef*>(stream.data()), &size, reinterpret_cast<const Bytef*>(bytes.data()),
+                  static_cast<uLong>(bytes.size()), Z_BEST_COMPRESSION);
   stream.resize(result == Z_OK ? size : 0);
   return stream;
 }

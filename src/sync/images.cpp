@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <string>
 
-#include "runtime/latin1.h"
 #include "sync/state_lines.h"
 #include "sync/wire.h"
 
@@ -36,7 +35,7 @@ bool requestImages(int socket) {
 
 void WriteImageFile(const char* name, UInt16 size, const void* data) {
   if (name == nullptr || !IsPlainFileName(name)) {
-    TellState("Imagem ignorada: %.255s", name == nullptr ? "" : name);
+    Tell(SyncText::ImagePassedOver, name == nullptr ? "" : name);
     return;
   }
   // Beside the old picture first: a line that breaks or a disk that is full must not leave half of one.
@@ -68,7 +67,7 @@ int ReceiveBmp(int socket) {
     char text[kNetTextRoom];
     if (status == kHostError) {
       ReadString(text);
-      TellState("Erro de transmissão\\n%s"_l1, text);
+      Tell(SyncText::HostError, text);
       return fail(kHostError1074, kHostError1074);
     }
     if (status != kDone || kind == kNothingMore) break;
@@ -79,6 +78,6 @@ int ReceiveBmp(int socket) {
     total += size;
     ++images;
   }
-  TellState("Imagens(s) recebido(s): %ld Tamanho : %ld Kb.", images, total / 1024);
+  Tell(SyncText::ImagesReceived, images, total / 1024);
   return 0;
 }

@@ -3,7 +3,6 @@
 #include <cstdio>
 #include <cstring>
 
-#include "runtime/latin1.h"
 #include "screen/back_end.h"
 #include "sync/catalog_tables.h"
 #include "sync/session_globals.h"
@@ -20,7 +19,14 @@ constexpr char kProtocol[] = "33";
 constexpr char kRuntimeVersion[] = "6.0.0";
 constexpr std::size_t kShownRefusal = 15;  // a refusal's text of more characters is for the user
 
-enum Message { kNoHandle = 100, kNoConnection = 101, kNoMemory = 102, kLoggingIn = 103, kRefused = 104, kOtherVersion = 105 };
+enum Message {
+  kNoHandle = 100,
+  kNoConnection = 101,
+  kNoMemory = 102,
+  kLoggingIn = 103,
+  kRefused = 104,
+  kOtherVersion = 105
+};
 enum Status {
   kHandleTooLarge = 1107,
   kNotConnected = 1108,
@@ -95,12 +101,12 @@ int logIn(int socket, const char* group, const char* device, bool remoteCall) {
 
 int open(const char* host, UInt16 port, int* socket, const long* comm) {
   DoSetState(__MemoryReport());
-  DoSetState("Iniciando comunicação."_l1);
+  Tell(SyncText::Beginning);
   if (comm != nullptr && *comm > kLargestCommHandle) {
     TellMessage(kNoHandle);
     return kHandleTooLarge;
   }
-  DoSetState("Conectando");
+  Tell(SyncText::Connecting);
   *socket = 0;
   if (OpenSocket(host, port, socket) == 1) return 0;
   netglb->bFalhaSendReceive = 1;
@@ -114,7 +120,7 @@ void sayFarewell(int socket) {
   Reset();
   WriteUShort(1);
   WriteByte(static_cast<std::uint8_t>(Request::Farewell));
-  DoSetState("Send Bye");
+  Tell(SyncText::SendingBye);
   netglb->m_timeout = timeout / 4;
   // A session that did all its work is no failure because the last word did not get through.
   if (WriteExact(socket, netglb->m_buffer, netglb->bIndex, 1) == 0) netglb->errStatus = 0;
@@ -141,16 +147,16 @@ int Connect(const char* host, UInt16 port, int* socket, long* comm, const char* 
 }
 
 int Disconnect(long comm, int* socket) {
-  DoSetState("Desconectando...");
+  Tell(SyncText::Disconnecting);
   const bool isWell = netglb->errStatus == 0;
   if (isWell) sayFarewell(*socket);
-  DoSetState("Desconectando...");
-  screen.information("Desconectando...");
+  Tell(SyncText::Disconnecting);
+  screen.information(TextOf(SyncText::Disconnecting));
   const int pause = netglb->m_timeout / 5;
   networkSystem.pause(static_cast<unsigned>(pause < 5 || pause > 8 ? 5 : pause) * 1000);
   CloseSocket(socket);
   DoCommInterfaceClose(comm);
-  DoSetState("Desconectado");
+  Tell(SyncText::Disconnected);
   screen.information("");
   return isWell ? 0 : 1;
 }

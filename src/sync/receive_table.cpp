@@ -1,6 +1,5 @@
 // A table on its way down: its packets go as they come into the table's 'P' database, whose record 0 tells how far that
 // got. They are applied later, so the line is held no longer than it must be.
-#include <cstdio>
 #include <cstring>
 #include <optional>
 #include <string>
@@ -9,7 +8,6 @@
 #include "storage/databases/tempdb.h"
 #include "storage/files/mapped_file.h"
 #include "sync/received_tables.h"
-#include "runtime/latin1.h"
 #include "sync/state_lines.h"
 #include "sync/wire.h"
 
@@ -94,7 +92,7 @@ bool requestTable(int socket) {
 int tellHostError() {
   char text[kNetTextRoom];
   ReadString(text);
-  TellState("Erro de transmissão\\n%s"_l1, text);
+  Tell(SyncText::HostError, text);
   return fail(kBadPacket, kBadPacket);
 }
 
@@ -103,8 +101,8 @@ int storePacket(Reception& reception, std::uint32_t& total) {
   const Bytes body(reinterpret_cast<const char*>(netglb->m_buffer), static_cast<std::size_t>(netglb->m_buflen));
   const auto packet = ParseReceived(body);
   if (!packet) {
-    const unsigned told = body.size() < 6 ? 0 : __GetShort(body.data() + 4);
-    TellState("Erro de transmissão\\ntam_write=%u"_l1, told);
+    const int told = body.size() < 6 ? 0 : __GetShort(body.data() + 4);
+    Tell(SyncText::PacketTooLong, told);
     return fail(kBadPacket, kBadPacket);
   }
   if (!reception.add(body.first(packet->length))) {
@@ -157,20 +155,19 @@ int TableFromHostToHH(const char* name, int socket, std::int32_t count, char typ
     TellMessage(kNotStored);
     return fail(kBadPacket, kBadPacket);
   }
-  char line[kNetTextRoom];
-  std::snprintf(line, sizeof line, "Recebendo %.200s/%05ld reg(s)", name, static_cast<long>(count));
-  ShowProgress(2, 0, line);
-  DoSetState(line);
+  const std::string line = Filled(SyncText::Receiving, name, static_cast<long>(count));
+  ShowProgress(2, 0, line.c_str());
+  DoSetState(line.c_str());
 
   std::uint32_t total = 0;
   int result = kReceived;
   if (requestTable(socket)) {
     result = receivePackets(reception, socket, count, total);
   } else {
-    TellState("Retry = %d tabela %.200s", 0, name);
+    Tell(SyncText::RetryTable, 0, name);
     result = fail(kNotRequested, kNotSent);
   }
-  TellState("Registro(s) recebido(s): %ld ", static_cast<long>(total));
+  Tell(SyncText::Received, static_cast<long>(total));
   if (result != kReceived) return result;
   if (!reception.writeControl(true, total) || !NoteReceivedTable(name)) {
     TellMessage(kNotStored);

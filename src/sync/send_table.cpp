@@ -34,12 +34,12 @@ int sendPacket(DmOpenRef packets, UInt32 index, int socket) {
   std::uint8_t status = 0;
   ReadByte(&status);
   if (status == kDone) return kSent;
-  std::printf("Falhou enviando tabela");
+  std::printf("%s", TextOf(SyncText::SendFailed));
   return fail(kRefused, kNotAccepted, kHostRefused);
 }
 
 void markSent(const char* name) {
-  TellState("Marcando registros como transmitidos na tabela %.200s", name);
+  Tell(SyncText::MarkingSent, name);
   const LocalID id = DmFindDatabase(0, name);
   const DmOpenRef table = id == 0 ? nullptr : DmOpenDatabase(0, id, 3);
   if (table == nullptr) return;
@@ -67,13 +67,11 @@ int TableFromHHToHost(const char* name, int socket) {
   if (count == 0) {
     DmCloseDatabase(packets);
     DeleteTemporary(name, kPacketsToSend);
-    TellState("Sem registros para enviar na tabela %.200s", name);
+    Tell(SyncText::NothingToSend, name);
     return kSent;
   }
-  TellState("Enviando tabela %.200s com %d reg(s)", name, static_cast<int>(count));
-  char line[kNetTextRoom];
-  std::snprintf(line, sizeof line, "Enviando tabela %.200s", name);
-  ShowProgress(2, 0, line);
+  Tell(SyncText::SendingRecords, name, static_cast<int>(count));
+  ShowProgress(2, 0, Filled(SyncText::SendingTable, name).c_str());
 
   int result = kSent;
   UInt32 sent = 0;

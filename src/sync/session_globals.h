@@ -10,8 +10,10 @@ void CloseSocket(int* socket);
 
 /// The phase being timed begins now.
 void StartSessionClock();
-/// Seconds since then, as a value.
-Obj_Node* SessionSeconds();
+/// Gives `place` the time since then, "hh:mm:ss".
+void StopSessionClock(Obj_Node*& place);
+/// The text in a value that may be missing.
+const char* TextIn(const Obj_Node* value);
 
 /// Frees netglb with all it holds open; ng stays.
 void FreeNetGlobals();

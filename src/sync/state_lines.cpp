@@ -8,7 +8,6 @@
 
 #include "log/message_log.h"
 #include "runtime/arguments.h"
-#include "runtime/hooks.h"
 #include "screen/back_end.h"
 #include "storage/databases/tempdb.h"
 
@@ -24,21 +23,43 @@ std::string filled(const char* format, std::va_list arguments) {
   return text;
 }
 
-int messagesKept() {
-  const DmOpenRef table = FindTemporary(kMessageTable, kList);
-  if (table == nullptr) return 0;
-  const auto count = static_cast<int>(DmNumRecords(table));
-  DmCloseDatabase(table);
-  return count;
-}
+// The table, if there is one, open as long as this lives.
+class MessageTable {
+ public:
+  MessageTable() : db_(FindTemporary(kMessageTable, kList)) {}
+  MessageTable(const MessageTable&) = delete;
+  MessageTable& operator=(const MessageTable&) = delete;
+  ~MessageTable() {
+    if (db_ != nullptr) DmCloseDatabase(db_);
+  }
+  bool isOpen() const { return db_ != nullptr; }
+  UInt32 size() const { return DmNumRecords(db_); }
+  std::span<const char> at(UInt32 index) const { return RecordBytes(db_, index); }
+  void clear() const {
+    __InternalZap(db_);
+    InterNalPack(db_);
+  }
+
+ private:
+  DmOpenRef db_;
+};
 
 }  // namespace
 
-void TellState(const char* format, ...) {
+std::string Filled(SyncText text, ...) {
   std::va_list arguments;
-  va_start(arguments, format);
-  DoSetState(filled(format, arguments).c_str());
+  va_start(arguments, text);
+  std::string line = filled(TextOf(text), arguments);
   va_end(arguments);
+  return line;
+}
+
+void Tell(SyncText text, ...) {
+  std::va_list arguments;
+  va_start(arguments, text);
+  const std::string line = filled(TextOf(text), arguments);
+  va_end(arguments);
+  DoSetState(line.c_str());
 }
 
 std::string MessageText(int message, ...) {
@@ -58,28 +79,48 @@ void TellMessage(int message, ...) {
   va_end(arguments);
 }
 
-void ShowProgressOn(Obj_Node* bar, Obj_Node* label, int percent, const char* text) {
+void ShowProgressOn(int line, Obj_Node* bar, Obj_Node* label, int percent, const char* text) {
   if (bar != nullptr && !IsNil(bar)) __SET_OBJECT(bar, __INIT_DOUBLE(percent));
   if (label != nullptr && !IsNil(label) && text != nullptr) __SET_OBJECT(label, __INIT_CHARPTR(text));
-}
-
-void ShowProgress(int line, int percent, const char* text) {
-  if (netglb != nullptr) {
-    if (line == 1)
-      ShowProgressOn(netglb->Meter1, netglb->Label1, percent, text);
-    else
-      ShowProgressOn(netglb->Meter2, netglb->Label2, percent, text);
-  }
   screen.progress(line, percent, text);
 }
 
+void ShowProgress(int line, int percent, const char* text) {
+  const bool isFirst = line == 1;
+  ShowProgressOn(line, isFirst ? netglb->Meter1 : netglb->Meter2, isFirst ? netglb->Label1 : netglb->Label2, percent,
+                 text);
+}
+
 void OpenMessageTable() {
-  hooks.messageRecords = messagesKept;
   if (netglb->dbLogRef == nullptr) netglb->dbLogRef = OpenTemporary(kMessageTable, kList, IfExists::Keep);
 }
 
 void CloseMessageTable() {
   if (netglb != nullptr && netglb->dbLogRef != nullptr) DmCloseDatabase(std::exchange(netglb->dbLogRef, nullptr));
+}
+
+int MessageCount() {
+  const MessageTable table;
+  return table.isOpen() ? static_cast<int>(table.size()) : 0;
+}
+
+std::string MessageAt(int line) {
+  const MessageTable table;
+  const std::span<const char> bytes =
+      table.isOpen() && line >= 0 ? table.at(static_cast<UInt32>(line)) : std::span<const char>{};
+  return {bytes.data(), bytes.empty() ? 0 : ::strnlen(bytes.data(), bytes.size())};
+}
+
+long MessageBytes() {
+  const MessageTable table;
+  long bytes = 0;
+  for (UInt32 i = 0; table.isOpen() && i < table.size(); ++i) bytes += static_cast<long>(table.at(i).size());
+  return bytes;
+}
+
+void ClearMessages() {
+  const MessageTable table;
+  if (table.isOpen()) table.clear();
 }
 
 }  // namespace vorne

@@ -3,23 +3,34 @@
 
 #include <string>
 
+#include "sync/sync_texts.h"
 #include "sync/vornenet.h"
 
 namespace vorne {
 
-/// A state line of a message of the runtime, filled like printf.
-void TellState(const char* format, ...);
-/// The same by the number of the message: "Msg(n)-text" in the message language, then filled.
-void TellMessage(int message, ...);
+/// A text in the message language, filled like printf.
+std::string Filled(SyncText text, ...);
+/// That as a state line.
+void Tell(SyncText text, ...);
+/// The runtime's message of that number, "Msg(n)-text" in the message language, filled; and that as a state line.
 std::string MessageText(int message, ...);
+void TellMessage(int message, ...);
 
 /// Puts a position (of 100) and a text on the first or second progress line of the caller's screen.
 void ShowProgress(int line, int percent, const char* text);
 /// The same by the script's own objects; null ones are passed over.
-void ShowProgressOn(Obj_Node* bar, Obj_Node* label, int percent, const char* text);
+void ShowProgressOn(int line, Obj_Node* bar, Obj_Node* label, int percent, const char* text);
 
 /// Opens and closes the table of messages, which DoSetState adds to.
 void OpenMessageTable();
 void CloseMessageTable();
+/// How many lines that table has.
+int MessageCount();
+/// The lines of that table, from 0; empty past the end or without a table.
+std::string MessageAt(int line);
+/// Bytes that the table's lines have together.
+long MessageBytes();
+/// Removes all lines.
+void ClearMessages();
 
 }  // namespace vorne

@@ -2,15 +2,15 @@
 
 #include <climits>
 #include <cstdio>
-#include <ctime>
 #include <string>
 
+#include "builtins/vornefun.h"
 #include "log/message_log.h"
 #include "runtime/hooks.h"
 #include "runtime/internal.h"
-#include "runtime/latin1.h"
 #include "runtime/memory.h"
 #include "sync/session_globals.h"
+#include "sync/sync_texts.h"
 #include "sync/vornesync.h"
 
 using namespace vorne;
@@ -34,20 +34,15 @@ bool isInApplication(const char* file) {
 
 // Values end with the run that made them, the record stays: a later run fills it anew.
 struct Value {
-  Obj_Node* sync_globs::* place;
+  Obj_Node* sync_globs::*place;
   const char* text;  // null for a closed work area
 };
 constexpr Value kValues[] = {
-    {&sync_globs::VrnArea, nullptr},
-    {&sync_globs::AttribArea, nullptr},
-    {&sync_globs::IndexTblArea, nullptr},
-    {&sync_globs::VRN_TBL_NAME, "VRN_TBL"},
-    {&sync_globs::VRN_NDX, "VRN_NDX"},
-    {&sync_globs::ATTRIB_TBL_NAME, "VRN_COLS"},
-    {&sync_globs::ATTRIB_NDX, "VRN_COLSX"},
-    {&sync_globs::ATTRIB_FLD, "TBL_NAME"},
-    {&sync_globs::IND_NAME, "VRN_IND"},
-    {&sync_globs::IND_NDX, "VRN_INDX"},
+    {&sync_globs::VrnArea, nullptr},        {&sync_globs::AttribArea, nullptr},
+    {&sync_globs::IndexTblArea, nullptr},   {&sync_globs::VRN_TBL_NAME, "VRN_TBL"},
+    {&sync_globs::VRN_NDX, "VRN_NDX"},      {&sync_globs::ATTRIB_TBL_NAME, "VRN_COLS"},
+    {&sync_globs::ATTRIB_NDX, "VRN_COLSX"}, {&sync_globs::ATTRIB_FLD, "TBL_NAME"},
+    {&sync_globs::IND_NAME, "VRN_IND"},     {&sync_globs::IND_NDX, "VRN_INDX"},
 };
 
 void fillValues() {
@@ -82,23 +77,25 @@ int __VerifyNgGlb() {
   if (!isNew) return 1;
   if (!isInApplication("zlibce.dll")) {
     ng->bHasZlib = 0;
-    std::printf("Favor Instalar a Zlib");
+    std::printf("%s", TextOf(SyncText::NoZlib));
     return 0;
   }
-  if (!isInApplication("selfinst.exe"))
-    std::printf("%s", "SelfInst não encontrado. Atualização remota indisponível."_l1);
+  if (!isInApplication("selfinst.exe")) std::printf("%s", TextOf(SyncText::NoSelfInstaller));
   return 1;
 }
 
 namespace vorne {
 
 void StartSessionClock() {
-  if (ng != nullptr) StoreForRun(ng->iniConn, __INIT_DOUBLE(static_cast<double>(std::time(nullptr))));
+  if (ng != nullptr) StoreForRun(ng->iniConn, __Time());
 }
 
-Obj_Node* SessionSeconds() {
-  const double began = ng == nullptr || ng->iniConn == nullptr ? 0 : ng->iniConn->objData.mdbl;
-  return __INIT_DOUBLE(static_cast<double>(std::time(nullptr)) - began);
+void StopSessionClock(Obj_Node*& place) {
+  if (ng->iniConn != nullptr) StoreForRun(place, __ElapTime(ng->iniConn, __Time()));
+}
+
+const char* TextIn(const Obj_Node* value) {
+  return HasText(value) ? value->objData.mbuff : "";
 }
 
 void FreeNetGlobals() {

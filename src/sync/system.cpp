@@ -90,8 +90,8 @@ void pauseFor(unsigned microseconds) {
 
 }  // namespace
 
-const NetworkSystem kNetworkSystem = {resolveHost,  openSocket, connectSocket, sendBytes, receiveBytes,
-                                      waitFor,      shutDown,   ::close,       pauseFor};
+const NetworkSystem kNetworkSystem = {resolveHost, openSocket, connectSocket, sendBytes, receiveBytes,
+                                      waitFor,     shutDown,   ::close,       pauseFor};
 NetworkSystem networkSystem = kNetworkSystem;
 
 }  // namespace vorne

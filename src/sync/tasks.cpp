@@ -60,14 +60,14 @@ int receiveImages(const Task&, int socket) {
 
 struct Operation {
   std::uint8_t code;
-  bool isTableWork;   // not done while the application has to start again
-  bool mayHaveType;   // one type byte instead of the name, when the flag says so
+  bool isTableWork;  // not done while the application has to start again
+  bool mayHaveType;  // one type byte instead of the name, when the flag says so
   bool hasCount;
   int (*run)(const Task& task, int socket);
 };
 constexpr Operation kOperations[] = {
-    {1, true, false, true, receiveTable},  {2, true, false, false, sendTable}, {3, true, false, false, deleteTable},
-    {10, false, true, false, install},     {22, false, true, false, install},  {30, false, false, false, nothing},
+    {1, true, false, true, receiveTable},    {2, true, false, false, sendTable}, {3, true, false, false, deleteTable},
+    {10, false, true, false, install},       {22, false, true, false, install},  {30, false, false, false, nothing},
     {40, false, true, false, receiveImages},
 };
 
@@ -113,7 +113,7 @@ bool requestTask(int n, int socket) {
 }  // namespace
 
 int TaskCount(int socket) {
-  DoSetState("Solicitando tarefas");
+  Tell(SyncText::AskingTasks);
   Reset();
   WriteUShort(1);
   WriteByte(static_cast<std::uint8_t>(Request::CountTasks));
@@ -134,7 +134,8 @@ int TaskCount(int socket) {
 int TaskExecute(int n, int socket) {
   netglb->errStatus = kTaskNotSent;
   if (!requestTask(n, socket)) {
-    if (S_GLOB != nullptr) std::snprintf(S_GLOB->mTmp, kScratchSize, "\\nTask = %d Falhou WriteExact", n + 1);
+    if (S_GLOB != nullptr)
+      std::snprintf(S_GLOB->mTmp, kScratchSize, "%s", Filled(SyncText::TaskNotSent, n + 1).c_str());
     return 1;
   }
   netglb->errStatus = 0;
@@ -146,7 +147,7 @@ int TaskExecute(int n, int socket) {
   ReadByte(&status);
   if (status != kDone) {
     // Support's tables of these lines begin with task 2, and have the backslash and the n.
-    TellState("\\nTask = %d OP=%x", n + 1, static_cast<unsigned>(status));
+    Tell(SyncText::TaskRefused, n + 1, static_cast<unsigned>(status));
     netglb->errStatus = kTaskRefused;
     return kTaskRefused;
   }

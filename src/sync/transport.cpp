@@ -68,8 +68,8 @@ bool sendBody(int socket, const char* bytes, int n) {
       i += static_cast<int>(sent);
       retry = 1;
     } else if (retry-- == 0) {
-      logFailedSend("WriteExact %s falhou send(3)\\nrc=%d retry=%d\\nn=%d i=%d", timeText().c_str(), static_cast<int>(sent), 0, n,
-                    i);
+      logFailedSend("WriteExact %s falhou send(3)\\nrc=%d retry=%d\\nn=%d i=%d", timeText().c_str(),
+                    static_cast<int>(sent), 0, n, i);
       return false;
     }
   }

@@ -3,11 +3,12 @@
 // the tables.
 //
 // Conventions that hold for every function here:
-//  - A failure of the line is no script error: it becomes a code in netglb->errStatus (0 none) and a state line, and the
+//  - A failure of the line is no script error: it becomes a code in netglb->errStatus (0 none) and a state line, and
+//  the
 //    function returns what its comment says. "Error n" means a call of __RuntimeError, which ends the process.
 //  - Requests go out as 3 bytes ('B' on a little-endian machine, else 'L', and the body's length in that order) and the
-//    body: the number 1 (16 bits), an opcode, its operands. Replies come as a big-endian 16-bit length and the body, whose
-//    first two bytes mean nothing; the third is a status, 13 for success. Texts end with a zero byte.
+//    body: the number 1 (16 bits), an opcode, its operands. Replies come as a big-endian 16-bit length and the body,
+//    whose first two bytes mean nothing; the third is a status, 13 for success. Texts end with a zero byte.
 //  - Nothing that the host sends is trusted: reading past a frame's end gives 0 or the empty text, no name of its
 //    choice leaves the data directory or the working directory, no length makes anything larger than its buffer.
 //  - One thread at a time, one session a process.
@@ -32,37 +33,37 @@ struct net_glob {
   LocalID m_databaseid;
   DmOpenRef m_database;
   Boolean m_appIsResource, m_appHaveAppInfo, m_appHaveSortInfo;
-  Boolean bPackDB;               ///< the login reply ended with 250
-  std::int16_t m_max_buff;       ///< always kLargestFrame
-  Boolean bFalhaSendReceive;     ///< a transfer is under way, or failed
-  std::int16_t bServerTp;        ///< 1 for a server of type 'd'
+  Boolean bPackDB;            ///< the login reply ended with 250
+  std::int16_t m_max_buff;    ///< always kLargestFrame
+  Boolean bFalhaSendReceive;  ///< a transfer is under way, or failed
+  std::int16_t bServerTp;     ///< 1 for a server of type 'd'
   std::uint16_t m_appNumRecords, m_appNumRecord;
   std::uint32_t m_appRecordSize;
   std::uint32_t m_appRecordReceived;  ///< bytes of an install that are still to come
   std::uint16_t m_appNumSteps, m_appNumStep;
   MemHandle m_appRecordHandle, m_RecPtr;
-  int r_mtu, s_mtu;              ///< bytes that one receive or send takes at most; 1024
-  std::FILE* FInstall;           ///< the file being installed
+  int r_mtu, s_mtu;     ///< bytes that one receive or send takes at most; 1024
+  std::FILE* FInstall;  ///< the file being installed
   Boolean bIsDirect;
-  DmOpenRef dbLogRef;            ///< the table of messages, while a session lasts
-  char m_type_sync;              ///< '2'
-  std::uint8_t* m_compact;       ///< target of inflating and deflating, kFrameRoom bytes
-  std::uint8_t* m_buffer;        ///< the frame, kFrameRoom bytes
-  int m_tot_rec;                 ///< records in the packet inflated last
-  int m_buflen;                  ///< end of the frame received last: nothing is read behind it
-  int m_state_oper;              ///< the task under way: 1 receives, 2 sends, 3 deletes a table
-  int errStatus;                 ///< the session's code, 0 none
-  int rpc_sock;                  ///< 0: there are no remote calls
-  char m_sufixo;                 ///< the suffix that the caller gave
+  DmOpenRef dbLogRef;       ///< the table of messages, while a session lasts
+  char m_type_sync;         ///< '2'
+  std::uint8_t* m_compact;  ///< target of inflating and deflating, kFrameRoom bytes
+  std::uint8_t* m_buffer;   ///< the frame, kFrameRoom bytes
+  int m_tot_rec;            ///< records in the packet inflated last
+  int m_buflen;             ///< end of the frame received last: nothing is read behind it
+  int m_state_oper;         ///< the task under way: 1 receives, 2 sends, 3 deletes a table
+  int errStatus;            ///< the session's code, 0 none
+  int rpc_sock;             ///< 0: there are no remote calls
+  char m_sufixo;            ///< the suffix that the caller gave
   char m_ip[kNetTextRoom];
   int m_porta;
-  int m_timeout;                 ///< seconds; 20
-  char m_serial[kNetTextRoom];   ///< device identification
+  int m_timeout;                ///< seconds; 20
+  char m_serial[kNetTextRoom];  ///< device identification
   char m_grupo[kNetTextRoom];
   int oldtm;
-  Boolean bExecutingRPC;         ///< 0
-  std::FILE* mlogfile;           ///< the message log, if open
-  Boolean bOverflow;             ///< something did not fit the frame being built: it cannot be sent
+  Boolean bExecutingRPC;  ///< 0
+  std::FILE* mlogfile;    ///< the message log, if open
+  Boolean bOverflow;      ///< something did not fit the frame being built: it cannot be sent
 };
 extern net_glob* netglb;  ///< null between sessions
 
@@ -102,7 +103,7 @@ int Connect(const char* host, UInt16 port, int* socket, long* comm, const char* 
             const char* device, short remoteCall);
 /// Says farewell, unless the session failed, and closes. 0 when the farewell was tried, 1 otherwise.
 int Disconnect(long comm, int* socket);
-int GetProcessorType();                           ///< always 0
+int GetProcessorType();                             ///< always 0
 std::uint16_t Crc16(const void* data, int length);  ///< always 0: frames carry no check sum
 
 // -------------------------------------------------------------------------------- the buffer and its cursor
@@ -113,7 +114,7 @@ void SetBuffer(void* buffer = nullptr, int size = 0);  ///< the same
 void WriteByte(std::uint8_t b);
 void WriteUShort(std::uint16_t v);
 void WriteInt(std::int32_t v);
-void WriteString(const char* s);  ///< null as the empty text
+void WriteString(const char* s);             ///< null as the empty text
 void WriteBuffer(const void* bytes, int n);  ///< and a zero behind them
 /// 0 past the end of the frame, and so the next ones.
 void ReadByte(std::uint8_t* b);

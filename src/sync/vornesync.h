@@ -6,12 +6,12 @@
 
 /// What sessions share; made by the first one, lives to the end of the run. The values belong to no context.
 struct sync_globs {
-  Obj_Node* TmpOnLine;   ///< seconds from connecting to disconnecting
-  Obj_Node* TmpOnBatch;  ///< seconds of applying
+  Obj_Node* TmpOnLine;                            ///< seconds from connecting to disconnecting
+  Obj_Node* TmpOnBatch;                           ///< seconds of applying
   Obj_Node *VrnArea, *AttribArea, *IndexTblArea;  ///< work areas of VRN_TBL, VRN_COLS and VRN_IND, -1 closed
   Obj_Node *VRN_TBL_NAME, *VRN_NDX, *ATTRIB_TBL_NAME, *ATTRIB_NDX, *ATTRIB_FLD, *IND_NAME, *IND_NDX;
-  Obj_Node* iniConn;  ///< when the phase being timed began
-  Obj_Node ToHostArea;  ///< work area of TOHOST
+  Obj_Node* iniConn;     ///< when the phase being timed began
+  Obj_Node ToHostArea;   ///< work area of TOHOST
   Boolean Verification;  ///< the check of an earlier, partial transmission runs
   Boolean ConnErr;       ///< how the connection ended, 0 well
   Boolean bHasZlib;      ///< packets are compressed

@@ -23,12 +23,12 @@ enum class Request : std::uint8_t {
   Images = 32,
 };
 
-inline constexpr std::uint8_t kDone = 13;          // status of a reply: success
+inline constexpr std::uint8_t kDone = 13;  // status of a reply: success
 inline constexpr std::uint8_t kEndOfTable = 11;
 inline constexpr std::uint8_t kTablePacket = 12;
-inline constexpr std::uint8_t kHostError = 255;    // an error text follows
+inline constexpr std::uint8_t kHostError = 255;  // an error text follows
 inline constexpr std::uint8_t kPacketKind = 14;
-inline constexpr std::uint8_t kNothingMore = 17;   // kind: no more packets, no more images
+inline constexpr std::uint8_t kNothingMore = 17;  // kind: no more packets, no more images
 inline constexpr std::uint8_t kMarksPackDatabase = 250;
 
 inline constexpr int kRequestHeaderSize = 3;
@@ -40,7 +40,7 @@ std::array<std::uint8_t, kRequestHeaderSize> RequestHeader(std::uint16_t length)
 /// A received packet of table records, as its frame's body brings it and its 'P' database keeps it: two bytes that mean
 /// nothing, status, kind, and the four below.
 struct ReceivedPacket {
-  std::uint16_t length;        ///< bytes of the whole body
+  std::uint16_t length;  ///< bytes of the whole body
   std::uint16_t records;
   std::uint16_t inflatedSize;  ///< 0: whatever comes out
   Bytes data;                  ///< zlib
@@ -64,7 +64,7 @@ std::optional<SentPacket> ParseSent(Bytes body);
 
 /// Record 0 of a 'P' database.
 struct ControlRecord {
-  char type;      ///< 'T' the whole table, any other a part
+  char type;  ///< 'T' the whole table, any other a part
   bool complete;
   std::uint32_t count;  ///< of records; stored as six digits, so 999999 stands for more
 };
