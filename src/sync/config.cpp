@@ -14,13 +14,13 @@ constexpr char kTable[] = "CAD_USER";
 struct Field {
   const char* name;
   int width;
-  std::string UserSettings::* value;
+  std::string UserSettings::*value;
 };
 // In the table's order.
 constexpr Field kFields[] = {
-    {"HOST", 20, &UserSettings::host},         {"US_NAME", 20, &UserSettings::user},
+    {"HOST", 20, &UserSettings::host},           {"US_NAME", 20, &UserSettings::user},
     {"DEV_TYPE", 30, &UserSettings::deviceType}, {"DEV_ID", 25, &UserSettings::device},
-    {"PORT", 15, &UserSettings::port},         {"TOUT", 3, &UserSettings::timeout},
+    {"PORT", 15, &UserSettings::port},           {"TOUT", 3, &UserSettings::timeout},
 };
 constexpr int kDeviceTypeBlanks = 12;
 

@@ -8,6 +8,7 @@
 #include "storage/databases/tempdb.h"
 #include "storage/files/mapped_file.h"
 #include "sync/received_tables.h"
+#include "sync/session_report.h"
 #include "sync/state_lines.h"
 #include "sync/wire.h"
 
@@ -42,6 +43,11 @@ class Reception {
   bool writeControl(bool complete, std::uint32_t count) {
     const auto bytes = MakeControl({type_, complete, count});
     return isNew() ? hasRoom(bytes.size()) && AppendRecord(db_, bytes) : StoreRecord(db_, 0, bytes);
+  }
+  void count(const ReceivedPacket& packet) const {
+    TableReport& report = ReportOf(name_);
+    report.received += packet.records;
+    report.bytes += packet.length;
   }
   /// Continues what an earlier reception of this type began.
   void keepType(char type) { type_ = type; }
@@ -110,6 +116,7 @@ int storePacket(Reception& reception, std::uint32_t& total) {
     return fail(kBadPacket, kBadPacket);
   }
   total += packet->records;
+  reception.count(*packet);
   return kReceived;
 }
 

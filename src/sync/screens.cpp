@@ -16,7 +16,7 @@ constexpr long kLargeLog = 1L << 20;
 
 struct Entry {
   SyncText label;
-  std::string UserSettings::* value;
+  std::string UserSettings::*value;
   std::size_t room;
 };
 constexpr Entry kEntries[] = {{SyncText::User, &UserSettings::user, 20},
@@ -49,5 +49,6 @@ void CONFIGURACOES() {
 
 void HISTORICO() {
   screen.lines(TextOf(SyncText::History), __GetAmnRecsMsgLog(), MessageAt);
-  if (MessageBytes() > kLargeLog && screen.ask(TextOf(SyncText::LogTooLarge), TextOf(SyncText::History))) ClearMessages();
+  if (MessageBytes() > kLargeLog && screen.ask(TextOf(SyncText::LogTooLarge), TextOf(SyncText::History)))
+    ClearMessages();
 }

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "storage/databases/tempdb.h"
+#include "sync/session_report.h"
 #include "sync/state_lines.h"
 #include "sync/vornesync.h"
 #include "sync/wire.h"
@@ -23,7 +24,7 @@ int fail(int status, int message, int result) {
   return result;
 }
 
-int sendPacket(DmOpenRef packets, UInt32 index, int socket) {
+int sendPacket(DmOpenRef packets, UInt32 index, int socket, TableReport& report) {
   const Bytes packet = RecordBytes(packets, index);
   if (packet.empty() || packet.size() > kLargestFrame) return fail(kUnreadable, kNotRead, kReadFailed);
   Reset();
@@ -33,7 +34,11 @@ int sendPacket(DmOpenRef packets, UInt32 index, int socket) {
   if (ReadSock(netglb->m_buffer, socket) == 0) return fail(kNoAnswer, 0, kBroken);
   std::uint8_t status = 0;
   ReadByte(&status);
-  if (status == kDone) return kSent;
+  if (status == kDone) {
+    if (const auto told = ParseSent(packet)) report.sent += told->records;
+    report.bytes += packet.size();
+    return kSent;
+  }
   std::printf("%s", TextOf(SyncText::SendFailed));
   return fail(kRefused, kNotAccepted, kHostRefused);
 }
@@ -76,7 +81,7 @@ int TableFromHHToHost(const char* name, int socket) {
   int result = kSent;
   UInt32 sent = 0;
   for (; sent < count && result == kSent; ++sent) {
-    result = sendPacket(packets, sent, socket);
+    result = sendPacket(packets, sent, socket, ReportOf(name));
     if (result != kSent) break;
     ShowProgress(2, static_cast<int>(100.0 * (sent + 1) / count), nullptr);
   }

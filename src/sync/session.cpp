@@ -15,6 +15,7 @@
 #include "sync/config.h"
 #include "sync/received_tables.h"
 #include "sync/session_globals.h"
+#include "sync/session_report.h"
 #include "sync/state_lines.h"
 #include "sync/wire.h"
 
@@ -211,6 +212,7 @@ bool vorne::UseSynchronisation() {
 Obj_Node* __DoSync(Obj_Node* suffix, Obj_Node* address, Obj_Node* port, Obj_Node* timeout, Obj_Node* device,
                    Obj_Node* group) {
   VerifyBuffers();
+  ClearSessionReport();
   int status = 0;
   if (__VerifyNgGlb() != 0) {
     if (!takeParameters(suffix, address, port, timeout, device, group)) netglb->m_ip[0] = 0;
@@ -332,7 +334,8 @@ Obj_Node* SYNCDATE() {
   const DmOpenRef dates = FindTemporary(kSyncDate, kList);
   if (dates == nullptr) return __INIT_CHARPTR(kNeverSynchronised);
   const std::span<const char> bytes = RecordBytes(dates, 0);
-  const std::string date(bytes.data(), bytes.empty() ? 0 : ::strnlen(bytes.data(), std::min<std::size_t>(bytes.size(), 9)));
+  const std::string date(bytes.data(),
+                         bytes.empty() ? 0 : ::strnlen(bytes.data(), std::min<std::size_t>(bytes.size(), 9)));
   DmCloseDatabase(dates);
   return __INIT_CHARPTR(date.size() < kDateDigits ? kNeverSynchronised : date.c_str());
 }

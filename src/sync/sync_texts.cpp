@@ -1,5 +1,5 @@
-// The texts of sessions and their screens in the three languages. Support asks for them word by word over the telephone,
-// so the Portuguese ones never change.
+// The texts of sessions and their screens in the three languages. Support asks for them word by word over the
+// telephone, so the Portuguese ones never change.
 #include "sync/sync_texts.h"
 
 #include "runtime/latin1.h"
@@ -192,7 +192,7 @@ constexpr Row kRows[] = {
 static_assert(std::size(kRows) == kSyncTextCount);
 static_assert(static_cast<int>(SyncText::DryRunTask) == kSyncTextCount - 1);
 
-constexpr SyncTextTable column(const char* Row::* language) {
+constexpr SyncTextTable column(const char* Row::*language) {
   SyncTextTable texts{};
   for (std::size_t i = 0; i < texts.size(); ++i) texts[i] = kRows[i].*language;
   return texts;

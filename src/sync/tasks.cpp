@@ -8,6 +8,8 @@
 #include "sync/session_globals.h"
 #include "sync/state_lines.h"
 #include "sync/system.h"
+#include "sync/tasks.h"
+#include "sync/vornesync.h"
 #include "sync/wire.h"
 
 using namespace vorne;
@@ -26,13 +28,6 @@ constexpr int kRestart = 9999;
 constexpr int kAttempts = 3;
 constexpr unsigned kAttemptPause = 30;  // microseconds
 constexpr std::uint8_t kTypeFollows = 16;
-
-struct Task {
-  std::uint8_t code;
-  std::string name;
-  std::int32_t records;
-  char type;
-};
 
 int receiveTable(const Task& task, int socket) {
   netglb->m_state_oper = 1;
@@ -131,11 +126,10 @@ int TaskCount(int socket) {
   return static_cast<int>(DecimalIn(count, INT16_MAX));
 }
 
-int TaskExecute(int n, int socket) {
+int vorne::FetchTask(int n, int socket, Task& task) {
   netglb->errStatus = kTaskNotSent;
   if (!requestTask(n, socket)) {
-    if (S_GLOB != nullptr)
-      std::snprintf(S_GLOB->mTmp, kScratchSize, "%s", Filled(SyncText::TaskNotSent, n + 1).c_str());
+    std::snprintf(S_GLOB->mTmp, kScratchSize, "%s", Filled(SyncText::TaskNotSent, n + 1).c_str());
     return 1;
   }
   netglb->errStatus = 0;
@@ -155,8 +149,14 @@ int TaskExecute(int n, int socket) {
   ReadByte(&flag);
   const Operation* operation = operationOf(code);
   if (bRestart != 0 && operation != nullptr && operation->isTableWork) return kRestart;
-  const Task task = readOperands(operation, code, flag);
-  if (operation != nullptr) return operation->run(task, socket);
+  task = readOperands(operation, code, flag);
+  return 0;
+}
+
+int TaskExecute(int n, int socket) {
+  Task task = {};
+  if (const int failed = FetchTask(n, socket, task)) return failed;
+  if (const Operation* operation = operationOf(task.code)) return operation->run(task, socket);
   netglb->errStatus = kUnknownTask;
   return 1;
 }
