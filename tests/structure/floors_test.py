@@ -40,7 +40,7 @@ FLOORS = {
     'src/storage/repair': BELOW_STORAGE + '|storage/(files|journal|repair)/',
     'tools/text': 'text/',
     'tools/vornetab': 'vornetab/|text/|storage/reading/table_reader$',
-    'tools/tellira': 'text/|edge/|library/|sale/|db/',
+    'tools/tellira': 'text/|edge/|library/|sale/|db/|verb_synchost$',
     'tools/tellira/edge': 'text/|edge/|storage/(disk_layout|format/names)$',
     'tools/tellira/library': 'text/|edge/|library/|' + VENDOR,
     'tools/tellira/sale': 'text/|edge/|library/|sale/|generated/',
@@ -48,6 +48,8 @@ FLOORS = {
                         'storage/format/(description|keys|names|record_bytes)$|'
                         'storage/(repair/(directory_check|report|in_use|describe_table)|reading/(dictionary|table_reader))$|'
                         'storage/tables/(areas|bulk_load)$',
+    'tools/synchost': 'synchost/|text/|edge/|db/(field_definitions|field_values)$|runtime/cursor$|sync/(wire|compression)$|'
+                      'storage/(disk_layout|tables)$|storage/format/(description|keys|names|record_bytes)$',
     'devices/common': 'common/|' + VENDOR,
     'devices/printer': 'printer/|common/|' + VENDOR,
     'devices/tef': 'tef/|common/|' + VENDOR,
