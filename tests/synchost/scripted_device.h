@@ -1,4 +1,5 @@
-// A device as the host sees one: a few tables of a CODE and a NAME in memory, changes that wait, and the course of a session.
+// A device as the host sees one: a few tables of a CODE and a NAME in memory, changes that wait, and the course of a
+// session.
 #pragma once
 
 #include <functional>
@@ -48,6 +49,7 @@ class ScriptedDevice {
     return true;
   }
 
+  bool blank() const { return !tables.contains("VRN_TBL"); }
   std::string login() const {
     std::string body("\1\0\1", 3);
     for (const std::string& text : {std::string("B"), protocol, id, group}) body += text + '\0';
@@ -71,8 +73,8 @@ class ScriptedDevice {
       vorne::AppendToContent({bytes, {}}, content);
     }
     const std::vector<char> data = compressed ? vorne::Deflate(content) : content;
-    const auto body = vorne::MakeSent({compressed, static_cast<std::uint16_t>(content.size()),
-                                       static_cast<std::uint16_t>(records.size()), data});
+    const auto body = vorne::MakeSent(
+        {compressed, static_cast<std::uint16_t>(content.size()), static_cast<std::uint16_t>(records.size()), data});
     return framed({body.begin(), body.end()});
   }
 
@@ -81,11 +83,9 @@ class ScriptedDevice {
   std::map<std::string, Table> tables;
   std::map<std::string, std::string> images;
   std::vector<std::string> tasks;  // of the last session, as "1 GOODS T"
-  std::size_t largestFrame = 0;
+  std::size_t largestFrame = 0, packetRows = 2;
 
  private:
-  bool blank() const { return !tables.contains("VRN_TBL"); }
-
   std::string exchange(const Line& line, const std::string& bytes) { return line(bytes); }
 
   static std::string textAt(const std::string& bytes, std::size_t at) { return bytes.c_str() + at; }
@@ -95,15 +95,16 @@ class ScriptedDevice {
     const std::string name = textAt(reply, 7);
     const char type = reply[5] == 1 ? reply.back() : ' ';
     tasks.push_back(std::to_string(reply[5]) + " " + name + (type == ' ' ? "" : std::string(" ") + type));
-    if (reply[5] == 1 && reply.substr(reply.size() - 5, 4) != std::string(4, '\0')) receive(name, type, exchange(line, request(11)));
+    if (reply[5] == 1 && reply.substr(reply.size() - 5, 4) != std::string(4, '\0'))
+      receive(name, type, exchange(line, request(11)));
     if (reply[5] == 2) send(line, tables[name]);
     if (reply[5] == 3) tables.erase(name);
     if (reply[5] == 40) receiveImages(exchange(line, request(32)));
   }
 
   void send(const Line& line, Table& table) {
-    for (std::size_t i = 0; i < table.unsent.size(); i += 2) {  // two records a packet
-      const auto end = table.unsent.begin() + static_cast<long>(std::min(i + 2, table.unsent.size()));
+    for (std::size_t i = 0; i < table.unsent.size(); i += packetRows) {
+      const auto end = table.unsent.begin() + static_cast<long>(std::min(i + packetRows, table.unsent.size()));
       const std::string reply = exchange(line, packet({table.unsent.begin() + static_cast<long>(i), end}, compresses));
       if (reply.size() != 5 || reply[4] != 13) throw std::runtime_error("packet refused");
     }

@@ -59,7 +59,12 @@ void addFields(const Table& table, Collector& to) {
 void addIndexes(const Table& table, Collector& to) {
   for (std::size_t i = 0; i < table.indexes.size(); ++i)
     for (std::size_t key = 0; key < table.indexes[i].fields.size(); ++key)
-      to.text(table.name).text(table.indexes[i].name).number(i + 1).number(key + 1).text(table.indexes[i].fields[key]).end();
+      to.text(table.name)
+          .text(table.indexes[i].name)
+          .number(i + 1)
+          .number(key + 1)
+          .text(table.indexes[i].fields[key])
+          .end();
 }
 
 }  // namespace

@@ -34,7 +34,8 @@ std::string valueText(const ControlFieldTBL& field, const char* buffer) {
 }  // namespace
 
 void AppendHead(std::string& to, const Table& table) {
-  for (std::size_t i = 0; i + 1 < table.fields.size(); ++i) to += (i == 0 ? "" : ",") + std::string(table.fields[i].FieldName);
+  for (std::size_t i = 0; i + 1 < table.fields.size(); ++i)
+    to += (i == 0 ? "" : ",") + std::string(table.fields[i].FieldName);
   to += '\n';
 }
 
@@ -80,7 +81,8 @@ std::optional<KeptRecord> CsvRecords::next() {
     std::string problem;
     if (field.FieldType == TBLMEMO) {
       const auto isMemo = [](const ControlFieldTBL& one) { return one.FieldType == TBLMEMO; };
-      const auto place = std::count_if(table_.fields.begin(), table_.fields.begin() + static_cast<long>(fields_[column]), isMemo);
+      const auto place =
+          std::count_if(table_.fields.begin(), table_.fields.begin() + static_cast<long>(fields_[column]), isMemo);
       memos[static_cast<std::size_t>(place)] = values_.memo(cells[column], problem);
     } else {
       problem = values_.store(field, cells[column], buffer_.bytes());

@@ -35,7 +35,7 @@ class Download {
   std::vector<SentContent> page(Store& store);
 
   std::string name_, device_;
-  const Table* table_ = nullptr;           // null: a catalogue table, whose records are here
+  const Table* table_ = nullptr;  // null: a catalogue table, whose records are here
   std::vector<SentContent> records_;
   std::int64_t number_;
   std::int64_t upTo_;       // the last change that the device has then

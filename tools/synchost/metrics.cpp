@@ -9,7 +9,7 @@ struct Row {
   const char* name;
   const char* kind;
   const char* help;
-  std::uint64_t Metrics::* value;
+  std::uint64_t Metrics::*value;
 };
 constexpr Row kRows[] = {
     {"connections_total", "counter", "Connections that devices made.", &Metrics::connections},
@@ -47,8 +47,8 @@ void Metrics::countSession(double tookSeconds) {
 std::string MetricsText(const Metrics& metrics) {
   std::string text;
   for (const Row& row : kRows)
-    text += head(row.name, row.kind, row.help) + "synchost_" + row.name + " " +
-            std::to_string(metrics.*row.value) + "\n";
+    text +=
+        head(row.name, row.kind, row.help) + "synchost_" + row.name + " " + std::to_string(metrics.*row.value) + "\n";
   text += head("session_seconds", "histogram", "How long sessions took.");
   const std::string bucket = "synchost_session_seconds_bucket{le=\"";
   for (std::size_t i = 0; i < Metrics::kSeconds.size(); ++i)

@@ -12,8 +12,8 @@ std::string answerTo(std::string_view request, const Metrics& metrics) {
   const bool isPage = request.starts_with("GET /metrics ") || request.starts_with("GET /metrics?");
   const std::string body = isPage ? MetricsText(metrics) : "See /metrics.\n";
   return std::string("HTTP/1.1 ") + (isPage ? "200 OK" : "404 Not Found") +
-         "\r\nContent-Type: text/plain; version=0.0.4; charset=utf-8\r\nContent-Length: " + std::to_string(body.size()) +
-         "\r\nConnection: close\r\n\r\n" + body;
+         "\r\nContent-Type: text/plain; version=0.0.4; charset=utf-8\r\nContent-Length: " +
+         std::to_string(body.size()) + "\r\nConnection: close\r\n\r\n" + body;
 }
 
 }  // namespace

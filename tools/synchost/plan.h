@@ -1,4 +1,5 @@
-// What a session does for a device, task by task: first what it has for us, so that it is told nothing that it would undo.
+// What a session does for a device, task by task: first what it has for us, so that it is told nothing that it would
+// undo.
 #pragma once
 
 #include "synchost/store.h"
@@ -9,7 +10,7 @@ enum class Step { kCatalogue, kUpload, kInstall, kDelete, kDownload, kImages };
 
 struct PlannedTask {
   Step step;
-  std::size_t place = 0;              ///< of a catalogue table or a table
+  std::size_t place = 0;                ///< of a catalogue table or a table
   std::vector<QueuedTask> queued = {};  ///< what it does away with when it is done
 };
 

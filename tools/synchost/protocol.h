@@ -54,6 +54,13 @@ class Reply {
 };
 
 /// Codes of tasks, as task replies carry them.
-enum class Operation : std::uint8_t { kToDevice = 1, kToHost = 2, kDelete = 3, kInstall = 10, kNothing = 30, kImages = 40 };
+enum class Operation : std::uint8_t {
+  kToDevice = 1,
+  kToHost = 2,
+  kDelete = 3,
+  kInstall = 10,
+  kNothing = 30,
+  kImages = 40
+};
 
 }  // namespace synchost

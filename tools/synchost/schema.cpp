@@ -5,8 +5,8 @@
 namespace synchost {
 namespace {
 
-// BYTES and KEYED stand for what the dialect has. `counters` holds the schema's version, the last change number, the last
-// table's and task's numbers, and the change that made the catalogue.
+// BYTES and KEYED stand for what the dialect has. `counters` holds the schema's version, the last change number, the
+// last table's and task's numbers, and the change that made the catalogue.
 constexpr std::string_view kSchema = R"(
 CREATE TABLE IF NOT EXISTS counters(name TEXT PRIMARY KEY, value BIGINT NOT NULL) KEYED;
 CREATE TABLE IF NOT EXISTS devices(id TEXT PRIMARY KEY, grp TEXT NOT NULL, enabled BIGINT NOT NULL) KEYED;

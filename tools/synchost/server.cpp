@@ -181,8 +181,7 @@ void Connection::checkTimes(std::uint64_t now, const Limits& limits) {
   if (isPast(began_, limits.longest)) return end("longer than a session may be");
 }
 
-Server::Server(Store& store, const ServeOptions& options)
-    : store_(&store), limits_(options.limits), log_(options.log) {
+Server::Server(Store& store, const ServeOptions& options) : store_(&store), limits_(options.limits), log_(options.log) {
   listener_.emplace(loop_, options.listen, [this](uv_stream_t* listener) { take(listener); });
   if (!options.metrics.empty()) page_.emplace(loop_, options.metrics, metrics_);
   uv_check_init(loop_, &round_);
@@ -191,7 +190,8 @@ Server::Server(Store& store, const ServeOptions& options)
   uv_idle_init(loop_, &hurry_);
   uv_timer_init(loop_, &timer_);
   timer_.data = this;
-  uv_timer_start(&timer_, [](uv_timer_t* handle) { of(handle).tick(); }, kSecond, kSecond);
+  uv_timer_start(
+      &timer_, [](uv_timer_t* handle) { of(handle).tick(); }, kSecond, kSecond);
   watch(terminate_, SIGTERM, [](uv_signal_t* handle, int) { of(handle).stop(); });
   watch(interrupt_, SIGINT, [](uv_signal_t* handle, int) { of(handle).stop(); });
   watch(hangup_, SIGHUP, [](uv_signal_t* handle, int) { of(handle).log_.reopen(); });
@@ -304,9 +304,8 @@ void Server::stop() {
 
 void Server::closeHandles() {
   for (const auto& connection : connections_) connection->end("the host ended");
-  for (uv_handle_t* handle :
-       {reinterpret_cast<uv_handle_t*>(&timer_), reinterpret_cast<uv_handle_t*>(&terminate_),
-        reinterpret_cast<uv_handle_t*>(&interrupt_), reinterpret_cast<uv_handle_t*>(&hangup_)})
+  for (uv_handle_t* handle : {reinterpret_cast<uv_handle_t*>(&timer_), reinterpret_cast<uv_handle_t*>(&terminate_),
+                              reinterpret_cast<uv_handle_t*>(&interrupt_), reinterpret_cast<uv_handle_t*>(&hangup_)})
     if (uv_is_closing(handle) == 0) uv_close(handle, nullptr);
   // What the last round brought is committed still.
   if (!connections_.empty()) return;

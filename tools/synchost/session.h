@@ -1,5 +1,5 @@
-// One device's session as a machine of bytes: what comes from the line goes in, what is to go out is taken. Nothing here
-// knows a socket or a clock. What goes out may be sent only after the store's commit().
+// One device's session as a machine of bytes: what comes from the line goes in, what is to go out is taken. Nothing
+// here knows a socket or a clock. What goes out may be sent only after the store's commit().
 #pragma once
 
 #include <optional>

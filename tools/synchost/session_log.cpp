@@ -25,8 +25,8 @@ SessionLog::~SessionLog() {
 }
 
 void SessionLog::reopen() {
-  const int opened = name_.empty() ? ::dup(STDOUT_FILENO)
-                                   : ::open(name_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0640);
+  const int opened =
+      name_.empty() ? ::dup(STDOUT_FILENO) : ::open(name_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0640);
   if (opened < 0) return;  // the old one is better than none
   if (file_ >= 0) ::close(file_);
   file_ = opened;

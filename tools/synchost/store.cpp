@@ -18,8 +18,8 @@ Store::Store(std::unique_ptr<Sql> sql) : sql_(std::move(sql)) {
 
 void Store::begin() {
   if (writing_) return;
+  writing_ = true;  // before: a wait for others that takes too long leaves a transaction behind
   sql_->script(sql_->dialect().begin);
-  writing_ = true;
 }
 
 void Store::commit() {
@@ -65,9 +65,10 @@ std::vector<Device> Store::devices() {
 }
 
 void Store::putDevice(const Device& device) {
-  write("INSERT INTO devices(id, grp, enabled) VALUES($1, $2, $3) "
-        "ON CONFLICT(id) DO UPDATE SET grp = excluded.grp, enabled = excluded.enabled",
-        {device.id, device.group, std::int64_t{device.enabled}});
+  write(
+      "INSERT INTO devices(id, grp, enabled) VALUES($1, $2, $3) "
+      "ON CONFLICT(id) DO UPDATE SET grp = excluded.grp, enabled = excluded.enabled",
+      {device.id, device.group, std::int64_t{device.enabled}});
 }
 
 bool Store::removeDevice(const std::string& id) {
@@ -89,14 +90,15 @@ std::vector<SessionRecord> Store::lastSessions() {
 }
 
 void Store::putSession(const SessionRecord& session) {
-  write("INSERT INTO sessions(device, address, began, result, milliseconds, rows_sent, rows_received, bytes_sent, "
-        "bytes_received) VALUES($1, $2, $3, $4, $5, $6, $7, $8, $9) ON CONFLICT(device) DO UPDATE SET "
-        "address = excluded.address, began = excluded.began, result = excluded.result, "
-        "milliseconds = excluded.milliseconds, rows_sent = excluded.rows_sent, "
-        "rows_received = excluded.rows_received, bytes_sent = excluded.bytes_sent, "
-        "bytes_received = excluded.bytes_received",
-        {session.device, session.address, session.began, session.result, session.milliseconds, session.rowsSent,
-         session.rowsReceived, session.bytesSent, session.bytesReceived});
+  write(
+      "INSERT INTO sessions(device, address, began, result, milliseconds, rows_sent, rows_received, bytes_sent, "
+      "bytes_received) VALUES($1, $2, $3, $4, $5, $6, $7, $8, $9) ON CONFLICT(device) DO UPDATE SET "
+      "address = excluded.address, began = excluded.began, result = excluded.result, "
+      "milliseconds = excluded.milliseconds, rows_sent = excluded.rows_sent, "
+      "rows_received = excluded.rows_received, bytes_sent = excluded.bytes_sent, "
+      "bytes_received = excluded.bytes_received",
+      {session.device, session.address, session.began, session.result, session.milliseconds, session.rowsSent,
+       session.rowsReceived, session.bytesSent, session.bytesReceived});
 }
 
 std::vector<Table> Store::tables() {
@@ -121,10 +123,11 @@ constexpr char kCatalogueChanged[] = "UPDATE counters SET value = $1 WHERE name 
 
 void Store::createTable(const Table& table) {
   const auto number = write("UPDATE counters SET value = value + 1 WHERE name = 'table' RETURNING value", {});
-  write("INSERT INTO tables(number, name, type, direction, key_index, fields, indexes) "
-        "VALUES($1, $2, $3, $4, $5, $6, $7)",
-        {number.front().number(0), table.name, std::string(1, table.type), static_cast<std::int64_t>(table.direction),
-         table.keyIndex, table.fieldTexts, table.indexTexts});
+  write(
+      "INSERT INTO tables(number, name, type, direction, key_index, fields, indexes) "
+      "VALUES($1, $2, $3, $4, $5, $6, $7)",
+      {number.front().number(0), table.name, std::string(1, table.type), static_cast<std::int64_t>(table.direction),
+       table.keyIndex, table.fieldTexts, table.indexTexts});
   write(kCatalogueChanged, {takeChanges(1)});
 }
 

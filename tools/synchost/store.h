@@ -1,6 +1,6 @@
-// What the host keeps: devices, tables and their records, what each device has, what waits for it, and its last session.
-// Every change of a record has a number of its own, greater than all before it; a device has all changes of a table up to
-// the number that it has confirmed.
+// What the host keeps: devices, tables and their records, what each device has, what waits for it, and its last
+// session. Every change of a record has a number of its own, greater than all before it; a device has all changes of a
+// table up to the number that it has confirmed.
 //
 // Changes stand when commit() returns, together with all since the last one; until then nothing may be told to a device
 // that relies on them. Functions throw StoreFailure; rollback() is then due.
@@ -92,10 +92,10 @@ class Store {
   // ----- uploads of tables without a key
   // Nothing tells whether a device that lost its line sends the same records once more or others that look alike. So an
   // upload is held until the device's next request shows that it came to its end; an earlier one that did not is then
-  // taken for the same if the later one has all of it, and for another if it has not.
+  // taken for the same if a later one has all of it, and for another if none has.
   std::int64_t beginUpload();
   void hold(const Table& table, const std::string& device, std::int64_t upload, const std::vector<KeptRecord>& records);
-  void conclude(const Table& table, const std::string& device, std::int64_t upload);
+  void conclude(const Table& table, const std::string& device);
   std::int64_t countHeld(const std::string& device);
 
   // ----- queued tasks

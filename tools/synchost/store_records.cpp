@@ -1,4 +1,6 @@
 // Records: what changed when, who has what, and uploads that wait for their end.
+#include <algorithm>
+
 #include "synchost/store.h"
 
 namespace synchost {
@@ -32,9 +34,10 @@ std::int64_t Store::confirmed(const std::string& device, std::int64_t table) {
 }
 
 void Store::confirm(const std::string& device, std::int64_t table, std::int64_t change) {
-  write("INSERT INTO confirmed(device, tbl, change) VALUES($1, $2, $3) "
-        "ON CONFLICT(device, tbl) DO UPDATE SET change = excluded.change",
-        {device, table, change});
+  write(
+      "INSERT INTO confirmed(device, tbl, change) VALUES($1, $2, $3) "
+      "ON CONFLICT(device, tbl) DO UPDATE SET change = excluded.change",
+      {device, table, change});
 }
 
 void Store::forget(const std::string& device, std::int64_t table) {
@@ -49,8 +52,7 @@ std::int64_t Store::countLive(const Table& table) {
   return read("SELECT COUNT(*) FROM records WHERE tbl = $1 AND deleted = 0", {table.number}).front().number(0);
 }
 
-std::int64_t Store::countChanged(const Table& table, const std::string& device, std::int64_t after,
-                                 std::int64_t upTo) {
+std::int64_t Store::countChanged(const Table& table, const std::string& device, std::int64_t after, std::int64_t upTo) {
   return read("SELECT COUNT(*) FROM records WHERE tbl = $1 AND change > $2 AND change <= $3 AND origin <> $4",
               {table.number, after, upTo, device})
       .front()
@@ -85,10 +87,11 @@ void Store::put(const Table& table, const std::string& origin, const std::vector
                     std::int64_t{record.deleted}, record.content});
     ++change;
   }
-  writeMany("INSERT INTO records(tbl, key, change, origin, deleted, content) VALUES($1, $2, $3, $4, $5, $6) "
-            "ON CONFLICT(tbl, key) DO UPDATE SET change = excluded.change, origin = excluded.origin, "
-            "deleted = excluded.deleted, content = excluded.content WHERE records.content <> excluded.content",
-            rows);
+  writeMany(
+      "INSERT INTO records(tbl, key, change, origin, deleted, content) VALUES($1, $2, $3, $4, $5, $6) "
+      "ON CONFLICT(tbl, key) DO UPDATE SET change = excluded.change, origin = excluded.origin, "
+      "deleted = excluded.deleted, content = excluded.content WHERE records.content <> excluded.content",
+      rows);
 }
 
 void Store::clear(const Table& table) {
@@ -106,8 +109,8 @@ void Store::hold(const Table& table, const std::string& device, std::int64_t upl
   std::vector<Values> rows;
   rows.reserve(records.size());
   for (const KeptRecord& record : records) {
-    rows.push_back({table.number, device, upload, number, numberKey(number), std::int64_t{record.deleted},
-                    record.content});
+    rows.push_back(
+        {table.number, device, upload, number, numberKey(number), std::int64_t{record.deleted}, record.content});
     ++number;
   }
   writeMany("INSERT INTO held(tbl, device, upload, place, key, deleted, content) VALUES($1, $2, $3, $4, $5, $6, $7)",
@@ -125,22 +128,24 @@ bool Store::isSentAgain(const Table& table, const std::string& device, std::int6
   return missing.front().number(0) == 0;
 }
 
-void Store::conclude(const Table& table, const std::string& device, std::int64_t upload) {
-  bool any = false;
-  for (const SqlRow& row :
-       read("SELECT DISTINCT upload FROM held WHERE device = $1 AND tbl = $2", {device, table.number})) {
-    any = true;
-    const std::int64_t earlier = row.number(0);
-    if (earlier != upload && isSentAgain(table, device, earlier, upload))
+void Store::conclude(const Table& table, const std::string& device) {
+  constexpr char kUploads[] = "SELECT DISTINCT upload FROM held WHERE device = $1 AND tbl = $2 ORDER BY upload";
+  if (read(kUploads, {device, table.number}).empty()) return;
+  begin();  // a host that was killed may have had a commit on its way: what it brought is seen from here on
+  const std::vector<SqlRow> uploads = read(kUploads, {device, table.number});
+  for (std::size_t i = 0; i < uploads.size(); ++i) {
+    const std::int64_t earlier = uploads[i].number(0);
+    const auto hasIt = [&](const SqlRow& later) { return isSentAgain(table, device, earlier, later.number(0)); };
+    if (std::any_of(uploads.begin() + static_cast<std::ptrdiff_t>(i) + 1, uploads.end(), hasIt))
       write("DELETE FROM held WHERE device = $1 AND tbl = $2 AND upload = $3", {device, table.number, earlier});
   }
-  if (!any) return;
   const auto count = read("SELECT COUNT(*) FROM held WHERE device = $1 AND tbl = $2", {device, table.number});
   const std::int64_t first = takeChanges(count.front().number(0));
-  write("INSERT INTO records(tbl, key, change, origin, deleted, content) "
-        "SELECT tbl, key, CAST($1 AS BIGINT) - 1 + ROW_NUMBER() OVER (ORDER BY upload, place), device, deleted, content FROM held "
-        "WHERE device = $2 AND tbl = $3",
-        {first, device, table.number});
+  write(
+      "INSERT INTO records(tbl, key, change, origin, deleted, content) "
+      "SELECT tbl, key, CAST($1 AS BIGINT) - 1 + ROW_NUMBER() OVER (ORDER BY upload, place), device, deleted, content "
+      "FROM held WHERE device = $2 AND tbl = $3",
+      {first, device, table.number});
   write("DELETE FROM held WHERE device = $1 AND tbl = $2", {device, table.number});
 }
 

@@ -54,9 +54,9 @@ Table MakeTable(const std::string& name, const std::string& fieldTexts, const st
   table.fieldTexts = fieldTexts;
   table.indexTexts = indexTexts;
   table.keyIndex = tool::upperCase(keyIndex);
-  table.memoFields = static_cast<std::size_t>(
-      std::count_if(table.fields.begin(), table.fields.end(),
-                    [](const ControlFieldTBL& field) { return field.FieldType == TBLMEMO; }));
+  table.memoFields =
+      static_cast<std::size_t>(std::count_if(table.fields.begin(), table.fields.end(),
+                                             [](const ControlFieldTBL& field) { return field.FieldType == TBLMEMO; }));
   for (const std::string& text : wordsIn(indexTexts)) table.indexes.push_back(indexFrom(text, table.fields));
   table.fields.push_back(vorne::MakeField(kDeletionField, TBLSTRING, 1, 0));
   vorne::PlaceFields(table.fields);

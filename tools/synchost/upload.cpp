@@ -40,7 +40,7 @@ bool Upload::take(Store& store, vorne::Bytes body) {
 }
 
 void Upload::conclude(Store& store) {
-  if (!table_->hasKey()) store.conclude(*table_, device_, number_);
+  if (!table_->hasKey()) store.conclude(*table_, device_);
 }
 
 }  // namespace synchost

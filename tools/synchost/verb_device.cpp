@@ -12,7 +12,8 @@ struct DeviceOptions {
 int put(const StoreName& name, const DeviceOptions& options, bool enabled) {
   Store store = OpenStore(name);
   const auto known = store.device(options.id);
-  if (!enabled && !known) tool::refuse("there is no device \"" + options.id + "\"", "look at `tellira synchost status`");
+  if (!enabled && !known)
+    tool::refuse("there is no device \"" + options.id + "\"", "look at `tellira synchost status`");
   if (options.id.empty()) tool::refuse("a device needs a name", "take the one that it sends, its identification");
   store.putDevice({options.id, options.group.empty() && known ? known->group : options.group, enabled});
   store.commit();

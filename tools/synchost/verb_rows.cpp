@@ -24,8 +24,10 @@ struct RowOptions {
 
 class OpenFile {
  public:
-  explicit OpenFile(const std::string& name) : file_(name == "-" ? ::dup(0) : ::open(name.c_str(), O_RDONLY | O_CLOEXEC)) {
-    if (file_ < 0) tool::refuse(name + " cannot be read: " + std::strerror(errno), "name a file, or - for standard input");
+  explicit OpenFile(const std::string& name)
+      : file_(name == "-" ? ::dup(0) : ::open(name.c_str(), O_RDONLY | O_CLOEXEC)) {
+    if (file_ < 0)
+      tool::refuse(name + " cannot be read: " + std::strerror(errno), "name a file, or - for standard input");
   }
   OpenFile(const OpenFile&) = delete;
   OpenFile& operator=(const OpenFile&) = delete;

@@ -58,14 +58,11 @@ std::vector<DeviceStatus> statusOf(Store& store) {
 tool::Json jsonOf(const DeviceStatus& status) {
   tool::Json last;
   if (!status.last.began.empty())
-    last = {{"began", status.last.began},
-            {"address", status.last.address},
-            {"result", status.last.result},
-            {"milliseconds", status.last.milliseconds},
-            {"rows_sent", status.last.rowsSent},
-            {"rows_received", status.last.rowsReceived}};
-  return {{"device", status.device.id},     {"group", status.device.group},   {"enabled", status.device.enabled},
-          {"rows_waiting", status.waiting}, {"rows_held", status.held},       {"tasks_waiting", status.tasks},
+    last = {{"began", status.last.began},        {"address", status.last.address},
+            {"result", status.last.result},      {"milliseconds", status.last.milliseconds},
+            {"rows_sent", status.last.rowsSent}, {"rows_received", status.last.rowsReceived}};
+  return {{"device", status.device.id},     {"group", status.device.group}, {"enabled", status.device.enabled},
+          {"rows_waiting", status.waiting}, {"rows_held", status.held},     {"tasks_waiting", status.tasks},
           {"last_session", std::move(last)}};
 }
 
@@ -81,8 +78,8 @@ int runStatus(const StoreName& name, bool json) {
   tool::TextTable<8> table{{"Device", "Group", "Last session", "Result", "Sent", "Received", "Waiting", "Held"}};
   for (const auto& [device, last, waiting, held, tasks] : all)
     table.add({device.id + (device.enabled ? "" : " (blocked)"), device.group, last.began.empty() ? "-" : last.began,
-               last.began.empty() ? "-" : last.result, std::to_string(last.rowsSent),
-               std::to_string(last.rowsReceived), std::to_string(waiting), std::to_string(held)});
+               last.began.empty() ? "-" : last.result, std::to_string(last.rowsSent), std::to_string(last.rowsReceived),
+               std::to_string(waiting), std::to_string(held)});
   table.print();
   return tool::kDone;
 }

@@ -20,7 +20,8 @@ Exit status: 0 done, 1 done but the answer is no, 2 wrong usage or input, 3 the 
 constexpr int kMost = 1'000'000;
 
 void addLimits(tool::Verb& group, Limits& limits) {
-  group.option("--max-connections", limits.connections, "N", "Connections at once; more are turned away [1000]", 1, kMost);
+  group.option("--max-connections", limits.connections, "N", "Connections at once; more are turned away [1000]", 1,
+               kMost);
   group.option("--idle", limits.idle, "SECONDS", "Ends a session in which nothing moves [180]", 1, kMost);
   group.option("--login", limits.login, "SECONDS", "Ends a connection without a login [30]", 1, kMost);
   group.option("--longest", limits.longest, "SECONDS", "Ends a session that takes longer [3600]", 1, kMost);
@@ -29,8 +30,9 @@ void addLimits(tool::Verb& group, Limits& limits) {
 
 int serve(const StoreName& name, const ServeOptions& options) {
   if (options.listen.empty())
-    throw tool::Failure(tool::kUsage, "an address to listen on is missing.\n  next: --listen 127.0.0.1:5555, or a verb; "
-                                      "`tellira synchost --help` shows them.");
+    throw tool::Failure(tool::kUsage,
+                        "an address to listen on is missing.\n  next: --listen 127.0.0.1:5555, or a verb; "
+                        "`tellira synchost --help` shows them.");
   Store store = OpenStore(name);
   Serve(store, options);
   return tool::kDone;
