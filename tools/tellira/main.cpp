@@ -16,6 +16,7 @@
 #include "edge/failure_report.h"
 #include "library/verbs.h"
 #include "sale/verb_sale.h"
+#include "sync/verb_sync.h"
 
 #ifndef TELLIRA_VERSION
 #error "TELLIRA_VERSION comes from the build"
@@ -57,6 +58,7 @@ int run(const std::vector<std::string>& arguments) {
   tool::addCommands(line.top());
   tool::addSale(line.top());
   tool::addDb(line.top());
+  tool::addSync(line.top());
   return line.run(arguments);
 }
 
