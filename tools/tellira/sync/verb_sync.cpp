@@ -146,9 +146,9 @@ int runSession(const SyncOptions& options) {
   const TextScreen screen;
   iSyncLang = languageOf(options.language);
   const auto start = std::chrono::steady_clock::now();
-  const Obj_Node* status = __DoSync(
-      __INIT_CHARPTR(options.suffix.c_str()), __INIT_CHARPTR(host.address.c_str()), __INIT_DOUBLE(host.port),
-      __INIT_DOUBLE(host.timeout), __INIT_CHARPTR(host.device.c_str()), __INIT_CHARPTR(host.group.c_str()));
+  const Obj_Node* status =
+      __DoSync(__INIT_CHARPTR(options.suffix.c_str()), __INIT_CHARPTR(host.address.c_str()), __INIT_DOUBLE(host.port),
+               __INIT_DOUBLE(host.timeout), __INIT_CHARPTR(host.device.c_str()), __INIT_CHARPTR(host.group.c_str()));
   const int code = static_cast<int>(status->objData.mdbl);
   const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   session.close();
@@ -195,7 +195,7 @@ Json settingsJson(const vorne::UserSettings& settings) {
 bool changeSettings(const SyncOptions& options, vorne::UserSettings& settings) {
   const struct {
     const std::string& given;
-    std::string vorne::UserSettings::* place;
+    std::string vorne::UserSettings::*place;
     std::size_t room;
     const char* name;
   } kPlaces[] = {{options.host, &vorne::UserSettings::host, 20, "--host"},
@@ -226,7 +226,8 @@ int runConfig(const SyncOptions& options) {
     if (CreateUser(text(settings.device), text(settings.user), text(settings.host), text(settings.port),
                    text(settings.timeout))
             ->objData.mbool == 0)
-      throw Failure(kEnded, "table CAD_USER cannot be written.\n  next: `tellira db schema CAD_USER` shows whose it is.");
+      throw Failure(kEnded,
+                    "table CAD_USER cannot be written.\n  next: `tellira db schema CAD_USER` shows whose it is.");
     vorne::ReadSettings(settings);
   }
   session.close();
