@@ -57,7 +57,7 @@ struct TableReader::State {
   void checkDescription();
   void renew();
   bool fits(IndexFile& index);
-  KeyList entriesOf(IndexFile& index, const KeyRanges& ranges);
+  std::optional<KeyList> entriesOf(IndexFile& index, const KeyRanges& ranges);
   bool haveTheirKeys(const IndexFile& index, const KeyList& list);
   void addRow(std::uint32_t position, bool withMemos, StoredRows& rows);
   std::string memoText(std::uint32_t reference);
@@ -206,16 +206,20 @@ bool TableReader::State::fits(IndexFile& index) {
       return false;
     const std::uint32_t count = index.database.count();
     if (count != table.front().count()) return false;
-    KeyList all;
-    if (!index.isTrusted)
-      index.isTrusted = count > kMostCounted || namesEachOnce(all = entriesOf(index, KeyRanges(1)), count);
-    return index.isTrusted;
+    if (!index.isTrusted && count <= kMostCounted) {
+      std::optional<KeyList> all = entriesOf(index, KeyRanges(1));
+      if (!all || !namesEachOnce(*all, count)) return false;
+    }
+    return index.isTrusted = true;
   } catch (const ReadFailure&) {
     return false;
   }
 }
 
-KeyList TableReader::State::entriesOf(IndexFile& index, const KeyRanges& ranges) {
+// None when they, or those beside where a search ended, are out of order: an entry written over with a distant one
+// hides its record's key, and leads searches astray that come by.
+std::optional<KeyList> TableReader::State::entriesOf(IndexFile& index, const KeyRanges& ranges) {
+  constexpr std::uint32_t kBeside = 2;
   KeyList list{kEntryKeyAt + index.keyLength, {}};
   const auto keyAt = [&](std::uint32_t i) {
     const std::span<const char> entry = index.database.record(i);
@@ -224,8 +228,17 @@ KeyList TableReader::State::entriesOf(IndexFile& index, const KeyRanges& ranges)
                         "an index of " + name + " is damaged; `tellira db reindex` makes it anew");
     return std::string_view(entry.data() + kEntryKeyAt, index.keyLength);
   };
-  for (const auto& [from, to] : PositionsOf(ranges, index.database.count(), keyAt))
-    for (std::uint32_t i = from; i < to; ++i) list.bytes.append(keyAt(i).data() - kEntryKeyAt, list.entrySize);
+  const std::uint32_t count = index.database.count();
+  std::string before;
+  for (const auto& [from, to] : PositionsOf(ranges, count, keyAt)) {
+    before.clear();
+    for (std::uint32_t i = from - std::min(from, kBeside); i < std::min(count, to + kBeside); ++i) {
+      const std::string_view key = keyAt(i);
+      if (key < before) return std::nullopt;
+      before = key;
+      if (i >= from && i < to) list.bytes.append(key.data() - kEntryKeyAt, list.entrySize);
+    }
+  }
   return list;
 }
 
@@ -298,7 +311,7 @@ KeyList TableReader::find(std::size_t number, const KeyRanges& ranges, std::opti
     list.reset();
     if (!state_->fits(index)) return;
     list = state_->entriesOf(index, ranges);
-    if (!namesEachOnce(*list, state_->table.front().count()) || !state_->haveTheirKeys(index, *list))
+    if (!list || !namesEachOnce(*list, state_->table.front().count()) || !state_->haveTheirKeys(index, *list))
       return list.reset();
     pause = kPause + std::chrono::microseconds(list->bytes.size() / kBytesInAMicrosecond);
   });

@@ -100,7 +100,7 @@ std::vector<std::uint32_t> insertionOrder(WaitingEntries& waiting) {
 }
 
 // From the back, so that every entry moves once, and to where nothing is needed any more.
-// There is room for them. False when one of them met its equal.
+// There is room for them. False when one of them met its equal, or entries that are out of order.
 bool putIn(EntryFile& file, const Entries& inserted, const std::vector<std::uint32_t>& order) {
   bool fits = true;
   const auto count = static_cast<UInt32>(order.size());
@@ -111,6 +111,8 @@ bool putIn(EntryFile& file, const Entries& inserted, const std::vector<std::uint
     const SoughtKey key(inserted.key(order[left - 1]), inserted.keyLength());
     const UInt32 place = FirstGreaterFromBack(entries, key, 0, rest);
     fits &= place == 0 || std::memcmp(entries.at(place - 1), entry, entries.size) != 0;
+    // Behind `rest` stands what has moved already.
+    fits &= AreInOrderBeside({entries.first, entries.stride, entries.size, rest}, place);
     file.move(place, place + left, rest - place);
     file.store(place + left - 1, entry);
     rest = place;

@@ -56,6 +56,8 @@ bool notFound(VORNE_RDD& area) {
 bool isSoundAt(int number, DmOpenRef order, const Entries& entries, int count, int position, int direction) {
   if (!NamesOneRecord(entries, count, position, direction)) return false;
   if (direction == 0 || entries.count <= kMostCounted) return true;
+  // One step ahead: what stands out of order is not shown before the order is mended.
+  if (!IsInOrder(entries, static_cast<UInt32>(position - (direction < 0)))) return false;
   WalkWatch& walk = walks[number];
   const auto record = static_cast<UInt32>(entries.record(static_cast<std::size_t>(position)));
   if (walk.isNew(order, static_cast<UInt32>(count), position, direction, record)) return true;
@@ -111,11 +113,11 @@ int __TBL_GetLastData(int number, int position) {
   return 1;
 }
 
-int ReadData(int number, Boolean through, int position, int direction) {
-  VORNE_RDD* area = AreaAt(number);
-  if (area == nullptr) return 0;
+namespace {
+
+// ReadData, in an area whose table has `count` records.
+int readFrom(int number, VORNE_RDD* area, int count, Boolean through, int position, int direction) {
   IDX_IndexesNames* order = OrderOf(*area);
-  const int count = RecordCount(*area);
   if (count == 0 || (through && order != nullptr && DmNumRecords(order->IDX_dbRef) == 0)) return notFound(*area);
   area->TBL_found = 0;
   const bool hides = direction != 0 && HidesDeleted(), byOrder = through && order != nullptr;
@@ -144,6 +146,13 @@ int ReadData(int number, Boolean through, int position, int direction) {
   return 0;
 }
 
+}  // namespace
+
+int ReadData(int number, Boolean through, int position, int direction) {
+  VORNE_RDD* area = AreaAt(number);
+  return area == nullptr ? 0 : readFrom(number, area, RecordCount(*area), through, position, direction);
+}
+
 int __GoTo(int number, int position, Boolean through, int direction) {
   VORNE_RDD* area = AreaAt(number);
   if (area == nullptr) return 0;
@@ -152,11 +161,11 @@ int __GoTo(int number, int position, Boolean through, int direction) {
   if (count == 0) return notFound(*area);
   if (position == static_cast<int>(kAppend)) position = lastPosition(*area, through);
   if (position < 0) {
-    ReadData(number, 1, 0, 1);
+    readFrom(number, area, count, 1, 0, 1);
     area->TBL_bof = 1;
     return 0;
   }
-  return position < count ? ReadData(number, through, position, direction) : notFound(*area);
+  return position < count ? readFrom(number, area, count, through, position, direction) : notFound(*area);
 }
 
 Obj_Node* __TBL_GoTop(Obj_Node* alias) {
