@@ -15,6 +15,7 @@
 #include "storage/databases/rebuild.h"
 #include "storage/files/diagnostic_log.h"
 #include "storage/files/mapped_file.h"
+#include "storage/files/patient_lock.h"
 #include "storage/files/system.h"
 #include "storage/format/names.h"
 #include "storage/journal/journal.h"
@@ -83,6 +84,12 @@ void removeUnfinished() {
     fileSystem.unlink(path.c_str());
 }
 
+// Tells a repair that the files are in use; databases open without it all the same. It may pass through
+// removeUnfinished in another process, whose lock becomes this one in two steps, or through a tool that asks.
+void shareCatalog() {
+  LockPatiently(rwCatalog->hFile, LOCK_SH);
+}
+
 void closeDatabases() {
   for (UInt32 slot = 0; slot < kOpenFiles; ++slot)
     if (OpenFiles[slot] != nullptr) closeForGood(OpenFiles[slot]);
@@ -109,8 +116,7 @@ Err OpenCatalog() {
     RecoverInterruptedChanges();
     rwCatalog = mapeararquivo(kCatalogName);
     removeUnfinished();
-    // Tells a repair that the files are in use; databases open without it all the same.
-    fileSystem.flock(rwCatalog->hFile, LOCK_SH | LOCK_NB);
+    shareCatalog();
     VerifyCatalogEntries();
   }
   if (rwCatalog != nullptr) return errNone;

@@ -45,16 +45,10 @@ bool reserve(UInt32 room, UInt32 info) {
          reserveFrom(offsetof(JournalFile, info), journal.info, info);
 }
 
-bool isStill(int file, const std::string& path) {
-  struct stat open, named;
-  return ::fstat(file, &open) == 0 && fileSystem.stat(path.c_str(), &named) == 0 && open.st_ino == named.st_ino &&
-         open.st_dev == named.st_dev;
-}
-
 // The file of that name, locked; -1 when it cannot be had. Whoever had it may have let it go under another name.
 int claimFile(const std::string& path, int flags) {
   const int file = OpenFile(path.c_str(), flags, 0660);
-  if (file < 0 || (Claim(file) && isStill(file, path))) return file;
+  if (file < 0 || (Claim(file) && IsStill(file, path))) return file;
   fileSystem.close(file);
   return -1;
 }
@@ -76,7 +70,7 @@ int takeSpare(const std::string& path) {
   const std::string name = JournalPath(wcDir, kSpareJournalName);
   const int spare = claimFile(name, O_RDWR);
   if (spare < 0) return -1;
-  if (!isNeeded(spare) && fileSystem.rename(name.c_str(), path.c_str()) == 0 && isStill(spare, path)) return spare;
+  if (!isNeeded(spare) && fileSystem.rename(name.c_str(), path.c_str()) == 0 && IsStill(spare, path)) return spare;
   fileSystem.close(spare);
   return -1;
 }
@@ -97,6 +91,8 @@ bool openJournal(const std::string& path) {
   if (isNeeded(file)) return fileSystem.close(file), false;
   const int spare = takeSpare(path);
   if (spare >= 0) fileSystem.close(std::exchange(file, spare));
+  // A spare one that another process left just then may have come in the place of both.
+  if (!IsStill(file, path)) return fileSystem.close(file), false;
   JournalFile* at = mapEmpty(file);
   if (at == nullptr) {
     const int failure = errno;

@@ -69,6 +69,12 @@ bool Claim(int file) {
   return fileSystem.flock(file, LOCK_EX | LOCK_NB) == 0;
 }
 
+bool IsStill(int file, const std::string& path) {
+  struct stat open, named;
+  return ::fstat(file, &open) == 0 && fileSystem.stat(path.c_str(), &named) == 0 && open.st_ino == named.st_ino &&
+         open.st_dev == named.st_dev;
+}
+
 void Spare(const std::string& path) {
   if (!isDiskNearlyFull() || fileSystem.rename(path.c_str(), JournalPath(wcDir, kSpareJournalName).c_str()) != 0)
     fileSystem.unlink(path.c_str());
