@@ -219,9 +219,13 @@ TEST_F(DbRepair, DescribesATableAnewOnceItsRecordsFit) {
   useTable(rows());
   // Fields that leave one out make no numbers that anybody stores.
   ok({"create", "U", "A:C:5", "B:M", "C:N:10:2"});
-  ok({"import", "U", "-"}, "A,B,C\na,b,1.5\nc,d,2\ne,f,3.25\n");
+  std::string lines = "A,B,C\n";
+  for (int i = 0; i < 30; ++i) lines += "a,b,1.5\n";
+  ok({"import", "U", "-"}, lines);
   patch("U", 92, std::string(20, '#'));
-  EXPECT_THAT(db({"describe", "U", "A:C:5", "C:N:10:2"}).err, HasSubstr("3 of 3 records do not fit"));
+  const Ran many = db({"describe", "U", "A:C:5", "C:N:10:2"});
+  EXPECT_THAT(many.err, HasSubstr("30 of 30 records do not fit"));
+  EXPECT_EQ(std::count(many.out.begin(), many.out.end(), '\n'), 21);
   ok({"describe", "U", "A:C:5", "B:M", "C:N:10:2"});
   // One that does not fit does not speak against the others.
   writeFile(path("T"), before);

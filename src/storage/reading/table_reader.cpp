@@ -145,9 +145,14 @@ void StoredRows::clear() {
   taken = 0;
 }
 
-// A field names its memo by the record's number; one that is not there is empty, as for everybody.
+// A field names its memo by the record's number; one that is not there is empty, as for everybody. Where none of them
+// can be had that would be taken for what the table holds.
 std::string TableReader::State::memoText(std::uint32_t reference) {
-  if (reference == 0 || memo.empty() || reference > memo.front().count()) return {};
+  if (reference == 0) return {};
+  if (memo.empty())
+    throw ReadFailure(ReadFailure::kDamaged,
+                      "the catalogue does not name the memo texts of " + name + "; `tellira db check` tells more");
+  if (reference > memo.front().count()) return {};
   const std::span<const char> text = memo.front().record(reference - 1);
   return {text.data(), ::strnlen(text.data(), text.size())};
 }

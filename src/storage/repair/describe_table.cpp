@@ -18,6 +18,7 @@ namespace {
 
 constexpr std::uint32_t kAnyText = ~0u;  // the memo texts are another database's matter
 constexpr std::int32_t kMarkLength = 2;
+constexpr std::size_t kMostMisfits = 20;  // wrong fields fit no record: a screenful shows what is wrong with them
 
 TableDescription descriptionFor(const std::string& name, std::vector<ControlFieldTBL> fields) {
   TableDescription table;
@@ -82,7 +83,7 @@ Described DescribeTable(const std::string& directory, const std::string& name, s
   DatabaseFiles files;
   files.data = data.read(name);
   if (data.kindOf(offsetsName) == FileKind::kRegular) files.offsets = data.read(offsetsName);
-  Findings ofData(name), ofOffsets(offsetsName), misfits(name);
+  Findings ofData(name), ofOffsets(offsetsName), misfits(name, kMostMisfits);
   DatabaseState state = CheckDatabase(kTypeData, files, ofData, ofOffsets);
   Described described;
   const TableDescription table = descriptionFor(name, std::move(fields));

@@ -4,8 +4,6 @@ namespace vorne {
 
 namespace {
 
-constexpr std::size_t kListed = 100;
-
 void append(std::vector<Problem>& to, const std::vector<Problem>& from, std::uint64_t count, bool repaired,
             bool byHand) {
   for (Problem problem : from) {
@@ -22,7 +20,7 @@ void append(std::vector<Problem>& to, const std::vector<Problem>& from, std::uin
 }  // namespace
 
 void Findings::add(std::vector<Problem>& list, std::uint64_t& count, std::string text, std::int64_t record) {
-  if (++count <= kListed) list.push_back({file_, record, std::move(text), false});
+  if (++count <= most_) list.push_back({file_, record, std::move(text), false});
 }
 
 void Findings::tell(DirectoryReport& report, bool repaired, bool byHand) const {

@@ -49,8 +49,14 @@ class Owners {
   bool isOf(UInt32 place, const DatabaseHdrType& entry, const std::string& table) {
     if (std::exchange(generation_, CatalogGeneration()) != CatalogGeneration()) known_.clear();
     Known& known = known_[place];
-    if (known.owner.empty() || std::memcmp(&known.entry, &entry, sizeof entry) != 0)
-      known = {entry, ownerOf(std::string(CatalogEntryName(place)))};
+    const bool isSame = std::memcmp(&known.entry, &entry, sizeof entry) == 0;
+    if (known.owner.empty() || !isSame) {
+      const std::string name(CatalogEntryName(place));
+      known = {entry, ownerOf(name), isSame && known.isTold};
+      // Its table goes on without it, in another order.
+      if ((known.owner.empty() || CatalogEntryOf(known.owner) == 0) && !std::exchange(known.isTold, true))
+        Logar(Message("Índice %s não aberto: o cabeçalho não nomeia tabela que exista"_l1, name.c_str()).c_str());
+    }
     return known.owner == table;
   }
   void forget(UInt32 place) { known_.erase(place); }
@@ -59,6 +65,7 @@ class Owners {
   struct Known {
     DatabaseHdrType entry = {};
     std::string owner;  // in capital letters
+    bool isTold = false;
   };
   std::unordered_map<UInt32, Known> known_;
   UInt32 generation_ = 0;

@@ -78,7 +78,8 @@ int WriteMemo(int number, int field, const char* text, int length) {
   // The last memo counts as none too, so that its new text becomes a new record.
   if (reference >= DmNumRecords(memo)) reference = 0;
   UInt32 position = reference - 1;
-  // Stored before the record that will refer to it: killed in between, a text is there that nothing names.
+  // Stored before the record that will refer to it: killed in between, a text is there that nothing names. At once
+  // and whatever becomes of the record's edit, also that of a deleted record, of which only the mark is written.
   if (!(reference == 0 ? AppendRecord(memo, bytes, &position) : StoreRecord(memo, position, bytes))) return 0;
   Store(at, position + 1);
   countCall(*area);
