@@ -211,20 +211,38 @@ MapOwner newMap(const char* name) {
   return map;
 }
 
+// A file shorter than a header has zeros for one.
+bool readHeaderAndSize(HANDLE file, FileHeader& header, long& size) {
+  int count = 0;
+  header = {};
+  size = GetFileSize(file);
+  return size >= 0 && (size < static_cast<long>(kHeaderSize) ||
+                       ReadFile(file, &header, kHeaderSize, &count) == static_cast<int>(kHeaderSize));
+}
+
+// Brings the map's open file of `oldSize` bytes to `size`, never below what it has, and maps it.
+bool sizeAndMap(pmymap map, std::int64_t oldSize, std::int64_t size) {
+  if (oldSize < 0 || !sizeFile(map->hFile, oldSize, size)) return false;
+  mapOpen(map, oldSize, static_cast<long>(std::max(oldSize, size)));
+  return true;
+}
+
 // Null when the file cannot be made as large as it must be, by `missing` bytes; errno tells why.
 pmymap tryToMap(const char* name, std::int64_t& missing) {
   MapOwner map = newMap(name);
   FileHeader header;
   long fileSize = 0;
+  map->hFile = static_cast<int>(CreateFile(GetWideName(name), GENERIC_READ | GENERIC_WRITE));
   // An open that fails here must not look like a new file: its header would be written over the old one.
-  if (!GetHeaderAndSize(name, &header, &fileSize)) mapFailure("falhou abertura do arquivo %s %s", name);
+  if (map->hFile < 1) mapFailure("falhou abertura do arquivo %s %s", name);
+  if (!readHeaderAndSize(map->hFile, header, fileSize)) mapFailure("falhou ReadFile do arquivo %s %s", name);
   if (fileSize > static_cast<long>(kLargestFile)) mapFailure("falhou GetFileSize do arquivo %s %s", name);
 
   const Sizes sizes = sizesOf(header, fileSize);
   const std::int64_t size = fieldSize(sizes.allocated);
   map->szmap = static_cast<std::int32_t>(sizes.used);
   missing = size - fileSize;
-  if (!GetMappedFile(map.get(), static_cast<long>(size))) {
+  if (!sizeAndMap(map.get(), fileSize, size)) {
     const int failure = errno;
     map.reset();
     errno = failure;
@@ -259,10 +277,7 @@ int GetHeaderAndSize(const char* name, FileHeader* header, long* size) {
   *size = 0;
   const HANDLE file = CreateFile(GetWideName(name), GENERIC_READ | GENERIC_WRITE);
   if (file == INVALID_HANDLE_VALUE) return 0;
-  int count = 0;
-  *size = GetFileSize(file);
-  const bool readable = *size >= 0 && (*size < static_cast<long>(kHeaderSize) ||
-                                       ReadFile(file, header, kHeaderSize, &count) == static_cast<int>(kHeaderSize));
+  const bool readable = readHeaderAndSize(file, *header, *size);
   CloseHandle(file);
   if (!readable) mapFailure("falhou ReadFile do arquivo %s %s", name);
   return 1;
@@ -280,12 +295,7 @@ int GetMappedFile(pmymap map, long size) {
   map->hFile = OpenFile(wcName, O_RDWR | O_NONBLOCK);
   if (map->hFile < 1) map->hFile = OpenFile(wcName, O_RDWR | O_NONBLOCK | O_CREAT, 0660);
   if (map->hFile < 1) return 0;
-  const std::int64_t oldSize = GetFileSize(map->hFile);
-  if (oldSize < 0 || !sizeFile(map->hFile, oldSize, size)) return 0;
-  if (oldSize > size) size = static_cast<long>(oldSize);
-
-  mapOpen(map, oldSize, size);
-  return 1;
+  return sizeAndMap(map, GetFileSize(map->hFile), size);
 }
 
 namespace vorne {

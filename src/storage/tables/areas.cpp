@@ -29,18 +29,6 @@ void enter(VORNE_RDD& area, bool atEnd, bool atBegin) {
 
 }  // namespace
 
-VORNE_RDD*& AreaSlot(int area) {
-  return static_cast<VORNE_RDD**>(S_GLOB->rdd)[area];
-}
-
-bool IsAreaNumber(int area) {
-  return S_GLOB != nullptr && area >= 0 && area < S_GLOB->TBL_amnt_open_dbs;
-}
-
-VORNE_RDD* AreaAt(int area) {
-  return IsAreaNumber(area) ? AreaSlot(area) : nullptr;
-}
-
 int AreaNumber(Obj_Node* alias, int code, int aux) {
   const int area = __GetAliasID(alias);
   if (AreaAt(area) == nullptr) __RuntimeError(code, aux);

@@ -7,16 +7,21 @@
 
 namespace vorne {
 
+inline bool IsAreaNumber(int area) {
+  return S_GLOB != nullptr && area >= 0 && area < S_GLOB->TBL_amnt_open_dbs;
+}
+/// The place of an area, null while it is free, by a number that IsAreaNumber.
+inline VORNE_RDD*& AreaSlot(int area) {
+  return static_cast<VORNE_RDD**>(S_GLOB->rdd)[area];
+}
 /// The open area of that number, null for any other number.
-VORNE_RDD* AreaAt(int area);
+inline VORNE_RDD* AreaAt(int area) {
+  return IsAreaNumber(area) ? AreaSlot(area) : nullptr;
+}
 /// The number of the open area that `alias` means (see tables.h); raises `code`/`aux` when there is none.
 int AreaNumber(Obj_Node* alias, int code = 14, int aux = 11);
 /// That area.
 VORNE_RDD& AreaOf(Obj_Node* alias, int code = 14, int aux = 11);
-
-bool IsAreaNumber(int area);
-/// The place of an area, null while it is free, by a number that IsAreaNumber.
-VORNE_RDD*& AreaSlot(int area);
 
 inline Fields FieldsOf(const myAppInfoType& table) {
   return {*table.TBL_ctrlFieldTBL, table.TBL_numFields};
