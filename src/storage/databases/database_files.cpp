@@ -143,7 +143,7 @@ bool MakeDataFile(std::string_view name, std::uint32_t type) {
 
 void CannotCreate(const char* name, int error) {
   Logar(Message("Falha de criação do arquivo %s"_l1, name).c_str());
-  if (error == ENOSPC || error == EDQUOT) {
+  if (error != 0) {
     const std::string told = WhyNotStored(name, kHeaderSize, error);
     Logar(told.c_str());
     std::printf("%s", told.c_str());

@@ -84,7 +84,10 @@ bool KeepCopy(const char* directory, const char* file) {
   const bool kept = (usable || makeCopiesDirectory(place)) && copyFile(from, name);
   const int failure = errno;
   fileSystem.close(from);
-  if (kept) syncDirectory(copies);
+  if (kept)
+    syncDirectory(copies);
+  else if (!copies.empty() && ::rmdir(copies.c_str()) == 0)  // only where nothing was copied before
+    copies.clear();
   errno = failure;
   return kept;
 }

@@ -72,7 +72,8 @@ void writeBytes(const DataDirectory& directory, const std::string& name, const D
                       changes.replace(name, RepairedData(files, state)) &&
                       changes.replace(OffsetsName(name), RepairedOffsets(files, state));
   described.copies = CopiesDirectory();
-  if (!described.written) described.refusal = report.problems.back().file + ": " + report.problems.back().problem;
+  described.isRefused = !described.written;
+  if (described.isRefused) described.refusal = report.problems.back().file + ": " + report.problems.back().problem;
 }
 
 }  // namespace

@@ -26,15 +26,15 @@ std::string cutTo(std::size_t width, std::string_view utf8) {
 
 std::string brokenTo(std::size_t width, const std::string& utf8) {
   if (width == 0) return utf8;
-  constexpr std::string_view kIndent = "  ";
   std::string text;
   std::size_t used = 0;
   for (const std::string& word : split(utf8, ' ')) {
     const std::size_t more = columns(word);
     const bool begins = text.empty();
     const bool fits = used + 1 + more <= width;
-    if (!begins) text += fits ? " " : "\n" + std::string(kIndent);
-    used = more + (begins ? 0 : fits ? used + 1 : kIndent.size());
+    const std::size_t indent = more + 2 <= width ? 2 : 0;  // a long name has the line for itself
+    if (!begins) text += fits ? " " : "\n" + std::string(indent, ' ');
+    used = more + (begins ? 0 : fits ? used + 1 : indent);
     text += word;
   }
   return text;
