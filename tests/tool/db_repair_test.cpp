@@ -3,12 +3,15 @@
 #include <gmock/gmock.h>
 
 #include <nlohmann/json.hpp>
+#include <thread>
 
 #include "run_tool.h"
 #include "support/file_images.h"
 
 using nlohmann::json;
 using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
 
 namespace {
 
@@ -253,4 +256,24 @@ TEST_F(DbRepair, NeverTakesATableOfWhichNothingIsLeftForSound) {
   EXPECT_THAT(db({"create", "T", "A:C:3"}).err,
               HasSubstr("drop these memo texts of no table first (`tellira db drop T_M`)"));
   ok({"drop", "T_M", "--yes"}), ok({"create", "T", "A:C:3"});
+  ok({"import", "T", "-"}, "A\nx\n");
+  remove({"catalog.plm", "catalog.bck"});
+  EXPECT_THAT(db({"create", "T", "A:C:3"}).err, HasSubstr("Files as they were before are in " + path("repair-")));
+  ok({"create", "MEMOS", "A:C:3", "B:M"}), ok({"create", "MEMOS_M_OA", "A:C:3"});
+  ok({"import", "MEMOS", "-"}, "B\nx\n");
+  patch("catalog.plm", readFile(path("catalog.plm")).find("MEMOS_M_OA"), "MEMOS_M_OS");
+  patch("MEMOS_M_OS", 0, "\2B");
+  EXPECT_THAT(db({"pack", "MEMOS", "--yes"}).err, StartsWith("Falhou Abertura de MEMOS_M\nremoved 0 of 1 record"));
+}
+
+TEST_F(DbRepair, ReadersLookAgainForAnIndexThatComesAndGoes) {
+  std::thread writer([this] {
+    const std::string db = TOOL " db ";
+    EXPECT_EQ(std::system(("cd " + directory.string() + "; for i in $(seq 20); do " + db + "index create T Z CODE && " +
+                           db + "index drop T Z || exit; done 2>said")
+                              .c_str()),
+              0);
+  });
+  for (int i = 0; i < 30; ++i) EXPECT_THAT(db({"seek", "T", "Z", "C1"}).err, Not(HasSubstr("cannot be read")));
+  writer.join();
 }

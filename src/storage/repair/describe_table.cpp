@@ -1,3 +1,4 @@
+// The user says the fields; they are taken only if the records fit them and so do the keys of the table's indexes.
 #include "storage/repair/describe_table.h"
 
 #include <algorithm>
@@ -72,7 +73,8 @@ void writeBytes(const DataDirectory& directory, const std::string& name, const D
                       changes.replace(name, RepairedData(files, state)) &&
                       changes.replace(OffsetsName(name), RepairedOffsets(files, state));
   described.copies = CopiesDirectory();
-  if (!described.written) described.refusal = report.problems.back().file + ": " + report.problems.back().problem;
+  described.isRefused = !described.written;
+  if (described.isRefused) described.refusal = report.problems.back().file + ": " + report.problems.back().problem;
 }
 
 }  // namespace

@@ -81,7 +81,7 @@ std::string lostInWords(const DirectoryReport& report) {
 std::string summary(const DirectoryReport& report) {
   std::uint64_t records = 0, open = 0;
   for (const DatabaseReport& database : report.databases) records += database.records;
-  for (const Problem& problem : report.problems) open += !problem.repaired;
+  for (const Problem& problem : report.problems) open += !problem.repaired && !problem.isRefusal;
   const std::string lost = lostInWords(report);
   return counted(report.databases.size(), "database") + ", " + counted(records, "record") + ", " +
          sizeText(report.bytes) + ": " + (report.sound ? "sound" : counted(open, "problem")) +
@@ -103,7 +103,9 @@ void printText(const DirectoryReport& report) {
 
 void printNextStep(const DirectoryReport& report, const CheckVerb& verb) {
   if (report.inUse) note("a program has the databases open; what it is writing just now may look like damage.");
-  if (!report.copies.empty()) note("The files as they were are in " + report.copies + ".");
+  const char* which =
+      report.refused ? "The files that could be copied, as they were, are in " : "The files as they were are in ";
+  if (!report.copies.empty()) note(which + report.copies + ".");
   if (report.refused)
     return note("  next: look at the rights of the files above, at the room on the disk, and who runs the tool.");
   if (report.sound) return;

@@ -150,11 +150,10 @@ void printRecord(const vorne::TableReader& table, const vorne::Row& row) {
 
 int runSeek(const DbOptions& group, const SeekOptions& options) {
   const std::string directory = group.checkedDirectory();
-  const Dictionary::Table table = Dictionary(directory).table(options.table);
-  const vorne::IndexDescription& index = table.index(options.index);
+  const auto& [table, index, source] = openedToRead(directory, options.table, options.index);
   const std::string key = keyBytes(table, index, options.key);
   return reading([&] {
-    vorne::TableReader reader(directory, table.name);
+    vorne::TableReader& reader = *source;
     const Landing landing = sought(reader, index.name, key, options);
     vorne::Row row(reader);
     vorne::StoredRows rows;
