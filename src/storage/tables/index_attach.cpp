@@ -33,15 +33,18 @@ namespace {
 constexpr UInt16 kReadWrite = 3;
 
 // The table that an index's head names, read from the file: nothing needs to be opened for it.
-std::string ownerOf(const std::string& index) {
+// None for a database of that type that has no block: programs of their own keep such ones.
+std::optional<std::string> ownerOf(const std::string& index) {
   // Of the table's name in a description's head.
   constexpr std::size_t kNameAt = 8, kNameRoom = 31;
   char bytes[kHeaderSize + kDescriptionHead] = {};
   const int file = OpenFile(GetWideName(index.c_str()), O_RDONLY | O_NONBLOCK);
-  if (file < 0) return {};
+  if (file < 0) return std::string();
   const ssize_t read = fileSystem.read(file, bytes, sizeof bytes);
   fileSystem.close(file);
-  if (read != static_cast<ssize_t>(sizeof bytes) || Load<FileHeader>(bytes).AppInfoLen == 0) return {};
+  const auto header = Load<FileHeader>(bytes);
+  if (header.Type == kIndexDatabase && header.AppInfoLen == 0) return std::nullopt;
+  if (read != static_cast<ssize_t>(sizeof bytes) || header.AppInfoLen == 0) return std::string();
   const char* name = bytes + kHeaderSize + kNameAt;
   return FoldedName({name, ::strnlen(name, kNameRoom)});
 }
@@ -57,9 +60,10 @@ class Owners {
     const bool isSame = std::memcmp(&known.entry, &entry, sizeof entry) == 0;
     if (known.owner.empty() || !isSame) {
       const std::string name(CatalogEntryName(place));
-      known = {entry, ownerOf(name), isSame && known.isTold};
+      const std::optional<std::string> owner = ownerOf(name);
+      known = {entry, owner.value_or(""), isSame && known.isTold};
       // Its table goes on without it, in another order.
-      if ((known.owner.empty() || CatalogEntryOf(known.owner) == 0) && !std::exchange(known.isTold, true))
+      if (owner && (owner->empty() || CatalogEntryOf(*owner) == 0) && !std::exchange(known.isTold, true))
         Logar(Message("Índice %s não aberto: o cabeçalho não nomeia tabela que exista"_l1, name.c_str()).c_str());
     }
     return known.owner == table;
