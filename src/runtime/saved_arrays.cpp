@@ -1,4 +1,5 @@
-// Arrays that a fatal error saves, for the next run to restore.
+// Arrays that a fatal error saves, for the next run to restore. The list is an array of pairs, name and array, so that
+// an array that is registered is held by it like by any other.
 #include <cstdio>
 #include <cstring>
 #include <utility>

@@ -1,4 +1,4 @@
-// The table of run-time settings.
+// The table of run-time settings. Settings are values with numbers from 1, of which scripts reach 12.
 #include <cstdlib>
 #include <cstring>
 

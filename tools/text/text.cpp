@@ -1,3 +1,4 @@
+// Nothing here depends on the locale: a sale must read the same on every workstation.
 #include "text/text.h"
 
 #include <algorithm>
@@ -18,7 +19,9 @@ std::size_t sequenceLength(std::string_view text, std::uint32_t& character) {
     return 1;
   }
   const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+  // C0 and C1 would spell ASCII in two bytes, from F5 on nothing in Unicode lies.
   if (lead < 0xC2 || lead > 0xF4 || text.size() < length) return 0;
+  // The bits of the lead byte behind the ones that tell the length.
   character = lead & (0xFFU >> (length + 1));
   for (std::size_t i = 1; i < length; ++i) {
     const auto byte = static_cast<unsigned char>(text[i]);

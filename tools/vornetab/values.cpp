@@ -1,3 +1,5 @@
+// A condition's value becomes ranges of keys that hold at least every record for which the condition is true; SQLite
+// looks at each record once more.
 #include "values.h"
 
 #include <algorithm>

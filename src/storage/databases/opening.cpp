@@ -1,3 +1,6 @@
+// What must be in this order: interrupted changes are finished before anything is mapped, the catalogue is checked
+// before a database is looked for, a file's header is checked before its records are, and those before the first
+// access.
 #include "storage/databases/opening.h"
 
 #include <sys/file.h>
@@ -101,6 +104,7 @@ Err OpenCatalog() {
     FreeHandles();
     __RuntimeError(5, -1);
   }
+  // From here on a process that ends, by an error too, closes what is open.
   hooks.closeCatalog = CloseCatalog;
   hooks.leaveJournal = LeaveJournal;
   ForgetCatalogNames();
@@ -124,6 +128,7 @@ void CloseCatalog() {
   if (rwCatalog != nullptr) {
     closeDatabases();
     FlushCatalog();
+    // After the databases, so that it is the catalogue as it stays.
     GerarCatalogBck();
     liberarmap(rwCatalog);
     rwCatalog = nullptr;

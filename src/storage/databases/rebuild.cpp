@@ -1,3 +1,6 @@
+// What a kill leaves of an append, which the journal does not protect: a record begun (no marks), one finished and not
+// counted, one counted without its place. All three are told by walking the chain of records, so this costs nothing
+// where a few bytes say that the file was left in order.
 #include "storage/databases/rebuild.h"
 
 #include <algorithm>
@@ -20,6 +23,7 @@ namespace {
 // Bytes behind the used ones that are zero in a file that was left in order.
 constexpr std::int32_t kQuietTail = 128;
 
+// Only where there is room for all of them: else nothing is to be read there, and nothing is zeroed.
 bool hasQuietTail(const mymap& map) {
   return map.szallocated - map.szmap > kQuietTail;
 }
@@ -152,8 +156,10 @@ void VerifyEqualRecords(DmOpenRef db) {
     ++unmarked;
     gap = static_cast<UInt32>(place);
   }
+  // One record was being put in, anywhere: a gap was opened for it and it never got its marks.
   if (unmarked == 1 && used - counted == stride) {
     closeGap(db, gap, stride);
+    // All there, and the last ones were not counted any more.
   } else if (unmarked == 0) {
     db->Head.NumberOfRecords = static_cast<UInt32>((used - begin) / stride);
     WriteHeader(db->hFile, db->Head);
@@ -170,6 +176,7 @@ bool VerifyPlaces(DmOpenRef db) {
   const Walk walk = walkChain(UsedBytes(*db->hFile), db->Head.AppInfoLen, [&](UInt32 number, UInt32 place) {
     isWrong |= number < db->Head.NumberOfRecords && GetRecOffSet(db, number) != place;
   });
+  // The chain itself is not what the header tells: its places are no better than those of the file.
   if (walk.records != db->Head.NumberOfRecords || walk.end != static_cast<UInt32>(db->hFile->szmap)) {
     inVain = db->fName;
     return false;

@@ -1,3 +1,5 @@
+// Numbers stand right-aligned and dates as YYYYMMDD, so that bytes in order are values in order; negative numbers are
+// not, which is kept since files in the field are sorted so.
 #include "storage/format/keys.h"
 
 #include <algorithm>
@@ -20,6 +22,7 @@ constexpr int kMostDecimals = 64;
 constexpr std::size_t kNumberText = 320 + kMostDecimals;
 
 std::size_t numberText(double value, int decimals, char* text) {
+  // to_chars and not printf: the host's locale must not decide how a key is written.
   const auto [end, error] =
       std::to_chars(text, text + kNumberText, value, std::chars_format::fixed, std::clamp(decimals, 0, kMostDecimals));
   return error == std::errc() ? static_cast<std::size_t>(end - text) : 0;

@@ -1,3 +1,6 @@
+// Called before anything else of the directory is mapped. A journal that is not sound, or whose file has changed in
+// ways that the change cannot explain, is given up without touching anything: wrong bytes put back are worse than a
+// half-made change, which the openings of the files notice.
 #include "storage/journal/recovery.h"
 
 #include <unistd.h>
@@ -40,6 +43,7 @@ bool isSound(const JournalFile& file) {
     return false;
   const UInt32 chunk = ChunkOf(change);
   const std::uint64_t chunks = (static_cast<std::uint64_t>(change.length) + chunk - 1) / chunk;
+  // Room for two chunks, and no more of them told as saved than the move has: copying goes by these numbers.
   return chunk <= kChunk && file.chunks <= chunks && change.from <= change.end &&
          change.length == change.end - change.from;
 }
@@ -47,6 +51,7 @@ bool isSound(const JournalFile& file) {
 bool fitsInto(const JournalFile& file, const mymap& map) {
   const UnderWay& change = file.underWay;
   const auto size = static_cast<std::uint32_t>(map.szallocated);
+  // The journal and the file may be of different days: every place is held against the file that is there now.
   const auto inside = [size](UInt32 place, UInt32 length) { return length <= size && place <= size - length; };
   if (!inside(change.from, change.length) || change.from < kHeaderSize) return false;
   if (file.state == kBytesKept) return isBetween(HeaderOf(map), change.before, change.before);
@@ -132,6 +137,8 @@ void settleCatalogEntry(pmymap catalog, UInt32 place, const DatabaseHdrType& bef
   };
   auto now = Load<DatabaseHdrType>(catalog->mapmem + place);
   const auto isStrange = [](const DatabaseHdrType& entry) { return entry.name[0] != 0 && !IsFileName(NameOf(entry)); };
+  // While the old file is there, nothing was renamed or deleted yet. Names that no file can have are not followed at
+  // all.
   if (isStrange(before) || isStrange(now) || !hasVanished(before))
     now = before;
   else if (hasVanished(now))

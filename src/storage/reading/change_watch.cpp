@@ -1,3 +1,4 @@
+// Every process that writes has a journal of its own with a counter; a directory without one is judged by its own time.
 #include "storage/reading/change_watch.h"
 
 #include <fcntl.h>

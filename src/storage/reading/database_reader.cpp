@@ -1,3 +1,5 @@
+// What mapped databases do by RecordPlace and the rebuild of the offsets file, done here by reading: a reader must see
+// the records that an opening would see, and change nothing.
 #include "storage/reading/database_reader.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// The catalogue tells names and types; which table an index belongs to stands in the index's own file, so the head of
+// each is read, and remembered as long as its entry is the same.
 #include "storage/reading/dictionary.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// Conditions compare values, indexes compare bytes, and the two orders differ: for negative numbers, for numbers longer
+// than their field, for dates that cannot be shown, for texts with control characters. Each function widens its range
+// by that.
 #include "storage/reading/key_ranges.h"
 
 #include <cmath>

@@ -1,3 +1,5 @@
+// Blocks are kept by number; what at() returns points into one, or into joined_ where the bytes lie in several, and is
+// good until the next call.
 #include "storage/reading/read_file.h"
 
 #include <fcntl.h>

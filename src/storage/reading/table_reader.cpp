@@ -1,3 +1,5 @@
+// Everything is read inside ChangeWatch::consistently, which calls again when a change came in between: what a first
+// try has gathered is cleared at the beginning of the next.
 #include "storage/reading/table_reader.h"
 
 #include <algorithm>

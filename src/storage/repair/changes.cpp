@@ -1,3 +1,5 @@
+// No file of the directory is changed anywhere else in a repair, apart from what the journal of an interrupted change
+// puts right.
 #include "storage/repair/changes.h"
 
 #include <unistd.h>

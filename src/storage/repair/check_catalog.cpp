@@ -1,3 +1,5 @@
+// Three sources are held against each other: the slots of the catalogue, those of its backup, the files that are there.
+// The files win: an entry that names none goes, a database without an entry gets one.
 #include "storage/repair/check_catalog.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Two halves: what the files are found to be (CheckDatabase), and the bytes of files that are right, made from it (the
+// Repaired functions). The first changes nothing; the second works from what the first has found alone.
 #include "storage/repair/check_database.h"
 
 #include <algorithm>
@@ -8,6 +10,7 @@ namespace vorne {
 
 namespace {
 
+// Bytes behind the end that an opening expects to be zero.
 constexpr std::uint32_t kQuietTail = 128;
 // A record uses a byte at least, which bounds how many a file can hold.
 constexpr std::uint32_t kSmallestSpan = kRecordHeaderSize + 1;

@@ -1,3 +1,5 @@
+// An index holds nothing that its table does not: whatever is wrong with it, it is made anew as a whole. What cannot be
+// made anew is its key, so that is looked for in the entries when the block does not tell it.
 #include "storage/repair/check_indexes.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// One pass over a record both tells its faults and, when asked to, puts the mended bytes together.
 #include "storage/repair/check_records.h"
 
 #include <algorithm>

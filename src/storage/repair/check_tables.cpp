@@ -1,3 +1,5 @@
+// A description may be lost, wrong for its records, or right with damaged records. Which of the last two it is decides
+// whether a repair may touch the records at all (FitOf).
 #include "storage/repair/check_tables.h"
 
 #include <algorithm>

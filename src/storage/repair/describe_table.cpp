@@ -1,3 +1,4 @@
+// The user says the fields; they are taken only if the records fit them and so do the keys of the table's indexes.
 #include "storage/repair/describe_table.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The two entrances; the walk itself is Inspection.
 #include "storage/repair/directory_check.h"
 
 #include <unistd.h>

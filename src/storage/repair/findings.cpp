@@ -1,3 +1,4 @@
+// All are counted, the first of them listed.
 #include "storage/repair/findings.h"
 
 namespace vorne {

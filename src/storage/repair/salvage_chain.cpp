@@ -1,3 +1,7 @@
+// Records of any lengths, of which only the one before tells where the next one begins. The reader walks with three
+// things in step: the place in the file, the number of the record, and the slot that ought to name that place. A header
+// that leads nowhere is mended if one of its two lengths does; otherwise the next sound record is looked for, and what
+// lies between is a hole.
 #include <algorithm>
 #include <utility>
 

@@ -1,3 +1,6 @@
+// Records of one length lie on a grid, so that a damaged header loses no record as long as the grid is known. It is
+// chosen first, among those that any witness tells; then each of its positions is taken, mended where its header is
+// wrong.
 #include <algorithm>
 #include <utility>
 

@@ -1,4 +1,5 @@
-// Making, opening and deleting tables.
+// Making, opening and deleting tables. A structure comes from a script, so each of its elements is held to what a
+// description can tell.
 #include <cstring>
 
 #include "runtime/arguments.h"

@@ -1,3 +1,7 @@
+// An index belongs to the table that the description in its own block names; the table itself lists none. Every opening
+// of a table therefore looks through the catalogue's indexes (IndexesOf), opens its own and holds a sample of each
+// against the records (makeFit). An index that does not fit is made anew on the spot, or left out where there is no
+// space.
 #include "storage/tables/index_attach.h"
 
 #include <algorithm>
@@ -30,6 +34,7 @@ constexpr UInt16 kReadWrite = 3;
 
 // The table that an index's head names, read from the file: nothing needs to be opened for it.
 std::string ownerOf(const std::string& index) {
+  // Of the table's name in a description's head.
   constexpr std::size_t kNameAt = 8, kNameRoom = 31;
   char bytes[kHeaderSize + kDescriptionHead] = {};
   const int file = OpenFile(GetWideName(index.c_str()), O_RDONLY | O_NONBLOCK);
@@ -67,6 +72,7 @@ Owners owners;
 
 // True for a type code of which one byte is damaged.
 bool isAlmost(UInt32 type, UInt32 right) {
+  // One byte: the bits that differ lie all within the same eight.
   const UInt32 differing = type ^ right;
   return differing != 0 && std::countl_zero(differing) / 8 + std::countr_zero(differing) / 8 == 3;
 }
@@ -194,6 +200,7 @@ int AddIndex(myAppInfoType& table, const char* name, DmOpenRef db, KeyFields key
   index->IDX_ind = static_cast<IDX_Indexes*>(Allocate(key.size_bytes()));
   std::copy(key.begin(), key.end(), index->IDX_ind);
   const std::uint32_t count = table.TBL_numIndexes;
+  // A new list instead of a longer one: should there be no memory, the table has the old one.
   auto** list = static_cast<IDX_IndexesNames**>(Allocate((count + std::size_t{1}) * sizeof(IDX_IndexesNames*)));
   std::copy_n(table.TBL_IndexesNames, count, list);
   list[count] = index;

@@ -1,4 +1,6 @@
-// Memo texts: records of a database beside the table. A field holds the record's number from 1, 0 for no memo.
+// Memo texts: records of a database beside the table. A field holds the record's number from 1, 0 for no memo. Texts
+// are stored with their zero. One that is replaced keeps its record; a record that no field names any more stays, since
+// taking it out would renumber those behind it.
 #include <cstring>
 
 #include "builtins/new_text.h"

@@ -1,4 +1,5 @@
-// Going from record to record.
+// Going from record to record. Two numbers tell where an area is: TBL_recpos, the record in the buffer (-1 none), and
+// the current order's IDX_recID, its entry (-1 not known). Positions count from 0 here and from 1 for scripts.
 #include "runtime/arguments.h"
 #include "storage/databases/rebuild.h"
 #include "storage/format/entry_order.h"
@@ -18,6 +19,7 @@ namespace {
 
 constexpr int kRecSizeSubcode = 7, kCannotBeStored = 8;
 
+// One an area: each notices doubles among what its own walk has met.
 WalkWatch walks[kWorkAreas];
 
 // The position of the record that entry `position` names; -1 when there is no such entry.
@@ -89,6 +91,7 @@ int directionOf(int step) {
 
 int addBounded(int a, int b) {
   int sum = 0;
+  // Scripts skip by any number: beyond both ends there is an end, not the other one.
   if (__builtin_add_overflow(a, b, &sum)) return b < 0 ? -1 : static_cast<int>(kAppend) + 1;
   return sum;
 }
@@ -153,6 +156,7 @@ int __GoTo(int number, int position, Boolean through, int direction) {
   if (position == static_cast<int>(kAppend)) position = lastPosition(*area, through);
   if (position < 0) {
     ReadData(number, 1, 0, 1);
+    // Only after the first record was loaded: going before it shows it and tells that nothing is before.
     area->TBL_bof = 1;
     return 0;
   }
@@ -218,6 +222,7 @@ Obj_Node* __TBL_Found(Obj_Node* alias) {
 Obj_Node* __TBL_RecNo(Obj_Node* alias) {
   const VORNE_RDD& area = AreaOf(alias);
   const bool none = area.TBL_append || area.TBL_recpos < 0;
+  // On no record it is the number that the next one to be appended gets.
   return __INIT_DOUBLE((none ? RecordCount(area) : area.TBL_recposition) + 1);
 }
 

@@ -1,4 +1,5 @@
-// Seeking a key in the current order.
+// Seeking a key in the current order. The key is compared by the bytes that are given: a shorter one finds the first
+// key that begins with it.
 #include <algorithm>
 #include <cstring>
 #include <utility>
@@ -62,6 +63,7 @@ class Search {
     if (IsBehind(order_.IDX_dbRef) && isFirstDamage()) return mendAndRun();
     entries_ = EntriesOf(*order_.IDX_dbRef);
     const SoughtKey key(entry_ + kEntryKeyAt, std::min(length_, entries_.count == 0 ? 0 : entries_.keyLength()));
+    // The search tells the place behind the last equal entry; the first of them is taken.
     const UInt32 before = place == 0 ? 0 : place - 1;
     if (before < entries_.count && key.compare(entries_.key(before)) == 0)
       take(FirstNotSmallerFromBack(entries_, key, 0, before), true);
@@ -107,6 +109,7 @@ class Search {
   int number_;
   VORNE_RDD& area_;
   IDX_IndexesNames& order_;
+  // In the area's buffer: it lives as long as no other seek begins in that area.
   char* entry_;
   std::size_t length_;
   Boolean soft_;
@@ -125,6 +128,7 @@ bool walkToLive(int number, VORNE_RDD& area, IDX_IndexesNames& order, const Soug
     if (!NamesLoadedRecord(area, order, entries, static_cast<int>(place)) && !std::exchange(mended, true)) {
       MendIndex(*area.TBL_appinfo, order);
       entries = EntriesOf(*order.IDX_dbRef);
+      // The same place once more, in the index made anew.
       --place;
       continue;
     }

@@ -1,3 +1,5 @@
+// One call writes an area's buffer, as a new record or over the one that it was loaded from. Readers beside the program
+// see the old record or the new one: to them the writing is one change (ChangeSeenByReaders).
 #include "storage/tables/write.h"
 
 #include <cstring>
@@ -36,6 +38,7 @@ bool storeMark(VORNE_RDD& area) {
 
 // The record that the buffer makes, at least `least` bytes long.
 const std::string& recordBytes(VORNE_RDD& area, std::size_t least, Boolean hostOrder) {
+  // Its memory serves again: a cash desk writes thousands of records a day, one at a time.
   static std::string bytes;
   const Fields fields = FieldsOf(area);
   const std::size_t size = StoredSize(fields, area.TBL_buff);

@@ -1,3 +1,4 @@
+// The stored dictionary with this tool's words around it: names in UTF-8, errors with the nearest name and a next step.
 #include "db/dictionary.h"
 #include "db/words.h"
 

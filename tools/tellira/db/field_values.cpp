@@ -1,3 +1,5 @@
+// Whatever is read must come out the same when it is written again, and what could not is refused by name instead of
+// being changed quietly.
 #include "db/field_values.h"
 
 #include <algorithm>

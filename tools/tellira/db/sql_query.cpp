@@ -1,3 +1,4 @@
+// SQLite itself does the asking, on a database in memory that holds nothing but virtual tables.
 #include "db/sql_query.h"
 
 #include <sqlite3.h>

@@ -1,3 +1,4 @@
+// A row is put into the field buffer cell by cell; the first cell that does not fit stops it before anything is stored.
 #include "db/table_loader.h"
 #include "db/words.h"
 

@@ -1,3 +1,5 @@
+// The runtime ends its process where it cannot go on. Here a hook turns that end into a Failure, with what the runtime
+// had printed before it as the reason.
 #include "db/table_session.h"
 
 #include <fcntl.h>

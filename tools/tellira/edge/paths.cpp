@@ -1,3 +1,4 @@
+// Paths are put together as texts: what they lead to may not be there yet.
 #include "edge/paths.h"
 
 #include <filesystem>

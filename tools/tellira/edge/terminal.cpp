@@ -1,3 +1,4 @@
+// A width of 0 stands for what is no terminal: nothing is cut or broken for it.
 #include "edge/terminal.h"
 
 #include <sys/ioctl.h>
@@ -16,6 +17,7 @@ std::string cutTo(std::size_t width, std::string_view utf8) {
   if (columns(utf8) <= width) return std::string(utf8);
   std::size_t at = 0;
   for (std::size_t seen = 0; at < utf8.size(); ++at) {
+    // Bytes 80 to BF go on with a character, all others begin one.
     const bool begins = (static_cast<unsigned char>(utf8[at]) & 0xC0) != 0x80;
     if (begins && ++seen == width) break;
   }

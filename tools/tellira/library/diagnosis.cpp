@@ -1,3 +1,5 @@
+// A cause is told by how the child process ended and by what the library had printed. What a device has done by then
+// nobody knows: each advice says to look first.
 #include "library/diagnosis.h"
 
 #include <array>

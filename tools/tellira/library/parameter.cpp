@@ -1,3 +1,5 @@
+// Fields separated by 0x01, 0x02 behind the last one, a zero byte, and all of that in Base64 unless it is passed
+// plainly.
 #include "library/parameter.h"
 
 #include "edge/console.h"

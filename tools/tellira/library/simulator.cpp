@@ -1,3 +1,4 @@
+// The meanings of negative results are known for the simulated devices alone: of a real one they are the vendor's own.
 #include "library/simulator.h"
 
 #include <algorithm>

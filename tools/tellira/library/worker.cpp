@@ -1,3 +1,6 @@
+// Two streams connect the tool with its child: a socket with requests and replies in frames, and a pipe with everything
+// that the library prints. The child lives as long as its calls are answered, so that a device stays open between them;
+// one that ends, or does not answer in time, is gone with what it had open.
 #include "library/worker.h"
 
 #include <fcntl.h>

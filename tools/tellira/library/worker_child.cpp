@@ -1,3 +1,5 @@
+// The child behaves as a host does: it loads the library, calls it, and ends when there are no more requests. Replies
+// are told from what is printed by going through the socket alone.
 #include "library/worker_child.h"
 
 #include <dlfcn.h>

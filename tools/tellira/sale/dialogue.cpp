@@ -1,3 +1,5 @@
+// The terminal leads: each continuation tells what it wants now, the script's answers are given in their order, and a
+// question without an answer, or with another kind of answer, ends the sale with the payment open.
 #include "sale/dialogue.h"
 
 #include <charconv>
@@ -8,6 +10,7 @@
 namespace tool {
 namespace {
 
+// The result by which the terminal asks for another continuation; any other one ends the dialogue.
 constexpr const char* kGoesOn = "10000";
 constexpr const char* kDataRoom = "20000";
 constexpr std::size_t kAnswerFields = 6;  // result, command, field type, shortest, longest, data
@@ -136,7 +139,9 @@ class Dialogue {
 
   const DialogueHost& host_;
   const Statement& statement_;
+  // Of the script's answers.
   std::size_t next_ = 0;
+  // What the next continuation tells: 0 goes on, 1 goes a step back, -1 cancels.
   std::string flag_ = "0";
 };
 

@@ -1,3 +1,4 @@
+// Documents are told from the commands alone, without asking the devices: a sale that ends early may have lost them.
 #include "sale/open_documents.h"
 
 #include <algorithm>

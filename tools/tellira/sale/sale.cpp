@@ -1,3 +1,5 @@
+// Line by line: conditions, values put in for variables, the fields checked once more with them, the call, what it
+// printed, then what the script expects. The first failure ends the sale; what it left open is told.
 #include "sale/sale.h"
 
 #include <cstdlib>

@@ -1,3 +1,5 @@
+// A statement is a line with the `expect`, `answer`, `cancel` and `back` lines behind it that belong to it. Variables
+// are checked in the order of the lines, so that no line can use what is set behind it.
 #include "sale/script.h"
 
 #include <algorithm>

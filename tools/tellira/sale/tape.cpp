@@ -1,3 +1,4 @@
+// What was there before the sale is not shown: only bytes behind the sizes that the files had when it began.
 #include "sale/tape.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Nothing is sent before all that can fail beforehand has been looked at: the script as a whole, the page's place.
 #include "sale/verb_sale.h"
 
 #include <cerrno>
