@@ -258,11 +258,15 @@ TEST_F(DbRepair, NeverTakesATableOfWhichNothingIsLeftForSound) {
   ok({"drop", "T_M", "--yes"}), ok({"create", "T", "A:C:3"});
   ok({"import", "T", "-"}, "A\nx\n");
   remove({"catalog.plm", "catalog.bck"});
+  EXPECT_THAT(db({"list"}).err, HasSubstr("the catalogue names none of the databases"));
   EXPECT_THAT(db({"create", "T", "A:C:3"}).err, HasSubstr("Files as they were before are in " + path("repair-")));
   ok({"create", "MEMOS", "A:C:3", "B:M"}), ok({"create", "MEMOS_M_OA", "A:C:3"});
   ok({"import", "MEMOS", "-"}, "B\nx\n");
   patch("catalog.plm", readFile(path("catalog.plm")).find("MEMOS_M_OA"), "MEMOS_M_OS");
   patch("MEMOS_M_OS", 0, "\2B");
+  ok({"index", "create", "T", "Q", "A"});
+  writeFile(path("Q"), std::string(90, '#'));
+  EXPECT_THAT(db({"index", "create", "T", "Q", "A"}).err, HasSubstr("or drop this index of no table first"));
   EXPECT_THAT(db({"pack", "MEMOS", "--yes"}).err, StartsWith("Falhou Abertura de MEMOS_M\nremoved 0 of 1 record"));
 }
 
