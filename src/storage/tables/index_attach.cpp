@@ -33,7 +33,8 @@ namespace {
 constexpr UInt16 kReadWrite = 3;
 
 // The table that an index's head names, read from the file: nothing needs to be opened for it.
-// None for a database of that type that has no block: programs of their own keep such ones.
+// None for a database of that type whose block is none of an index, if it has any: programs keep such ones of their
+// own.
 std::optional<std::string> ownerOf(const std::string& index) {
   // Of the table's name in a description's head.
   constexpr std::size_t kNameAt = 8, kNameRoom = 31;
@@ -43,7 +44,7 @@ std::optional<std::string> ownerOf(const std::string& index) {
   const ssize_t read = fileSystem.read(file, bytes, sizeof bytes);
   fileSystem.close(file);
   const auto header = Load<FileHeader>(bytes);
-  if (header.Type == kIndexDatabase && header.AppInfoLen == 0) return std::nullopt;
+  if (header.Type == kIndexDatabase && header.AppInfoLen < kDescriptionHead) return std::nullopt;
   if (read != static_cast<ssize_t>(sizeof bytes) || header.AppInfoLen == 0) return std::string();
   const char* name = bytes + kHeaderSize + kNameAt;
   return FoldedName({name, ::strnlen(name, kNameRoom)});
