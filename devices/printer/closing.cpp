@@ -36,6 +36,7 @@ int cancelSubtotalAdjustment(Printer& printer, Arguments& arguments) {
   Document& document = printer.state.open;
   Cents& value = way == "A" ? document.surcharge : document.discount;
   if (value == 0) return kNothing;
+  // The discount was judged with the surcharge in the total: without it less than nothing could be left.
   if (way == "A" && document.total() <= value) return kAmount;
   printer.tape.pair(way == "A" ? "CANCELAMENTO ACRESCIMO" : "CANCELAMENTO DESCONTO", money(value));
   value = 0;
@@ -105,6 +106,7 @@ int cancelClosed(Printer& printer) {
   countCoupon(state, state.last, -1);
   for (const Payment& payment : state.last.payments) {
     Named& form = state.forms[static_cast<std::size_t>(payment.form)];
+    // The cash goes back over the counter: the drawer's totals follow.
     form.total -= payment.amount;
     --form.count;
   }
