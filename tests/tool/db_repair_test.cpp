@@ -259,6 +259,9 @@ TEST_F(DbRepair, NeverTakesATableOfWhichNothingIsLeftForSound) {
   ok({"import", "MEMOS", "-"}, "B\nx\n");
   patch("catalog.plm", readFile(path("catalog.plm")).find("MEMOS_M_OA"), "MEMOS_M_OS");
   patch("MEMOS_M_OS", 0, "\2B");
+  ok({"index", "create", "T", "Q", "A"});
+  writeFile(path("Q"), std::string(90, '#'));
+  EXPECT_THAT(db({"index", "create", "T", "Q", "A"}).err, HasSubstr("or drop this index of no table first"));
   EXPECT_THAT(db({"pack", "MEMOS", "--yes"}).err, StartsWith("Falhou Abertura de MEMOS_M\nremoved 0 of 1 record"));
 }
 

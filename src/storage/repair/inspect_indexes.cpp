@@ -17,7 +17,8 @@ std::string keyWords(const CheckedTable& table, const IndexDescription& told) {
 }
 
 std::string howToCreate(const std::string& table, const std::string& index) {
-  return "`tellira db index create " + table + " " + index + " FIELD[,FIELD...]` makes it anew";
+  return "a repair removes it, then `tellira db index create " + table + " " + index +
+         " FIELD[,FIELD...]` makes it anew";
 }
 
 }  // namespace

@@ -20,6 +20,7 @@
 #include "db/access.h"
 #include "db/words.h"
 #include "edge/console.h"
+#include "edge/failure_report.h"
 #include "edge/lock_holder.h"
 #include "runtime/process.h"
 #include "storage/disk_layout.h"
@@ -69,7 +70,9 @@ std::string explained(const std::string& words) {
 }
 
 [[noreturn]] void failWithWords(int) {
-  const std::string words = takePrinted();
+  const std::string words = takePrinted(), told = explained(words);
+  // The only end without a word is that of memory.
+  if (told.empty()) throw memoryFailure();
   const auto tells = [&words](int error) { return words.find(std::strerror(error)) != std::string::npos; };
   const std::string next =
       tells(ENOSPC) || tells(EDQUOT)
@@ -78,7 +81,7 @@ std::string explained(const std::string& words) {
       : tells(ENOMEM) ? "end other programs, or allow this one more memory, and try again."
                       : "look into saida.txt of the working directory, whether the disk is full and the files may be "
                         "written; `tellira db check` tells whether the databases are sound.";
-  throw Failure(kEnded, "the runtime stopped: " + explained(words) + ".\n  next: " + next);
+  throw Failure(kEnded, "the runtime stopped: " + told + ".\n  next: " + next);
 }
 
 }  // namespace
