@@ -95,6 +95,7 @@ int closeExactly(Printer& printer, Arguments& arguments) {
 /// Cancels the coupon that was closed just before, on a document of its own.
 int cancelClosed(Printer& printer) {
   State& state = printer.state;
+  // Only the document printed last, and only on its own day: what stands between would have to be cancelled too.
   const bool possible = state.last.kind == kCoupon && !state.last.cancelled && state.lastKind == kCoupon &&
                         state.last.number == state.counters.coupon && state.day.open;
   if (!possible) return kNothing;
@@ -145,6 +146,7 @@ int reversePayment(Printer& printer, Arguments& arguments) {
     return payment.form == *from && !payment.linked && payment.amount >= *amount;
   });
   if (found == document.payments.end() || document.payments.size() >= kMostPayments) return kAmount;
+  // The old payment stays on the coupon with what is left of it, even with nothing.
   found->amount -= *amount;
   document.payments.push_back({*to, *amount, 1, false});
   Named& source = state.forms[static_cast<std::size_t>(*from)];
