@@ -150,10 +150,12 @@ void printRecord(const vorne::TableReader& table, const vorne::Row& row) {
 
 int runSeek(const DbOptions& group, const SeekOptions& options) {
   const std::string directory = group.checkedDirectory();
-  const auto& [table, index, source] = openedToRead(directory, options.table, options.index);
+  const ReadTable opened = openedToRead(directory, options.table, options.index);
+  const Dictionary::Table& table = opened.table;
+  const vorne::IndexDescription& index = opened.index;
   const std::string key = keyBytes(table, index, options.key);
   return reading([&] {
-    vorne::TableReader& reader = *source;
+    vorne::TableReader& reader = *opened.reader;
     const Landing landing = sought(reader, index.name, key, options);
     vorne::Row row(reader);
     vorne::StoredRows rows;
