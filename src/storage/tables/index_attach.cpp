@@ -58,6 +58,7 @@ class Owners {
   bool isOf(UInt32 place, const DatabaseHdrType& entry, const std::string& table) {
     if (std::exchange(generation_, CatalogGeneration()) != CatalogGeneration()) known_.clear();
     Known& known = known_[place];
+    // The whole entry: a database that was made anew in this slot has other times.
     const bool isSame = std::memcmp(&known.entry, &entry, sizeof entry) == 0;
     if (known.owner.empty() || !isSame) {
       const std::string name(CatalogEntryName(place));
@@ -134,6 +135,7 @@ bool makeFit(myAppInfoType& table, IDX_IndexesNames& index, bool behind) {
     ForEachIndexOf(index.IDX_dbRef, table.TBL_dbRef, [&](const IDX_IndexesNames& other) {
       takeNumbers(index, KeyFieldsOf(other), static_cast<const OwnedIndex&>(other).countsFromZero);
     });
+  // Why it does not fit, in the log's words; empty when it does.
   std::string words = isKnown ? std::string() : whatDoesNotFit(table, index, behind);
   // A record that is looked for in the wrong place has other keys than its entries, too.
   if (!words.empty() && !behind && VerifyPlaces(table.TBL_dbRef)) words = whatDoesNotFit(table, index, behind);
