@@ -68,6 +68,7 @@ Obj_Node* __GET_ARRAY_EL(Obj_Node* a, int i) {
 }
 
 void SetArrayContext(Obj_Node* node, int ctx) {
+  // Only downwards: what belongs to an older context already stays there.
   if (node == nullptr || node->objContext <= ctx) return;
   if (node->objType != vVariable && node->objType != vElArray && node->objType != vArray) return;
   // Lowered before its elements, so that arrays which hold themselves end the walk.

@@ -24,6 +24,7 @@ Obj_Node* moveArray(Obj_Node* dest, Obj_Node* src) {
 Obj_Node* shareArray(Obj_Node* dest, Obj_Node* src) {
   if (dest == nullptr) return src;
   if (dest->objType != vRegister) SetArrayContext(src, dest->objContext);
+  // The old variable's node: its caller names the array's from now on.
   if (dest->objType == vVariable) __fcObj_DT(dest);
   return src;
 }

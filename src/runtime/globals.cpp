@@ -118,6 +118,7 @@ ObjsGlobals* __RetGlob(short create) {
   glob.TBL_amnt_open_dbs = kWorkAreas;
   glob.LastConst = -1;
   glob.lang = Portuguese;
+  // From here on there is something that an error has to save.
   hooks.prepareEnd = PrepareEnd;
   S_GLOB = &glob;
   return S_GLOB;

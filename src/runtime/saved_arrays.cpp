@@ -50,6 +50,7 @@ void DumpArraysFrom(int& next) {
   while (next < pairs.amntItens) {
     Obj_Node* pair = Element(pairs, next++)->objData.mSubArray;
     Obj_Node* array = __GET_ARRAY_EL(pair, 1);
+    // An empty one has nothing to save, and leaves an older copy alone.
     if (__Array_Get_Amnt_Itens(array) < 1) continue;
     underWay = __GET_ARRAY_EL(pair, 0)->objData.mbuff;
     if (!IsTrue(ExecDumpArray(__GET_ARRAY_EL(pair, 0), array))) logUnsaved(underWay);

@@ -28,6 +28,7 @@ int usedSlots = 0;
 namespace {
 
 int freeSlot() {
+  // All locked: without this the search would only find it out after going round.
   if (iMaxStackElements <= lckstack) __RuntimeError(15, -1);
   int i = S_GLOB->StackPos;
   for (int probes = 0; S_GLOB->mNode[i]->objRefCount != 0; ++probes) {

@@ -126,6 +126,7 @@ class Chooser {
       else if (ranges && (condition.op == SQLITE_INDEX_CONSTRAINT_LT || condition.op == SQLITE_INDEX_CONSTRAINT_LE))
         found.most = i;
     }
+    // One value is enough; SQLite looks at the others itself.
     if (found.exact >= 0) found.least = found.most = -1;
     return found;
   }

@@ -74,6 +74,7 @@ Walk walkRepaired(DmOpenRef db) {
     return walkChain(chainBytes(*db->hFile), HeaderOf(*db->hFile).AppInfoLen, [](UInt32, UInt32) {});
   };
   Walk found = walk();
+  // Walked again after each: places behind a closed gap are other ones.
   for (; found.abandoned != 0; found = walk())
     closeGap(db, found.abandoned, RecordSpan(HeaderAtPlace(*db, found.abandoned)));
   return found;
@@ -102,6 +103,7 @@ void storeEnd(DmOpenRef db, const Walk& walk) {
   db->Head.NumberOfRecords = walk.records;
   db->hFile->szmap = static_cast<std::int32_t>(walk.end);
   WriteHeader(db->hFile, db->Head);
+  // Up to the old end, and as far as the next opening looks.
   UInt32 behind = std::max(walk.end, old);
   if (hasQuietTail(*db->hFile)) behind = std::max(behind, walk.end + kQuietTail);
   std::memset(db->hFile->mapmem + walk.end, 0, behind - walk.end);

@@ -128,6 +128,7 @@ std::optional<TableDescription> ReadDescription(std::span<const char> block) {
   const ControlFieldTBL& mark = table->fields.back();
   // Bytes that happen to parse are no description yet: it ends with the deletion mark's field, and nothing but zeros
   // follow.
+  // How long the block of what was read would be: what follows is not part of it.
   const std::size_t told = TableBlock(*table).size() - kSpareBytes;
   const bool ends = std::string_view(mark.FieldName) == kDeletionField && mark.FieldType == TBLSTRING;
   const std::span<const char> behind = block.subspan(std::min(told, block.size()));

@@ -59,6 +59,7 @@ std::size_t commonStart(const Entries& entries) {
 bool NamesARecordTwice(const Entries& entries, std::uint32_t records) {
   std::vector<std::uint64_t> bits;  // of the records; for a few entries of a large table they are sorted instead
   std::vector<std::uint32_t> few;
+  // Bits for a million records take longer to clear than some entries to sort.
   const bool areFew = entries.count < records / 64;
   areFew ? few.reserve(entries.count) : bits.resize(records / 64 + 1);
   for (std::uint32_t place = 0; place < entries.count; ++place) {

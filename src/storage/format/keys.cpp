@@ -32,6 +32,7 @@ std::size_t numberText(double value, int decimals, char* text) {
 void placeNumber(const ControlFieldTBL& field, double value, char* at) {
   char text[kNumberText];
   const auto room = static_cast<std::size_t>(field.FieldLen);
+  // Right-aligned in blanks, which MakeKey and NumberKey have put there.
   const std::size_t length = std::min(numberText(value, field.FieldDecLen, text), room);
   std::memcpy(at + room - length, text, length);
 }
@@ -52,6 +53,7 @@ unsigned dateNumber(double value) {
 
 void placeDate(double value, char* at) {
   unsigned rest = dateNumber(value);
+  // From the last digit on; what is missing in front are zeros.
   for (std::size_t i = kDateDigits; i-- > 0; rest /= 10) at[i] = static_cast<char>('0' + rest % 10);
 }
 

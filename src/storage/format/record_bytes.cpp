@@ -105,6 +105,7 @@ void MarkDeleted(Fields fields, char* buffer, bool deleted) {
 std::size_t StoredSize(Fields fields, char* buffer) {
   std::size_t size = kEndMarkSize;
   for (const ControlFieldTBL& field : stored(fields)) {
+    // Types that descriptions may name and records have never held.
     if (field.FieldType > TBLMEMO) return 0;
     if (field.FieldType != TBLSTRING) {
       size += static_cast<std::size_t>(BufferRoom(field));

@@ -72,6 +72,7 @@ void DatabaseReader::followChain() {
 const DatabaseReader::Layout& DatabaseReader::layout() {
   if (known_) return layout_;
   const FileHeader header = data_.header();
+  // A step of 0: places come from the offsets file, or from the chain.
   layout_ = {std::uint64_t{kHeaderSize} + header.AppInfoLen, data_.used(), header.NumberOfRecords, 0};
   if (layout_.count == 0) {
     known_ = true;

@@ -41,6 +41,7 @@ void addNegatives(const TableField& field, KeyRanges& ranges) {
 // The keys of numbers from `least`, which is above 0. Any number that fills the field may be one that was cut.
 std::string firstKey(const TableField& field, double least) {
   const std::string key = keyOf(field, least);
+  // "!" is the first character behind the blank: every key that begins with anything else.
   return key.front() == ' ' ? key : "!";
 }
 

@@ -61,6 +61,7 @@ void ReadFile::open() {
 const ReadFile::Block& ReadFile::block(std::size_t number) {
   if (number >= blocks_.size()) blocks_.resize(number + 1);
   if (blocks_[number].length == 0) {
+    // All at once: what is read is mostly read from front to back, and the oldest would be as good as any.
     if (kept_.size() >= kMostBlocks) forget();
     Block read;
     read.bytes.reset(new char[kBlock]);

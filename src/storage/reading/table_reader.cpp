@@ -26,6 +26,7 @@ constexpr std::size_t kBytesInAMicrosecond = 500;  // that are surely read
 CellType cellType(FType type) {
   constexpr CellType kTypes[] = {CellType::kNumber, CellType::kDate, CellType::kText, CellType::kLogical,
                                  CellType::kMemo,   CellType::kNone, CellType::kNone};
+  // The type was held to this range when the description was read.
   return kTypes[type];
 }
 
@@ -304,6 +305,8 @@ KeyList TableReader::find(std::size_t number, const KeyRanges& ranges, std::opti
       return list.reset();
     pause = kPause + std::chrono::microseconds(list->bytes.size() / kBytesInAMicrosecond);
   });
+  // Without a list the index does not fit: its keys are made of the records once, and kept for the caller's next
+  // questions.
   if (list) return *std::move(list);
   made = sorted(state_->keysOfRecords(*this, index));
   return within(*made, ranges);

@@ -97,6 +97,7 @@ bool takeOut(EntryFile& file, const Entries& removed) {
 std::vector<std::uint32_t> insertionOrder(WaitingEntries& waiting) {
   std::vector<std::uint32_t> order;
   if (waiting.ascending) {
+    // Programs mostly append in the order of a key, and there is nothing to sort.
     order.resize(waiting.insertions);
     for (UInt32 i = 0; i < waiting.insertions; ++i) order[i] = i;
   } else {
@@ -179,6 +180,7 @@ void settleWhenMany(DmOpenRef index) {
 bool cancelInsertion(WaitingEntries& waiting, std::span<const char> entry) {
   if (waiting.insertions == 0) return false;
   const Entries inserted = waiting.insertedEntries();
+  // Made at the first removal: nearly always there is none, and each insertion would pay for it.
   if (waiting.byRecord.empty())
     for (UInt32 i = 0; i < waiting.insertions; ++i)
       if (!waiting.isCancelled(i)) waiting.byRecord.emplace(inserted.record(i), i);

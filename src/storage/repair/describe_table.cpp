@@ -89,11 +89,13 @@ Described DescribeTable(const std::string& directory, const std::string& name, s
   Described described;
   const TableDescription table = descriptionFor(name, std::move(fields));
   const auto known = ReadDescription(SavedBlock(files, state.records));
+  // By the blocks' bytes, with what the user cannot say (times, numbers of indexes) as in a new one.
   described.isSame = known && TableBlock({0, table.name, 0, kTypeData, 3, 0, known->fields}) == TableBlock(table);
   if (described.isSame) return described;
   described.refusal = refusalFor(data, name, files, state, ofData.sound() && ofOffsets.sound());
   if (!described.refusal.empty()) return described;
 
+  // Before anything is told: the description may not be taken, but the misfits are shown in any case.
   const Fit fit = FitOf(table, files, state, kAnyText);
   described.records = state.records.places.size();
   described.misfits = fit.misfits;

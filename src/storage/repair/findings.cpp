@@ -14,6 +14,7 @@ void append(std::vector<Problem>& to, const std::vector<Problem>& from, std::uin
     problem.byHand = byHand;
     to.push_back(std::move(problem));
   }
+  // One line for all that were not kept.
   if (count > from.size())
     to.push_back({from.front().file, -1,
                   Message("... and %llu more of this kind", static_cast<unsigned long long>(count - from.size())),

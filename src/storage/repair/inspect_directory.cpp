@@ -17,6 +17,8 @@ DirectoryReport Inspection::run() {
   report_.inUse = IsInUse(directory_.path());
   if (!report_.exists || (repairs_ && report_.inUse)) return std::move(report_);
   std::optional<HeldDirectory> held;
+  // Programs that begin now find the catalogue locked, and do not wait: they go on without the lock, but a second
+  // repair refuses.
   if (repairs_) held.emplace(directory_.path());
   if (repairs_) BeginCopies();
   // Changes under way come first: a file in the middle of one looks damaged, and its journal puts it right without

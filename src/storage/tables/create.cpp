@@ -24,6 +24,7 @@ Obj_Node* arrayIn(Obj_Node* value) {
 }
 
 std::int32_t lengthOf(FType type, Obj_Node* given) {
+  // Whatever the script gives: programs know these fields by these lengths.
   if (type == TBLDATE) return kDateLength;
   if (type == TBLMEMO) return kMemoLength;
   return IntArgument(given);

@@ -62,6 +62,7 @@ void setText(const ControlFieldTBL& field, const Obj_Node* value, char* buffer) 
 }
 
 bool setMemo(int number, int field, const Obj_Node* value) {
+  // With its zero, which is stored.
   const std::size_t length = std::strlen(value->objData.mbuff) + 1;
   return length <= kLargestRecord && WriteMemo(number, field, value->objData.mbuff, static_cast<int>(length)) == 1;
 }

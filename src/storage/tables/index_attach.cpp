@@ -54,6 +54,7 @@ class Owners {
   bool isOf(UInt32 place, const DatabaseHdrType& entry, const std::string& table) {
     if (std::exchange(generation_, CatalogGeneration()) != CatalogGeneration()) known_.clear();
     Known& known = known_[place];
+    // The whole entry: a database that was made anew in this slot has other times.
     if (known.owner.empty() || std::memcmp(&known.entry, &entry, sizeof entry) != 0)
       known = {entry, ownerOf(std::string(CatalogEntryName(place)))};
     return known.owner == table;
@@ -122,6 +123,7 @@ bool makeFit(myAppInfoType& table, IDX_IndexesNames& index, bool behind) {
     ForEachIndexOf(index.IDX_dbRef, table.TBL_dbRef, [&](const IDX_IndexesNames& other) {
       takeNumbers(index, KeyFieldsOf(other), static_cast<const OwnedIndex&>(other).countsFromZero);
     });
+  // Why it does not fit, in the log's words; empty when it does.
   std::string words = isKnown ? std::string() : whatDoesNotFit(table, index, behind);
   // A record that is looked for in the wrong place has other keys than its entries, too.
   if (!words.empty() && !behind && VerifyPlaces(table.TBL_dbRef)) words = whatDoesNotFit(table, index, behind);

@@ -103,6 +103,7 @@ int __TBL_GetLastData(int number, int position) {
   if (area == nullptr) return 0;
   DmOpenRef table = DatabaseOf(*area);
   std::span<const char> record = BytesOf(table, static_cast<UInt32>(position));
+  // A record that counts and cannot be read: its place may be the wrong one, which the chain tells.
   if (record.empty() && position >= 0 && position < RecordCount(*area) && VerifyPlaces(table))
     record = BytesOf(table, static_cast<UInt32>(position));
   if (record.empty()) return 0;

@@ -86,6 +86,7 @@ int __WriteRecord(int number, char mode, Boolean dirty, Boolean hostOrder) {
   if (area == nullptr) return 0;
   const bool appends = area->TBL_append || mode == 'T';
   const bool deletes = !appends && IsMarkedDeleted(FieldsOf(*area), area->TBL_buff);
+  // An area at an end has no record that could be written over.
   if (!appends && area->TBL_recpos < 0) return 0;
   const ChangeSeenByReaders change;
   if (!(appends   ? appendRecord(*area, dirty, hostOrder)

@@ -74,6 +74,7 @@ Dictionary::Dictionary(const std::string& directory, Heads heads) : directory_(d
   try {
     stored_.renew(heads);
   } catch (const ReadFailure& failure) {
+    // A directory without a catalogue holds nothing yet: each verb tells it in its own words.
     if (failure.kind != ReadFailure::kMissing) failUnread(failure);
   }
 }

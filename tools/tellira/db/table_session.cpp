@@ -125,7 +125,9 @@ TableSession::TableSession(const std::string& directory)
   lockDirectory();
   __BeginGlobal();
   running_ = true;
+  // The tool speaks English; the log stays Portuguese, as for every program.
   iSyncLang = kEnglish;
+  // The system is not asked to write after every record: the files are shared memory until they are closed.
   bBatchOper = 1;
 }
 

@@ -95,6 +95,7 @@ void printText(const DirectoryReport& report) {
     print(lineOf(problem));
   }
   for (const DatabaseReport& database : report.databases)
+    // Places that are wrong are damage of the database, whichever of its files holds them.
     if (!damaged.contains(database.name) && !damaged.contains(database.name + vorne::kOffsetsSuffix))
       print(fitting(shown(database.name) + ": sound, " + counted(database.records, "record")) + "\n");
   for (const Problem& remark : report.notes) print(lineOf(remark, "note: "));

@@ -87,6 +87,7 @@ class Exporter {
     output_.flushMuch();
   }
 
+  // Records between two looks at the clock: asking for each would cost more than writing it.
   static constexpr std::uint64_t kBetweenLooks = 4096;
 
   vorne::TableReader& table_;

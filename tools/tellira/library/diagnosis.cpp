@@ -88,6 +88,7 @@ constexpr std::array<Known, 5> kKnown{{
     {"not found in DLL <", functionMissing},
     {"Function not found in TELLIRA.DLL/SO", unknownCommand},
     {"SAIU PELO CATCH", catchAll},
+    // Last: what the other rows know by its words ends with a number, too.
     {"RunTimeError = -1", runtimeStopped},
 }};
 

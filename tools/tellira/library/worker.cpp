@@ -38,6 +38,7 @@ constexpr std::chrono::milliseconds kPatienceWhenAsked{2000};  // what a device 
 bool readSome(int from, std::string& to, std::size_t most) {
   std::array<char, 16384> piece;
   const ssize_t got = read(from, piece.data(), piece.size());
+  // Nothing there just now: the stream goes on.
   if (got < 0) return errno == EINTR || errno == EAGAIN;
   to.append(piece.data(), std::min(static_cast<std::size_t>(got), most - std::min(most, to.size())));
   return got > 0;
@@ -61,6 +62,7 @@ bool readFrame(const std::string& frames, Answer& answer) {
   ReplyHead head{};
   if (frames.size() < sizeof head) return false;
   std::memcpy(&head, frames.data(), sizeof head);
+  // By subtraction: the number comes from another process.
   if (head.bytes > frames.size() - sizeof head) return false;
   answer.ending = endingOf(head.kind);
   answer.returned = head.returned;

@@ -58,6 +58,7 @@ void reply(int calls, Reply kind, int returned, const char* bytes, std::size_t s
 
 [[noreturn]] void giveUp(int calls, Reply kind, const std::string& reason) {
   reply(calls, kind, 0, reason.data(), reason.size());
+  // Without what a host's end would do: no library was used.
   std::_Exit(1);
 }
 

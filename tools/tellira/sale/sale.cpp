@@ -39,6 +39,7 @@ bool holds(const std::string& comparison, int order) {
 bool holds(const std::string& left, const std::string& comparison, const std::string& right) {
   const auto a = numberIn(left);
   const auto b = numberIn(right);
+  // Answers come with leading zeros and blanks: 0001 is 1.
   if (a && b) return holds(comparison, *a < *b ? -1 : *a > *b ? 1 : 0);
   return holds(comparison, left.compare(right));
 }
@@ -119,6 +120,7 @@ void Sale::runDialogue(const Statement& statement) {
     return failureAt(script_, place, status, what);
   };
   const DialogueResult result = runDialogueWith(host, statement, fields);
+  // Cleared first: parts of an earlier dialogue of that name must not show through.
   variables_.set(statement.target, {result.result});
   variables_.set(statement.target, "result", result.result);
   for (const auto& [key, value] : result.kept) variables_.set(statement.target, key, value);
