@@ -33,19 +33,19 @@ namespace {
 constexpr UInt16 kReadWrite = 3;
 
 // The table that an index's head names, read from the file: nothing needs to be opened for it.
-// None for a database of that type whose block is none of an index, if it has any: programs keep such ones of their
-// own.
-std::optional<std::string> ownerOf(const std::string& index) {
+// `isIndex` is false for a database whose block is too short for one of an index: programs keep such ones of their own.
+std::string ownerOf(const std::string& index, bool& isIndex) {
   // Of the table's name in a description's head.
   constexpr std::size_t kNameAt = 8, kNameRoom = 31;
   char bytes[kHeaderSize + kDescriptionHead] = {};
   const int file = OpenFile(GetWideName(index.c_str()), O_RDONLY | O_NONBLOCK);
-  if (file < 0) return std::string();
+  isIndex = true;
+  if (file < 0) return {};
   const ssize_t read = fileSystem.read(file, bytes, sizeof bytes);
   fileSystem.close(file);
   const auto header = Load<FileHeader>(bytes);
-  if (header.Type == kIndexDatabase && header.AppInfoLen < kDescriptionHead) return std::nullopt;
-  if (read != static_cast<ssize_t>(sizeof bytes) || header.AppInfoLen == 0) return std::string();
+  isIndex = header.Type != kIndexDatabase || header.AppInfoLen >= kDescriptionHead;
+  if (read != static_cast<ssize_t>(sizeof bytes) || header.AppInfoLen == 0) return {};
   const char* name = bytes + kHeaderSize + kNameAt;
   return FoldedName({name, ::strnlen(name, kNameRoom)});
 }
@@ -62,10 +62,11 @@ class Owners {
     const bool isSame = std::memcmp(&known.entry, &entry, sizeof entry) == 0;
     if (known.owner.empty() || !isSame) {
       const std::string name(CatalogEntryName(place));
-      const std::optional<std::string> owner = ownerOf(name);
-      known = {entry, owner.value_or(""), isSame && known.isTold};
+      bool isIndex = false;
+      known = {entry, ownerOf(name, isIndex), isSame && known.isTold};
       // Its table goes on without it, in another order.
-      if (owner && (owner->empty() || CatalogEntryOf(*owner) == 0) && !std::exchange(known.isTold, true))
+      const bool isLost = known.owner.empty() || CatalogEntryOf(known.owner) == 0;
+      if (isIndex && isLost && !std::exchange(known.isTold, true))
         Logar(Message("Índice %s não aberto: o cabeçalho não nomeia tabela que exista"_l1, name.c_str()).c_str());
     }
     return known.owner == table;
