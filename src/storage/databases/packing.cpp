@@ -1,3 +1,5 @@
+// A packed copy is written beside the database and takes its place in one step; until then nothing of the database is
+// touched.
 #include "storage/databases/packing.h"
 
 #include <algorithm>
@@ -36,6 +38,7 @@ bool copyUsed(const OpenStruct& db, const std::vector<bool>& without, Unfinished
     copy.put(db.hFile->mapmem + place + kRecordHeaderSize, record.AllocatedSpace);
     header.szmap += kRecordHeaderSize + record.AllocatedSpace;
   }
+  // Room behind the records, at least a byte: a file that is full to its end is grown before it is looked at.
   header.szallocated = (header.szmap / kSmallestFile + 1) * kSmallestFile;
   return true;
 }
@@ -55,6 +58,7 @@ Err rewrite(DmOpenRef db, const std::vector<bool>& without) {
   if (packed) {
     FreeHandlesOf(db);
     liberarmap(db->hFile);
+    // Null while it is mapped anew: an error in between closes the database, and must not free the mapping twice.
     db->hFile = nullptr;
     db->hFile = mapeararquivo(name.c_str());
     FollowGrowth(db);
@@ -81,6 +85,7 @@ void RemoveRecords(DmOpenRef db, const std::vector<bool>& which) {
     if (!which[last]) continue;
     std::size_t first = last;
     while (first > 0 && which[first - 1]) --first;
+    // From the back, so that the numbers of runs that are still to go stay right.
     ExcluirFaixa(db, static_cast<UInt32>(first), static_cast<UInt32>(last));
     last = first;
   }
