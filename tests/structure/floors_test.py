@@ -47,7 +47,7 @@ FLOORS = {
     'tools/tellira/library': 'text/|edge/|library/|' + VENDOR,
     'tools/tellira/sale': 'text/|edge/|library/|sale/|generated/',
     'tools/tellira/db': 'text/|edge/|db/|vornetab/|runtime/process$|storage/(disk_layout|tables)$|'
-                        'storage/format/(description|keys|names|record_bytes)$|'
+                        'storage/format/(description|keys|names|record_bytes)$|storage/files/kept_copies$|'
                         'storage/(repair/(directory_check|report|in_use|describe_table)|reading/(dictionary|table_reader))$|'
                         'storage/tables/(areas|bulk_load)$',
     'tools/tellira/sync': 'text/|edge/|db/(options|table_session)$|sync/|log/|screen/|runtime/vorneobjs$',

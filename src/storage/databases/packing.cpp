@@ -1,3 +1,5 @@
+// A packed copy is written beside the database and takes its place in one step; until then nothing of the database is
+// touched.
 #include "storage/databases/packing.h"
 
 #include <algorithm>
@@ -51,6 +53,7 @@ bool copyUsed(const OpenStruct& db, const Differences& differences, UnfinishedFi
     if (kLargestFile - header.szmap <= kRecordHeaderSize + record.AllocatedSpace) return false;
     header.szmap += kRecordHeaderSize + record.AllocatedSpace;
   }
+  // Room behind the records, at least a byte: a file that is full to its end is grown before it is looked at.
   header.szallocated = (header.szmap / kSmallestFile + 1) * kSmallestFile;
   return true;
 }
@@ -70,6 +73,7 @@ Err rewrite(DmOpenRef db, const Differences& differences) {
   if (packed) {
     FreeHandlesOf(db);
     liberarmap(db->hFile);
+    // Null while it is mapped anew: an error in between closes the database, and must not free the mapping twice.
     db->hFile = nullptr;
     db->hFile = mapeararquivo(name.c_str());
     FollowGrowth(db);
@@ -96,6 +100,7 @@ void RemoveRecords(DmOpenRef db, const std::vector<bool>& which) {
     if (!which[last]) continue;
     std::size_t first = last;
     while (first > 0 && which[first - 1]) --first;
+    // From the back, so that the numbers of runs that are still to go stay right.
     ExcluirFaixa(db, static_cast<UInt32>(first), static_cast<UInt32>(last));
     last = first;
   }

@@ -1,3 +1,4 @@
+// The name alone tells what a temporary database is, so that the next run finds what this one left.
 #include "storage/databases/tempdb.h"
 
 #include <algorithm>
@@ -35,6 +36,7 @@ const Kind& kindOf(char letter) {
 
 // "~" and a check sum.
 std::string shortSum(const std::string& text) {
+  // FNV-1a in 32 bits. Names on disk are made of it: it stays as it is.
   std::uint32_t sum = 0x811C9DC5u;
   for (const char c : text) sum = (sum ^ static_cast<unsigned char>(c)) * 0x01000193u;
   char digits[10];

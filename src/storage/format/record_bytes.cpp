@@ -1,3 +1,5 @@
+// Loading believes nothing: a record may be shorter than its fields and then gives blank ones. Storing is exact: the
+// bytes come to the size that StoredSize told.
 #include "storage/format/record_bytes.h"
 
 #include <algorithm>
@@ -103,6 +105,7 @@ void MarkDeleted(Fields fields, char* buffer, bool deleted) {
 std::size_t StoredSize(Fields fields, char* buffer) {
   std::size_t size = kEndMarkSize;
   for (const ControlFieldTBL& field : stored(fields)) {
+    // Types that descriptions may name and records have never held.
     if (field.FieldType > TBLMEMO) return 0;
     if (field.FieldType != TBLSTRING) {
       size += static_cast<std::size_t>(BufferRoom(field));
@@ -132,6 +135,7 @@ void StoreFields(Fields fields, const char* buffer, bool swapped, char* record, 
     }
     std::memcpy(to, at, room);
     if (swapped && room == kNumberRoom) Store(to, SwapBytes(Load<std::uint64_t>(to)));
+    // By their rooms: what takes 8 bytes is a number or a date, what takes 4 a memo's number, and nothing else does.
     if (swapped && room == kMemoRoom) Store(to, SwapBytes(Load<std::uint32_t>(to)));
     to += room;
   }

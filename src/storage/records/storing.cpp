@@ -1,3 +1,5 @@
+// Everything that stores a whole record goes through here, so that no caller has to know in which order length, bytes
+// and count must change.
 #include "storage/records/storing.h"
 
 #include "storage/files/mapped_file.h"
@@ -11,6 +13,7 @@ namespace {
 
 bool storeHeld(DmOpenRef db, RecordStruct& record, std::span<const char> bytes, Boolean dirty) {
   const UInt32 index = record.index;
+  // Released whatever came of it: nobody else knows of the handle.
   const Err written = WriteBytes(record, 0, bytes);
   return DmReleaseRecord(db, index, dirty) == errNone && written == errNone;
 }

@@ -1,3 +1,5 @@
+// What the parser says is put in words of this tool's own: a mistyped verb or option is told with those that are near
+// to it and with the next thing to do.
 #include "edge/cli.h"
 
 #include <CLI/App.hpp>
