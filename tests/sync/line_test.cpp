@@ -20,14 +20,19 @@ std::string farewell() {
 }
 
 TEST_F(Line, LogsInAndSaysFarewell) {
-  host->reply(std::string("\x0D" "6.0.0\0d\xFA", 9));
+  host->reply(
+      std::string("\x0D"
+                  "6.0.0\0d\xFA",
+                  9));
   ASSERT_EQ(connect(), 0);
   EXPECT_EQ(netglb->bServerTp, 1);
   EXPECT_EQ(netglb->bPackDB, 1);
   const std::string body = host->sent.substr(3);
-  EXPECT_EQ(host->sent.substr(0, 3), std::string("B") + static_cast<char>(body.size() & 0xFF) +
-                                         static_cast<char>(body.size() >> 8));
-  EXPECT_EQ(body.substr(0, 24), std::string("\1\0\1B\0" "33\0DEV\0GROUP\0\0T6.0.0\0", 24));
+  EXPECT_EQ(host->sent.substr(0, 3),
+            std::string("B") + static_cast<char>(body.size() & 0xFF) + static_cast<char>(body.size() >> 8));
+  EXPECT_EQ(body.substr(0, 24), std::string("\1\0\1B\0"
+                                            "33\0DEV\0GROUP\0\0T6.0.0\0",
+                                            24));
   EXPECT_NE(body.find(std::string("\0ZLIBON\0SETBUFFER\0\0RPC_OFF\0", 27)), std::string::npos);
   host->sent.clear();
   EXPECT_EQ(Disconnect(comm_, &socket_), 0);
@@ -52,7 +57,12 @@ constexpr Refusal kRefusals[] = {
     {"too large", 1110, [](ScriptedHost& host) { host.script = "\x2E\xE1"; }},
     {"negative", 1110, [](ScriptedHost& host) { host.script = "\xFF\xFF"; }},
     {"silent", 1111, [](ScriptedHost& host) { host.atEnd = ScriptedHost::AtEnd::kSilent; }},
-    {"not welcome", 1111, [](ScriptedHost& host) { host.reply("\x05" "away"); }},
+    {"not welcome", 1111,
+     [](ScriptedHost& host) {
+       host.reply(
+           "\x05"
+           "away");
+     }},
     {"empty frame", 1111, [](ScriptedHost& host) { host.script = std::string(2, '\0'); }},
     {"other version", 1113, [](ScriptedHost& host) { host.welcome("6.0.1"); }},
     {"longer version", 1113, [](ScriptedHost& host) { host.welcome("6.0.0b"); }},
@@ -123,7 +133,10 @@ TEST_F(Line, ReadsNothingBehindTheFrame) {
   EXPECT_STREQ(text, "a");
   EXPECT_EQ(ReadInt(), 0);
   EXPECT_EQ(ReadShort(), 0);
-  host->reply(std::string("\x34\x12\x78\x56\x34\x12" "long\0x", 12));
+  host->reply(
+      std::string("\x34\x12\x78\x56\x34\x12"
+                  "long\0x",
+                  12));
   ASSERT_EQ(ReadSock(netglb->m_buffer, 5), 1);
   EXPECT_EQ(ReadShort(), 0x1234);
   EXPECT_EQ(ReadInt(), 0x12345678);

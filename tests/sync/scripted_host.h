@@ -55,10 +55,10 @@ class ScriptedHost {
   std::string script, sent;
   AtEnd atEnd = AtEnd::kCloses;
   bool refuses = false, hasSockets = true;
-  std::size_t piece = 1024;   ///< bytes that one call moves at most
-  int failingSends = 0;       ///< how many of the next ones fail
+  std::size_t piece = 1024;    ///< bytes that one call moves at most
+  int failingSends = 0;        ///< how many of the next ones fail
   long sendsUntilBroken = -1;  ///< calls after which the line is gone; -1 never
-  int waited = 0;             ///< seconds of silence
+  int waited = 0;              ///< seconds of silence
   int closed = 0;
 
  private:

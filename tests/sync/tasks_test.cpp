@@ -46,7 +46,12 @@ class Tasks : public LineTest {
 };
 
 TEST_F(Tasks, AreCountedByTheirDigits) {
-  for (const auto& [reply, count] : {std::pair{"\x0D" "12\0"s, 12}, {"7\0"s, 7}, {"x"s, 0}, {""s, 0}}) {
+  for (const auto& [reply, count] : {std::pair{"\x0D"
+                                               "12\0"s,
+                                               12},
+                                     {"7\0"s, 7},
+                                     {"x"s, 0},
+                                     {""s, 0}}) {
     host->reply(reply);
     EXPECT_EQ(TaskCount(kSocket), count);
     EXPECT_EQ(netglb->errStatus, 0);
@@ -81,10 +86,15 @@ TEST_F(Tasks, FailWithTheirCodes) {
 TEST_F(Tasks, ATableIsKeptInPacketsUntilItIsWhole) {
   host->reply(receiveTask("ITEMS", 3)).reply(packet("first", 2)).reply(packet("second")).reply(end);
   EXPECT_EQ(TaskExecute(1, kSocket), 0);
-  EXPECT_EQ(host->sent, "B\5\0\1\0\x08" "1\0B\3\0\1\0\x0B"s);
+  EXPECT_EQ(host->sent,
+            "B\5\0\1\0\x08"
+            "1\0B\3\0\1\0\x0B"s);
   std::vector<std::string> kept = records("ITEMS", 'P');
   ASSERT_EQ(kept.size(), 3u);
-  EXPECT_EQ(kept[0], "P\0" "1\0" "000003\0"s);
+  EXPECT_EQ(kept[0],
+            "P\0"
+            "1\0"
+            "000003\0"s);
   EXPECT_EQ(kept[1].substr(2), packet("first", 2));
   EXPECT_EQ(records("FromHH", 'L'), std::vector{"ITEMS\0"s});
   EXPECT_NE(log().find("Recebendo ITEMS/00003 reg(s)\nRegistro(s) recebido(s): 3 \n"), std::string::npos);
@@ -101,13 +111,17 @@ TEST_F(Tasks, AWholeTableThatIsCompleteIsNotAskedForAgain) {
   host->reply(receiveTask("T", 1, 'T')).reply(packet("row"));
   EXPECT_EQ(TaskExecute(1, kSocket), 12);
   EXPECT_EQ(netglb->errStatus, 1173);
-  EXPECT_EQ(records("T", 'P')[0].substr(0, 3), "T\0" "0"s);
+  EXPECT_EQ(records("T", 'P')[0].substr(0, 3),
+            "T\0"
+            "0"s);
   host->reply(receiveTask("T", 1, 'T')).reply(packet("new")).reply(end);
   EXPECT_EQ(TaskExecute(1, kSocket), 0);
   EXPECT_EQ(records("T", 'P').size(), 2u);
   host->sent.clear();
   EXPECT_EQ(execute(receiveTask("T", 1, 'T')), 0);
-  EXPECT_EQ(host->sent, "B\5\0\1\0\x08" "1\0"s);
+  EXPECT_EQ(host->sent,
+            "B\5\0\1\0\x08"
+            "1\0"s);
 }
 
 TEST_F(Tasks, WhatWasInterruptedDoesNotArriveTwice) {
@@ -126,9 +140,9 @@ TEST_F(Tasks, ReceptionEndsOnWhatItDoesNotKnow) {
   const struct {
     std::string reply;
     int result, status;
-  } kCases[] = {{tooLong, 1074, 1074},       {tooShort, 1074, 1074}, {behind, 1074, 1074},
-                {"\xFF\0no more"s, 1074, 1074}, {"\x0D\x0E"s, 0, 0},    {"\x0C\x0D"s, 0, 0},
-                {"\x0C\x11"s, 0, 0},          {"\x0C"s, 12, 1173},    {""s, 12, 1173}};
+  } kCases[] = {{tooLong, 1074, 1074}, {tooShort, 1074, 1074}, {behind, 1074, 1074}, {"\xFF\0no more"s, 1074, 1074},
+                {"\x0D\x0E"s, 0, 0},   {"\x0C\x0D"s, 0, 0},    {"\x0C\x11"s, 0, 0},  {"\x0C"s, 12, 1173},
+                {""s, 12, 1173}};
   for (const auto& [reply, result, status] : kCases) {
     vorne::DeleteTemporary("T", 'P');
     host->reply(receiveTask("T", 1)).reply(reply);

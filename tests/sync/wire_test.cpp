@@ -19,8 +19,13 @@ TEST(Wire, PacketsStandAsTheFormatHasThem) {
   const std::string data = "zz";
   EXPECT_EQ(asText(MakeReceived({0, 3, 500, data})), std::string("\1\0\x0C\x0E\0\x0C\0\3\1\xF4zz", 12));
   EXPECT_EQ(asText(MakeSent({true, 500, 3, data})), std::string("\1\0\x0B\x0C\0\x0D\x0E\1\xF4\0\3zz", 13));
-  EXPECT_EQ(asText(MakeControl({'T', false, 12})), std::string("T\0" "0\0" "000012\0", 11));
-  EXPECT_EQ(asText(MakeControl({'P', true, 12345678})).substr(2), std::string("1\0" "999999\0", 9));
+  EXPECT_EQ(asText(MakeControl({'T', false, 12})), std::string("T\0"
+                                                               "0\0"
+                                                               "000012\0",
+                                                               11));
+  EXPECT_EQ(asText(MakeControl({'P', true, 12345678})).substr(2), std::string("1\0"
+                                                                              "999999\0",
+                                                                              9));
   const auto header = RequestHeader(0x1234);
   EXPECT_EQ(std::string(header.begin(), header.end()), "B\x34\x12");
 
@@ -63,14 +68,19 @@ TEST(Wire, ContentIsTakenWholeOrNotAtAll) {
 }
 
 TEST(Wire, NumbersAndNamesFromTheHost) {
-  for (const auto& [text, number] : {std::pair{"12", 12}, {"\x0D 7x", 7}, {"+3", 3}, {"-5", 0}, {"", 0}, {"x", 0},
+  for (const auto& [text, number] : {std::pair{"12", 12},
+                                     {"\x0D 7x", 7},
+                                     {"+3", 3},
+                                     {"-5", 0},
+                                     {"", 0},
+                                     {"x", 0},
                                      {"99999999999999999999999", 1000}})
     EXPECT_EQ(DecimalIn(text, 1000), static_cast<std::uint32_t>(number)) << text;
   for (const std::string& name : {std::string("a.bmp"), std::string("\xE7.bmp"), std::string(240, 'n')})
     EXPECT_TRUE(IsPlainFileName(name)) << name;
-  for (const std::string& name :
-       {std::string(), std::string("../x"), std::string("/etc/x"), std::string("a\\b"), std::string("."), std::string(".."),
-        std::string(".hidden"), std::string("lib.so"), std::string("a\nb"), std::string("a\0b", 3), std::string(300, 'n')})
+  for (const std::string& name : {std::string(), std::string("../x"), std::string("/etc/x"), std::string("a\\b"),
+                                  std::string("."), std::string(".."), std::string(".hidden"), std::string("lib.so"),
+                                  std::string("a\nb"), std::string("a\0b", 3), std::string(300, 'n')})
     EXPECT_FALSE(IsPlainFileName(name)) << name;
 }
 

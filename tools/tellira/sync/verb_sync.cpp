@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <optional>
 
 #include "db/options.h"
 #include "db/table_session.h"
@@ -17,6 +18,7 @@
 #include "sync/dry_run.h"
 #include "sync/session_report.h"
 #include "sync/state_lines.h"
+#include "sync/terminal_screen.h"
 #include "sync/text_screen.h"
 #include "sync/vornesync.h"
 #include "text/text.h"
@@ -60,7 +62,7 @@ struct SyncOptions {
   std::string host, device, group, user, suffix;
   int port = 0, timeout = -1;
   std::string language = "pt";
-  bool json = false, dryRun = false, yes = false, clear = false;
+  bool json = false, dryRun = false, yes = false, clear = false, plain = false;
 };
 using Shared = std::shared_ptr<SyncOptions>;
 
@@ -82,6 +84,21 @@ std::string latin1(const std::string& utf8, const char* what) {
                               ".\n  next: use letters that Portuguese is written with.");
   }
 }
+
+// Somebody who looks on gets the screen; anything else, one line a change.
+class SessionScreen {
+ public:
+  explicit SessionScreen(const SyncOptions& options) {
+    if (!options.plain && !options.json && canShowScreen())
+      terminal_.emplace();
+    else
+      text_.emplace();
+  }
+
+ private:
+  std::optional<TerminalScreen> terminal_;
+  std::optional<TextScreen> text_;
+};
 
 // From the command line, or from what is stored.
 vorne::HostAccess accessOf(const SyncOptions& options) {
@@ -143,14 +160,15 @@ int runSession(const SyncOptions& options) {
   TableSession session(sessionDirectory(options));
   const vorne::HostAccess host = accessOf(options);
   const ApplicationDirectory application;
-  const TextScreen screen;
   iSyncLang = languageOf(options.language);
+  std::optional<SessionScreen> screen(std::in_place, options);
   const auto start = std::chrono::steady_clock::now();
   const Obj_Node* status =
       __DoSync(__INIT_CHARPTR(options.suffix.c_str()), __INIT_CHARPTR(host.address.c_str()), __INIT_DOUBLE(host.port),
                __INIT_DOUBLE(host.timeout), __INIT_CHARPTR(host.device.c_str()), __INIT_CHARPTR(host.group.c_str()));
   const int code = static_cast<int>(status->objData.mdbl);
   const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  screen.reset();
   session.close();
   return report(options, code, seconds);
 }
@@ -279,6 +297,7 @@ void addSync(Verb& top) {
   verb.option("--group", options->group, "G", "Group that the device belongs to");
   verb.option("--suffix", options->suffix, "C", "One character that programs give their sessions");
   verb.choice("--lang", options->language, "LANG", "Language of the session's lines (default: pt)", {"pt", "en", "es"});
+  verb.flag("--plain", options->plain, "One line a change, also on a terminal");
   verb.flag("--dry-run", options->dryRun, "Connect and tell the tasks; change nothing");
   verb.footer(kFooter);
   verb.action([options] { return options->dryRun ? runDry(*options) : runSession(*options); });
