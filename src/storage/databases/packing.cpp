@@ -17,10 +17,19 @@ namespace vorne {
 
 namespace {
 
+// How a copy differs from the file: records that are left out, records that get more space than they use.
+struct Differences {
+  std::vector<bool> without = {};
+  std::span<const RecordSpace> wider = {};
+};
+
 // Writes what the database uses, records without spare space and without those to be left out; its header gets the new
 // sizes and count. False for a damaged record: places that overlap would make the copy many times as large as the file,
 // lengths that differ in a database of equal records would put the ones behind them where nobody looks.
-bool copyUsed(const OpenStruct& db, const std::vector<bool>& without, UnfinishedFile& copy, FileHeader& header) {
+bool copyUsed(const OpenStruct& db, const Differences& differences, UnfinishedFile& copy, FileHeader& header) {
+  constexpr char kZeros[4096] = {};
+  const std::vector<bool>& without = differences.without;
+  auto wider = differences.wider.begin();
   copy.put(db.hFile->mapmem, RecordsBegin(header));
   header.szmap = RecordsBegin(header);
   header.NumberOfRecords = 0;
@@ -34,8 +43,14 @@ bool copyUsed(const OpenStruct& db, const std::vector<bool>& without, Unfinished
     if (end - place != kRecordHeaderSize + record.AllocatedSpace) return false;
     ++header.NumberOfRecords;
     if (IsVariable(db)) record.AllocatedSpace = std::max<std::uint16_t>(record.RecordLen, 1);
+    const UInt32 used = record.AllocatedSpace;
+    for (; wider != differences.wider.end() && wider->index <= i; ++wider)
+      if (wider->index == i) record.AllocatedSpace = std::max(record.AllocatedSpace, wider->space);
     copy.put(&record, sizeof record);
-    copy.put(db.hFile->mapmem + place + kRecordHeaderSize, record.AllocatedSpace);
+    copy.put(db.hFile->mapmem + place + kRecordHeaderSize, used);
+    for (UInt32 left = record.AllocatedSpace - used; left != 0; left -= std::min<UInt32>(left, sizeof kZeros))
+      copy.put(kZeros, std::min<UInt32>(left, sizeof kZeros));
+    if (kLargestFile - header.szmap <= kRecordHeaderSize + record.AllocatedSpace) return false;
     header.szmap += kRecordHeaderSize + record.AllocatedSpace;
   }
   // Room behind the records, at least a byte: a file that is full to its end is grown before it is looked at.
@@ -43,14 +58,14 @@ bool copyUsed(const OpenStruct& db, const std::vector<bool>& without, Unfinished
   return true;
 }
 
-// Puts a copy without those records in the place of the database's files, or leaves all as it was.
-Err rewrite(DmOpenRef db, const std::vector<bool>& without) {
+// Puts such a copy in the place of the database's files, or leaves all as it was.
+Err rewrite(DmOpenRef db, const Differences& differences) {
   SettleHeld(db);
   const std::string name = db->fName;
   const std::string path = GetWideName(name.c_str());
   UnfinishedFile copy(GetWideName(kUnfinishedName));
   FileHeader header = db->Head;
-  if (!copyUsed(*db, without, copy, header)) return errNoSuchRecord;
+  if (!copyUsed(*db, differences, copy, header)) return errNoSuchRecord;
   // Without an offsets file the next opening makes it anew, whichever of the two data files it finds.
   if (db->hOS != nullptr) DeleteFile((OffsetsName(path)).c_str());
   copy.finish(header, header.szallocated);
@@ -79,7 +94,7 @@ void RemoveRecords(DmOpenRef db, const std::vector<bool>& which) {
   const auto begin = which.begin(), end = which.end();
   if (std::find(begin, end, true) == end) return;
   if (std::find(begin, end, false) == end) return __InternalZap(db);
-  if (rewrite(db, which) == errNone) return;
+  if (rewrite(db, {which}) == errNone) return;
   // Without room for a copy they go run by run, each time moving what lies behind.
   for (std::size_t last = which.size(); last-- > 0;) {
     if (!which[last]) continue;
@@ -89,6 +104,10 @@ void RemoveRecords(DmOpenRef db, const std::vector<bool>& which) {
     ExcluirFaixa(db, static_cast<UInt32>(first), static_cast<UInt32>(last));
     last = first;
   }
+}
+
+bool WidenRecords(DmOpenRef db, std::span<const RecordSpace> wider) {
+  return rewrite(db, {{}, wider}) == errNone;
 }
 
 }  // namespace vorne

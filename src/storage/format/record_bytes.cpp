@@ -167,6 +167,28 @@ bool IsDeletedRecord(Fields fields, std::span<const char> record) {
   return markOf(record, from.rest()) == kDeleted;
 }
 
+bool IsRecordOf(Fields fields, std::span<const char> record, std::vector<std::uint32_t>& memosAt) {
+  memosAt.clear();
+  if (record.size() < kEndMarkSize) return false;
+  const char* end = record.data() + record.size() - kEndMarkSize;
+  if ((end[0] != kLive && end[0] != kDeleted) || end[1] != '\0') return false;
+  ByteReader from(fieldBytes(record));
+  for (const ControlFieldTBL& field : stored(fields)) {
+    std::span<const char> bytes;
+    if (field.FieldType == TBLSTRING) {
+      if (!from.takeUntil('\0', bytes) || bytes.size() > static_cast<std::size_t>(field.FieldLen)) return false;
+      continue;
+    }
+    if (field.FieldType == TBLMEMO)
+      memosAt.push_back(static_cast<std::uint32_t>(record.size() - kEndMarkSize - from.rest().size()));
+    bytes = from.take(static_cast<std::size_t>(BufferRoom(field)));
+    if (from.failed() || field.FieldType > TBLMEMO) return false;
+    if (field.FieldType == TBLBOOL && bytes[0] != 0 && bytes[0] != 1) return false;
+  }
+  const std::span<const char> rest = from.rest();
+  return std::all_of(rest.begin(), rest.end(), [](char c) { return c == '\0'; });
+}
+
 double NumberIn(const ControlFieldTBL& field, const char* buffer) {
   return Load<double>(buffer + field.iOffset);
 }
