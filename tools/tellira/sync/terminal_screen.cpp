@@ -3,6 +3,7 @@
 
 #include <unistd.h>
 
+#include <langinfo.h>
 #include <algorithm>
 #include <array>
 #include <clocale>
@@ -11,7 +12,6 @@
 #include <cstring>
 #include <cwchar>
 #include <deque>
-#include <langinfo.h>
 #include <string>
 
 #define NCURSES_WIDECHAR 1
@@ -51,7 +51,8 @@ std::string word(SyncText text) {
 
 std::string oneLine(const char* latin1) {
   std::string line = utf8FromLatin1(latin1);
-  std::replace_if(line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < ' ' || c == 0x7F; }, ' ');
+  std::replace_if(
+      line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < ' ' || c == 0x7F; }, ' ');
   return std::string(trimmed(line));
 }
 
@@ -66,15 +67,17 @@ void putBar(int row, int percent) {
   const int room = COLS - 9;
   if (room < 4) return;
   const int filled = std::clamp(percent, 0, 100) * room / 100;
-  putLine(row, 1, "[" + std::string(static_cast<std::size_t>(filled), '#') +
-                      std::string(static_cast<std::size_t>(room - filled), '.') + "]");
+  putLine(row, 1,
+          "[" + std::string(static_cast<std::size_t>(filled), '#') +
+              std::string(static_cast<std::size_t>(room - filled), '.') + "]");
   char number[8];
   std::snprintf(number, sizeof number, "%3d%%", std::clamp(percent, 0, 100));
   putLine(row, COLS - 5, number);
 }
 
 void putKeys(SyncText keys) {
-  putLine(LINES - 1, 0, " " + word(keys) + std::string(static_cast<std::size_t>(std::max(COLS, 1)), ' '), A_REVERSE);
+  const std::string words = cutTo(static_cast<std::size_t>(std::max(COLS, 1)), " " + word(keys));
+  putLine(LINES - 1, 0, words + std::string(static_cast<std::size_t>(COLS) - columns(words), ' '), A_REVERSE);
 }
 
 constexpr int kFirstState = 8;
@@ -142,7 +145,8 @@ bool ask(const char* question, const char* title) {
     draw();
     bool isKey = false;
     answer = nextKey(isKey);
-    if (answer == ERR || (!isKey && answer > 0 && answer < 0x80 && std::strchr("SsYyNn\n\r\033", answer) != nullptr)) break;
+    if (answer == ERR || (!isKey && answer > 0 && answer < 0x80 && std::strchr("SsYyNn\n\r\033", answer) != nullptr))
+      break;
   }
   shown.information = before;
   draw();

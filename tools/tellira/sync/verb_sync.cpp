@@ -16,6 +16,7 @@
 #include "sync/code_words.h"
 #include "sync/config.h"
 #include "sync/dry_run.h"
+#include "sync/session_globals.h"
 #include "sync/session_report.h"
 #include "sync/state_lines.h"
 #include "sync/terminal_screen.h"
@@ -62,7 +63,7 @@ struct SyncOptions {
   std::string host, device, group, user, suffix;
   int port = 0, timeout = -1;
   std::string language = "pt";
-  bool json = false, dryRun = false, yes = false, clear = false, plain = false;
+  bool json = false, dryRun = false, yes = false, clear = false, plain = false, onScreen = false;
 };
 using Shared = std::shared_ptr<SyncOptions>;
 
@@ -234,7 +235,22 @@ bool changeSettings(const SyncOptions& options, vorne::UserSettings& settings) {
   return changed || options.port > 0 || options.timeout >= 0;
 }
 
+// One of the runtime's own screens, on the terminal.
+int runScreen(const SyncOptions& options, void (*show)()) {
+  if (!canShowScreen()) throw Failure(kUsage, "there is no terminal for a screen.\n  next: leave --screen out.");
+  TableSession session(sessionDirectory(options));
+  iSyncLang = languageOf(options.language);
+  vorne::UseSynchronisation();
+  {
+    const TerminalScreen screen;
+    show();
+  }
+  session.close();
+  return kDone;
+}
+
 int runConfig(const SyncOptions& options) {
+  if (options.onScreen) return runScreen(options, CONFIGURACOES);
   TableSession session(sessionDirectory(options));
   vorne::UserSettings settings;
   const bool found = vorne::ReadSettings(settings) == vorne::SettingsFound::Yes;
@@ -264,6 +280,7 @@ int runConfig(const SyncOptions& options) {
 }
 
 int runLog(const SyncOptions& options) {
+  if (options.onScreen) return runScreen(options, HISTORICO);
   TableSession session(sessionDirectory(options));
   std::vector<std::string> lines;
   const int count = vorne::MessageCount();
@@ -305,6 +322,7 @@ void addSync(Verb& top) {
   Verb config = verb.verb("config", "Show or store whom this device calls");
   addHostOptions(config, options);
   config.option("--user", options->user, "NAME", "User, which the host takes for the group");
+  config.flag("--screen", options->onScreen, "Edit them on the terminal");
   config.footer(kConfigFooter);
   config.action([options] { return runConfig(*options); });
 
@@ -312,6 +330,7 @@ void addSync(Verb& top) {
   log.flag("--json", options->json, "Print one JSON array");
   log.flag("--clear", options->clear, "Empty it after showing");
   log.flag("--yes", options->yes, "Do not ask before");
+  log.flag("--screen", options->onScreen, "Page through it on the terminal");
   log.footer(kLogFooter);
   log.action([options] { return runLog(*options); });
 }
