@@ -28,7 +28,7 @@ class Verb {
 
   /// Adds a verb below this one.
   Verb verb(const char* name, const char* description);
-  /// What the verb does when it is named.
+  /// What the verb does when it is named; in a group, when none of its verbs is. To be declared before they are.
   void action(Action action);
   /// Text below the options in the verb's help: examples, exit status.
   void footer(const char* text);
@@ -55,6 +55,7 @@ class Verb {
  private:
   CLI::App* app_;
   Action* chosen_;
+  bool acts_ = false;
   std::vector<std::function<void(Verb&)>> shared_;
 };
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <optional>
 
 #include "db/options.h"
 #include "db/table_session.h"
@@ -15,8 +16,10 @@
 #include "sync/code_words.h"
 #include "sync/config.h"
 #include "sync/dry_run.h"
+#include "sync/session_globals.h"
 #include "sync/session_report.h"
 #include "sync/state_lines.h"
+#include "sync/terminal_screen.h"
 #include "sync/text_screen.h"
 #include "sync/vornesync.h"
 #include "text/text.h"
@@ -60,7 +63,7 @@ struct SyncOptions {
   std::string host, device, group, user, suffix;
   int port = 0, timeout = -1;
   std::string language = "pt";
-  bool json = false, dryRun = false, yes = false, clear = false;
+  bool json = false, dryRun = false, yes = false, clear = false, plain = false, onScreen = false;
 };
 using Shared = std::shared_ptr<SyncOptions>;
 
@@ -82,6 +85,21 @@ std::string latin1(const std::string& utf8, const char* what) {
                               ".\n  next: use letters that Portuguese is written with.");
   }
 }
+
+// Somebody who looks on gets the screen; anything else, one line a change.
+class SessionScreen {
+ public:
+  explicit SessionScreen(const SyncOptions& options) {
+    if (!options.plain && !options.json && canShowScreen())
+      terminal_.emplace();
+    else
+      text_.emplace();
+  }
+
+ private:
+  std::optional<TerminalScreen> terminal_;
+  std::optional<TextScreen> text_;
+};
 
 // From the command line, or from what is stored.
 vorne::HostAccess accessOf(const SyncOptions& options) {
@@ -143,14 +161,15 @@ int runSession(const SyncOptions& options) {
   TableSession session(sessionDirectory(options));
   const vorne::HostAccess host = accessOf(options);
   const ApplicationDirectory application;
-  const TextScreen screen;
   iSyncLang = languageOf(options.language);
+  std::optional<SessionScreen> screen(std::in_place, options);
   const auto start = std::chrono::steady_clock::now();
   const Obj_Node* status =
       __DoSync(__INIT_CHARPTR(options.suffix.c_str()), __INIT_CHARPTR(host.address.c_str()), __INIT_DOUBLE(host.port),
                __INIT_DOUBLE(host.timeout), __INIT_CHARPTR(host.device.c_str()), __INIT_CHARPTR(host.group.c_str()));
   const int code = static_cast<int>(status->objData.mdbl);
   const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  screen.reset();
   session.close();
   return report(options, code, seconds);
 }
@@ -216,7 +235,22 @@ bool changeSettings(const SyncOptions& options, vorne::UserSettings& settings) {
   return changed || options.port > 0 || options.timeout >= 0;
 }
 
+// One of the runtime's own screens, on the terminal.
+int runScreen(const SyncOptions& options, void (*show)()) {
+  if (!canShowScreen()) throw Failure(kUsage, "there is no terminal for a screen.\n  next: leave --screen out.");
+  TableSession session(sessionDirectory(options));
+  iSyncLang = languageOf(options.language);
+  vorne::UseSynchronisation();
+  {
+    const TerminalScreen screen;
+    show();
+  }
+  session.close();
+  return kDone;
+}
+
 int runConfig(const SyncOptions& options) {
+  if (options.onScreen) return runScreen(options, CONFIGURACOES);
   TableSession session(sessionDirectory(options));
   vorne::UserSettings settings;
   const bool found = vorne::ReadSettings(settings) == vorne::SettingsFound::Yes;
@@ -246,6 +280,7 @@ int runConfig(const SyncOptions& options) {
 }
 
 int runLog(const SyncOptions& options) {
+  if (options.onScreen) return runScreen(options, HISTORICO);
   TableSession session(sessionDirectory(options));
   std::vector<std::string> lines;
   const int count = vorne::MessageCount();
@@ -279,6 +314,7 @@ void addSync(Verb& top) {
   verb.option("--group", options->group, "G", "Group that the device belongs to");
   verb.option("--suffix", options->suffix, "C", "One character that programs give their sessions");
   verb.choice("--lang", options->language, "LANG", "Language of the session's lines (default: pt)", {"pt", "en", "es"});
+  verb.flag("--plain", options->plain, "One line a change, also on a terminal");
   verb.flag("--dry-run", options->dryRun, "Connect and tell the tasks; change nothing");
   verb.footer(kFooter);
   verb.action([options] { return options->dryRun ? runDry(*options) : runSession(*options); });
@@ -286,6 +322,7 @@ void addSync(Verb& top) {
   Verb config = verb.verb("config", "Show or store whom this device calls");
   addHostOptions(config, options);
   config.option("--user", options->user, "NAME", "User, which the host takes for the group");
+  config.flag("--screen", options->onScreen, "Edit them on the terminal");
   config.footer(kConfigFooter);
   config.action([options] { return runConfig(*options); });
 
@@ -293,6 +330,7 @@ void addSync(Verb& top) {
   log.flag("--json", options->json, "Print one JSON array");
   log.flag("--clear", options->clear, "Empty it after showing");
   log.flag("--yes", options->yes, "Do not ask before");
+  log.flag("--screen", options->onScreen, "Page through it on the terminal");
   log.footer(kLogFooter);
   log.action([options] { return runLog(*options); });
 }
