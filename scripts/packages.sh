@@ -3,10 +3,10 @@
 
 # One row a job: its name, then its packages. A job that stands on another one is asked for together with it.
 package_table='
-build   cmake ninja-build g++ zlib1g-dev libcli11-dev nlohmann-json3-dev libsqlite3-dev libuv1-dev libpq-dev
+build   cmake ninja-build g++ zlib1g-dev libcli11-dev nlohmann-json3-dev libsqlite3-dev libncurses-dev libuv1-dev libpq-dev
 test    libgtest-dev libgmock-dev python3-jsonschema
 formats npm nodejs
-i386    g++-multilib lib32z1-dev googletest python3-jsonschema
+i386    g++-multilib lib32z1-dev lib32ncurses-dev googletest python3-jsonschema
 fuzz    clang libclang-rt-14-dev llvm
 bench   libbenchmark-dev libsqlite3-dev liblmdb-dev sqlite3
 format  clang-format git

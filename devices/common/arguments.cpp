@@ -1,3 +1,5 @@
+// A vendor's call brings bare pointers and no sizes. Reading is bounded; writing is up to the caller, which has to
+// bring the room that the vendor's description asks for.
 #include "common/arguments.h"
 
 #include <algorithm>
@@ -10,6 +12,7 @@
 namespace device {
 
 const Native& Arguments::at(std::size_t i) const {
+  // A mistake of the handler's: every function's places are told by the command table.
   if (i >= places_.size()) throw std::logic_error("no such argument");
   return *(places_.begin() + i);
 }

@@ -1,3 +1,5 @@
+// Every exported function comes through here. In this order: settings of the faults, waiting, a result that was asked
+// for, the arguments, the work, a writing beyond the place.
 #include "common/boundary.h"
 
 #include <chrono>

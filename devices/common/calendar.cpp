@@ -1,3 +1,5 @@
+// Calculations go by a calendar without zones, so that a printer's clock runs on where summer time begins; only
+// `localNow` knows where the workstation stands.
 #include "common/calendar.h"
 
 #include "common/text.h"

@@ -1,3 +1,4 @@
+// A setting that cannot be understood makes every call fail: a test that believes in a fault must not run without it.
 #include "common/faults.h"
 
 #include <cstdlib>

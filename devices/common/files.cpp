@@ -1,3 +1,4 @@
+// Two programs may use one device at once: whoever has the lock reads the state, works and replaces it.
 #include "common/files.h"
 
 #include <dlfcn.h>
@@ -129,6 +130,7 @@ bool plainName(std::string_view name) {
   if (name.empty() || name.size() > 64 || name.front() == '.' || !std::all_of(name.begin(), name.end(), plain)) {
     return false;
   }
+  // A host names the files that readings go into: none of them may be the device's own, or a library.
   constexpr std::string_view kOwn[] = {"ecf-state.txt", "bema-state.txt", "tef-state.txt", "ecf-tape.txt",
                                        "bema-tape.txt", "ecf.lock",       "bema.lock",     "tef.lock"};
   return !name.ends_with(".so") && !name.ends_with(".new") &&

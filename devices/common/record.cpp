@@ -1,3 +1,5 @@
+// Whatever is wrong with a state file, a line too many, one missing, one changed, the state is not sound, and the
+// device refuses to work instead of forgetting half of its day.
 #include "common/record.h"
 
 namespace device {
@@ -21,6 +23,7 @@ std::string escaped(std::string_view text) {
   std::string result;
   for (const char c : text) {
     const auto byte = static_cast<unsigned char>(c);
+    // '|' separates the parts of a list's row, '%' begins an escape, and no line may be broken.
     if (byte >= 0x20 && c != '%' && c != '|') {
       result += c;
     } else {

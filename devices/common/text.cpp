@@ -1,3 +1,5 @@
+// Amounts are whole numbers of a smallest unit everywhere; a decimal comma is read as well as a point, since both are
+// typed.
 #include "common/text.h"
 
 #include <algorithm>
@@ -97,6 +99,7 @@ std::optional<Cents> parseMoney(std::string_view text) {
 }
 
 std::int64_t scaled(std::int64_t value, std::int64_t factor, std::int64_t divisor, bool round) {
+  // Rounded half up or cut off, as the printer is programmed. Values are not negative here.
   return (value * factor + (round ? divisor / 2 : 0)) / divisor;
 }
 

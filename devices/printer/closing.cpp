@@ -36,6 +36,7 @@ int cancelSubtotalAdjustment(Printer& printer, Arguments& arguments) {
   Document& document = printer.state.open;
   Cents& value = way == "A" ? document.surcharge : document.discount;
   if (value == 0) return kNothing;
+  // The discount was judged with the surcharge in the total: without it less than nothing could be left.
   if (way == "A" && document.total() <= value) return kAmount;
   printer.tape.pair(way == "A" ? "CANCELAMENTO ACRESCIMO" : "CANCELAMENTO DESCONTO", money(value));
   value = 0;
@@ -94,6 +95,7 @@ int closeExactly(Printer& printer, Arguments& arguments) {
 /// Cancels the coupon that was closed just before, on a document of its own.
 int cancelClosed(Printer& printer) {
   State& state = printer.state;
+  // Only the document printed last, and only on its own day: what stands between would have to be cancelled too.
   const bool possible = state.last.kind == kCoupon && !state.last.cancelled && state.lastKind == kCoupon &&
                         state.last.number == state.counters.coupon && state.day.open;
   if (!possible) return kNothing;
@@ -105,6 +107,7 @@ int cancelClosed(Printer& printer) {
   countCoupon(state, state.last, -1);
   for (const Payment& payment : state.last.payments) {
     Named& form = state.forms[static_cast<std::size_t>(payment.form)];
+    // The cash goes back over the counter: the drawer's totals follow.
     form.total -= payment.amount;
     --form.count;
   }
@@ -143,6 +146,7 @@ int reversePayment(Printer& printer, Arguments& arguments) {
     return payment.form == *from && !payment.linked && payment.amount >= *amount;
   });
   if (found == document.payments.end() || document.payments.size() >= kMostPayments) return kAmount;
+  // The old payment stays on the coupon with what is left of it, even with nothing.
   found->amount -= *amount;
   document.payments.push_back({*to, *amount, 1, false});
   Named& source = state.forms[static_cast<std::size_t>(*from)];

@@ -1,3 +1,4 @@
+// The map is made at the first call: each subject lists its own functions.
 #include "printer/commands.h"
 
 #include <unordered_map>

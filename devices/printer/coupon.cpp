@@ -91,6 +91,7 @@ bool readAmounts(const SaleShape& shape, const Arguments& arguments, Item& item)
   const auto price = parseDecimal(textAt(arguments, shape.price), thousandths ? 3 : 2, false);
   if (!price || *price > 9'999'999'999) return false;
   item.quantity = *quantity;
+  // Prices are kept in thousandths, quantities too: their product is in millionths, and `scaled` makes centavos of it.
   item.price = thousandths ? *price : *price * 10;
   return true;
 }

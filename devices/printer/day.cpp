@@ -33,6 +33,7 @@ bool readMoment(Arguments& arguments, std::string& when) {
 int reduceChecked(Printer& printer, Arguments& arguments) {
   std::string when;
   if (!readMoment(arguments, when)) return kBadArgument;
+  // The date is a confirmation: a reduction for another day is none.
   if (!when.empty() && when.substr(0, 8) != printer.today()) return kBadArgument;
   return reduce(printer);
 }

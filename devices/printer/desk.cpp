@@ -45,6 +45,7 @@ int layout(Printer& printer, Arguments& arguments) {
   const auto bank = parseInteger(arguments.trimmed(0), 1, 999);
   const std::string shape = arguments.trimmed(1);
   if (!bank || shape.empty() || shape.size() > 40) return kBadArgument;
+  // One row a bank, with its number in front.
   const std::string row = digits(*bank, 3) + shape;
   auto& layouts = printer.state.chequeLayouts;
   const auto known = std::find_if(layouts.begin(), layouts.end(),

@@ -1,3 +1,4 @@
+// Numbers are taken when a document begins, so that a cancelled one has its number too.
 #include "printer/documents.h"
 
 #include "common/calendar.h"
@@ -45,6 +46,7 @@ int needDay(Printer& printer) {
     if (const int result = reduce(printer); result != kOk) return result;
   }
   if (state.day.open) return kOk;
+  // Once its day is reduced a printer sells nothing more until the date changes.
   if (state.closedDate == printer.today()) return kDayClosed;
   if (state.reductions.size() >= kMostReductions) return kFull;
   state.day = Day{};
@@ -137,6 +139,7 @@ int reduce(Printer& printer) {
   for (const Cents value : state.taxes) reduction.taxes += (reduction.taxes.empty() ? "" : " ") + std::to_string(value);
   state.reductions.push_back(reduction);
   ++state.counters.tapes;
+  // The movement's date and not today's: a reduction that was late leaves today open.
   state.closedDate = movement;
   clearDay(state);
   return kOk;

@@ -1,3 +1,5 @@
+// A call works on copies of state and paper; both are stored when it succeeds. A refused call stores its result alone,
+// which the status readings tell.
 #include "printer/engine.h"
 
 #include <string>
@@ -67,6 +69,7 @@ int run(std::string_view prefix, std::string_view function, Arguments& arguments
     const int kept = store(files, Tape(), written(state));
     return kept == kOk ? result : kept;
   }
+  // A reading changes nothing, and costs no write.
   if (tape.printed().empty() && written(after) == before && !stored.empty()) return result;
   after.lastResult = kOk;
   after.lastMessage = std::string(function) + " " + std::to_string(result);

@@ -20,6 +20,7 @@ int writeOwn(Printer& printer, std::string_view name, std::string_view content) 
 
 /// Writes the file that the caller names.
 int writeNamed(const std::string& name, std::string_view content) {
+  // The host names the file: it must stay beside the device and replace nothing of its own.
   if (!plainName(name)) return kBadArgument;
   return replaceFile(home() + name, content) ? kOk : kFileError;
 }
@@ -122,6 +123,7 @@ std::string entryLine(const Entry& entry) {
 /// Which documents a download takes: "0" all, "1" between dates, "2" between coupon numbers.
 bool selected(const Entry& entry, const std::string& kind, const std::string& first, const std::string& last) {
   if (kind == "0") return true;
+  // Both are texts of fixed width, so they compare as texts.
   const std::string key = kind == "1" ? entry.when.substr(0, 8) : digits(entry.number, 6);
   return key >= first && key <= last;
 }

@@ -28,6 +28,7 @@ int openLinked(Printer& printer, const std::string& form, const std::string& amo
   const auto wanted = parseMoney(amount.empty() ? std::to_string(payment->amount) : amount);
   const auto number = parseInteger(coupon.empty() ? std::to_string(state.last.number) : coupon, 1, 999'999);
   if (!wanted || !number) return kBadArgument;
+  // A receipt is for one payment as a whole.
   if (*wanted != payment->amount) return kAmount;
   if (*number != state.last.number) return kNothing;
   const std::int64_t before = state.last.number;

@@ -1,3 +1,4 @@
+// Reductions stand in the order in which they were made: numbers and dates only rise, so a range is one stretch.
 #include "printer/memory.h"
 
 #include <algorithm>

@@ -37,6 +37,7 @@ void Printer::finish(Kind kind, Cents total, bool cancelled, const std::string& 
   state.cutNext = true;
   state.lastKind = kind;
   state.lastWhen = now;
+  // The memory is full: the oldest document goes.
   if (state.documents.size() >= kMostDocuments) state.documents.erase(state.documents.begin());
   state.documents.push_back({state.counters.coupon, kind, now, customer, total, cancelled});
 }
@@ -50,6 +51,7 @@ void Printer::head() {
             "COO:" + digits(state.counters.coupon, 6));
 }
 
+// Names before numbers: a payment form may be called "2".
 std::optional<int> findNamed(const std::vector<Named>& table, std::string_view nameOrIndex) {
   const std::string wanted = upper(trim(nameOrIndex));
   for (std::size_t i = 0; i < table.size(); ++i) {

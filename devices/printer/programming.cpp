@@ -183,6 +183,7 @@ int switchSummerTime(Printer& printer, bool on) {
   if (const int result = withoutMovement(printer); result != kOk) return result;
   if ((printer.setting("Verao") == "1") == on) return kOk;
   printer.set("Verao", on ? "1" : "0");
+  // The clock goes with it: an hour, in seconds.
   printer.state.clockOffset += on ? 3600 : -3600;
   return kOk;
 }

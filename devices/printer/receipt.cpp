@@ -84,6 +84,7 @@ int cancelReceipt(Printer& printer, Arguments& arguments) {
 }
 
 Cents cashInDrawer(const State& state) {
+  // The first payment form is cash, whatever it is named.
   return state.forms[0].total - state.day.change + state.totalisers[kSupply].total -
          state.totalisers[kWithdrawal].total;
 }

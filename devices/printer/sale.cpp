@@ -1,3 +1,5 @@
+// Each step of a document is allowed in one phase only (items, subtotal, payments) and answers the vendor's number for
+// what is wrong; nothing is printed before all of it has been checked.
 #include "printer/sale.h"
 
 #include <algorithm>
@@ -184,6 +186,7 @@ int pay(Printer& printer, std::string_view form, std::string_view amount, int in
   if (!value || *value < 1) return kBadArgument;
   const Cents missing = document.total() - document.paid();
   Named& programmed = printer.state.forms[static_cast<std::size_t>(*index)];
+  // Change is given for cash only: a card pays no more than is missing.
   if (missing <= 0 || *value > kLargestTotal || (programmed.linkable && *value > missing)) return kAmount;
   if (document.payments.size() >= kMostPayments) return kFull;
   document.payments.push_back({*index, *value, instalments, false});
@@ -228,6 +231,7 @@ int cancelOpen(Printer& printer, Kind kind) {
   printer.tape.centred(coupon ? "CUPOM FISCAL CANCELADO" : "COMPROVANTE CANCELADO");
   const Cents value = state.open.total();
   if (coupon) {
+    // Counted and taken back: a cancelled coupon stands in the gross sales and in the cancellations.
     countCoupon(state, state.open, 1);
     countCoupon(state, state.open, -1);
     ++state.counters.cancelledCoupons;

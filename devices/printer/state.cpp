@@ -1,3 +1,4 @@
+// A state that was read is held against every bound before anything uses it as an index.
 #include "printer/state.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Paper is text: what is longer than a line is cut, control characters are blanks.
 #include "printer/tape.h"
 
 #include "common/text.h"

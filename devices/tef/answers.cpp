@@ -50,6 +50,7 @@ Step approve(Terminal& terminal) {
   State& state = terminal.state;
   Dialogue& dialogue = state.dialogue;
   Transaction transaction;
+  // Six digits, and never 0: that stands for none.
   transaction.number = state.lastNumber = state.lastNumber % 999'999 + 1;
   transaction.mode = dialogue.mode;
   transaction.amount = dialogue.amount;

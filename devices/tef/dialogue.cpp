@@ -7,6 +7,7 @@ using namespace device;
 
 namespace {
 
+// Answers to one question; the last of them ends the dialogue.
 constexpr int kMostWrong = 3;
 
 const StepRow* findStep(Step step) {

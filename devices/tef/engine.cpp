@@ -1,3 +1,4 @@
+// The dialogue lives in the state file between calls: each call reads it, goes one step and stores it.
 #include "tef/engine.h"
 
 #include <string>

@@ -58,6 +58,7 @@ Question askValidity(const Terminal&) {
 /// The terminal asks the host only when it knows everything; the host's rules are here.
 Step authorize(Terminal& terminal) {
   const Dialogue& dialogue = terminal.state.dialogue;
+  // MMAA turned into AAMM, which compares as a text.
   const std::string month = dialogue.validity.substr(2) + dialogue.validity.substr(0, 2);
   if (month < terminal.now.substr(2, 4)) return refuse(terminal, kRefused, "CARTAO VENCIDO");
   if (dialogue.card.ends_with(kRefusedEnding)) return refuse(terminal, kRefused, "CARTAO NAO AUTORIZADO");

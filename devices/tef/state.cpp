@@ -1,3 +1,4 @@
+// A state that was read is held against every bound before anything uses it.
 #include "tef/state.h"
 
 #include <algorithm>

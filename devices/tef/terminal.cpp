@@ -1,3 +1,4 @@
+// At most one transaction is pending: a new dialogue undoes one that was never confirmed.
 #include "tef/terminal.h"
 
 #include <algorithm>
@@ -38,6 +39,7 @@ Step refuse(Terminal& terminal, int result, const std::string& message) {
 
 std::optional<bool> yes(const std::string& answer) {
   if (answer != "0" && answer != "1") return std::nullopt;
+  // 0 is yes and 1 is no.
   return answer == "0";
 }
 

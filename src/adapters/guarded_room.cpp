@@ -22,6 +22,7 @@ struct Spares {
   std::array<char*, kKept> ends{};
   std::size_t count = 0;
 };
+// One for the process: commands run one at a time, as the devices do.
 Spares spares;
 
 std::size_t pageSize() {
@@ -30,6 +31,7 @@ std::size_t pageSize() {
 }
 
 char* map(std::size_t size) {
+  // Counted like every allocation, so that tests can make this one fail.
   if (allocationsLeft == 0) __RuntimeError(5, -1);
   if (allocationsLeft > 0) --allocationsLeft;
   void* start = mmap(nullptr, size + pageSize(), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
@@ -54,6 +56,7 @@ GuardedRoom::GuardedRoom(std::size_t size) : size_(size), used_(size) {
 
 GuardedRoom::~GuardedRoom() {
   if (mapped_ == kUsual && spares.count < kKept) {
+    // Only what may have been written to; the rest of a spare room is filled already.
     std::memset(data(), kFill, used_);
     spares.ends[spares.count++] = end_;
   } else {

@@ -1,3 +1,5 @@
+// Vendor libraries are opened by the name that the command table has, relative to the working directory, and never
+// closed: nobody knows what they leave running.
 #include <dlfcn.h>
 
 #include <cstdio>
@@ -49,6 +51,7 @@ HMODULE nHdlGetDllHandle(const char* name) {
     tail = tail->next;
   }
   LibHandles* entry = newEntry(name);
+  // Lazily: a vendor's library may lack functions that it needs, as long as nobody calls what needs them.
   entry->nHdl = dlopen(name, RTLD_LAZY);
   if (entry->nHdl == nullptr) libraryNotFound(entry);
   (tail == nullptr ? thepLibHandles : tail->next) = entry;

@@ -16,6 +16,7 @@ std::size_t givenSize(const Obj_Node* value) {
   if (!HasText(value)) ArgumentError();
   const std::size_t length = std::strlen(value->objData.mbuff);
   const std::size_t field = value->objLength > 0 ? static_cast<std::size_t>(value->objLength) : 0;
+  // Both come from the host: their sum with the spare room must not wrap.
   if (length > 0x0FFFFFFF || field > 0x0FFFFFFF) __RuntimeError(5, -1);
   return std::max(field, bUseEncode64 ? std::size_t{1} : length + 1);
 }
@@ -46,6 +47,7 @@ int VendorText::answerLength() {
   const bool within = onlyFill(room_.data() + given_, kSlack);
   if (within) room_.setUsed(given_);
   int length = static_cast<int>(within ? given_ : room_.size());
+  // The vendor may have written less than the room: the fill behind it is no answer.
   __SetObjLength(room_.data(), &length);
   return length;
 }

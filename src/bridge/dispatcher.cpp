@@ -1,3 +1,5 @@
+// The parameter text is fields with 0x01 between them and 0x02 behind the last; the first names the command. Numbers
+// 999 and 997 ask for versions and have no parameters.
 #include "bridge/dispatcher.h"
 
 #include <span>

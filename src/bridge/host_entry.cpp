@@ -1,3 +1,5 @@
+// A boundary and nothing else: it turns the host's arguments into values, holds the one catch-all and copies the answer
+// out. Every call begins and ends a run of its own, so that no value outlives it.
 #include "bridge/host_entry.h"
 
 #include <unwind.h>
@@ -51,6 +53,7 @@ int serve(int cmd, const char* params, char* out, int outLen) {
   __BeginGlobal();
   __begin_context();
   generated::FillConstantPool();
+  // Vendors' answers may hold zero bytes: texts are copied by their length field.
   SetCheckBuffer(1);
   Obj_Node* cmdValue = __SET_OBJECT(nullptr, __INIT_DOUBLE(cmd));
   const std::size_t size = std::strlen(params);

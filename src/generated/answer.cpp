@@ -1,3 +1,5 @@
+// An answer is the result, then a 0x01 and a value for each argument that came back; the oddities of single commands
+// are output forms of the table's rows.
 #include "generated/answer.h"
 
 #include <cstring>
@@ -68,11 +70,13 @@ void WriteAnswer(const Command& command, Obj_Node* result, const ArgumentValues&
   for (std::size_t i = 0; i < command.arguments.size(); ++i) {
     const Argument kind = command.arguments[i].kind;
     if (output != Output::ECHO_ALL && !returned(kind)) continue;
+    // Here each text ends with the separator, instead of beginning with it, and there is no result before.
     if (output == Output::TEXTS_ONLY) {
       putValue(kind, values[i], output, answer);
       answer.put(kFieldEnd);
       continue;
     }
+    // The six digits stand behind one separator, as one field.
     if (output != Output::TWO_DIGITS || !separated) answer.put(kFieldEnd);
     separated = true;
     putValue(kind, values[i], output, answer);

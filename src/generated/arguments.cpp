@@ -1,3 +1,5 @@
+// Each argument is put into a variable of its own before the call: what the vendor writes comes back into it, and the
+// answer is put together from the variables.
 #include "generated/arguments.h"
 
 #include <cstring>
@@ -10,6 +12,7 @@ namespace generated {
 
 namespace {
 
+// Room for the digits that the vendor puts there.
 constexpr double kBlanks = 6;
 
 Obj_Node* variable(Obj_Node* value) {

@@ -42,6 +42,7 @@ consteval Pool makePool() {
   ConstantIndex& at = pool.index;
   at.emptyText = pool.text("");
   at.zero = pool.number(0);
+  // Nothing here uses it; it keeps the constants behind it in their places.
   pool.logical(false);
   at.cmdVersion = pool.number(999);
   at.versionText = pool.text("3.4.1.3");

@@ -1,3 +1,4 @@
+// One table made from the rows at compile time: name to row by halves, row to adapter by its number.
 #include "generated/run_command.h"
 
 #include <algorithm>
@@ -39,6 +40,7 @@ constexpr std::array<Invoke, kCommandCount> kInvoke = {
 #include "generated/command_table.def"
 };
 
+// More does not compile (`at` below).
 constexpr std::size_t kLongestName = 64;
 
 struct UpperName {

@@ -76,6 +76,7 @@ short __OpenMsgLog(short reopen) {
     __CloseMsgLog();
     return open("w");
   }
+  // A log that may be written but not read is opened all the same.
   return open("w+") || open("w");
 }
 

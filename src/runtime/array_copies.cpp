@@ -1,4 +1,4 @@
-// Filling, copying and cloning arrays.
+// Filling, copying and cloning arrays. The odd ranges here are what scripts were written against.
 #include "runtime/array_elements.h"
 
 using namespace vorne;

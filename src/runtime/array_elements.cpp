@@ -1,3 +1,5 @@
+// Elements are nodes of their own in a chain; an element that stands for an array holds the array's node and counts as
+// one of its holders.
 #include "runtime/array_elements.h"
 
 #include "runtime/array_places.h"
@@ -9,6 +11,7 @@ namespace vorne {
 
 Obj_Node* Element(const Arrays& header, int i) {
   if (i < 0 || i >= header.amntItens) BoundError();
+  // Scripts that append and then look at the last element take no walk.
   if (i == header.amntItens - 1 && header.pLast != nullptr) return header.pLast;
   Obj_Node* element = ElementAt(header, i);
   if (element == nullptr) BoundError();
@@ -20,6 +23,7 @@ void HoldArray(Obj_Node* element, Obj_Node* array) {
   ++array->objRefCount;
   // It lives as long as its holder, also for variables that name it when it is let go.
   SetArrayContext(array, element->objContext);
+  // Behind the new holder's counting: the element may hold this very array, or one that holds it.
   ReleaseValue(element);
   element->objVarType = varArray;
   element->objLength = -1;
@@ -64,6 +68,7 @@ Obj_Node* __GET_ARRAY_EL(Obj_Node* a, int i) {
 }
 
 void SetArrayContext(Obj_Node* node, int ctx) {
+  // Only downwards: what belongs to an older context already stays there.
   if (node == nullptr || node->objContext <= ctx) return;
   if (node->objType != vVariable && node->objType != vElArray && node->objType != vArray) return;
   // Lowered before its elements, so that arrays which hold themselves end the walk.

@@ -1,3 +1,5 @@
+// The chain is what counts; the places are a copy of its beginning that grows as elements are asked for and is cut
+// whenever the chain changes before its end.
 #include "runtime/array_places.h"
 
 #include <algorithm>
@@ -21,6 +23,7 @@ constexpr int kNear = 16;
 
 bool makeRoom(PlacedArrays& header, int wanted) {
   if (wanted <= header.room) return true;
+  // Doubled, so that an array that grows element by element copies its places a few times only.
   const int room = std::max({wanted, 2 * header.room, 4 * kNear});
   auto** places = static_cast<Obj_Node**>(TryAllocate(static_cast<std::size_t>(room) * sizeof(Obj_Node*)));
   if (places == nullptr) return false;

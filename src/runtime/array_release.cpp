@@ -14,6 +14,7 @@ bool dead(const Obj_Node* array) {
 }
 
 bool dies(const Obj_Node* n) {
+  // Its context ends now, and nothing that lives on holds it.
   return n->objContext >= S_GLOB->LastContext && n->objRefCount == 0;
 }
 

@@ -1,4 +1,5 @@
-// Comparing and scanning elements.
+// Comparing and scanning elements. Positions are counted from 1 by scripts and from 0 here; a missing or NIL argument
+// is the whole array.
 #include "runtime/array_search.h"
 
 #include <cstring>
@@ -46,6 +47,7 @@ bool scannable(const Obj_Node* v) {
 }  // namespace
 
 int __Comp(Obj_Node* a, Obj_Node* b) {
+  // A row without the column equals nothing.
   if (a == nullptr || b == nullptr) return -1;
   if (a->objVarType != b->objVarType) ArgumentError();
   switch (a->objVarType) {
@@ -56,6 +58,7 @@ int __Comp(Obj_Node* a, Obj_Node* b) {
     case varNumber:
       return sign(a->objData.mdbl, b->objData.mdbl);
     case varBool:
+      // Logicals are the same or not; none is the greater one.
       return (a->objData.mbool != 0) == (b->objData.mbool != 0) ? 0 : 1;
     default:
       ArgumentError();

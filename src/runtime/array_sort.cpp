@@ -113,6 +113,7 @@ void sortRun(const Run& run, const Sorting& sorting) {
   std::vector<int> order(run.size());
   std::iota(order.begin(), order.end(), 0);
   std::stable_sort(order.begin(), order.end(), less);
+  // The element's place in the sorted order, the same for equals: the passes compare numbers instead of values.
   std::vector<int> rank(run.size());
   bool equals = false;
   for (std::size_t i = 1; i < order.size(); ++i) {

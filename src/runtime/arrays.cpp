@@ -1,4 +1,5 @@
-// Arrays: creation, access, appending, removing, inserting.
+// Arrays: creation, access, appending, removing, inserting. An element that stands for an array holds that array's
+// node; several may hold the same one.
 #include <array>
 #include <cstdarg>
 #include <span>
@@ -69,6 +70,7 @@ Obj_Node* __NewArrayElement(Obj_Node* a, Obj_Node* v) {
   if (v == nullptr) ArgumentError();
   Obj_Node* element = AppendElement(a);
   if (!IsNil(v)) setElement(element, v);
+  // What is stored in an older array must not die with the function that made it.
   SetArrayContext(v, a->objContext);
   return element;
 }

@@ -19,6 +19,7 @@ constexpr unsigned kLastYear = 9999;
 struct Cycle {
   int days;
   unsigned years;
+  // The most of this cycle that one of the next longer one holds.
   std::int64_t most;
 };
 /// The calendar's cycles, long ones first. A fourth century and a fourth year keep their cycle's leap day.
@@ -63,6 +64,7 @@ unsigned DaysBefore(unsigned year, unsigned month) {
 }
 
 DateParts DecodeDate(datetime value) {
+  // Days behind 1 January of year 1.
   std::int64_t left = __DateTimeToTimeStamp(value) - 1;
   if (left < 0) return {};
   DateParts date{1, 1, 1};

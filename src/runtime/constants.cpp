@@ -1,4 +1,5 @@
-// The constant pool and the list of static variables.
+// The constant pool and the list of static variables. Two makers of pools: programs add theirs one by one, the library
+// lends a table that is made at compile time.
 #include <algorithm>
 
 #include "runtime/internal.h"

@@ -1,4 +1,6 @@
-// Contexts: what dies when a function returns, and what its caller keeps.
+// Contexts: what dies when a function returns, and what its caller keeps. A context is a number: a call raises it, a
+// return ends everything that bears it or a higher one. So a value lives longer by getting a lower number, and nothing
+// has to be told where it is held.
 #include "runtime/hooks.h"
 #include "runtime/internal.h"
 #include "runtime/memory.h"
@@ -79,6 +81,7 @@ Obj_Node* __end_context(Obj_Node* ret) {
   if (ret != nullptr) ret = keepForCaller(ret);
   __KillContext();
   --S_GLOB->LastContext;
+  // Behind the lowering: what the returned value was locked with bears the caller's number, and stays.
   __ReleaseStack();
   TrimTrace();
   return ret;

@@ -10,6 +10,7 @@
 
 using namespace vorne;
 
+// By the error's code, 0 to 15.
 constinit const std::array<const char*, 16> stringErros = {
     "ARGUMENT ERROR!", "BOUND ERROR!",  "DIVIDE BY ZERO!",       "RUNTIME ERROR!",    "INVALID FIELD!",
     "LOW MEMORY!",     "EG ARG!",       "ALIAS ALREADY EXISTS!", "IDX CREATE ERROR!", "IDX NOT EXISTS!",
@@ -30,6 +31,7 @@ char error_trace[4096] = "";
 void writeTrace() {
   std::size_t used = 0;
   const auto line = [&used](const char* function, int number) {
+    // What has no room is cut off: the trace lacks the innermost calls then.
     const int n = std::snprintf(error_trace + used, sizeof error_trace - used, "%s(%i)\n", function, number);
     used = std::min(sizeof error_trace - 1, used + static_cast<std::size_t>(std::max(n, 0)));
   };
@@ -89,6 +91,7 @@ const char* __GetAuxError(int aux) {
 }
 
 void GetError(char* buf, int code) {
+  // The room that callers give `buf`.
   constexpr std::size_t kRoom = 2048;
   const bool known = code >= 0 && code < static_cast<int>(stringErros.size());
   const char* text = known ? stringErros[static_cast<std::size_t>(code)] : "";

@@ -15,5 +15,6 @@ void __RuntimeError(int /*code*/, int aux) {
   // Before there is a record nothing was begun that could be saved or closed.
   if (S_GLOB != nullptr) hooks.prepareEnd(first);
   std::printf("\nRunTimeError = %d", first);
+  // Status 0, as it has always been: what tells the error is the line printed above.
   EndProcess(0);
 }

@@ -23,6 +23,7 @@ struct GlobalRecord {
   Obj_Node* shared[kSharedRoom];
   Obj_Node sharedNodes[kSharedCount];
   void* areas[kWorkAreas];
+  // Zeros: the text of the shared empty value.
   char emptyText[2];
   char scratch[kScratchSize];
 };
@@ -30,6 +31,7 @@ struct GlobalRecord {
 static_assert(offsetof(GlobalRecord, glob) == 0);
 
 void preparePools(ObjCDND* pools) {
+  // The last pool is not in use and stays zero.
   for (int i = 0; i < kPools - 1; ++i) {
     pools[i].objType = 1;
     pools[i].objsize = kStoredNodeSize;
@@ -72,6 +74,7 @@ void fillSharedValues(GlobalRecord& record) {
   };
   logical(kFalse, 0);
   logical(kTrue, 1);
+  // Slots 11 to 13 have no name here; programs reach them by their numbers.
   logical(13, 1);
   number(kZero, 0);
   number(kOne, 1);
@@ -115,6 +118,7 @@ ObjsGlobals* __RetGlob(short create) {
   glob.TBL_amnt_open_dbs = kWorkAreas;
   glob.LastConst = -1;
   glob.lang = Portuguese;
+  // From here on there is something that an error has to save.
   hooks.prepareEnd = PrepareEnd;
   S_GLOB = &glob;
   return S_GLOB;

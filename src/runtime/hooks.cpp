@@ -1,3 +1,4 @@
+// All places empty until a floor fills its own.
 #include "runtime/hooks.h"
 
 namespace vorne {

@@ -1,3 +1,4 @@
+// Running out of memory is error 5 and ends the process; TryAllocate is for those who have something to give up first.
 #include "runtime/memory.h"
 
 #include <cstdlib>
@@ -6,6 +7,7 @@
 
 namespace vorne {
 
+// -1: as many as the system gives. Tests count down to the one that fails.
 long allocationsLeft = -1;
 
 namespace {

@@ -1,4 +1,6 @@
-// Constructors of values, creation and release of variable nodes.
+// Constructors of values, creation and release of variable nodes. Three kinds of nodes are made here: temporaries of
+// the ring, which the next statements take again; variables and arrays of the pools, which end with their context;
+// constants, which nobody frees.
 #include <cstring>
 
 #include "runtime/array_places.h"
@@ -22,6 +24,7 @@ char* newBuffer(int length) {
   return static_cast<char*>(Allocate(static_cast<std::size_t>(length) + 1));
 }
 
+// One for all: it is good until the next call.
 Obj_Node stringConstant{};
 
 }  // namespace

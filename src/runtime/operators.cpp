@@ -1,4 +1,5 @@
-// Arithmetic, comparison and logical operators.
+// Arithmetic, comparison and logical operators. A missing operand stands for a neutral value (1, NIL, true), since
+// scripts call operators with fewer arguments than they take.
 #include <cmath>
 #include <cstring>
 
@@ -24,6 +25,7 @@ Obj_Node* concatenate(const Obj_Node* a, const Obj_Node* b) {
   if (!HasText(a) || !HasText(b)) ArgumentError();
   const std::int64_t first = ContentLength(a);
   const std::int64_t second = ContentLength(b);
+  // The largest text of the runtime; the sum of two lengths is made in 64 bits.
   if (first + second > 0x0FFFFFFF) __RuntimeError(5, -1);
   auto* sum = static_cast<char*>(Allocate(static_cast<std::size_t>(first + second) + 2));
   std::memcpy(sum, a->objData.mbuff, static_cast<std::size_t>(first));

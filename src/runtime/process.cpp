@@ -1,3 +1,4 @@
+// Tests and the tool put a hook here, which may throw; a host's process ends.
 #include "runtime/process.h"
 
 #include <cstdio>

@@ -1,4 +1,5 @@
-// Arrays that a fatal error saves, for the next run to restore.
+// Arrays that a fatal error saves, for the next run to restore. The list is an array of pairs, name and array, so that
+// an array that is registered is held by it like by any other.
 #include <cstdio>
 #include <cstring>
 #include <utility>
@@ -49,6 +50,7 @@ void DumpArraysFrom(int& next) {
   while (next < pairs.amntItens) {
     Obj_Node* pair = Element(pairs, next++)->objData.mSubArray;
     Obj_Node* array = __GET_ARRAY_EL(pair, 1);
+    // An empty one has nothing to save, and leaves an older copy alone.
     if (__Array_Get_Amnt_Itens(array) < 1) continue;
     underWay = __GET_ARRAY_EL(pair, 0)->objData.mbuff;
     if (!IsTrue(ExecDumpArray(__GET_ARRAY_EL(pair, 0), array))) logUnsaved(underWay);

@@ -1,4 +1,4 @@
-// The table of run-time settings.
+// The table of run-time settings. Settings are values with numbers from 1, of which scripts reach 12.
 #include <cstdlib>
 #include <cstring>
 
@@ -37,6 +37,7 @@ Obj_Node* fittedFormat(const Obj_Node* value) {
   int letters = 0;
   for (const char* c = text; *c != '\0'; ++c) letters += *c == 'y' || *c == 'Y';
   if (!century()) {
+    // Only a year in front is cut, by its first two letters; elsewhere it stays as it was given.
     const bool cut = letters != 2 && firstYear == text && std::strlen(text) >= 2;
     return __INIT_CHARPTR(cut ? text + 2 : text);
   }

@@ -1,4 +1,6 @@
-// The buffers behind text values: room, copies, growth.
+// The buffers behind text values: room, copies, growth. A text is a buffer and a length field. The field counts the
+// terminating zero and is often larger than the text, since vendors write into the room behind it; room is made for the
+// larger of the two.
 #include <cstring>
 
 #include "runtime/internal.h"

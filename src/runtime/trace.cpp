@@ -1,3 +1,4 @@
+// One record a call, the innermost at the end. A record tells the line from which its function went on to the next.
 #include "runtime/trace.h"
 
 #include "runtime/internal.h"
@@ -43,6 +44,8 @@ void __SF(const char* function) {
   auto* record = static_cast<StackInfo*>(Allocate(sizeof(StackInfo)));
   record->function = function;
   record->line = S_GLOB->SL;
+  // The caller's number: TrimTrace, called when the function has ended and that number is the current one again, takes
+  // out what bears it.
   record->context = S_GLOB->LastContext - 1;
   (S_GLOB->FirstCallStack == nullptr ? S_GLOB->FirstCallStack : S_GLOB->LastCallStack->next) = record;
   S_GLOB->LastCallStack = record;

@@ -1,4 +1,6 @@
-// The ring of temporaries: taking a slot, locking and unlocking.
+// The ring of temporaries: taking a slot, locking and unlocking. The ring gives its slots out in turn: a temporary
+// lives until as many others have been made, unless it is locked. Locked ones are passed over and keep the number of
+// the context that locked them.
 #include <cstdarg>
 
 #include "runtime/internal.h"
@@ -18,6 +20,7 @@ void __SetMaxStackElements(int n) {
 
 namespace vorne {
 
+// Slots that were ever given out in this run; those behind them are as they were made.
 int usedSlots = 0;
 
 }  // namespace vorne
@@ -25,6 +28,7 @@ int usedSlots = 0;
 namespace {
 
 int freeSlot() {
+  // All locked: without this the search would only find it out after going round.
   if (iMaxStackElements <= lckstack) __RuntimeError(15, -1);
   int i = S_GLOB->StackPos;
   for (int probes = 0; S_GLOB->mNode[i]->objRefCount != 0; ++probes) {

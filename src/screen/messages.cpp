@@ -1,4 +1,5 @@
-// Stop messages and questions on the standard streams.
+// Stop messages and questions on the standard streams. What the library shows it prints, and waits for a key where a
+// window would: hosts without a terminal give an end of input, which counts as the key.
 #include <cstdio>
 #include <cstring>
 
@@ -55,6 +56,7 @@ void __MsgStop(Obj_Node* message, Obj_Node* title) {
   std::getchar();
   __end_context(nullptr);
   __EndGlobal();
+  // A stop message ends the process with status 1, a fatal error with 0.
   EndProcess(1);
 }
 

@@ -10,35 +10,22 @@ using namespace vorne;
 namespace {
 
 constexpr char kQueue[] = "EnqueueDelete";
-constexpr UInt32 kFlushEvery = 2000;
 
 // A catalogue table that is gone is open no more.
 void noteClosed(const char* name) {
   if (ng == nullptr) return;
-  const auto isName = [name](const Obj_Node* other) { return std::strcmp(name, other->objData.mbuff) == 0; };
+  const auto isName = [name](const Obj_Node* other) {
+    return HasText(other) && std::strcmp(name, other->objData.mbuff) == 0;
+  };
   if (isName(ng->VRN_TBL_NAME)) __SET_OBJECT(ng->VrnArea, __INIT_DOUBLE(-1));
   if (isName(ng->IND_NAME)) __SET_OBJECT(ng->IndexTblArea, __INIT_DOUBLE(-1));
 }
 
 }  // namespace
 
-int HasDirty(const char* name) {
-  const LocalID id = DmFindDatabase(0, name);
-  const DmOpenRef db = id == 0 ? nullptr : DmOpenDatabase(0, id, 0);
-  if (db == nullptr) return 0;
-  int dirty = 0;
-  for (UInt32 i = DmNumRecords(db), seen = 0; i-- > 0 && dirty == 0;) {
-    UInt16 attributes = 0;
-    if (DmRecordInfo(db, i, &attributes) == errNone) dirty = attributes & kDirty;
-    if (++seen % kFlushEvery == 0) DmSyncDatabase(db);
-  }
-  DmResetRecordStates(db);
-  DmCloseDatabase(db);
-  return dirty;
-}
-
 int Op_DeleteTbl(const char* name) {
-  if (DmFindDatabase(0, name) == 0) return 0;
+  // The lists that a session holds open are no tables.
+  if (IsTemporaryName(name) || DmFindDatabase(0, name) == 0) return 0;
   if (HasDirty(name) != 0) {
     EnqueueDelete(name);
     return 0;

@@ -1,4 +1,3 @@
-#include <bit>
 #include <cstring>
 
 #include "log/message_log.h"
@@ -9,7 +8,6 @@
 using namespace vorne;
 
 net_glob* netglb = nullptr;
-Boolean bswapnum = std::endian::native == std::endian::little;
 Boolean bRestart = 0;
 Boolean bNewSync = 0;
 

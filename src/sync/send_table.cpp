@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "storage/databases/tempdb.h"
+#include "sync/dirty_marks.h"
 #include "sync/session_report.h"
 #include "sync/state_lines.h"
 #include "sync/vornesync.h"
@@ -16,7 +17,6 @@ namespace {
 enum Message { kNotRead = 120, kNotSent = 121, kNotAccepted = 122, kSummary = 123 };
 enum Status { kUnreadable = 1136, kLineFailed = 1137, kNoAnswer = 1138, kRefused = 1139 };
 enum Result { kSent = 0, kHostRefused = 6, kReadFailed = 7, kBroken = 12 };
-constexpr UInt32 kFlushEvery = 2000;
 
 int fail(int status, int message, int result) {
   netglb->errStatus = status;
@@ -41,22 +41,6 @@ int sendPacket(DmOpenRef packets, UInt32 index, int socket, TableReport& report)
   }
   std::printf("%s", TextOf(SyncText::SendFailed));
   return fail(kRefused, kNotAccepted, kHostRefused);
-}
-
-void markSent(const char* name) {
-  Tell(SyncText::MarkingSent, name);
-  const LocalID id = DmFindDatabase(0, name);
-  const DmOpenRef table = id == 0 ? nullptr : DmOpenDatabase(0, id, 3);
-  if (table == nullptr) return;
-  for (UInt32 i = DmNumRecords(table), seen = 0; i-- > 0;) {
-    UInt16 attributes = 0;
-    const bool isDirty = DmRecordInfo(table, i, &attributes) == errNone && (attributes & kDirty) != 0;
-    attributes = static_cast<UInt16>(attributes & ~kDirty);
-    if (isDirty && DmSetRecordInfo(table, i, &attributes) != errNone) break;
-    if (++seen % kFlushEvery == 0) DmSyncDatabase(table);
-  }
-  DmResetRecordStates(table);
-  DmCloseDatabase(table);
 }
 
 }  // namespace
@@ -87,7 +71,8 @@ int TableFromHHToHost(const char* name, int socket) {
   }
   if (result == kSent) {
     // The marks first: a kill between the two sends the same once more, and the host knows it by its key.
-    markSent(name);
+    Tell(SyncText::MarkingSent, name);
+    ClearDirtyMarks(name);
     __InternalZap(packets);
   } else {
     TellMessage(kSummary, netglb->errStatus, static_cast<int>(sent), static_cast<int>(count), name);

@@ -21,10 +21,6 @@
 
 using namespace vorne;
 
-namespace vorne {
-bool UseSynchronisation();
-}
-
 namespace {
 
 constexpr char kSyncDate[] = "sync_date";

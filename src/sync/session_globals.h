@@ -5,6 +5,9 @@
 
 namespace vorne {
 
+/// See vorne.h.
+bool UseSynchronisation();
+
 /// Closes and zeroes a socket variable; nothing for 0 or less.
 void CloseSocket(int* socket);
 

@@ -67,7 +67,6 @@ struct net_glob {
 };
 extern net_glob* netglb;  ///< null between sessions
 
-extern Boolean bswapnum;  ///< 1 on a little-endian machine: the wire's numbers are swapped
 extern Boolean bRestart;  ///< a component was installed: no table work before the application starts again
 extern Boolean bNewSync;  ///< the mode without catalogue tables; 0 unless a program sets it
 
@@ -77,7 +76,7 @@ int __VerifyNetGlb();
 void VerifyBuffers();
 /// Frees the buffers and closes the message log; netglb itself stays. Harmless without it.
 void LiberarComBuffs();
-/// Computes bswapnum; returns it.
+/// Computes bswapnum (see tables.h), 1 on a little-endian machine; returns it.
 Boolean __SwapBytes();
 
 // ------------------------------------------------------------------------------------------------ the line

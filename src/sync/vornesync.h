@@ -58,17 +58,30 @@ int HasDirty(const char* name);
 int EnqueueDelete(const char* name);
 /// Deletes queued tables that have nothing left to send.
 void DeleteEnqueued();
-/// Applies the packets received for the table in the area; 1, or 0 when there is no 'P' database.
-int DoChangeTable(const char* name, int area, Obj_Node* counter);
-/// Applies what was received to all tables of the catalogue; 1, or 0 when one could not be changed.
+/// Applies the packets received for the table in the area, and deletes them: 1, also for packets that are not all there
+/// yet, which wait. 0 when there are none; when packets are damaged, which then are passed over, or keep out what would
+/// replace the table or cannot be told apart (the packets go, so that the host's next ones count); when there is no
+/// room, the packets wait. `counter` is not used: the area tells how many records there are.
+int DoChangeTable(const char* name, int area, Obj_Node* counter = nullptr);
+/// The records of `packets` ('P' database) instead of those of the table in the area. 1, or 0.
+int __WriteDirectT(const char* name, int area, DmOpenRef packets);
+/// The same by the key of the table's index for merging: a live record takes the place of the one with its key or is a
+/// new one, a deleted one marks that one as deleted. Behind the table's records when it has no index. 1, or 0.
+int __WriteDirect(const char* name, int area, DmOpenRef packets);
+/// Applies what was received to the catalogue tables, then to all tables of the catalogue; makes those that are
+/// missing. 1, also without a catalogue; 0 when one could not be changed: the others were.
 int ReadFromHH();
-/// Makes packets of the dirty records of every table of the catalogue; 1, or 0 when they cannot be stored.
+/// Makes packets of the dirty records of every table of the catalogue, and the table TOHOST, which names those; 1, or 0
+/// when they cannot be stored. What was prepared before goes.
 int BatchUpload();
 /// Makes packets of one table's dirty records; how many records, -1 when they cannot be stored.
 int GetRecsDirty(const char* name);
-/// Opens the table of what goes up; 1 or 0.
+/// Stores `count` records' content as a packet, compressed when that is on and gains; 1, or 0.
+int CompressAndWrite(DmOpenRef packets, const void* content, int size, int count);
+/// Opens TOHOST, ng->ToHostArea; 1 or 0.
 int OpenToHostArea();
-/// Clears the dirty marks of what was sent; 1 or 0.
+/// Clears the dirty marks of the tables in TOHOST whose packets the host has taken, all of them; closes and deletes
+/// TOHOST. 1 or 0.
 int DeleteToHostTables();
 /// 1 when VRN_TBL and VRN_IND are there and hold records.
 int VerifyConsistent();

@@ -1,9 +1,12 @@
 // What is left when the system fails: every call of every kind once and for ever, and a disk that is really full.
 #include "support/failing_system.h"
 
+#include <sys/file.h>
+
 #include "runtime/process.h"
-#include "storage/journal/journal.h"
+#include "storage/journal/journal_file.h"
 #include "storage/journal/recovery.h"
+#include "storage/repair/in_use.h"
 #include "support/file_images.h"
 #include "support/small_disk.h"
 #include "support/store_load.h"
@@ -273,6 +276,56 @@ TEST_F(HalfWay, TheJournalOfAProcessThatDiedInAChangeIsTakenByNobody) {
   CloseCatalog();
   OpenCatalog();
   EXPECT_EQ(vorne::InterruptedChanges("DB"), std::vector<std::string>());
+}
+
+// Another process comes between two steps of this one.
+TEST_F(HalfWay, FilesThatAnotherProcessPutsInTheirPlaceAreNotTakenForOurs) {
+  static int comes;
+  static const auto replace = [](const char* path) {
+    std::ofstream("DB/other").close();
+    std::filesystem::resize_file("DB/other", sizeof(vorne::JournalFile));
+    std::filesystem::rename("DB/other", path);
+  };
+  openStore("A", vorne::kTypeData);
+  CloseCatalog();
+  writeFile(file("reserve.plm"), "");
+  runChild([] {
+    vorne::fileSystem.rename = [](const char* from, const char* to) {
+      if (std::string_view(from).ends_with("reserve.plm")) replace(from);
+      return vorne::kSystem.rename(from, to);
+    };
+    vorne::KeepBytes(openStore("A")->hFile, vorne::kHeaderSize, 4);
+    kill(getpid(), SIGKILL);
+  });
+  EXPECT_EQ(vorne::InterruptedChanges("DB"), std::vector<std::string>{"A"});
+  OpenCatalog(), CloseCatalog();
+  // A dead process's journal is let go, one that came in its place is not; an empty one goes.
+  replace("DB/journal.0");
+  comes = 1;
+  vorne::fileSystem.flock = [](int to, int how) {
+    if (comes-- == 1) replace("DB/journal.0");
+    return vorne::kSystem.flock(to, how);
+  };
+  OpenCatalog(), CloseCatalog();
+  EXPECT_TRUE(std::filesystem::exists("DB/journal.0"));
+  writeFile(file("journal.0"), "");
+  // Who asks whether a program is there holds its lock for an instant.
+  comes = 1;
+  vorne::fileSystem.flock = [](int to, int how) {
+    return (how & LOCK_SH) != 0 && comes-- == 1 ? (errno = EWOULDBLOCK, -1) : vorne::kSystem.flock(to, how);
+  };
+  OpenCatalog();
+  EXPECT_TRUE(vorne::IsInUse("DB"));
+  EXPECT_FALSE(std::filesystem::exists("DB/journal.0"));
+  CloseCatalog();
+  // Nothing is stored in one that tells nothing: it may have no space, on a full disk.
+  replace("DB/journal.0");
+  vorne::fileSystem.mmap = [](std::size_t length, int to) {
+    return ::mmap(nullptr, length, length == sizeof(vorne::JournalFile) ? PROT_READ : PROT_READ | PROT_WRITE,
+                  MAP_SHARED, to, 0);
+  };
+  EXPECT_EQ(runChild([] { _exit(OpenCatalog()); }).status, 0);
+  vorne::fileSystem = vorne::kSystem;
 }
 
 // No more space on the disk; memory has some.

@@ -10,6 +10,7 @@
 #include "storage/files/kept_copies.h"
 #include "storage/files/mapped_file.h"
 #include "storage/journal/journal.h"
+#include "storage/repair/in_use.h"
 #include "support/child.h"
 #include "support/failing_system.h"
 #include "support/store.h"
@@ -227,6 +228,24 @@ TEST_F(RepairTest, FinishesAnInterruptedChangeAndLeavesLivingOnesAlone) {
   ASSERT_EQ(flock(catalog, LOCK_SH), 0);
   EXPECT_TRUE(RepairDirectory(".").inUse);
   close(catalog);
+}
+
+// While it repairs it keeps others out; who comes before its second look takes nothing from what it tells.
+TEST_F(RepairTest, HoldsTheDatabasesWhileItRepairs) {
+  files["SALES"].replace(images::places(sound["SALES"])[4], 8, 8, '\0');
+  store();
+  int program = -1;
+  bool holds = false;
+  const DirectoryReport told = RepairDirectory(".", {[&](const vorne::CheckProgress&) {
+                                                 if (program >= 0) return;
+                                                 if (vorne::IsInUse("DB")) return void(holds = true);
+                                                 program = open("DB/catalog.plm", O_RDONLY);
+                                                 flock(program, LOCK_SH);
+                                               }});
+  EXPECT_TRUE(holds && program >= 0 && told.sound && told.changed && !told.inUse) << words(told.problems);
+  EXPECT_EQ(told.lost(), 1u);
+  EXPECT_THAT(words(told.problems), HasSubstr("(repaired)"));
+  close(program);
 }
 
 // A program puts the file of an entry in its place while it is looked for.

@@ -1,4 +1,5 @@
-// Tables through the calls that scripts make: the bytes they leave, where a walk ends, what memos and marks do.
+// Tables through the calls that scripts make: the bytes they leave, what memos and marks do. Where walks lead, and what
+// areas share, tables_model_test.cpp looks at.
 #include "support/tables.h"
 #include "storage/format/record_bytes.h"
 
@@ -15,12 +16,6 @@ bool create(const char* name, const char* structure) {
 }
 std::string get(const char* field) {
   return describe(__GetField(nullptr, text(field)));
-}
-// The record that is current, by its name, and the flags of both ends.
-std::string at() {
-  const VORNE_RDD& area = *static_cast<VORNE_RDD**>(S_GLOB->rdd)[S_GLOB->TBL_this];
-  return (area.TBL_recpos < 0 ? "none" : visible(__GetField(nullptr, text("NAME")))) + (area.TBL_eof ? " eof" : "") +
-         (area.TBL_bof ? " bof" : "");
 }
 std::string zeros(std::size_t n) {
   return std::string(n, '\0');
@@ -95,6 +90,8 @@ TEST_F(Tables, KeepTheRecordsSpaceAndMark) {
   append("b");
   DmOpenRef db = stored("C");
   const UInt16 clean = 0;
+  go(0x0FFFFFFE);
+  EXPECT_EQ(numberOf(__TBL_RecNo()), 2);
   go(1);
   set("NAME", "'a'");
   __Commit();
@@ -125,82 +122,6 @@ TEST_F(Tables, KeepTheRecordsSpaceAndMark) {
   __Commit();
   EXPECT_EQ(record(db, 2), "c" + zeros(1 + 8) + "*" + zeros(1));
   EXPECT_EQ(record(db, 1).substr(10), "!" + zeros(1));
-}
-
-TEST_F(Tables, WalkAndStopAtTheEnds) {
-  ASSERT_TRUE(make("C", "{{'NAME','C',20,0},{'PRICE','N',8,0}}"));
-  EXPECT_EQ(at(), "none eof bof");
-  for (const char* name : {"a", "b", "c", "d"}) append(name);
-  const auto go = [](Obj_Node* (*step)(Obj_Node*, Obj_Node*), double n) {
-    step(nullptr, number(n));
-    return at();
-  };
-  __TBL_GoTop();
-  EXPECT_EQ(at(), "a");
-  EXPECT_EQ(go(__TBL_Skip, -1), "a bof");
-  EXPECT_EQ(go(__TBL_Skip, 2), "c");
-  EXPECT_EQ(go(__TBL_Skip, 2), "none eof bof");
-  EXPECT_EQ(numberOf(__TBL_RecNo()), 5);
-  EXPECT_EQ(go(__TBL_GoTo, 0), "a bof");
-  EXPECT_EQ(go(__TBL_GoTo, 0x0FFFFFFE), "d");
-  for (const int hidden : {1, 3, 4}) remove(hidden);
-  __Set(number(kHideDeletedSetting), __INIT_BOOL(1));
-  __TBL_GoTop();
-  EXPECT_EQ(at(), "b");
-  EXPECT_EQ(go(__TBL_Skip, 1), "none eof");
-  __TBL_GoBottom();
-  EXPECT_EQ(at(), "b");
-  EXPECT_EQ(go(__TBL_Skip, -1), "none bof");
-  EXPECT_EQ(go(__TBL_GoTo, 3), "c");
-  __dbPack();
-  EXPECT_EQ(at() + describe(__TBL_RecCount()), "b1");
-  append("e");
-  __dbZap();
-  EXPECT_EQ(at() + describe(__TBL_RecCount()), "none eof bof0");
-  append("f");
-  EXPECT_EQ(at() + describe(__TBL_RecNo()), "f1");
-}
-
-// What waits in another area is written first, and every area goes along with its record.
-TEST_F(Tables, PackAndZapTakeEveryAreaAlong) {
-  ASSERT_TRUE(make("C", "{{'NAME','C',20,0},{'PRICE','N',8,0}}"));
-  for (const char* name : {"a", "b", "c", "d"}) append(name);
-  makeIndex("I", "NAME");
-  ASSERT_TRUE(use("C", "OTHER"));
-  const auto deleteFirst = [] {
-    __TBL_Select(text("C"));
-    go(1);
-    __TBL_Delete();
-    __dbPack();
-    __TBL_Select(text("OTHER"));
-  };
-  __TBL_SetOrder(nullptr, number(1));
-  // No record is skipped by the walk that begins before the first.
-  go(4);
-  set("NAME", "'0'");
-  go(-3);
-  EXPECT_EQ(at(), "0 bof");
-  __TBL_Skip();
-  EXPECT_EQ(at(), "a");
-  go(2);
-  set("NAME", "'b2'");
-  deleteFirst();
-  EXPECT_EQ(at() + describe(__TBL_RecNo()), "b21");
-  set("PRICE", "7");
-  __Commit();
-  __TBL_Skip();
-  EXPECT_EQ(at() + describe(__TBL_RecNo()) + describe(__TBL_RecCount()), "c23");
-  go(1);
-  EXPECT_EQ(at() + get("PRICE"), "b27");
-  deleteFirst();
-  EXPECT_EQ(at(), "none eof bof");
-  __DBAPPEND();
-  set("NAME", "'late'");
-  __TBL_Select(text("C"));
-  __dbZap();
-  __TBL_Select(text("OTHER"));
-  __Commit();
-  EXPECT_EQ(at() + describe(__TBL_RecCount()), "none eof bof0");
 }
 
 TEST_F(Tables, OpenAreasUnderAliases) {

@@ -21,7 +21,7 @@ from pathlib import Path
 VENDOR = 'generated/|adapters/native$'
 BELOW_STORAGE = 'runtime/|builtins/|storage/[^/]*$|storage/format/'
 FLOORS = {
-    'src': 'runtime/|log/|builtins/|storage/|adapters/|generated/|screen/|bridge/',
+    'src': 'runtime/|log/|builtins/|storage/|adapters/|generated/|screen/|bridge/|sync/',
     'src/runtime': 'runtime/',
     'src/log': 'log/|runtime/',
     'src/screen': 'screen/|runtime/',
@@ -38,16 +38,19 @@ FLOORS = {
     'src/storage/tables': BELOW_STORAGE + '|storage/(files|journal|records|databases|tables)/',
     'src/storage/reading': BELOW_STORAGE + '|storage/(files|reading)/',
     'src/storage/repair': BELOW_STORAGE + '|storage/(files|journal|repair)/',
+    'src/sync': 'sync/|runtime/|builtins/|log/|screen/|storage/[^/]*$|'
+                'storage/(format|files|journal|records|databases|tables)/',
     'tools/text': 'text/',
     'tools/vornetab': 'vornetab/|text/|storage/reading/table_reader$',
-    'tools/tellira': 'text/|edge/|library/|sale/|db/|verb_synchost$',
+    'tools/tellira': 'text/|edge/|library/|sale/|db/|sync/',
     'tools/tellira/edge': 'text/|edge/|storage/(disk_layout|format/names)$',
     'tools/tellira/library': 'text/|edge/|library/|' + VENDOR,
     'tools/tellira/sale': 'text/|edge/|library/|sale/|generated/',
     'tools/tellira/db': 'text/|edge/|db/|vornetab/|runtime/process$|storage/(disk_layout|tables)$|'
-                        'storage/format/(description|keys|names|record_bytes)$|'
+                        'storage/format/(description|keys|names|record_bytes)$|storage/files/kept_copies$|'
                         'storage/(repair/(directory_check|report|in_use|describe_table)|reading/(dictionary|table_reader))$|'
                         'storage/tables/(areas|bulk_load)$',
+    'tools/tellira/sync': 'text/|edge/|db/(options|table_session)$|sync/|log/|screen/|runtime/vorneobjs$',
     'tools/synchost': 'synchost/|text/|edge/|db/(field_definitions|field_values)$|runtime/cursor$|sync/(wire|compression)$|'
                       'storage/(disk_layout|tables)$|storage/format/(description|keys|names|record_bytes)$',
     'devices/common': 'common/|' + VENDOR,

@@ -88,8 +88,8 @@ class RunningHost {
   explicit RunningHost(const std::string& store, std::vector<std::string> more = {}) {
     static std::atomic<int> serial = 0;
     told_ = "host-" + std::to_string(++serial);
-    std::vector<std::string> words{SYNCHOST, "--store", store, "--listen", "127.0.0.1:0", "--metrics", "127.0.0.1:0",
-                                   "--log", "sessions.jsonl"};
+    std::vector<std::string> words{SYNCHOST,    "--store",     store,   "--listen",      "127.0.0.1:0",
+                                   "--metrics", "127.0.0.1:0", "--log", "sessions.jsonl"};
     words.insert(words.end(), more.begin(), more.end());
     std::vector<char*> argv;
     for (std::string& word : words) argv.push_back(word.data());

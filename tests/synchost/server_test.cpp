@@ -160,7 +160,8 @@ TEST_P(ServerTest, ServesAFleet) {
       for (int i = next++; i < count; i = next++) {
         ScriptedDevice& device = *fleet[static_cast<std::size_t>(i)];
         // Its own orders only: what others sell would make the figure one of another kind.
-        for (int n = 0; n < sent; ++n) device.tables["ORDERS"].unsent.emplace_back(device.id + "." + std::to_string(n), "order");
+        for (int n = 0; n < sent; ++n)
+          device.tables["ORDERS"].unsent.emplace_back(device.id + "." + std::to_string(n), "order");
         device.packetRows = 50;
         const auto start = steady_clock::now();
         try {
@@ -181,8 +182,9 @@ TEST_P(ServerTest, ServesAFleet) {
   std::sort(seconds.begin(), seconds.end());
   long memory = 0;
   for (const auto& host : hosts) memory = std::max(memory, host->memory("VmHWM:"));
-  std::printf("%d devices, %d at once, on %s: %.0f rows a second, 99th percentile of a session %.2f s, %ld MiB\n", count,
-              atOnce, GetParam(), count * (rows + sent) / took, seconds[seconds.size() * 99 / 100], memory / 1024);
+  std::printf("%d devices, %d at once, on %s: %.0f rows a second, 99th percentile of a session %.2f s, %ld MiB\n",
+              count, atOnce, GetParam(), count * (rows + sent) / took, seconds[seconds.size() * 99 / 100],
+              memory / 1024);
   for (const auto& host : hosts) EXPECT_EQ(host->end(SIGTERM), 0);
 }
 

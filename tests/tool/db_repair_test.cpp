@@ -3,12 +3,15 @@
 #include <gmock/gmock.h>
 
 #include <nlohmann/json.hpp>
+#include <thread>
 
 #include "run_tool.h"
 #include "support/file_images.h"
 
 using nlohmann::json;
 using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
 
 namespace {
 
@@ -219,9 +222,13 @@ TEST_F(DbRepair, DescribesATableAnewOnceItsRecordsFit) {
   useTable(rows());
   // Fields that leave one out make no numbers that anybody stores.
   ok({"create", "U", "A:C:5", "B:M", "C:N:10:2"});
-  ok({"import", "U", "-"}, "A,B,C\na,b,1.5\nc,d,2\ne,f,3.25\n");
+  std::string lines = "A,B,C\n";
+  for (int i = 0; i < 30; ++i) lines += "a,b,1.5\n";
+  ok({"import", "U", "-"}, lines);
   patch("U", 92, std::string(20, '#'));
-  EXPECT_THAT(db({"describe", "U", "A:C:5", "C:N:10:2"}).err, HasSubstr("3 of 3 records do not fit"));
+  const Ran many = db({"describe", "U", "A:C:5", "C:N:10:2"});
+  EXPECT_THAT(many.err, HasSubstr("30 of 30 records do not fit"));
+  EXPECT_EQ(std::count(many.out.begin(), many.out.end(), '\n'), 21);
   ok({"describe", "U", "A:C:5", "B:M", "C:N:10:2"});
   // One that does not fit does not speak against the others.
   writeFile(path("T"), before);
@@ -249,4 +256,28 @@ TEST_F(DbRepair, NeverTakesATableOfWhichNothingIsLeftForSound) {
   EXPECT_THAT(db({"create", "T", "A:C:3"}).err,
               HasSubstr("drop these memo texts of no table first (`tellira db drop T_M`)"));
   ok({"drop", "T_M", "--yes"}), ok({"create", "T", "A:C:3"});
+  ok({"import", "T", "-"}, "A\nx\n");
+  remove({"catalog.plm", "catalog.bck"});
+  EXPECT_THAT(db({"list"}).err, HasSubstr("the catalogue names none of the databases"));
+  EXPECT_THAT(db({"create", "T", "A:C:3"}).err, HasSubstr("Files as they were before are in " + path("repair-")));
+  ok({"create", "MEMOS", "A:C:3", "B:M"}), ok({"create", "MEMOS_M_OA", "A:C:3"});
+  ok({"import", "MEMOS", "-"}, "B\nx\n");
+  patch("catalog.plm", readFile(path("catalog.plm")).find("MEMOS_M_OA"), "MEMOS_M_OS");
+  patch("MEMOS_M_OS", 0, "\2B");
+  ok({"index", "create", "T", "Q", "A"});
+  writeFile(path("Q"), std::string(90, '#'));
+  EXPECT_THAT(db({"index", "create", "T", "Q", "A"}).err, HasSubstr("or drop this index of no table first"));
+  EXPECT_THAT(db({"pack", "MEMOS", "--yes"}).err, StartsWith("Falhou Abertura de MEMOS_M\nremoved 0 of 1 record"));
+}
+
+TEST_F(DbRepair, ReadersLookAgainForAnIndexThatComesAndGoes) {
+  std::thread writer([this] {
+    const std::string db = TOOL " db ";
+    EXPECT_EQ(std::system(("cd " + directory.string() + "; for i in $(seq 20); do " + db + "index create T Z CODE && " +
+                           db + "index drop T Z || exit; done 2>said")
+                              .c_str()),
+              0);
+  });
+  for (int i = 0; i < 30; ++i) EXPECT_THAT(db({"seek", "T", "Z", "C1"}).err, Not(HasSubstr("cannot be read")));
+  writer.join();
 }

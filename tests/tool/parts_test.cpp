@@ -45,8 +45,9 @@ TEST(Text, ConvertsTheWholeAlphabetBothWays) {
   for (int byte = 0; byte < 256; ++byte) all += static_cast<char>(byte);
   EXPECT_EQ(latin1FromUtf8(utf8FromLatin1(all)), all);
   EXPECT_EQ(utf8FromLatin1("n\xE3o"), "não");
-  const std::pair<const char*, std::size_t> refused[] = {{"ab\xE2\x82\xAC", 2}, {"a\xE3", 1},  {"\xC0\x80", 0},
-                                                         {"\x80", 0},           {"ok\xC3", 2}, {"\xF5\x80\x80\x80", 0}};
+  const std::pair<const char*, std::size_t> refused[] = {
+      {"ab\xE2\x82\xAC", 2},   {"a\xE3", 1},        {"\xC0\x80", 0},        {"\x80", 0}, {"ok\xC3", 2},
+      {"\xF5\x80\x80\x80", 0}, {"\xE0\x82\xA9", 0}, {"\xF0\x80\x82\xA9", 0}};
   for (const auto& [text, offset] : refused) {
     try {
       latin1FromUtf8(text);

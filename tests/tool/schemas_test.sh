@@ -61,6 +61,8 @@ if (ulimit -v 400000 && "$tool" db sql 'SELECT 1') >/dev/null 2>&1; then
   (ulimit -v 400000 && valid error 3 db sql --json 'SELECT length(hex(zeroblob(400000000)))')
   grep -q 'there is not enough memory' words
 fi
+for room in 8000 9000 10000 11000 12000; do (ulimit -v $room; "$tool" db recall GOODS 1 || true); done >words 2>&1
+if grep 'runtime stopped: \.' words; then exit 1; fi
 valid error 1 db seek NOTHING BYCODE A --json
 valid error 2 call ECF_Nada --json
 valid call 0 call ECF_LeituraX --json

@@ -44,6 +44,7 @@ void AddSynchost(tool::Verb& top) {
   auto options = std::make_shared<ServeOptions>();
   const auto store = std::make_shared<std::string>("synchost.db");
   tool::Verb group = top.verb("synchost", "Serve devices that synchronise their tables, and keep those tables");
+  group.action([store, options] { return serve(store, *options); });
   group.sharedOption("--store", *store, "STORE", "Where all is kept [synchost.db]");
   group.option("--listen", options->listen, "ADDR:PORT", "Serve devices on this address");
   group.option("--metrics", options->metrics, "ADDR:PORT", "Serve counters for Prometheus on this address");
@@ -55,7 +56,6 @@ void AddSynchost(tool::Verb& top) {
   AddRows(group, store);
   AddTask(group, store);
   group.footer(kFooter);
-  group.action([store, options] { return serve(store, *options); });
 }
 
 }  // namespace synchost

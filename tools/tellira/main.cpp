@@ -16,7 +16,8 @@
 #include "edge/failure_report.h"
 #include "library/verbs.h"
 #include "sale/verb_sale.h"
-#include "verb_synchost.h"
+#include "sync/verb_sync.h"
+#include "sync/verb_synchost.h"
 
 #ifndef TELLIRA_VERSION
 #error "TELLIRA_VERSION comes from the build"
@@ -58,6 +59,7 @@ int run(const std::vector<std::string>& arguments) {
   tool::addCommands(line.top());
   tool::addSale(line.top());
   tool::addDb(line.top());
+  tool::addSync(line.top());
   tool::addSynchost(line.top());
   return line.run(arguments);
 }

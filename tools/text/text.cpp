@@ -1,3 +1,4 @@
+// Nothing here depends on the locale: a sale must read the same on every workstation.
 #include "text/text.h"
 
 #include <algorithm>
@@ -18,14 +19,18 @@ std::size_t sequenceLength(std::string_view text, std::uint32_t& character) {
     return 1;
   }
   const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-  if (lead < 0xC2 || lead > 0xF4 || text.size() < length) return 0;
+  // A lead byte cannot look like one that follows; from F5 on nothing in Unicode lies.
+  if (lead < 0xC0 || lead > 0xF4 || text.size() < length) return 0;
+  // The bits of the lead byte behind the ones that tell the length.
   character = lead & (0xFFU >> (length + 1));
   for (std::size_t i = 1; i < length; ++i) {
     const auto byte = static_cast<unsigned char>(text[i]);
     if ((byte & 0xC0) != 0x80) return 0;
     character = character << 6 | (byte & 0x3FU);
   }
-  return length;
+  // What fits fewer bytes is no UTF-8: a check would see other letters than a reader.
+  constexpr std::uint32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
+  return character < kSmallest[length] ? 0 : length;
 }
 
 }  // namespace

@@ -1,3 +1,5 @@
+// SQLite takes a table's columns from the text of a CREATE TABLE statement. Names of fields may be anything, so they
+// are quoted, and made different where two are the same in any letters.
 #include "columns.h"
 
 #include <set>

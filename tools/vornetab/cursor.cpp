@@ -1,3 +1,5 @@
+// A run is a list of positions, read in pieces: made by an index or a record's number at the start, or, for a scan of
+// the whole table, number after number as long as there are records.
 #include "cursor.h"
 
 #include <algorithm>
@@ -15,6 +17,7 @@ constexpr std::uint32_t kScanAtOnce = 1024;  // records; what they take in bytes
 }  // namespace
 
 void Cursor::start(const Plan& plan, int count, sqlite3_value** values) {
+  // Keys that were made from the records, for an index that does not fit, serve as long as the same index is asked.
   if (plan.index != plan_.index) made_.reset();
   plan_ = plan;
   positions_.clear();
@@ -31,6 +34,7 @@ void Cursor::chooseRecord(sqlite3_value* value) {
   const int type = sqlite3_value_numeric_type(value);
   if (type != SQLITE_INTEGER && type != SQLITE_FLOAT) return;
   const double number = sqlite3_value_double(value);
+  // Any other number is no record's: the answer is empty then.
   if (number >= 1 && number <= std::numeric_limits<std::uint32_t>::max() && number == std::trunc(number))
     positions_ = {static_cast<std::uint32_t>(number) - 1};
 }

@@ -15,6 +15,7 @@ struct Table : sqlite3_vtab {
   Table(vorne::Dictionary& dictionary, const std::string& name) : sqlite3_vtab{}, reader(dictionary, name) {}
 
   vorne::TableReader reader;
+  // That are open: the files are let go with the last of them.
   int cursors = 0;
 };
 

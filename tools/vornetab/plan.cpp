@@ -1,3 +1,5 @@
+// The planner asks with a set of conditions and a wished order, possibly several times; each plan is weighed by the
+// records that it is likely to read. A plan travels to the cursor as one number.
 #include "plan.h"
 
 #include <algorithm>
@@ -19,6 +21,7 @@ constexpr double kSearch = 10;
 // Nothing counts how often a value occurs.
 constexpr double kEqualRecords = 10, kPartAboveBound = 0.25, kPartBetweenBounds = 0.05, kPartOfLogical = 0.5;
 
+// What the number has room for: 8 bits and 15.
 constexpr unsigned kMostSortedFields = 255, kMostIndexes = 0x7FFF;
 
 // The places of the conditions, in the query's list, that a plan uses; -1 none.
@@ -123,6 +126,7 @@ class Chooser {
       else if (ranges && (condition.op == SQLITE_INDEX_CONSTRAINT_LT || condition.op == SQLITE_INDEX_CONSTRAINT_LE))
         found.most = i;
     }
+    // One value is enough; SQLite looks at the others itself.
     if (found.exact >= 0) found.least = found.most = -1;
     return found;
   }

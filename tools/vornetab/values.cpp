@@ -1,3 +1,5 @@
+// A condition's value becomes ranges of keys that hold at least every record for which the condition is true; SQLite
+// looks at each record once more.
 #include "values.h"
 
 #include <algorithm>
@@ -79,6 +81,7 @@ KeyRanges rangesOfTexts(const TableField& field, const Plan& plan, const Bounds&
 
 KeyRanges rangesOfLogical(sqlite3_value* value) {
   const double number = sqlite3_value_double(value);
+  // Logicals are shown as 0 and 1: no record equals another number.
   return number == 0 || number == 1 ? vorne::RangesOfLogical(number == 1) : kNoKey;
 }
 
@@ -86,6 +89,7 @@ KeyRanges rangesOfLogical(sqlite3_value* value) {
 
 KeyRanges rangesOf(const TableField& field, const Plan& plan, sqlite3_value** values) {
   const Bounds bounds(plan, values);
+  // Nothing is equal to NULL, nor above or below it.
   if (!bounds.all([](sqlite3_value* value) { return sqlite3_value_type(value) != SQLITE_NULL; })) return kNoKey;
   if (field.type == CellType::kNumber || field.type == CellType::kLogical) {
     if (!bounds.all(isNumeric)) return kEveryKey;

@@ -1,3 +1,5 @@
+// One walk writes and one reads, in the same order: a count, then that many items, depth first. Nothing else tells
+// where an array ends, so what cannot be written whole is told as not saved.
 #include "storage/databases/array_dump.h"
 
 #include <algorithm>
@@ -46,6 +48,7 @@ class Dump {
  public:
   explicit Dump(DmOpenRef db) : db_(db) {}
 
+  // Only its rows: a value that stands among them was never saved.
   bool top(const Obj_Node* array) {
     bool whole = count(array);
     for (const Obj_Node* at = array->objData.mArray->pFirst; at != nullptr && whole; at = at->objpNext)
@@ -75,6 +78,7 @@ class Dump {
     if (HasText(node) && node->objLength > 0) {
       const auto length = static_cast<std::size_t>(node->objLength);
       record.append(node->objData.mbuff, std::min(length, TextRoom(node)));
+      // The length field may promise more than the text has: zeros stand for the rest.
       record.resize(sizeof image + length);
     }
     // A text too long for a record keeps its beginning.
@@ -125,6 +129,7 @@ class Restore {
     const auto length = std::clamp<std::int64_t>(image.objLength, 0, static_cast<std::int64_t>(text.size()));
     Obj_Node* made = __ALLOC_CHARPTR(static_cast<int>(length));
     std::memcpy(made->objData.mbuff, text.data(), static_cast<std::size_t>(length));
+    // At least 1: a length field counts the text's zero.
     made->objLength = static_cast<std::int32_t>(std::max<std::int64_t>(length, 1));
     return made;
   }
@@ -159,6 +164,7 @@ class Restore {
 
   DmOpenRef db_;
   UInt32 at_ = 0;
+  // Records that have not been read; at_ and left_ together are all there are.
   UInt32 left_;
 };
 

@@ -1,3 +1,5 @@
+// The catalogue is one mapped file of slots of equal size behind a header; a slot whose first four bytes are zero is
+// free. Entries never move, so that a place in the file names a database as long as it is there.
 #include "storage/databases/catalog.h"
 
 #include <algorithm>
@@ -53,12 +55,14 @@ class Names {
     return free_.empty() ? 0 : *free_.begin();
   }
 
+  // emplace, not assignment: of two entries with one name, which damage can leave, the first one counts.
   void add(UInt32 place) {
     free_.erase(place);
     places_.emplace(FoldedName(CatalogEntryName(place)), place);
     end_ = catalogEnd();
   }
 
+  // Called while the entry still has its old name.
   void remove(UInt32 place) {
     const auto found = places_.find(FoldedName(CatalogEntryName(place)));
     if (found != places_.end() && found->second == place) places_.erase(found);
@@ -86,7 +90,9 @@ class Names {
   }
 
   std::unordered_map<std::string, UInt32> places_;
+  // In order: the first free slot is taken, as by every program that shares the catalogue.
   std::set<UInt32> free_;
+  // What of the catalogue has been read, 0 nothing; the generation rises when places may name other databases.
   UInt32 end_ = 0, generation_ = 0;
 };
 Names names;
@@ -122,6 +128,7 @@ void AddCatalogEntry(const DatabaseHdrType& entry) {
   const auto place = static_cast<UInt32>(rwCatalog->offset);
   char* at = rwCatalog->mapmem + place;
   const std::size_t first = sizeof(UInt32);
+  // All but the four bytes that make the slot a taken one.
   std::memcpy(at + first, reinterpret_cast<const char*>(&entry) + first, sizeof entry - first);
   StoreBarrier();
   Store(at, Load<UInt32>(&entry));  // until here the slot counts as free

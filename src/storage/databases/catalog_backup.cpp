@@ -1,4 +1,5 @@
-// The copy of the catalogue, as it was when it was last closed.
+// The copy of the catalogue, as it was when it was last closed. Written when the catalogue is closed and differs from
+// it. A catalogue that has lost what it named is restored from it.
 #include <algorithm>
 #include <cstring>
 #include <string>
@@ -51,6 +52,7 @@ std::vector<DatabaseHdrType> BackupEntries() {
 int VerifyCatalog() {
   if (rwCatalog == nullptr) return 0;
   const long size = sizeOfFile(backupPath());
+  // None was made yet: nothing speaks against the catalogue.
   if (size < 0) return 1;
   std::string backup(static_cast<std::size_t>(rwCatalog->szallocated), '\0');
   return size == rwCatalog->szallocated && readWhole(backupPath(), backup.data(), backup.size()) &&

@@ -1,3 +1,5 @@
+// Two kinds of damage are put right here, since programs would lose sight of whole databases by them: a used size that
+// cuts entries off, and a catalogue that names no file any more while its backup does.
 #include "storage/databases/catalog_check.h"
 
 #include <sys/file.h>
@@ -22,6 +24,7 @@ bool isThere(const DatabaseHdrType& entry) {
 }
 
 UInt32 firstSlotFrom(UInt32 used) {
+  // Where a damaged end lies within a slot, that slot is looked at too.
   return used - (used - kHeaderSize) % kCatalogEntrySize;
 }
 
@@ -61,6 +64,7 @@ void VerifyCatalogEntries() {
   // Another program may just be renaming or deleting the only one.
   const bool isAlone = fileSystem.flock(rwCatalog->hFile, LOCK_EX | LOCK_NB) == 0;
   if (isAlone && RestoreCatalog() != 0) Logar(Message("%s restaurado de %s", kCatalogName, kCatalogBackupName).c_str());
+  // Back to the lock that tells a repair of a program, which OpenCatalog has taken.
   fileSystem.flock(rwCatalog->hFile, LOCK_SH | LOCK_NB);
 }
 

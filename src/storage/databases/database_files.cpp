@@ -1,3 +1,5 @@
+// The name decides: NAME holds the records, and for a 'V' database NAME with the offsets suffix their places.
+// Everything here is by name, so it also serves databases that are not open.
 #include "storage/databases/database_files.h"
 
 #include <algorithm>
@@ -36,6 +38,7 @@ bool isOffsetsFile(const std::string& name) {
 
 // The application information; empty when it cannot be read.
 std::string blockInFile(const std::string& name, const FileHeader& header) {
+  // Damage can say any length; descriptions are far shorter.
   constexpr UInt32 kLongestBlock = 1 << 20;
   std::string bytes(kHeaderSize + std::min(header.AppInfoLen, kLongestBlock), '\0');
   const int file = OpenFile(PathOf(name).c_str(), O_RDONLY | O_NONBLOCK);
@@ -80,10 +83,12 @@ bool HasOffsetsFile(std::string_view name) {
 bool RenameFiles(std::string_view from, std::string_view to) {
   if (fileSystem.rename(PathOf(from).c_str(), PathOf(to).c_str()) != 0) return false;
   const std::string oldOffsets = OffsetsName(from), newOffsets = OffsetsName(to);
+  // What lies under the new name may go if it is an offsets file that belonged to nobody, and nothing else may.
   const bool free = HasVanished(newOffsets) || isOffsetsFile(newOffsets);
   if (free && isOffsetsFile(oldOffsets) &&
       fileSystem.rename(PathOf(oldOffsets).c_str(), PathOf(newOffsets).c_str()) == 0)
     return true;
+  // Without one the next opening makes it anew; one that is another file's would be believed.
   RemoveOffsetsFile(from);
   RemoveOffsetsFile(to);
   return true;
@@ -129,6 +134,7 @@ bool MakeDataFile(std::string_view name, std::uint32_t type) {
   header.Type = KindOfType(type);
   int count = 0;
   WriteFile(file, &header, sizeof header, &count);
+  // What closing does must not hide why it could not be written.
   const int failure = errno;
   CloseHandle(file);
   errno = failure;
@@ -137,7 +143,7 @@ bool MakeDataFile(std::string_view name, std::uint32_t type) {
 
 void CannotCreate(const char* name, int error) {
   Logar(Message("Falha de criação do arquivo %s"_l1, name).c_str());
-  if (error == ENOSPC || error == EDQUOT) {
+  if (error != 0) {
     const std::string told = WhyNotStored(name, kHeaderSize, error);
     Logar(told.c_str());
     std::printf("%s", told.c_str());

@@ -1,4 +1,7 @@
-// Finding, making and deleting databases, and what is known of them as a whole.
+// Finding, making and deleting databases, and what is known of them as a whole. Order when making: the files, then the
+// entry; when deleting and renaming: the entry is changed under the journal's protection around the files' change. So
+// an entry without a file, or a file without an entry, is what a kill leaves, and each is dealt with when that name is
+// met next.
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -107,6 +110,7 @@ Err rename(DmOpenRef db, const char* name) {
   const UInt32 taken = CatalogEntryOf(to);
   if (taken != 0 && taken != db->fOffset) return errAlreadyExists;
   if (const Err failed = checkName(to, HasOffsets(db->fOffset))) return failed;
+  // Zeros behind the name: the whole field is compared when entries are.
   std::memset(entry.name, 0, sizeof entry.name);
   std::memcpy(entry.name, to.data(), to.size());
   bool renamed = false;
@@ -146,6 +150,7 @@ Err DmSetDatabaseInfo(UInt16, LocalID id, const char* name, const UInt16* attrib
   if (db == nullptr) return errArgument;
   if (appInfo != nullptr)
     if (const Err failed = SetAppInfo(db, *appInfo)) return failed;
+  // Kept with the open database alone: the catalogue has no field for it.
   take(db->sortInfoID, sortInfo);
   if (name != nullptr)
     if (const Err failed = rename(db, name)) return failed;

@@ -1,3 +1,6 @@
+// Each number of a header is one of several witnesses: the marks of the records, the offsets file, the description in
+// the block, the other numbers. Where they do not agree, the file stays as it is and a check tells of it. Order: the
+// block's size, by which all places go, then the used size, then the count.
 #include "storage/databases/header_check.h"
 
 #include <algorithm>
@@ -54,6 +57,7 @@ std::uint64_t markedEnd(const OpenStruct& db, const FileHeader& header, UInt32 s
   for (UInt32 i = 0; i < header.NumberOfRecords; ++i) {
     const RecordHeader record = HeaderAt(bytes, place);
     if (!isUntold && toldPlace(db, header, stride, i) != place) return 0;
+    // The walk goes by headers that may be damaged, but never behind the file's end: IsRecord looks.
     if (!IsMarked(record) || !IsRecord(bytes, place)) return 0;
     if (stride != 0 && RecordSpan(record) != stride) return 0;
     place += RecordSpan(record);
@@ -99,6 +103,7 @@ std::uint64_t beginOfEqual(const OpenStruct& db, FileHeader header) {
   if (IsAbandoned(UsedBytes(*db.hFile), told)) return told;
   if (isRecord && told + std::uint64_t{header.NumberOfRecords} * RecordSpan(atTold) <= used) return told;
   // A record from which too few follow may not be the first one: others stand before it then.
+  // At every byte: a block may have any length. This is asked only where the header is likely to be wrong.
   for (std::uint64_t place = kHeaderSize; place < (isRecord ? told : used); ++place) {
     const RecordHeader first = HeaderAt(bytes, place);
     const std::uint64_t end = place + std::uint64_t{header.NumberOfRecords} * RecordSpan(first);

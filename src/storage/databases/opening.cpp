@@ -1,3 +1,6 @@
+// What must be in this order: interrupted changes are finished before anything is mapped, the catalogue is checked
+// before a database is looked for, a file's header is checked before its records are, and those before the first
+// access.
 #include "storage/databases/opening.h"
 
 #include <sys/file.h>
@@ -15,6 +18,7 @@
 #include "storage/databases/rebuild.h"
 #include "storage/files/diagnostic_log.h"
 #include "storage/files/mapped_file.h"
+#include "storage/files/patient_lock.h"
 #include "storage/files/system.h"
 #include "storage/format/names.h"
 #include "storage/journal/journal.h"
@@ -83,6 +87,12 @@ void removeUnfinished() {
     fileSystem.unlink(path.c_str());
 }
 
+// Tells a repair that the files are in use; databases open without it all the same. It may pass through
+// removeUnfinished in another process, whose lock becomes this one in two steps, or through a tool that asks.
+void shareCatalog() {
+  LockPatiently(rwCatalog->hFile, LOCK_SH);
+}
+
 void closeDatabases() {
   for (UInt32 slot = 0; slot < kOpenFiles; ++slot)
     if (OpenFiles[slot] != nullptr) closeForGood(OpenFiles[slot]);
@@ -101,6 +111,7 @@ Err OpenCatalog() {
     FreeHandles();
     __RuntimeError(5, -1);
   }
+  // From here on a process that ends, by an error too, closes what is open.
   hooks.closeCatalog = CloseCatalog;
   hooks.leaveJournal = LeaveJournal;
   ForgetCatalogNames();
@@ -109,8 +120,7 @@ Err OpenCatalog() {
     RecoverInterruptedChanges();
     rwCatalog = mapeararquivo(kCatalogName);
     removeUnfinished();
-    // Tells a repair that the files are in use; databases open without it all the same.
-    fileSystem.flock(rwCatalog->hFile, LOCK_SH | LOCK_NB);
+    shareCatalog();
     VerifyCatalogEntries();
   }
   if (rwCatalog != nullptr) return errNone;
@@ -124,6 +134,7 @@ void CloseCatalog() {
   if (rwCatalog != nullptr) {
     closeDatabases();
     FlushCatalog();
+    // After the databases, so that it is the catalogue as it stays.
     GerarCatalogBck();
     liberarmap(rwCatalog);
     rwCatalog = nullptr;

@@ -1,3 +1,6 @@
+// What a kill leaves of an append, which the journal does not protect: a record begun (no marks), one finished and not
+// counted, one counted without its place. All three are told by walking the chain of records, so this costs nothing
+// where a few bytes say that the file was left in order.
 #include "storage/databases/rebuild.h"
 
 #include <algorithm>
@@ -20,6 +23,7 @@ namespace {
 // Bytes behind the used ones that are zero in a file that was left in order.
 constexpr std::int32_t kQuietTail = 128;
 
+// Only where there is room for all of them: else nothing is to be read there, and nothing is zeroed.
 bool hasQuietTail(const mymap& map) {
   return map.szallocated - map.szmap > kQuietTail;
 }
@@ -70,6 +74,7 @@ Walk walkRepaired(DmOpenRef db) {
     return walkChain(chainBytes(*db->hFile), HeaderOf(*db->hFile).AppInfoLen, [](UInt32, UInt32) {});
   };
   Walk found = walk();
+  // Walked again after each: places behind a closed gap are other ones.
   for (; found.abandoned != 0; found = walk())
     closeGap(db, found.abandoned, RecordSpan(HeaderAtPlace(*db, found.abandoned)));
   return found;
@@ -98,6 +103,7 @@ void storeEnd(DmOpenRef db, const Walk& walk) {
   db->Head.NumberOfRecords = walk.records;
   db->hFile->szmap = static_cast<std::int32_t>(walk.end);
   WriteHeader(db->hFile, db->Head);
+  // Up to the old end, and as far as the next opening looks.
   UInt32 behind = std::max(walk.end, old);
   if (hasQuietTail(*db->hFile)) behind = std::max(behind, walk.end + kQuietTail);
   std::memset(db->hFile->mapmem + walk.end, 0, behind - walk.end);
@@ -152,8 +158,10 @@ void VerifyEqualRecords(DmOpenRef db) {
     ++unmarked;
     gap = static_cast<UInt32>(place);
   }
+  // One record was being put in, anywhere: a gap was opened for it and it never got its marks.
   if (unmarked == 1 && used - counted == stride) {
     closeGap(db, gap, stride);
+    // All there, and the last ones were not counted any more.
   } else if (unmarked == 0) {
     db->Head.NumberOfRecords = static_cast<UInt32>((used - begin) / stride);
     WriteHeader(db->hFile, db->Head);
@@ -170,6 +178,7 @@ bool VerifyPlaces(DmOpenRef db) {
   const Walk walk = walkChain(UsedBytes(*db->hFile), db->Head.AppInfoLen, [&](UInt32 number, UInt32 place) {
     isWrong |= number < db->Head.NumberOfRecords && GetRecOffSet(db, number) != place;
   });
+  // The chain itself is not what the header tells: its places are no better than those of the file.
   if (walk.records != db->Head.NumberOfRecords || walk.end != static_cast<UInt32>(db->hFile->szmap)) {
     inVain = db->fName;
     return false;

@@ -1,7 +1,13 @@
+// The name alone tells what a temporary database is, so that the next run finds what this one left.
 #include "storage/databases/tempdb.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <iterator>
+#include <vector>
 
+#include "storage/databases/catalog.h"
+#include "storage/files/mapped_file.h"
 #include "storage/format/names.h"
 
 namespace vorne {
@@ -30,6 +36,7 @@ const Kind& kindOf(char letter) {
 
 // "~" and a check sum.
 std::string shortSum(const std::string& text) {
+  // FNV-1a in 32 bits. Names on disk are made of it: it stays as it is.
   std::uint32_t sum = 0x811C9DC5u;
   for (const char c : text) sum = (sum ^ static_cast<unsigned char>(c)) * 0x01000193u;
   char digits[10];
@@ -47,6 +54,13 @@ std::string TemporaryName(const std::string& owner, char kind) {
   // Owners that are alike as far as there is room are told apart by what is left of them.
   const std::string number = shortSum(folded);
   return folded.substr(0, room - number.size()) + number + suffix;
+}
+
+bool IsTemporaryName(std::string_view name) {
+  const std::string folded = FoldedName(name);
+  return std::any_of(std::begin(kKinds), std::end(kKinds), [&](const Kind& kind) {
+    return *kind.suffix != '\0' && folded.ends_with(FoldedName(kind.suffix));
+  });
 }
 
 UInt32 TemporaryCreator(char kind) {
@@ -70,6 +84,17 @@ DmOpenRef OpenTemporary(const std::string& owner, char kind, IfExists old) {
 void DeleteTemporary(const std::string& owner, char kind) {
   const LocalID id = DmFindDatabase(0, TemporaryName(owner, kind).c_str());
   if (id != 0) DmDeleteDatabase(0, id);
+}
+
+void DeleteTemporaries(char kind) {
+  if (OpenCatalog() != errNone) return;
+  const std::string suffix = FoldedName(kindOf(kind).suffix);
+  std::vector<std::string> names;
+  for (UInt32 place = kHeaderSize; place + kCatalogEntrySize <= AllBytes(*rwCatalog).size(); place += kCatalogEntrySize)
+    if (std::string name = FoldedName(CatalogEntryName(place)); name.ends_with(suffix))
+      names.push_back(std::move(name));
+  for (const std::string& name : names)
+    if (const LocalID id = DmFindDatabase(0, name.c_str())) DmDeleteDatabase(0, id);
 }
 
 std::span<const char> RecordBytes(DmOpenRef db, UInt32 index) {

@@ -4,6 +4,7 @@
 
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "storage/records/storing.h"
 
@@ -25,6 +26,9 @@ std::string TemporaryName(const std::string& owner, char kind);
 /// Its creator code: the four letters of the suffix, 0 without one.
 UInt32 TemporaryCreator(char kind);
 
+/// True for a name that ends like a temporary database's: no table has one.
+bool IsTemporaryName(std::string_view name);
+
 enum class IfExists { Keep, Replace };
 /// Opens the database, made when missing; with Replace an old one goes first. Null when it cannot be opened. Errors as
 /// DmCreateDatabase and DmOpenDatabase.
@@ -33,6 +37,8 @@ DmOpenRef OpenTemporary(const std::string& owner, char kind, IfExists old);
 DmOpenRef FindTemporary(const std::string& owner, char kind);
 /// Closes nothing: for a database that nobody holds open. Harmless without one.
 void DeleteTemporary(const std::string& owner, char kind);
+/// The same for every database of that kind, whoever's it is.
+void DeleteTemporaries(char kind);
 
 /// The bytes of a record where they lie, until the next call for this database; empty when there is none.
 std::span<const char> RecordBytes(DmOpenRef db, UInt32 index);

@@ -1,3 +1,4 @@
+// "saida.txt" in the working directory: opened at the first line, never by a run without one.
 #include "storage/files/diagnostic_log.h"
 
 #include <cerrno>

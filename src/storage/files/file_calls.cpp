@@ -1,3 +1,6 @@
+// The file calls under their Win32 names, as far as programs and this floor use them. Handles are descriptors, -1 for
+// none; what those calls answered is answered here, also where it hides a failure, since callers in the field look at
+// nothing else.
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -65,6 +68,7 @@ long SetFilePointer(HANDLE file, long distance, long*, UInt32 method) {
 
 int SetEndOfFile(HANDLE file) {
   const long position = SetFilePointer(file, 0, nullptr, FILE_CURRENT);
+  // At position 0 nothing is cut, and success is 0, not 1: both are known to the callers.
   return position <= 0 ? 0 : fileSystem.ftruncate(descriptorFor(file), position);
 }
 
@@ -90,6 +94,7 @@ int DeleteFile(const char* name) {
 }
 
 int MoveFile(const char* from, const char* to) {
+  // 1 also when it failed: whoever has to know calls the system's rename.
   if (from != nullptr && to != nullptr) fileSystem.rename(from, to);
   return 1;
 }
@@ -102,6 +107,7 @@ int CreateDirectory(const char* path, void*) {
 HANDLE CreateFileMapping(HANDLE file, void*, UInt32, UInt32, UInt32 size, const char*) {
   if (file < 1) return 0;
   SetFilePointer(file, 0, nullptr, FILE_BEGIN);
+  // The mapping is made here, and its address is the handle; MapViewOfFile has nothing left to do.
   return reinterpret_cast<HANDLE>(fileSystem.mmap(size, descriptorFor(file)));
 }
 

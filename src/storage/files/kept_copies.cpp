@@ -1,3 +1,5 @@
+// The copies of one repair lie in one directory, named by its time, until a file comes a second time: then in a new
+// one.
 #include "storage/files/kept_copies.h"
 
 #include <unistd.h>
@@ -76,12 +78,16 @@ bool copyFile(int from, const std::string& name) {
 bool KeepCopy(const char* directory, const char* file) {
   const std::string place = directory, name = file;
   const int from = OpenFile((place + "/" + name).c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+  // What is not there needs no copy; what cannot be read must not be changed.
   if (from < 0) return errno == ENOENT;
   const bool usable = copies.starts_with(place + "/") && !exists(copies + "/" + name);
   const bool kept = (usable || makeCopiesDirectory(place)) && copyFile(from, name);
   const int failure = errno;
   fileSystem.close(from);
-  if (kept) syncDirectory(copies);
+  if (kept)
+    syncDirectory(copies);
+  else if (!copies.empty() && ::rmdir(copies.c_str()) == 0)  // only where nothing was copied before
+    copies.clear();
   errno = failure;
   return kept;
 }

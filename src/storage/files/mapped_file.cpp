@@ -1,3 +1,6 @@
+// Three sizes are kept apart: what the file has (szallocated), what of it is used (szmap) and how far it surely has
+// space on the disk (reserved). Growth, in steps that files in the field show, keeps all of them in step with the
+// header.
 #include <sys/mman.h>
 
 #include <algorithm>
@@ -52,6 +55,7 @@ struct {
 
 // A file that is used a lot grows in larger steps.
 std::int64_t growthStep(int resize) {
+  // 15, 60 and 90 KiB: sizes by which programs in the field make their files.
   if (resize < 3) return kSmallestFile;
   return resize < 5 ? 61440 : 92160;
 }
@@ -112,6 +116,7 @@ void touchAtOnce(int file, std::int64_t from, std::int64_t to) {
 // may have holes there.
 bool reserveAhead(pmymap map, std::int64_t needed) {
   if (needed <= map->reserved) return true;
+  // Behind the used bytes only: those have been written and have space.
   const std::int64_t from = map->reserved > map->szmap ? map->reserved : map->szmap;
   std::int64_t to = needed + growthStep(map->resize);
   if (to > map->szallocated) to = map->szallocated;
@@ -146,6 +151,7 @@ struct Sizes {
 };
 
 Sizes sizesOf(const FileHeader& header, std::int64_t fileSize) {
+  // kNewFile is the used size of a file into which nothing was ever put.
   if (fileSize == 0) return {kSmallestFile, kNewFile, true};
   Sizes sizes{header.szallocated, header.szmap, fileSize < kSmallestFile};
   const std::int64_t least = fileSize < kSmallestFile ? kSmallestFile : fileSize;
@@ -418,6 +424,7 @@ int setfilesz(pmymap map, long size) {
     errno = failure;
     return 0;
   }
+  // All that is new has space. What was there before had it only if it was reserved up to its end.
   if (map->reserved >= old || map->reserved > size) map->reserved = static_cast<std::int32_t>(size);
   map->hFileMap = map->mapmem;
   storeAllocated(map, size);

@@ -1,3 +1,5 @@
+// What the storage floor calls the system for files by. Tests put failing calls into `fileSystem`; what wraps a call
+// here is what every caller wants.
 #include "storage/files/system.h"
 
 #include <fcntl.h>

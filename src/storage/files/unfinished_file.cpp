@@ -1,3 +1,5 @@
+// Written to the side, then put in a file's place by one renaming: at every moment the name leads to the old file or to
+// the whole new one. After the first failure nothing more is written, and the old file stays.
 #include "storage/files/unfinished_file.h"
 
 #include <unistd.h>
@@ -51,6 +53,7 @@ bool UnfinishedFile::become(const std::string& path, Wait wait) {
   if (sound_) takeOwner(file_, path);
   // The bytes before the name: else a power loss could leave the name with an empty file.
   sound_ = sound_ && (wait == Wait::No || fileSystem.fsync(file_) == 0);
+  // Closed first: some file systems tell only then that the bytes found no space.
   kept_ = close() && sound_ && fileSystem.rename(path_.c_str(), path.c_str()) == 0;
   return kept_;
 }

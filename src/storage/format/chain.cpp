@@ -1,3 +1,5 @@
+// A record is a header of 8 bytes and the space that it reserves; the next one follows at once, at any byte. Sums of a
+// place and a length are made in 64 bits, so that no number of a damaged header can wrap.
 #include "storage/format/chain.h"
 
 namespace vorne {
@@ -40,12 +42,14 @@ bool IsAbandoned(FileBytes bytes, std::uint64_t offset) {
       header.RecordLen != header.AllocatedSpace)
     return false;
   const std::uint64_t next = offset + RecordSpan(header);
+  // What follows must be a record or the end: zeros alone look like a header that was never written.
   return next == bytes.size() || IsRecord(bytes, next);
 }
 
 std::uint64_t FirstRecord(FileBytes bytes, std::uint32_t appInfoLen) {
   const std::uint64_t usual = kHeaderSize + static_cast<std::uint64_t>(appInfoLen);
   if (IsMarked(HeaderAt(bytes, usual)) || IsRecord(bytes, usual)) return usual;
+  // Some files in the field have 8 bytes between block and first record, which belong to neither.
   const std::uint64_t further = usual + kRecordHeaderSize;
   const RecordHeader header = HeaderAt(bytes, further);
   const bool plausible = fits(bytes, further, header) && header.RecordAttr < kImplausibleAttributes &&

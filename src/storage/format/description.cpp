@@ -1,3 +1,5 @@
+// A block is a head of fixed size and, behind it, texts that end with a zero each: name, number of fields, number of
+// indexes (of a table) or length of the key (of an index), then the fields. Numbers stand there as decimal texts.
 #include "storage/format/description.h"
 
 #include <strings.h>
@@ -89,6 +91,7 @@ std::optional<TableDescription> ParseTableBlock(std::span<const char> block) {
   table.openMode = head.openMode;
   ByteReader texts(block.subspan(kDescriptionHead));
   // Whatever stands here is held to what it may be, so that no size computed from it can wrap.
+  // The head's copy of the name is not taken: damage in one of the two is found by a check that holds both.
   table.name = texts.text().substr(0, kLongestTableName);
   const std::int32_t count = numberIn(texts, 1, kMostFields);
   table.indexes = static_cast<std::uint32_t>(numberIn(texts, 0, INT32_MAX));
@@ -125,6 +128,7 @@ std::optional<TableDescription> ReadDescription(std::span<const char> block) {
   const ControlFieldTBL& mark = table->fields.back();
   // Bytes that happen to parse are no description yet: it ends with the deletion mark's field, and nothing but zeros
   // follow.
+  // How long the block of what was read would be: what follows is not part of it.
   const std::size_t told = TableBlock(*table).size() - kSpareBytes;
   const bool ends = std::string_view(mark.FieldName) == kDeletionField && mark.FieldType == TBLSTRING;
   const std::span<const char> behind = block.subspan(std::min(told, block.size()));
@@ -136,6 +140,7 @@ std::uint32_t ToldType(const FileHeader& header, std::string_view name, std::spa
   if (header.Type == kIndexDatabase) return ParseIndexBlock(block) ? kTypeIndex : 0;
   if (header.Type != kVariableDatabase) return 0;
   if (ReadDescription(block)) return kTypeData;
+  // Memo databases say nothing of themselves; their name does.
   return block.empty() && FoldedName(name).ends_with(kMemoSuffix) ? kTypeMemo : 0;
 }
 

@@ -1,3 +1,5 @@
+// By the same steps as for a record that is written: it is loaded into a field buffer, and the key is made of that. The
+// buffer serves for all records of a table.
 #include "storage/format/entry_maker.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Searches come in two kinds: by halves, where nothing is known of the place, and by steps that double, where it is
+// likely to be near one end, as among keys that rise.
 #include "storage/format/entry_order.h"
 
 #include <algorithm>
@@ -31,6 +33,7 @@ std::uint32_t leapForward(std::uint32_t from, std::uint32_t to, IsBehind isBehin
 
 template <class IsBehind>
 std::uint32_t leapBack(std::uint32_t from, std::uint32_t to, IsBehind isBehind) {
+  // All from here on are behind; what is left to look at lies before it.
   std::uint32_t known = to;
   for (std::uint32_t step = 1; step <= known - from; step *= 2) {
     if (!isBehind(known - step)) return halve(known - step + 1, known, isBehind);
@@ -56,6 +59,7 @@ std::size_t commonStart(const Entries& entries) {
 bool NamesARecordTwice(const Entries& entries, std::uint32_t records) {
   std::vector<std::uint64_t> bits;  // of the records; for a few entries of a large table they are sorted instead
   std::vector<std::uint32_t> few;
+  // Bits for a million records take longer to clear than some entries to sort.
   const bool areFew = entries.count < records / 64;
   areFew ? few.reserve(entries.count) : bits.resize(records / 64 + 1);
   for (std::uint32_t place = 0; place < entries.count; ++place) {
@@ -88,6 +92,7 @@ std::vector<std::uint32_t> KeyOrder(const Entries& entries) {
     std::uint64_t start = 0;
     // Keys often begin alike, with a shop's number or a year: behind that, eight bytes tell most of them apart.
     std::memcpy(&start, entries.key(i) + common, taken);
+    // Bytes turned, so that comparing the numbers compares the keys' first bytes first.
     places[i] = {__builtin_bswap64(start), i};
   }
   const std::size_t rest = left - taken, restAt = common + taken;

@@ -46,8 +46,9 @@ class SoughtKey {
   int compare(const char* key) const {
     if (length_ < sizeof(std::uint64_t)) return std::memcmp(key_, key, length_);
     const std::size_t last = length_ - sizeof(std::uint64_t);
+    // Equal words are passed over as they lie: what stands in order of one another begins alike.
     for (std::size_t at = 0; at < last; at += sizeof(std::uint64_t))
-      if (const int order = compareWord(key, at); order != 0) return order;
+      if (Load<std::uint64_t>(key_ + at) != Load<std::uint64_t>(key + at)) return compareWord(key, at);
     return compareWord(key, last);
   }
 
@@ -62,6 +63,19 @@ class SoughtKey {
   const char* key_;
   std::size_t length_;
 };
+
+/// False when the key at `place` is greater than the one behind it.
+inline bool IsInOrder(const Entries& entries, std::uint32_t place) {
+  if (place >= entries.count || place + 1 == entries.count) return true;
+  const char* key = entries.key(place);
+  return SoughtKey(key, entries.keyLength()).compare(key + entries.stride) <= 0;
+}
+/// For a search that ended between `place` - 1 and `place`, whose keys it has seen: false when the entries next to
+/// them do not go on in order. An entry written over with a distant one hides its record's key, and leads searches
+/// astray that come by; since all others are in order, each of these ends right beside it.
+inline bool AreInOrderBeside(const Entries& entries, std::uint32_t place) {
+  return (place < 2 || IsInOrder(entries, place - 2)) && IsInOrder(entries, place);
+}
 
 /// The first of `from` to `to` whose key is greater than the sought one (`to` when there is none); all of them stand in
 /// order. Quick when it is near `from`.

@@ -1,3 +1,5 @@
+// Some programs number an index's key fields from 0 in its block, most from 1, and the block does not tell which: the
+// entries do, by which of the two keys they are made of.
 #include "storage/format/index_evidence.h"
 
 #include <algorithm>
@@ -8,6 +10,7 @@ namespace vorne {
 
 namespace {
 
+// Entries looked at: enough to decide for a sound index; for a damaged one, where the majority decides.
 constexpr std::uint32_t kFew = 16, kMany = 4096;
 
 }  // namespace

@@ -1,3 +1,5 @@
+// Numbers stand right-aligned and dates as YYYYMMDD, so that bytes in order are values in order; negative numbers are
+// not, which is kept since files in the field are sorted so.
 #include "storage/format/keys.h"
 
 #include <algorithm>
@@ -20,6 +22,7 @@ constexpr int kMostDecimals = 64;
 constexpr std::size_t kNumberText = 320 + kMostDecimals;
 
 std::size_t numberText(double value, int decimals, char* text) {
+  // to_chars and not printf: the host's locale must not decide how a key is written.
   const auto [end, error] =
       std::to_chars(text, text + kNumberText, value, std::chars_format::fixed, std::clamp(decimals, 0, kMostDecimals));
   return error == std::errc() ? static_cast<std::size_t>(end - text) : 0;
@@ -29,6 +32,7 @@ std::size_t numberText(double value, int decimals, char* text) {
 void placeNumber(const ControlFieldTBL& field, double value, char* at) {
   char text[kNumberText];
   const auto room = static_cast<std::size_t>(field.FieldLen);
+  // Right-aligned in blanks, which MakeKey and NumberKey have put there.
   const std::size_t length = std::min(numberText(value, field.FieldDecLen, text), room);
   std::memcpy(at + room - length, text, length);
 }
@@ -49,6 +53,7 @@ unsigned dateNumber(double value) {
 
 void placeDate(double value, char* at) {
   unsigned rest = dateNumber(value);
+  // From the last digit on; what is missing in front are zeros.
   for (std::size_t i = kDateDigits; i-- > 0; rest /= 10) at[i] = static_cast<char>('0' + rest % 10);
 }
 

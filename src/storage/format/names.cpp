@@ -1,3 +1,4 @@
+// Names compare without regard to small and capital letters, but a file has the one spelling that the catalogue tells.
 #include "storage/format/names.h"
 
 #include <algorithm>

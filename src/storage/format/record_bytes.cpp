@@ -1,3 +1,5 @@
+// Loading believes nothing: a record may be shorter than its fields and then gives blank ones. Storing is exact: the
+// bytes come to the size that StoredSize told.
 #include "storage/format/record_bytes.h"
 
 #include <algorithm>
@@ -103,6 +105,7 @@ void MarkDeleted(Fields fields, char* buffer, bool deleted) {
 std::size_t StoredSize(Fields fields, char* buffer) {
   std::size_t size = kEndMarkSize;
   for (const ControlFieldTBL& field : stored(fields)) {
+    // Types that descriptions may name and records have never held.
     if (field.FieldType > TBLMEMO) return 0;
     if (field.FieldType != TBLSTRING) {
       size += static_cast<std::size_t>(BufferRoom(field));
@@ -132,6 +135,7 @@ void StoreFields(Fields fields, const char* buffer, bool swapped, char* record, 
     }
     std::memcpy(to, at, room);
     if (swapped && room == kNumberRoom) Store(to, SwapBytes(Load<std::uint64_t>(to)));
+    // By their rooms: what takes 8 bytes is a number or a date, what takes 4 a memo's number, and nothing else does.
     if (swapped && room == kMemoRoom) Store(to, SwapBytes(Load<std::uint32_t>(to)));
     to += room;
   }
@@ -161,6 +165,28 @@ bool IsDeletedRecord(Fields fields, std::span<const char> record) {
     else
       from.take(static_cast<std::size_t>(BufferRoom(field)));
   return markOf(record, from.rest()) == kDeleted;
+}
+
+bool IsRecordOf(Fields fields, std::span<const char> record, std::vector<std::uint32_t>& memosAt) {
+  memosAt.clear();
+  if (record.size() < kEndMarkSize) return false;
+  const char* end = record.data() + record.size() - kEndMarkSize;
+  if ((end[0] != kLive && end[0] != kDeleted) || end[1] != '\0') return false;
+  ByteReader from(fieldBytes(record));
+  for (const ControlFieldTBL& field : stored(fields)) {
+    std::span<const char> bytes;
+    if (field.FieldType == TBLSTRING) {
+      if (!from.takeUntil('\0', bytes) || bytes.size() > static_cast<std::size_t>(field.FieldLen)) return false;
+      continue;
+    }
+    if (field.FieldType == TBLMEMO)
+      memosAt.push_back(static_cast<std::uint32_t>(record.size() - kEndMarkSize - from.rest().size()));
+    bytes = from.take(static_cast<std::size_t>(BufferRoom(field)));
+    if (from.failed() || field.FieldType > TBLMEMO) return false;
+    if (field.FieldType == TBLBOOL && bytes[0] != 0 && bytes[0] != 1) return false;
+  }
+  const std::span<const char> rest = from.rest();
+  return std::all_of(rest.begin(), rest.end(), [](char c) { return c == '\0'; });
 }
 
 double NumberIn(const ControlFieldTBL& field, const char* buffer) {

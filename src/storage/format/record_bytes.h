@@ -33,6 +33,11 @@ void LoadFields(Fields fields, std::span<const char> record, bool swapped, char*
 /// True when the record carries the deletion mark.
 bool IsDeletedRecord(Fields fields, std::span<const char> record);
 
+/// True for bytes that a table with these fields can hold as a record: every field has its bytes and no more than it
+/// may have, logicals are 0 or 1, nothing but zeros stands between the last field and the end mark. For what comes from
+/// outside. `memosAt` becomes where the memo references begin.
+bool IsRecordOf(Fields fields, std::span<const char> record, std::vector<std::uint32_t>& memosAt);
+
 /// A field's value in a buffer.
 double NumberIn(const ControlFieldTBL& field, const char* buffer);
 bool LogicalIn(const ControlFieldTBL& field, const char* buffer);

@@ -1,3 +1,6 @@
+// A process has one journal from its first change until its catalogue is closed. Making a change is: what it needs is
+// kept in the file, Begin(), the stores, End(). Nothing here waits for the disk: the file is shared memory, which
+// outlives the process but not a power loss.
 #include "storage/journal/journal.h"
 
 #include <unistd.h>
@@ -19,9 +22,11 @@ namespace vorne {
 namespace {
 
 constexpr UInt32 kPage = 4096;
+// What readers wish for comes from a file that others can write: a cash desk stands still no longer than this.
 constexpr UInt32 kLongestPause = 100'000;  // microseconds
 
 struct OpenJournal {
+  // -1 and null together: none is open, or both are.
   int file = -1;
   JournalFile* at = nullptr;
   std::string path;
@@ -33,6 +38,7 @@ OpenJournal journal;
 // Space for so many bytes of both; whole pages, so that it is rarely asked for.
 bool reserve(UInt32 room, UInt32 info) {
   if (room <= journal.room && info <= journal.info) return true;
+  // Space before it is touched: a store into a hole of a full disk would be a signal that ends the host.
   const auto reserveFrom = [](std::size_t begin, UInt32& has, UInt32 wanted) {
     wanted = std::min((wanted + kPage - 1) / kPage * kPage, kLargestProtected);
     const auto at = static_cast<std::int64_t>(begin);
@@ -45,16 +51,11 @@ bool reserve(UInt32 room, UInt32 info) {
          reserveFrom(offsetof(JournalFile, info), journal.info, info);
 }
 
-bool isStill(int file, const std::string& path) {
-  struct stat open, named;
-  return ::fstat(file, &open) == 0 && fileSystem.stat(path.c_str(), &named) == 0 && open.st_ino == named.st_ino &&
-         open.st_dev == named.st_dev;
-}
-
 // The file of that name, locked; -1 when it cannot be had. Whoever had it may have let it go under another name.
 int claimFile(const std::string& path, int flags) {
   const int file = OpenFile(path.c_str(), flags, 0660);
-  if (file < 0 || (Claim(file) && isStill(file, path))) return file;
+  // Between opening and locking another process may have given the file up under that name.
+  if (file < 0 || (Claim(file) && IsStill(file, path))) return file;
   fileSystem.close(file);
   return -1;
 }
@@ -76,7 +77,7 @@ int takeSpare(const std::string& path) {
   const std::string name = JournalPath(wcDir, kSpareJournalName);
   const int spare = claimFile(name, O_RDWR);
   if (spare < 0) return -1;
-  if (!isNeeded(spare) && fileSystem.rename(name.c_str(), path.c_str()) == 0 && isStill(spare, path)) return spare;
+  if (!isNeeded(spare) && fileSystem.rename(name.c_str(), path.c_str()) == 0 && IsStill(spare, path)) return spare;
   fileSystem.close(spare);
   return -1;
 }
@@ -95,8 +96,12 @@ bool openJournal(const std::string& path) {
   int file = claimFile(path, O_RDWR | O_CREAT);
   if (file < 0) return false;
   if (isNeeded(file)) return fileSystem.close(file), false;
+  // The spare one has space on a disk that may be full by now. The lock on the one that was opened is held until it has
+  // taken its name.
   const int spare = takeSpare(path);
   if (spare >= 0) fileSystem.close(std::exchange(file, spare));
+  // A spare one that another process left just then may have come in the place of both.
+  if (!IsStill(file, path)) return fileSystem.close(file), false;
   JournalFile* at = mapEmpty(file);
   if (at == nullptr) {
     const int failure = errno;
@@ -110,7 +115,9 @@ bool openJournal(const std::string& path) {
   }
   timespec now = {};
   ::clock_gettime(CLOCK_REALTIME, &now);
+  // Readers tell by it that a counter which begins anew is no counter that stood still.
   at->session = static_cast<std::uint64_t>(now.tv_sec) * 1'000'000'000 + static_cast<std::uint64_t>(now.tv_nsec);
+  // Last: without it nobody believes the rest.
   at->magic = kJournalMagic;
   journal = {file, at, path, ::getpid()};
   // Room for every move at once, else for what is small: files that grow cannot take it then.
@@ -124,6 +131,8 @@ bool openJournal(const std::string& path) {
 }
 
 bool openAnyJournal() {
+  // The first one that nobody else has: several processes may work in one directory, and a dead one's that is still
+  // needed is left alone.
   for (const std::string_view name : kJournalNames)
     if (journal.at == nullptr) openJournal(JournalPath(wcDir, name));
   return journal.at != nullptr;
@@ -180,6 +189,8 @@ ProtectedMove::ProtectedMove(pmymap map, const TailMove& move) : exceptions_(std
 }
 
 ProtectedMove::~ProtectedMove() {
+  // Not by an exception: what follows the move in the same change has not been done then, and the next opening finishes
+  // it.
   if (journal.at != nullptr && std::uncaught_exceptions() == exceptions_) End(*journal.at);
 }
 
@@ -200,6 +211,8 @@ void KeepBytes(pmymap map, UInt32 offset, UInt32 length) {
   change.from = offset;
   change.length = length;
   change.infoLength = length;
+  // The old bytes. The new ones are in `info` already (RoomForBytes), by which recovery tells whether the bytes in the
+  // file are still of this change.
   std::memcpy(file.room, map->mapmem + offset, length);
   change.keptCheck = Sum(file.room, length);
   Begin(file, kBytesKept);
@@ -226,6 +239,8 @@ ChangeSeenByReaders::ChangeSeenByReaders() {
     JournalFile& file = ownJournal();
     // A writer without a pause would keep them out for ever.
     if (__atomic_load_n(&file.readersWait, __ATOMIC_RELAXED) != 0) letReadersIn(file);
+    // Odd from here on, also when a process that had this file before left it odd. The fence keeps every store of the
+    // change behind it.
     __atomic_store_n(&file.changes, file.changes | 1, __ATOMIC_RELAXED);
     __atomic_thread_fence(__ATOMIC_SEQ_CST);
   }
@@ -240,6 +255,7 @@ ChangeSeenByReaders::~ChangeSeenByReaders() {
 
 void CloseJournal() {
   if (journal.at == nullptr) return;
+  // One inside a change stays for the next opening.
   if (journal.at->state == kIdle && journal.owner == ::getpid()) Spare(journal.path);
   fileSystem.munmap(journal.at, sizeof(JournalFile));
   fileSystem.close(journal.file);

@@ -1,3 +1,5 @@
+// What is here is called by the process that makes a change and by the one that finds it half-made: every step may be
+// done twice, and none reads what a later one stores.
 #include "storage/journal/journal_file.h"
 
 #include <sys/file.h>
@@ -49,6 +51,7 @@ bool isDiskNearlyFull() {
 }  // namespace
 
 std::uint64_t Sum(const void* bytes, std::size_t size) {
+  // FNV-1a with its usual 64-bit numbers, taken eight bytes at a time.
   std::uint64_t sum = 0xCBF29CE484222325u;
   const char* at = static_cast<const char*>(bytes);
   for (; size >= 8; at += 8, size -= 8) sum = (sum ^ Load<std::uint64_t>(at)) * 0x100000001B3u;
@@ -66,7 +69,14 @@ JournalFile* MapJournal(int file) {
 }
 
 bool Claim(int file) {
+  // The system lets go of it when the process ends, however it ends.
   return fileSystem.flock(file, LOCK_EX | LOCK_NB) == 0;
+}
+
+bool IsStill(int file, const std::string& path) {
+  struct stat open, named;
+  return ::fstat(file, &open) == 0 && fileSystem.stat(path.c_str(), &named) == 0 && open.st_ino == named.st_ino &&
+         open.st_dev == named.st_dev;
 }
 
 void Spare(const std::string& path) {
@@ -97,6 +107,7 @@ void FinishMove(JournalFile& file, pmymap map) {
   const UInt32 behind = forward ? change.to : change.end;
   // Zeros where nothing is any more: an opening takes other bytes behind the used end for a sign of damage.
   if (behind > vacated) std::memset(map->mapmem + vacated, 0, behind - vacated);
+  // After the records have moved: a block that grew lies where they were.
   std::memcpy(map->mapmem + kHeaderSize, file.info, change.infoLength);
   if (change.patchAt != 0) Store(map->mapmem + change.patchAt, change.patch);
   // The header comes last. While one of its fields is the old one recovery makes the whole move again, which it can,

@@ -62,6 +62,8 @@ std::string JournalPath(const char* directory, std::string_view name);
 JournalFile* MapJournal(int file);
 /// True when no living process holds that journal; it is ours from then on.
 bool Claim(int file);
+/// False when another file stands under that name by now.
+bool IsStill(int file, const std::string& path);
 
 /// Lets an idle journal of ours go. Where the disk has hardly any space left its file stays as the spare one, so that
 /// the next journal has space although the disk be full by then.

@@ -1,3 +1,6 @@
+// Called before anything else of the directory is mapped. A journal that is not sound, or whose file has changed in
+// ways that the change cannot explain, is given up without touching anything: wrong bytes put back are worse than a
+// half-made change, which the openings of the files notice.
 #include "storage/journal/recovery.h"
 
 #include <unistd.h>
@@ -9,6 +12,7 @@
 #include "storage/files/descriptor.h"
 #include "storage/files/diagnostic_log.h"
 #include "storage/files/mapped_file.h"
+#include "storage/files/patient_lock.h"
 #include "storage/format/names.h"
 #include "storage/journal/journal_file.h"
 
@@ -40,6 +44,7 @@ bool isSound(const JournalFile& file) {
     return false;
   const UInt32 chunk = ChunkOf(change);
   const std::uint64_t chunks = (static_cast<std::uint64_t>(change.length) + chunk - 1) / chunk;
+  // Room for two chunks, and no more of them told as saved than the move has: copying goes by these numbers.
   return chunk <= kChunk && file.chunks <= chunks && change.from <= change.end &&
          change.length == change.end - change.from;
 }
@@ -47,6 +52,7 @@ bool isSound(const JournalFile& file) {
 bool fitsInto(const JournalFile& file, const mymap& map) {
   const UnderWay& change = file.underWay;
   const auto size = static_cast<std::uint32_t>(map.szallocated);
+  // The journal and the file may be of different days: every place is held against the file that is there now.
   const auto inside = [size](UInt32 place, UInt32 length) { return length <= size && place <= size - length; };
   if (!inside(change.from, change.length) || change.from < kHeaderSize) return false;
   if (file.state == kBytesKept) return isBetween(HeaderOf(map), change.before, change.before);
@@ -132,6 +138,8 @@ void settleCatalogEntry(pmymap catalog, UInt32 place, const DatabaseHdrType& bef
   };
   auto now = Load<DatabaseHdrType>(catalog->mapmem + place);
   const auto isStrange = [](const DatabaseHdrType& entry) { return entry.name[0] != 0 && !IsFileName(NameOf(entry)); };
+  // While the old file is there, nothing was renamed or deleted yet. Names that no file can have are not followed at
+  // all.
   if (isStrange(before) || isStrange(now) || !hasVanished(before))
     now = before;
   else if (hasVanished(now))
@@ -160,18 +168,6 @@ void recover(JournalFile& file) {
   if (change.offsetsFollow != 0) removeOffsets(*map);
 }
 
-// The same, where taking a dead process's journal for a living one's would leave its change half-done: a reader that
-// looks whether the writer lives holds the lock for an instant.
-bool claimFromReaders(int file) {
-  constexpr int kTries = 5;
-  constexpr useconds_t kBetween = 1000;
-  for (int tries = 1; !Claim(file); ++tries) {
-    if (tries == kTries || errno != EWOULDBLOCK) return false;
-    ::usleep(kBetween);
-  }
-  return true;
-}
-
 // A journal file that belonged to a process that has died, mapped; it goes with the object.
 class DeadJournal {
  public:
@@ -179,9 +175,18 @@ class DeadJournal {
     struct stat found;
     failure_ = errno;
     if (file_ < 0) return;
-    const bool claimed = claimFromReaders(file_);
+    // Patiently: taken for a living one's, its change would stay half-done.
+    const bool claimed = LockPatiently(file_, LOCK_EX);
     failure_ = claimed ? 0 : errno;
-    if (!claimed || ::fstat(file_, &found) != 0 || found.st_size != static_cast<off_t>(sizeof(JournalFile))) return;
+    if (!claimed) return;
+    // Who had it may have let it go meanwhile, and another may have made one of that name.
+    errno = 0;
+    if (!IsStill(file_, path) || ::fstat(file_, &found) != 0) {
+      failure_ = errno;
+      return;
+    }
+    isEmpty_ = found.st_size == 0;
+    if (found.st_size != static_cast<off_t>(sizeof(JournalFile))) return;
     at_ = MapJournal(file_);
     if (at_ == nullptr) failure_ = errno;
   }
@@ -193,6 +198,8 @@ class DeadJournal {
   DeadJournal& operator=(const DeadJournal&) = delete;
 
   JournalFile* get() const { return at_; }
+  /// True for one whose process died in the instant in which it made it.
+  bool isEmpty() const { return isEmpty_; }
   /// False for one that this process cannot read just now, though it could another time.
   bool isKnown() const {
     return failure_ == 0 || failure_ == EWOULDBLOCK || failure_ == ENOENT || failure_ == EACCES || failure_ == EPERM;
@@ -201,6 +208,7 @@ class DeadJournal {
  private:
   int file_;
   int failure_ = 0;
+  bool isEmpty_ = false;
   JournalFile* at_ = nullptr;
 };
 
@@ -212,10 +220,12 @@ void RecoverInterruptedChanges() {
     if (!isThere(path.c_str())) continue;
     const DeadJournal dead(path);
     if (!dead.isKnown()) recoveryFailure(path.c_str());
+    if (dead.isEmpty()) fileSystem.unlink(path.c_str());
     if (dead.get() == nullptr) continue;
     // The journal is given up behind the work: who dies in a recovery leaves it to the next one, which goes on.
     recover(*dead.get());
-    End(*dead.get());
+    // One that is idle may have no space on the disk to store that in.
+    if (dead.get()->state != kIdle) End(*dead.get());
     Spare(path);
   }
 }

@@ -1,3 +1,4 @@
+// Every process that writes has a journal of its own with a counter; a directory without one is judged by its own time.
 #include "storage/reading/change_watch.h"
 
 #include <fcntl.h>
@@ -96,6 +97,7 @@ ChangeWatch::State ChangeWatch::current() {
   if (fileSystem.stat(directory_.c_str(), &found) != 0 || !S_ISDIR(found.st_mode))
     throw ReadFailure(ReadFailure::kMissing,
                       directory_ + " is no directory with databases; name the directory that holds \"DB\"");
+  // Files that come, go or are renamed change it: all that a writer does outside of its journal.
   state.directoryTime = nanoseconds(found.st_mtim);
   for (std::size_t i = 0; i < kJournals; ++i) state.journals[i] = counterOf(i);
   return state;
@@ -151,6 +153,7 @@ ChangeWatch::State ChangeWatch::settled(Clock::time_point deadline) {
 
 // Where the reader may not write, it waits for the writer's next pause.
 void ChangeWatch::askForPause(std::chrono::microseconds takes) {
+  // In microseconds. The writer looks at it when it begins its next change.
   const auto wish = static_cast<std::uint32_t>(takes.count());
   for (std::size_t i = 0; i < kJournals; ++i) {
     if (last_.journals[i].session == 0) continue;

@@ -1,3 +1,5 @@
+// What mapped databases do by RecordPlace and the rebuild of the offsets file, done here by reading: a reader must see
+// the records that an opening would see, and change nothing.
 #include "storage/reading/database_reader.h"
 
 #include <algorithm>
@@ -70,6 +72,7 @@ void DatabaseReader::followChain() {
 const DatabaseReader::Layout& DatabaseReader::layout() {
   if (known_) return layout_;
   const FileHeader header = data_.header();
+  // A step of 0: places come from the offsets file, or from the chain.
   layout_ = {std::uint64_t{kHeaderSize} + header.AppInfoLen, data_.used(), header.NumberOfRecords, 0};
   if (layout_.count == 0) {
     known_ = true;

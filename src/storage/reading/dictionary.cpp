@@ -1,3 +1,5 @@
+// The catalogue tells names and types; which table an index belongs to stands in the index's own file, so the head of
+// each is read, and remembered as long as its entry is the same.
 #include "storage/reading/dictionary.h"
 
 #include <algorithm>
@@ -49,6 +51,7 @@ bool Dictionary::readHead(StoredDatabase& database) const {
     if (database.index) database.index->name = database.name;
   } catch (const ReadFailure& failure) {
     database.failure = failure.what();
+    // A damaged head is listed with its failure, a missing file is no database.
     return failure.kind != ReadFailure::kMissing;
   }
   return true;
@@ -59,6 +62,7 @@ void Dictionary::renew(Heads heads) {
   const std::vector<DatabaseHdrType> entries = ReadCatalog(catalog);
   const std::vector<StoredDatabase> before = std::exchange(databases_, {});
   const Places placesBefore = std::exchange(byName_, {});
+  // A caller that asked for all heads wants sizes and counts, which change without the entry.
   const bool remembers = isBelieved_ && heads == Heads::kOfIndexes;
   byOwner_.clear();
   for (const DatabaseHdrType& entry : entries) {

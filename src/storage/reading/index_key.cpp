@@ -1,3 +1,4 @@
+// The reader's side of a question that openings ask as well: from which number an index's block counts fields.
 #include "storage/reading/index_key.h"
 
 #include "storage/format/index_evidence.h"

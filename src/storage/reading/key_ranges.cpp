@@ -1,3 +1,6 @@
+// Conditions compare values, indexes compare bytes, and the two orders differ: for negative numbers, for numbers longer
+// than their field, for dates that cannot be shown, for texts with control characters. Each function widens its range
+// by that.
 #include "storage/reading/key_ranges.h"
 
 #include <cmath>
@@ -38,6 +41,7 @@ void addNegatives(const TableField& field, KeyRanges& ranges) {
 // The keys of numbers from `least`, which is above 0. Any number that fills the field may be one that was cut.
 std::string firstKey(const TableField& field, double least) {
   const std::string key = keyOf(field, least);
+  // "!" is the first character behind the blank: every key that begins with anything else.
   return key.front() == ' ' ? key : "!";
 }
 

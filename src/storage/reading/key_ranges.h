@@ -73,7 +73,7 @@ std::uint32_t FirstNotBelow(std::uint32_t count, KeyAt& keyAt, IsBelow isBelow) 
 }
 
 /// The positions from (included) to (excluded) that the ranges mean in an array of `count` sorted keys, in order and
-/// without overlaps. `keyAt(i)` is the key at position i.
+/// without overlaps; for a range without a key, where it would stand. `keyAt(i)` is the key at position i.
 template <class KeyAt>
 std::vector<std::pair<std::uint32_t, std::uint32_t>> PositionsOf(const KeyRanges& ranges, std::uint32_t count,
                                                                  KeyAt keyAt) {
@@ -85,7 +85,8 @@ std::vector<std::pair<std::uint32_t, std::uint32_t>> PositionsOf(const KeyRanges
     const std::uint32_t to = range.most.empty() ? count : FirstNotBelow(count, keyAt, [&](std::string_view key) {
       return beginning(key, range.most) <= range.most;
     });
-    if (from < to) found.emplace_back(from, to);
+    found.emplace_back(from, std::max(from, to));
+    if (to < from) found.emplace_back(to, to);
   }
   std::sort(found.begin(), found.end());
   std::vector<std::pair<std::uint32_t, std::uint32_t>> merged;

@@ -1,3 +1,5 @@
+// Blocks are kept by number; what at() returns points into one, or into joined_ where the bytes lie in several, and is
+// good until the next call.
 #include "storage/reading/read_file.h"
 
 #include <fcntl.h>
@@ -59,6 +61,7 @@ void ReadFile::open() {
 const ReadFile::Block& ReadFile::block(std::size_t number) {
   if (number >= blocks_.size()) blocks_.resize(number + 1);
   if (blocks_[number].length == 0) {
+    // All at once: what is read is mostly read from front to back, and the oldest would be as good as any.
     if (kept_.size() >= kMostBlocks) forget();
     Block read;
     read.bytes.reset(new char[kBlock]);

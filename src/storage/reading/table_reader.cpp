@@ -1,3 +1,5 @@
+// Everything is read inside ChangeWatch::consistently, which calls again when a change came in between: what a first
+// try has gathered is cleared at the beginning of the next.
 #include "storage/reading/table_reader.h"
 
 #include <algorithm>
@@ -24,6 +26,7 @@ constexpr std::size_t kBytesInAMicrosecond = 500;  // that are surely read
 CellType cellType(FType type) {
   constexpr CellType kTypes[] = {CellType::kNumber, CellType::kDate, CellType::kText, CellType::kLogical,
                                  CellType::kMemo,   CellType::kNone, CellType::kNone};
+  // The type was held to this range when the description was read.
   return kTypes[type];
 }
 
@@ -57,7 +60,7 @@ struct TableReader::State {
   void checkDescription();
   void renew();
   bool fits(IndexFile& index);
-  KeyList entriesOf(IndexFile& index, const KeyRanges& ranges);
+  std::optional<KeyList> entriesOf(IndexFile& index, const KeyRanges& ranges);
   bool haveTheirKeys(const IndexFile& index, const KeyList& list);
   void addRow(std::uint32_t position, bool withMemos, StoredRows& rows);
   std::string memoText(std::uint32_t reference);
@@ -145,9 +148,14 @@ void StoredRows::clear() {
   taken = 0;
 }
 
-// A field names its memo by the record's number; one that is not there is empty, as for everybody.
+// A field names its memo by the record's number; one that is not there is empty, as for everybody. Where none of them
+// can be had that would be taken for what the table holds.
 std::string TableReader::State::memoText(std::uint32_t reference) {
-  if (reference == 0 || memo.empty() || reference > memo.front().count()) return {};
+  if (reference == 0) return {};
+  if (memo.empty())
+    throw ReadFailure(ReadFailure::kDamaged,
+                      "the catalogue does not name the memo texts of " + name + "; `tellira db check` tells more");
+  if (reference > memo.front().count()) return {};
   const std::span<const char> text = memo.front().record(reference - 1);
   return {text.data(), ::strnlen(text.data(), text.size())};
 }
@@ -206,16 +214,20 @@ bool TableReader::State::fits(IndexFile& index) {
       return false;
     const std::uint32_t count = index.database.count();
     if (count != table.front().count()) return false;
-    KeyList all;
-    if (!index.isTrusted)
-      index.isTrusted = count > kMostCounted || namesEachOnce(all = entriesOf(index, KeyRanges(1)), count);
-    return index.isTrusted;
+    if (!index.isTrusted && count <= kMostCounted) {
+      std::optional<KeyList> all = entriesOf(index, KeyRanges(1));
+      if (!all || !namesEachOnce(*all, count)) return false;
+    }
+    return index.isTrusted = true;
   } catch (const ReadFailure&) {
     return false;
   }
 }
 
-KeyList TableReader::State::entriesOf(IndexFile& index, const KeyRanges& ranges) {
+// None when they, or those beside where a search ended, are out of order: an entry written over with a distant one
+// hides its record's key, and leads searches astray that come by.
+std::optional<KeyList> TableReader::State::entriesOf(IndexFile& index, const KeyRanges& ranges) {
+  constexpr std::uint32_t kBeside = 2;
   KeyList list{kEntryKeyAt + index.keyLength, {}};
   const auto keyAt = [&](std::uint32_t i) {
     const std::span<const char> entry = index.database.record(i);
@@ -224,8 +236,17 @@ KeyList TableReader::State::entriesOf(IndexFile& index, const KeyRanges& ranges)
                         "an index of " + name + " is damaged; `tellira db reindex` makes it anew");
     return std::string_view(entry.data() + kEntryKeyAt, index.keyLength);
   };
-  for (const auto& [from, to] : PositionsOf(ranges, index.database.count(), keyAt))
-    for (std::uint32_t i = from; i < to; ++i) list.bytes.append(keyAt(i).data() - kEntryKeyAt, list.entrySize);
+  const std::uint32_t count = index.database.count();
+  std::string before;
+  for (const auto& [from, to] : PositionsOf(ranges, count, keyAt)) {
+    before.clear();
+    for (std::uint32_t i = from - std::min(from, kBeside); i < std::min(count, to + kBeside); ++i) {
+      const std::string_view key = keyAt(i);
+      if (key < before) return std::nullopt;
+      before = key;
+      if (i >= from && i < to) list.bytes.append(key.data() - kEntryKeyAt, list.entrySize);
+    }
+  }
   return list;
 }
 
@@ -298,10 +319,12 @@ KeyList TableReader::find(std::size_t number, const KeyRanges& ranges, std::opti
     list.reset();
     if (!state_->fits(index)) return;
     list = state_->entriesOf(index, ranges);
-    if (!namesEachOnce(*list, state_->table.front().count()) || !state_->haveTheirKeys(index, *list))
+    if (!list || !namesEachOnce(*list, state_->table.front().count()) || !state_->haveTheirKeys(index, *list))
       return list.reset();
     pause = kPause + std::chrono::microseconds(list->bytes.size() / kBytesInAMicrosecond);
   });
+  // Without a list the index does not fit: its keys are made of the records once, and kept for the caller's next
+  // questions.
   if (list) return *std::move(list);
   made = sorted(state_->keysOfRecords(*this, index));
   return within(*made, ranges);

@@ -1,3 +1,6 @@
+// The block lies between the file's header and its records, so that another length moves every record. A handle on it
+// is not the held record: it stays until the block is written back, and its size may be another than the file's until
+// then.
 #include "storage/records/app_info.h"
 
 #include <algorithm>
@@ -65,11 +68,13 @@ bool hasNothing(const OpenStruct& db) {
 }  // namespace
 
 RecordStruct* AppInfoOf(const OpenStruct& db) {
+  // An ID is a slot plus one; 0 wraps to a slot that there is not.
   RecordStruct* block = RecordInSlot(db.appInfoID - 1);
   return block != nullptr && block->father == &db ? block : nullptr;
 }
 
 Err ResizeAppInfo(RecordStruct* block, UInt32 size) {
+  // Not the database's yet: memory grows, no record moves.
   if (block->onHeap) {
     auto* data = static_cast<char*>(std::realloc(block->data, size));
     if (data == nullptr) return errWriteOutOfBounds;
@@ -87,6 +92,7 @@ Err ResizeAppInfo(RecordStruct* block, UInt32 size) {
 
 Err SetAppInfo(DmOpenRef db, LocalID id) {
   RecordStruct* space = RecordInSlot(id - 1);
+  // The ID comes from a program: only space of this very database may become its block, and no record of it.
   if (!IsOpen(db) || space == nullptr || space->father != db || !(space->onHeap || space->isAppInfo))
     return errArgument;
   SettleHeld(db);
@@ -130,6 +136,7 @@ int __WriteAppInfo(DmOpenRef db) {
 MemHandle DmNewHandle(DmOpenRef db, UInt32 size) {
   if (!IsOpen(db) || size == 0 || size > kLargestNewSpace) return nullptr;
   if (hasNothing(*db)) {
+    // What is left of a record that was begun would be moved on, behind the block.
     if (db->hFile->szmap > static_cast<std::int32_t>(kHeaderSize)) DropRecords(db->hFile);
     if (!setBlockLength(db, size)) GrowthFailure(*db->hFile);
     RecordStruct* block = newBlockHandle(db, size);

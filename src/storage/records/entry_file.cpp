@@ -1,3 +1,5 @@
+// Used by waiting_entries.cpp, which has the entries in their order already. Neither count nor used size is protected
+// by the journal: the mark in the index's head stands while this works.
 #include "storage/records/entry_file.h"
 
 #include "storage/format/description.h"
@@ -37,12 +39,14 @@ void StoreMark(const OpenStruct& index, std::uint32_t mark) {
 
 EntryFile::EntryFile(DmOpenRef index, std::size_t entrySize)
     : index_(index), stride_(entrySize + kRecordHeaderSize), record_(blankRecord(entrySize)) {
+  // Entries move under it, and writing it back later would put an old one over a new one.
   FreeHandle(HeldRecord(*index));
 }
 
 EntryFile::~EntryFile() {
   // An error that ended the process has closed it.
   if (!IsOpen(index_)) return;
+  // Also for a file that did not grow: the working header tells old sizes by now.
   FollowGrowth(index_);
   if (!bBatchOper) FlushViewOfFile(index_->hFile->mapmem, static_cast<std::size_t>(index_->hFile->szmap));
 }
@@ -53,6 +57,7 @@ bool EntryFile::isSound() const {
 }
 
 bool EntryFile::reserve(UInt32 count) {
+  // Extending goes record by record from the used end, so that it must be the end of the last entry.
   const auto end = static_cast<UInt32>(record(this->count()) - index_->hFile->mapmem);
   if (end < used()) {
     std::memset(index_->hFile->mapmem + end, 0, used() - end);

@@ -1,3 +1,5 @@
+// The calls by which programs read and write what a handle stands for. They pass data pointers, which LockedRecordAt
+// turns back into handles: what is not locked is not written, and nothing is written outside of the record.
 #include "storage/records/handle_calls.h"
 
 #include <algorithm>
@@ -31,6 +33,7 @@ static_assert(kLargestRecord <= kLargestProtected);
 template <class Storing>
 Err changeBytes(RecordStruct* record, UInt32 offset, UInt32 length, Storing store) {
   if (record == nullptr) return errArgument;
+  // By subtraction: the sum of two numbers from a program could wrap into what is allowed.
   if (offset > record->size || length > record->size - offset) return errWriteOutOfBounds;
   if (length == 0) return errNone;
   char* at = record->data + offset;
@@ -70,6 +73,7 @@ Err DmSet(void* data, UInt32 offset, UInt32 length, UInt8 value) {
 void* MemHandleLock(MemHandle handle) {
   RecordStruct* record = RecordOf(handle);
   if (record == nullptr) return nullptr;
+  // Told, and no failure: who locks twice gets the same pointer.
   if (record->locked) std::printf("already locked");
   record->locked = 1;
   NoteLocked(record);
@@ -113,6 +117,7 @@ Err MemHandleResize(MemHandle handle, UInt32 size) {
   RecordStruct* record = RecordOf(handle);
   if (record == nullptr) return errArgument;
   if (size > kLargestRecord) return errWriteOutOfBounds;
+  // A space of 0 would end the chain of records here.
   if (size == 0) size = 1;
   if (size == record->size) return errNone;
   if (record->isAppInfo || record->onHeap) return ResizeAppInfo(record, size);

@@ -1,3 +1,6 @@
+// The handles live in one array that is made with the catalogue and never moves: what programs hold, a pointer into
+// MemHandles, is good or null as long as the catalogue is open. Free slots are found by two levels of bits, the
+// databases' own handles by a chain through the slots, locked ones by a hash of the pointer that programs have.
 #include "storage/records/handles.h"
 
 #include <algorithm>
@@ -22,6 +25,7 @@ constexpr UInt32 kBuckets = 8192;
 // that is unlocked or moves stays where it is, since whoever searches compares pointer and lock anyway, and is put
 // right when it is locked again. `hash` names the chain in which a handle is, so that it can leave it.
 struct HandleTables {
+  // MemHandles[i] is &records[i] while slot i is taken, else null.
   RecordStruct records[kHandles];
   std::uint64_t used[kWords];    // a bit a slot
   std::uint64_t full[2];         // a bit a word of `used`
@@ -31,6 +35,8 @@ HandleTables* tables = nullptr;
 // The handle locked last stands in no chain yet: who walks through a database locks the same one again and again.
 RecordStruct* newestLocked = nullptr;
 
+// Spread by the golden ratio (2^64 divided by it), of whose product the highest bits are the best mixed ones: data
+// pointers are multiples of 4 or more and lie close together.
 UInt16 bucketOf(const void* data) {
   const auto address = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(data));
   return static_cast<UInt16>((address * 0x9E3779B97F4A7C15u) >> 51);
@@ -56,6 +62,7 @@ void setUsed(UInt32 slot, bool used) {
   full = ~word == 0 ? full | fullBit : full & ~fullBit;
 }
 
+// A handle with a hash is in that chain, so the search for what links to it ends.
 void leaveBucket(RecordStruct* record) {
   if (record->hash == kNoHandle) return;
   UInt16* link = &tables->firstLocked[record->hash];
@@ -77,6 +84,7 @@ bool isLockedAt(const RecordStruct* record, const void* data) {
   return record != nullptr && record->data == data && record->locked;
 }
 
+// At the front of its database's chain: nobody asks for an order there.
 void joinFather(RecordStruct* record) {
   record->next = record->father->firstHandle;
   record->previous = kNoHandle;
@@ -148,6 +156,8 @@ void FreeHandlesOf(DmOpenRef father) {
 RecordStruct* LockedRecordAt(const void* data) {
   if (tables == nullptr || data == nullptr) return nullptr;
   RecordStruct* found = nullptr;
+  // Two handles may be locked at one place, the held record's and one that a program kept. All lie in one array, so the
+  // lower address is the lower slot.
   for (UInt16 slot = tables->firstLocked[bucketOf(data)]; slot != kNoHandle; slot = tables->records[slot].sameHash) {
     RecordStruct* record = &tables->records[slot];
     if (isLockedAt(record, data) && (found == nullptr || record < found)) found = record;
@@ -164,6 +174,7 @@ void NoteLocked(RecordStruct* record) {
 void PlaceHandles(DmOpenRef db) {
   for (UInt16 slot = db->firstHandle; slot != kNoHandle; slot = tables->records[slot].next) {
     RecordStruct& record = tables->records[slot];
+    // Space that is no part of the file has not moved with it.
     if (record.onHeap) continue;
     record.data = db->hFile->mapmem + record.rOffset + (record.isAppInfo ? 0 : kRecordHeaderSize);
     if (record.locked) NoteLocked(&record);

@@ -1,4 +1,5 @@
-// Entries of an index: where one stands, sorting them in the file.
+// Entries of an index: where one stands, sorting them in the file. What scripts' programs call directly; the tables'
+// own searches are in tables/.
 #include <algorithm>
 #include <memory>
 
@@ -45,6 +46,7 @@ int FindKeyInIndexFile(DmOpenRef index, const char* entry, int length, UInt32* p
   const SoughtKey key(entry + kEntryKeyAt, keyBytes(entries, length));
   UInt32 at = 0;
   if (entries.count > 1) {
+    // That search tells the place behind the last entry with this key; 0, before all entries, leaves no place at all.
     at = __FindBinary(index, const_cast<char*>(entry), nullptr, __SCmpFunc, static_cast<std::int16_t>(length)) - 1;
     if (at >= entries.count) return 0;
   }
@@ -78,6 +80,7 @@ int OrdenarIndice(DmOpenRef index) {
   const Entries entries = storedEntries(*index);
   if (entries.count != 0 && !AreInOrder(entries)) {
     const ChangeSeenByReaders change;
+    // It would stand for another entry afterwards.
     FreeHandle(HeldRecord(*index));
     const BehindWhile behind(index);
     const std::size_t bytes = entries.count * entries.stride;

@@ -1,3 +1,6 @@
+// A move has two sides: the file's, made by ProtectedMove so that a kill leaves all of it or nothing, and what is kept
+// in memory of places in the file, which the Follow functions bring after it. Nothing may look at records between the
+// two.
 #include "storage/records/moves.h"
 
 #include <algorithm>
@@ -20,6 +23,8 @@ TailMove MoveOf(const mymap& map, UInt32 offset, std::int64_t n) {
 void DropRecords(pmymap map) {
   TailMove move{};
   move.after = HeaderOf(*map);
+  // No byte moves: the tail is the nothing behind the end, put at the end of the block. What FinishMove zeros is then
+  // everything in between.
   move.from = static_cast<UInt32>(map->szmap);
   move.to = std::min(RecordsBegin(move.after), move.from);
   move.after.NumberOfRecords = 0;
@@ -54,6 +59,8 @@ void FollowGrowth(DmOpenRef db) {
 
 using namespace vorne;
 
+// Both work at map->offset, which the caller has set (__PositionOnRecordBegin does). They know the one file: offsets
+// beside it are their callers' matter.
 int MoveFwd(pmymap map, long n) {
   if (map == nullptr || n <= 0) return 0;
   const std::int64_t position = map->offset;

@@ -1,3 +1,5 @@
+// A slot is the place of a record's header, 4 bytes; slot i is record i's. What is behind the file's used size counts
+// for nothing, whatever stands there.
 #include "storage/records/offsets.h"
 
 #include <algorithm>
@@ -50,6 +52,7 @@ void RemoveOffset(DmOpenRef db, UInt32 index, UInt32 moved, UInt32 count) {
   if (db->hOS == nullptr) return;
   const UInt32 slots = OffsetSlots(*db);
   if (index >= slots) return;
+  // How many there are afterwards.
   const UInt32 left = slots - std::min(count, slots - index);
   std::memmove(OffsetSlot(*db, index), OffsetSlot(*db, index + slots - left),
                static_cast<std::size_t>(left - index) * kOffsetSize);
@@ -82,6 +85,7 @@ void PutRecOffSet(DmOpenRef db, UInt32 index, UInt32 offset, Boolean insert, lon
 
 UInt32 GetRecOffSet(DmOpenRef db, UInt32 index) {
   if (!IsOpen(db) || db->hOS == nullptr || index >= OffsetSlots(*db)) {
+    // A place made up for a record that there is not would be written to: the process ends instead.
     Logar(Message("GetRecOffSet %s %ld", db == nullptr ? "" : db->fName, static_cast<long>(index)).c_str());
     __RuntimeError(0, -1);
   }

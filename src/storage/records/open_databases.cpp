@@ -1,3 +1,5 @@
+// A slot is a database's ID less one. It is taken when a database is found, before it is opened, and kept until it is
+// closed for the last time, or the catalogue is; OpenFiles[i] is &databases[i] while slot i is taken, else null.
 #include "storage/records/open_databases.h"
 
 #include <cstdio>
@@ -18,6 +20,7 @@ void (*beforeDeletion)(DmOpenRef db) = nullptr;
 
 namespace {
 
+// By folded name; as many entries as slots that are taken.
 std::unordered_map<std::string, UInt32> slotOfName;
 UInt32 firstFreeSlot = 0;  // none below is free
 
@@ -62,6 +65,7 @@ DmOpenRef TakeDatabase(std::string_view name, UInt32 entry) {
   if (firstFreeSlot >= kOpenFiles) return nullptr;
   DmOpenRef db = &databases[firstFreeSlot];
   *db = {};
+  // Names come from the catalogue here, which bounds them to 31 letters; the field has 128.
   std::memcpy(db->fName, name.data(), name.size());
   db->fOffset = entry;
   db->Record = kNoRecord;

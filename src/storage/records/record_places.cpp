@@ -1,3 +1,4 @@
+// The inline ones, through which every access goes, are in the header; here is what walks and foreign programs ask.
 #include "storage/records/record_places.h"
 
 #include <algorithm>
@@ -16,6 +17,7 @@ using namespace vorne;
 UInt32 __PositionOnRecordBegin(DmOpenRef db, UInt32 index) {
   if (!IsOpen(db)) return 0;
   std::uint64_t position = UsedEnd(*db);
+  // From kAppend on a number stands for the end of what is used.
   if (index <= kAppend - 1) {
     if (!IsVariable(*db))
       position = RecordsBegin(db->Head) + static_cast<std::uint64_t>(index) * RecordStride(*db);
@@ -25,6 +27,7 @@ UInt32 __PositionOnRecordBegin(DmOpenRef db, UInt32 index) {
       position = GetRecOffSet(db, index);
   }
   if (position > static_cast<UInt32>(db->hFile->szallocated) || position > UsedEnd(*db)) position = UsedEnd(*db);
+  // The place at which MoveFwd and MoveBwd work.
   db->hFile->offset = static_cast<std::int32_t>(position);
   return static_cast<UInt32>(position);
 }

@@ -1,3 +1,5 @@
+// A database holds one record at a time: asking for another one gives the same handle a new meaning, after writing back
+// what was changed. What a handle shows is good until the next record is asked for.
 #include "storage/records/records.h"
 
 #include <algorithm>
@@ -18,6 +20,7 @@ void storeRecordHeader(const OpenStruct& db, UInt32 place, const RecordHeader& h
 }
 
 RecordHeader newRecordHeader(UInt32 size) {
+  // Without marks: until they are there it is a record that was begun, which the next opening takes out.
   return {static_cast<std::uint16_t>(size), static_cast<std::uint16_t>(size), 0, 0, 0};
 }
 
@@ -37,6 +40,7 @@ inline RecordStruct* hold(DmOpenRef db, UInt32 index, UInt32 place) {
   record->sizeallocated = header.AllocatedSpace;
   record->rOffset = place;
   record->data = db->hFile->mapmem + place + kRecordHeaderSize;
+  // It may have been locked by who asked for the record before: a lock is on a record, not on the handle.
   record->isnew = record->isAppInfo = record->dirty = record->locked = record->placed = 0;
   record->resize = 0;
   return record;
@@ -62,6 +66,7 @@ UInt32 appendPlace(const OpenStruct& db) {
 void cutTo(DmOpenRef db, UInt32 place) {
   if (place >= UsedEnd(*db)) return;
   TailMove move = MoveOf(*db->hFile, place, 0);
+  // Not the records behind it, as in a gap that closes: nothing there counts, so nothing moves.
   move.from = UsedEnd(*db);
   move.after.szmap = place;
   const ProtectedMove made(db->hFile, move);
@@ -71,6 +76,7 @@ UInt32 append(DmOpenRef db, UInt32 size) {
   const UInt32 place = appendPlace(*db);
   cutTo(db, place);
   const std::int64_t span = static_cast<std::int64_t>(place) - UsedEnd(*db) + size + kRecordHeaderSize;
+  // A growth can move the mapping, and only then do the addresses that handles show have to be worked out again.
   const char* mapping = db->hFile->mapmem;
   if (!EnsureRoom(db->hFile, static_cast<long>(span)) || (db->hOS != nullptr && !EnsureRoom(db->hOS, kOffsetSize)))
     GrowthFailure(*db->hFile);
@@ -132,6 +138,7 @@ Err ResizeRecord(RecordStruct* record, UInt32 size) {
     move.patchAt = record->rOffset;
     move.patch = HeaderAtPlace(*db, record->rOffset);
     move.patch.AllocatedSpace = static_cast<std::uint16_t>(size);
+    // One that does not count yet has no other bytes to keep. An old one's length follows when the record is written.
     if (record->isnew) move.patch.RecordLen = move.patch.AllocatedSpace;
     move.offsetsFollow = db->hOS != nullptr;
     {
@@ -141,6 +148,7 @@ Err ResizeRecord(RecordStruct* record, UInt32 size) {
     record->sizeallocated = size;
     FollowMove(db, move);
   }
+  // A record that gets shorter keeps its space: nothing behind it moves, and it may grow back.
   record->size = size;
   record->dirty = 1;
   return errNone;
@@ -169,6 +177,7 @@ MemHandle DmNewRecord(DmOpenRef db, UInt32* index, UInt32 size) {
   SettleHeld(db);
   const UInt32 count = db->Head.NumberOfRecords;
   if (!IsVariable(*db) && count != 0 && size + kRecordHeaderSize != RecordStride(*db)) return nullptr;
+  // The handle before the file: without one nothing may have been made.
   if (newHeld(db) == nullptr) return nullptr;
 
   const bool appends = *index >= count;
@@ -184,6 +193,7 @@ MemHandle DmNewRecord(DmOpenRef db, UInt32* index, UInt32 size) {
 UInt32 __WriteRecordToFile(DmOpenRef db, Boolean dirty) {
   RecordStruct* record = IsOpen(db) ? HeldRecord(*db) : nullptr;
   if (record == nullptr) return 0;
+  // A header that says more than its space would make the next opening stop at this record.
   if (record->size > record->sizeallocated) record->size = record->sizeallocated;
   const UInt32 place = record->rOffset != 0 ? record->rOffset : __PositionOnRecordBegin(db, record->index);
   const auto length = static_cast<std::uint16_t>(record->size);
@@ -233,6 +243,7 @@ Err DmReleaseRecord(DmOpenRef db, UInt32 index, Boolean dirty) {
   RecordStruct* record = HeldRecord(*db);
   if (record == nullptr) return errNoSuchRecord;
   if (record->index != index) return errArgument;
+  // Who only read a record leaves its bit as it was.
   const bool keepsDirty = !record->dirty && (HeaderAtPlace(*db, record->rOffset).RecordAttr & kDirty) != 0;
   __WriteRecordToFile(db, dirty || keepsDirty);
   FreeHandle(record);
@@ -270,6 +281,7 @@ Err DmSyncDatabase(DmOpenRef db) {
   return errNone;
 }
 
+// These two are there for programs that link with them; they never did anything.
 Err DmSearchRecord(MemHandle, DmOpenRef*) {
   return errNone;
 }

@@ -1,4 +1,5 @@
-// Taking records out: one, a range, all of them.
+// Taking records out: one, a range, all of them. Records that go leave no hole: what follows moves up, as one protected
+// move with its count.
 #include <algorithm>
 
 #include "storage/records/moves.h"
@@ -38,6 +39,7 @@ Err DmRemoveRecord(DmOpenRef db, UInt32 index) {
   const UInt32 place = index < db->Head.NumberOfRecords ? RecordPlace(*db, index) : 0;
   if (place == 0) return errNoSuchRecord;
   FreeHandle(HeldRecord(*db));
+  // The only record: what else lies behind it goes too, as when a table is emptied.
   if (db->Head.NumberOfRecords == 1) {
     __InternalZap(db);
     return errNone;
@@ -56,6 +58,7 @@ Err ExcluirFaixa(DmOpenRef db, UInt32 first, UInt32 last) {
   const UInt32 lastPlace = RecordPlace(*db, last);
   if (begin == 0 || lastPlace < begin) return errNoSuchRecord;
   FreeHandle(HeldRecord(*db));
+  // Emptying moves nothing, however large the file is.
   if (first == 0 && last == count - 1)
     __InternalZap(db);
   else

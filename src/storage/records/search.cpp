@@ -1,4 +1,6 @@
-// Searches in databases whose records are entries in order.
+// Searches in databases whose records are entries in order. The position found is the one at which such an entry would
+// be put in: behind those that are equal. Indexes are searched by their bytes alone; for other databases the caller's
+// function is asked at every probe.
 #include <algorithm>
 #include <optional>
 
@@ -19,6 +21,7 @@ int keyLengthThere(const char* b, MemHandle appInfo, int length) {
   const RecordStruct* block = RecordOf(appInfo);
   if (block == nullptr || !IsOpen(block->father)) return length;
   const mymap& map = *block->father->hFile;
+  // Programs compare with entries of their own making too, before which there is no header to look at.
   if (b < map.mapmem + kHeaderSize + kRecordHeaderSize || b >= map.mapmem + map.szmap) return length;
   const int has = Load<RecordHeader>(b - kRecordHeaderSize).RecordLen;
   return std::min(length, has - static_cast<int>(kEntryKeyAt));
@@ -85,6 +88,7 @@ class IndexEntries {
 
 template <class Searched>
 UInt32 sortPosition(std::int64_t count, const Searched& entries) {
+  // `seen`: one behind the last entry that was equal, -1 before there was one.
   std::int64_t low = 0, high = count - 1, seen = -1;
   // The first probe is entry 0, not the middle, and equal entries are walked from where they are met: where a run of
   // equal keys begins and ends for the callers depends on both.

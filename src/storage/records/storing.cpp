@@ -1,6 +1,10 @@
+// Everything that stores a whole record goes through here, so that no caller has to know in which order length, bytes
+// and count must change.
 #include "storage/records/storing.h"
 
+#include "storage/files/mapped_file.h"
 #include "storage/records/handle_calls.h"
+#include "storage/records/open_databases.h"
 #include "storage/records/records.h"
 
 namespace vorne {
@@ -9,6 +13,7 @@ namespace {
 
 bool storeHeld(DmOpenRef db, RecordStruct& record, std::span<const char> bytes, Boolean dirty) {
   const UInt32 index = record.index;
+  // Released whatever came of it: nobody else knows of the handle.
   const Err written = WriteBytes(record, 0, bytes);
   return DmReleaseRecord(db, index, dirty) == errNone && written == errNone;
 }
@@ -28,6 +33,11 @@ bool AppendRecord(DmOpenRef db, std::span<const char> bytes, UInt32* index, Bool
   if (handle == nullptr || !storeHeld(db, **handle, bytes, dirty)) return false;
   if (index != nullptr) *index = place;
   return true;
+}
+
+bool TryAppendRecord(DmOpenRef db, std::span<const char> bytes, UInt32* index) {
+  return IsOpen(db) && EnsureRoom(db->hFile, static_cast<long>(bytes.size() + kRecordHeaderSize + 1)) &&
+         (db->hOS == nullptr || EnsureRoom(db->hOS, kOffsetSize)) && AppendRecord(db, bytes, index);
 }
 
 bool StoreRecord(DmOpenRef db, UInt32 index, std::span<const char> bytes, Boolean dirty) {

@@ -1,3 +1,6 @@
+// The order of things, on which a kill at any moment depends: the mark goes into the index's file (MarkBehind), the
+// table's record is stored, the entry comes here (InsertEntry, RemoveEntry), all that waits is put in at once (settle),
+// the mark goes.
 #include "storage/records/waiting_entries.h"
 
 #include <algorithm>
@@ -18,6 +21,7 @@ namespace vorne {
 // opening makes anew. The mark goes when the last entry is in its place.
 struct WaitingEntries {
   std::size_t size = 0;  // of an entry
+  // Entries one behind the other, `size` bytes each.
   std::vector<char> inserted, removed;
   std::vector<bool> cancelled;  // insertions that were removed again; as long as the last of them
   UInt32 insertions = 0, removals = 0;
@@ -48,11 +52,14 @@ void findRemoved(const Entries& file, const Entries& removed, const std::uint32_
   const SoughtKey key(removed.key(*begin), removed.keyLength());
   const UInt32 behind = FirstGreater(file, key, from, file.count);
   from = FirstNotSmallerFromBack(file, key, from, behind);
+  // The file may hold thousands of entries with this key (a shop, a day): the records wanted are sorted, so that one
+  // walk over them finds all.
   std::vector<std::int32_t> records;
   for (const std::uint32_t* number = begin; number != end; ++number) records.push_back(removed.record(*number));
   std::sort(records.begin(), records.end());
   std::vector<bool> taken(records.size());
   const std::size_t first = found.size();
+  // Damage may have an entry there twice: each removal takes one of them.
   for (UInt32 place = behind; place > from && found.size() - first < records.size(); --place) {
     const std::int32_t record = file.record(place - 1);
     auto wanted = static_cast<std::size_t>(std::lower_bound(records.begin(), records.end(), record) - records.begin());
@@ -62,6 +69,7 @@ void findRemoved(const Entries& file, const Entries& removed, const std::uint32_
     found.push_back(place - 1);
   }
   std::reverse(found.begin() + static_cast<std::ptrdiff_t>(first), found.end());
+  // The keys come in order: nothing for the next one stands before this.
   from = behind;
 }
 
@@ -89,6 +97,7 @@ bool takeOut(EntryFile& file, const Entries& removed) {
 std::vector<std::uint32_t> insertionOrder(WaitingEntries& waiting) {
   std::vector<std::uint32_t> order;
   if (waiting.ascending) {
+    // Programs mostly append in the order of a key, and there is nothing to sort.
     order.resize(waiting.insertions);
     for (UInt32 i = 0; i < waiting.insertions; ++i) order[i] = i;
   } else {
@@ -100,7 +109,7 @@ std::vector<std::uint32_t> insertionOrder(WaitingEntries& waiting) {
 }
 
 // From the back, so that every entry moves once, and to where nothing is needed any more.
-// There is room for them. False when one of them met its equal.
+// There is room for them. False when one of them met its equal, or entries that are out of order.
 bool putIn(EntryFile& file, const Entries& inserted, const std::vector<std::uint32_t>& order) {
   bool fits = true;
   const auto count = static_cast<UInt32>(order.size());
@@ -111,6 +120,8 @@ bool putIn(EntryFile& file, const Entries& inserted, const std::vector<std::uint
     const SoughtKey key(inserted.key(order[left - 1]), inserted.keyLength());
     const UInt32 place = FirstGreaterFromBack(entries, key, 0, rest);
     fits &= place == 0 || std::memcmp(entries.at(place - 1), entry, entries.size) != 0;
+    // Behind `rest` stands what has moved already.
+    fits &= AreInOrderBeside({entries.first, entries.stride, entries.size, rest}, place);
     file.move(place, place + left, rest - place);
     file.store(place + left - 1, entry);
     rest = place;
@@ -129,6 +140,7 @@ bool isDoubtful(DmOpenRef index) {
 void settle(DmOpenRef index, WaitingEntries& waiting) {
   const ChangeSeenByReaders change;
   EntryFile file(index, waiting.size);
+  // The mark stays, and the index is made anew when it is used or opened next.
   if (!file.isSound()) {
     waiting.behind = true;
     return;
@@ -149,6 +161,7 @@ void settle(DmOpenRef index, WaitingEntries& waiting) {
 // What takes the entry, null for one that cannot be.
 WaitingEntries* queueFor(DmOpenRef index, std::span<const char> entry) {
   if (!IsOpen(index)) return nullptr;
+  // Who did not announce the change is late, but the mark still comes before anything waits that a kill would lose.
   if (index->waiting == nullptr) MarkBehind(index);
   WaitingEntries& waiting = *index->waiting;
   waiting.announced = false;
@@ -169,6 +182,7 @@ void settleWhenMany(DmOpenRef index) {
 bool cancelInsertion(WaitingEntries& waiting, std::span<const char> entry) {
   if (waiting.insertions == 0) return false;
   const Entries inserted = waiting.insertedEntries();
+  // Made at the first removal: nearly always there is none, and each insertion would pay for it.
   if (waiting.byRecord.empty())
     for (UInt32 i = 0; i < waiting.insertions; ++i)
       if (!waiting.isCancelled(i)) waiting.byRecord.emplace(inserted.record(i), i);
@@ -222,6 +236,7 @@ bool IsBehind(DmOpenRef index) {
 
 void SettleEntries(DmOpenRef index) {
   if (!IsOpen(index) || index->waiting == nullptr) return;
+  // Announced: the table is being changed by a caller of ours, whose entry is still to come.
   const bool staysBehind = index->waiting->announced || index->waiting->behind;
   if (!index->waiting->isPending() && staysBehind) return;
   // Out of the database first: should the file not grow, the way out closes it, and that must not try again.
@@ -269,6 +284,7 @@ bool RemoveEntriesFrom(DmOpenRef index, std::int32_t first) {
     const bool stays = entries.record(from) < first;
     for (end = from + 1; end < entries.count && (entries.record(end) < first) == stays;) ++end;
     if (!stays) continue;
+    // Whole runs at once: entries of the records that go may stand anywhere between the others.
     if (kept != from) file.move(from, kept, end - from);
     kept += end - from;
   }

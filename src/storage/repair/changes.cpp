@@ -1,7 +1,10 @@
+// No file of the directory is changed anywhere else in a repair, apart from what the journal of an interrupted change
+// puts right.
 #include "storage/repair/changes.h"
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -45,7 +48,11 @@ bool Changes::remove(const std::string& file) {
 
 void Changes::failed(const std::string& file, const std::string& words) {
   report_.refused = true;
-  report_.problems.push_back({file, -1, words + ": " + std::strerror(errno), false});
+  Problem refusal{.file = file, .problem = words + ": " + std::strerror(errno), .isRefusal = true};
+  // Several steps of a repair may want the same file.
+  const auto isSame = [&](const Problem& told) { return told.file == file && told.problem == refusal.problem; };
+  if (std::none_of(report_.problems.begin(), report_.problems.end(), isSame))
+    report_.problems.push_back(std::move(refusal));
 }
 
 }  // namespace vorne

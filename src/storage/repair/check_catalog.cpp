@@ -1,3 +1,5 @@
+// Three sources are held against each other: the slots of the catalogue, those of its backup, the files that are there.
+// The files win: an entry that names none goes, a database without an entry gets one.
 #include "storage/repair/check_catalog.h"
 
 #include <algorithm>
@@ -49,6 +51,7 @@ SYSTEMTIME timeNow() {
 std::vector<DatabaseHdrType> entriesBetween(FileBytes bytes, std::uint64_t from, std::uint64_t end) {
   std::vector<DatabaseHdrType> entries;
   end = std::min<std::uint64_t>(end, bytes.size());
+  // What is cut off at the end is no entry.
   for (std::uint64_t at = from; at < end && end - at >= kCatalogEntrySize; at += kCatalogEntrySize)
     entries.push_back(Load<DatabaseHdrType>(bytes.data() + at));
   return entries;
@@ -90,6 +93,7 @@ class CatalogCheck {
     readLost();
     for (std::size_t i = 0; i < state_.slots.size(); ++i) checkSlot(i);
     for (const auto& [name, entry] : directory_.files()) checkFile(name, entry);
+    // A repaired catalogue ends with its last entry, as one that was never longer.
     while (!state_.slots.empty() && isFree(state_.slots.back())) state_.slots.pop_back();
     settleLost();
     state_.complete = complete_;
@@ -139,6 +143,7 @@ class CatalogCheck {
     DatabaseHdrType& entry = state_.slots[index];
     if (!isFree(entry)) {
       const auto number = static_cast<std::int64_t>(index) + 1;
+      // Settled before it is judged: whether a name clashes depends on the kind, and that on the type code.
       settleType(entry, number);
       const std::string words = faultOf(entry);
       if (words.empty()) return takeName(entry);
@@ -197,6 +202,7 @@ class CatalogCheck {
 
   // The name of a file that differs from `name` in small and capital letters only; empty without one.
   std::string otherSpelling(const std::string& name) {
+    // Made at the first question: nearly every directory is spelled as its catalogue says.
     if (spellings_.empty())
       for (const auto& [file, entry] : directory_.files())
         if (entry.kind == FileKind::kRegular && IsDatabaseName(file)) spellings_.emplace(FoldedName(file), file);
@@ -229,6 +235,7 @@ class CatalogCheck {
     complete_ = backup.error.empty() || directory_.kindOf(kCatalogBackupName) != FileKind::kRegular;
     if (!complete_) report_.problems.push_back({kCatalogBackupName, -1, "it cannot be read: " + backup.error, false});
     for (const DatabaseHdrType& entry : entriesBetween(backup.bytes(), kHeaderSize, kLargestFile)) addLost(entry);
+    // The backup may be older than the catalogue, and mostly is while a program runs: that is worth a note, no more.
     const bool same =
         backup.length == catalog_.length &&
         (backup.length == 0 || std::memcmp(backup.memory.get(), catalog_.memory.get(), backup.length) == 0);
@@ -255,6 +262,7 @@ class CatalogCheck {
     const auto owner = owners_.find(entry.inode);
     const auto lost = lost_.find(name);
     if (entry.kind != FileKind::kRegular || !IsDatabaseName(name)) return foreign(name, "it belongs to no database");
+    // By the file and not by its name: records written by one name would be seen by the other.
     if (owner != owners_.end()) {
       state_.extraNames.push_back(name);
       return foreign(name, "it is a second name of the file " + owner->second);
@@ -299,6 +307,7 @@ class CatalogCheck {
   }
 
   void restore(const DatabaseHdrType& entry) {
+    // A free slot first, as programs do: what the others are named by stays where it is.
     const auto free = std::find_if(state_.slots.begin(), state_.slots.end(), isFree);
     if (free == state_.slots.end())
       state_.slots.push_back(entry);
@@ -314,6 +323,7 @@ class CatalogCheck {
   DirectoryReport& report_;
   CatalogState state_;
   bool complete_ = true;  // without the backup's entries a rewritten catalogue would have lost them for good
+  // Names that got an entry from the backup or from their file.
   std::vector<std::string> restored_;
   std::set<std::string> names_;                   // of databases, folded
   std::set<std::string> offsets_;                 // names of offsets files, folded

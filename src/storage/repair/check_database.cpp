@@ -1,3 +1,5 @@
+// Two halves: what the files are found to be (CheckDatabase), and the bytes of files that are right, made from it (the
+// Repaired functions). The first changes nothing; the second works from what the first has found alone.
 #include "storage/repair/check_database.h"
 
 #include <algorithm>
@@ -8,6 +10,7 @@ namespace vorne {
 
 namespace {
 
+// Bytes behind the end that an opening expects to be zero.
 constexpr std::uint32_t kQuietTail = 128;
 // A record uses a byte at least, which bounds how many a file can hold.
 constexpr std::uint32_t kSmallestSpan = kRecordHeaderSize + 1;
@@ -28,6 +31,8 @@ DatabaseKind chooseKind(std::uint32_t type, const DatabaseFiles& files, Findings
   }
   if (header.Type == expected) return expected;
   const bool variable = files.offsets.length >= kHeaderSize;
+  // Both kinds of one sort, or the offsets file speaks for the header: the file is as its program made it, only the
+  // catalogue says another thing.
   if (variable == (header.Type == kVariableDatabase) || variable != (expected == kVariableDatabase)) {
     findings.note(Message("its type code means kind '%c', it is of kind '%c'", expected, header.Type));
     return static_cast<DatabaseKind>(header.Type);
@@ -75,6 +80,7 @@ Slots slotsOf(const RawFile& offsets, std::uint32_t counted, Findings& findings)
 // The slots follow the records, with or without one for each record begun and not finished.
 bool slotsFollow(const Slots& slots, const Records& records, Findings& findings) {
   std::uint32_t slot = 0;
+  // A slot may stand for a record that was begun: those are passed over on both sides.
   auto unfinished = records.unfinished.begin();
   for (std::size_t i = 0; i < records.places.size(); ++i, ++slot) {
     for (; unfinished != records.unfinished.end() && *unfinished < records.places[i]; ++unfinished)
@@ -116,6 +122,7 @@ DatabaseState CheckDatabase(std::uint32_t type, const DatabaseFiles& files, Find
   const bool variable = state.kind == kVariableDatabase;
   if (variable) file.slots = slotsOf(files.offsets, file.count.value_or(0), offsets);
   state.records = variable ? SalvageChain(file, data) : SalvageEqualRecords(file, data);
+  // Memo texts are named by their numbers: one that is lost must keep its place.
   if (type == kTypeMemo) FillGaps(state.records);
   if (!data.sound()) state.records.rewrite = true;
   if (variable) {
@@ -199,6 +206,7 @@ std::vector<char> RepairedData(const DatabaseFiles& files, const DatabaseState& 
   std::copy(block.begin(), block.end(), bytes.begin() + kHeaderSize);
   forEachNewPlace(files, records, [&](std::uint32_t from, const RecordHeader& header, std::uint64_t to) {
     char* at = bytes.data() + to;
+    // With marks and known attributes, also where the old header had neither.
     Store(at, Mended(header, header.AllocatedSpace));
     // What is reserved behind a record goes with it.
     const bool remade = records.remade.contains(from);

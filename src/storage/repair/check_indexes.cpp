@@ -1,3 +1,5 @@
+// An index holds nothing that its table does not: whatever is wrong with it, it is made anew as a whole. What cannot be
+// made anew is its key, so that is looked for in the entries when the block does not tell it.
 #include "storage/repair/check_indexes.h"
 
 #include <algorithm>
@@ -43,7 +45,9 @@ class Comparison {
   const CheckedDatabase &table_, &index_;
   EntryMaker& maker_;
   std::vector<char> expected_;
+  // Records of the table that an entry has named.
   std::vector<bool> seen_;
+  // The entry before: null at the first.
   const char* previous_ = nullptr;
 };
 
@@ -206,6 +210,8 @@ bool HoldsEntries(const CheckedDatabase& index) {
     seen[record] = true;
     ++good;
   }
+  // Most of them name a record each, and no two the same: what else a file of equal records would hold does not do
+  // that.
   return good * 2 > index.count();
 }
 
@@ -213,6 +219,7 @@ std::vector<char> FreshIndex(const CheckedTable& table, const CheckedDatabase& i
   EntryMaker maker(table.description.fields, told.keyFields);
   if (maker.size() == 0) return {};
   const std::size_t size = maker.size(), stride = size + kRecordHeaderSize, records = table.database.count();
+  // The table may have another name than when the index was made.
   told.table = table.description.name;
   told.keyLength = static_cast<std::int32_t>(size - kEntryKeyAt);
   const std::string block = freshBlock(table, index, told);

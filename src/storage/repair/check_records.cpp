@@ -1,3 +1,4 @@
+// One pass over a record both tells its faults and, when asked to, puts the mended bytes together.
 #include "storage/repair/check_records.h"
 
 #include <algorithm>
@@ -23,6 +24,7 @@ class RecordCheck {
  public:
   RecordCheck(std::span<const char> record, std::uint32_t memoTexts, std::string* mended)
       : record_(record),
+        // Without the mark at the end: a text that lacks its zero must not take it for one of its own.
         from_(record.first(record.size() - std::min<std::size_t>(record.size(), kEndMarkSize))),
         memoTexts_(memoTexts),
         mended_(mended) {}
@@ -121,7 +123,9 @@ class RecordCheck {
   std::span<const char> record_;
   ByteReader from_;
   std::uint32_t memoTexts_;
+  // Where the record goes as it ought to be, field by field; null when nobody wants it.
   std::string* mended_;
+  // The record's end was told: every field behind it is missing for the same reason.
   bool ended_ = false;
   std::vector<FieldFault> faults_;
 };

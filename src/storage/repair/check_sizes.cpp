@@ -1,3 +1,4 @@
+// A kill leaves a file longer than its header says, never a shorter one.
 #include "storage/repair/check_sizes.h"
 
 #include <algorithm>

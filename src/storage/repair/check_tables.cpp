@@ -1,3 +1,5 @@
+// A description may be lost, wrong for its records, or right with damaged records. Which of the last two it is decides
+// whether a repair may touch the records at all (FitOf).
 #include "storage/repair/check_tables.h"
 
 #include <algorithm>
@@ -24,6 +26,7 @@ bool endsLikeATable(const DatabaseFiles& files, const Records& records) {
     const char* end = record.data() + record.size() - kEndMarkSize;
     return (end[0] == kLive || end[0] == kDeleted) && end[1] == '\0';
   };
+  // All of them: a byte that happens to be a mark is found in one record, not in each.
   return !records.places.empty() && std::all_of(records.places.begin(), records.places.end(), ends);
 }
 

@@ -1,3 +1,4 @@
+// The user says the fields; they are taken only if the records fit them and so do the keys of the table's indexes.
 #include "storage/repair/describe_table.h"
 
 #include <algorithm>
@@ -18,6 +19,7 @@ namespace {
 
 constexpr std::uint32_t kAnyText = ~0u;  // the memo texts are another database's matter
 constexpr std::int32_t kMarkLength = 2;
+constexpr std::size_t kMostMisfits = 20;  // wrong fields fit no record: a screenful shows what is wrong with them
 
 TableDescription descriptionFor(const std::string& name, std::vector<ControlFieldTBL> fields) {
   TableDescription table;
@@ -71,7 +73,8 @@ void writeBytes(const DataDirectory& directory, const std::string& name, const D
                       changes.replace(name, RepairedData(files, state)) &&
                       changes.replace(OffsetsName(name), RepairedOffsets(files, state));
   described.copies = CopiesDirectory();
-  if (!described.written) described.refusal = report.problems.back().file + ": " + report.problems.back().problem;
+  described.isRefused = !described.written;
+  if (described.isRefused) described.refusal = report.problems.back().file + ": " + report.problems.back().problem;
 }
 
 }  // namespace
@@ -82,16 +85,18 @@ Described DescribeTable(const std::string& directory, const std::string& name, s
   DatabaseFiles files;
   files.data = data.read(name);
   if (data.kindOf(offsetsName) == FileKind::kRegular) files.offsets = data.read(offsetsName);
-  Findings ofData(name), ofOffsets(offsetsName), misfits(name);
+  Findings ofData(name), ofOffsets(offsetsName), misfits(name, kMostMisfits);
   DatabaseState state = CheckDatabase(kTypeData, files, ofData, ofOffsets);
   Described described;
   const TableDescription table = descriptionFor(name, std::move(fields));
   const auto known = ReadDescription(SavedBlock(files, state.records));
+  // By the blocks' bytes, with what the user cannot say (times, numbers of indexes) as in a new one.
   described.isSame = known && TableBlock({0, table.name, 0, kTypeData, 3, 0, known->fields}) == TableBlock(table);
   if (described.isSame) return described;
   described.refusal = refusalFor(data, name, files, state, ofData.sound() && ofOffsets.sound());
   if (!described.refusal.empty()) return described;
 
+  // Before anything is told: the description may not be taken, but the misfits are shown in any case.
   const Fit fit = FitOf(table, files, state, kAnyText);
   described.records = state.records.places.size();
   described.misfits = fit.misfits;

@@ -8,10 +8,11 @@ namespace vorne {
 
 struct Described {
   bool written = false;
-  bool isSame = false;  ///< the table has this description already
-  std::string refusal;  ///< why it was not written, and what to do
+  bool isSame = false;     ///< the table has this description already
+  bool isRefused = false;  ///< the system did not let it be written
+  std::string refusal;     ///< why it was not written, and what to do
   std::uint64_t records = 0, misfits = 0;
-  std::vector<Problem> problems;  ///< records that do not fit the fields, at most 100 and a line that counts the rest
+  std::vector<Problem> problems;  ///< records that do not fit the fields, at most 20 and a line that counts the rest
   std::string copies;             ///< the directory with the files as they were before
 };
 

@@ -1,3 +1,4 @@
+// The two entrances; the walk itself is Inspection.
 #include "storage/repair/directory_check.h"
 
 #include <unistd.h>
@@ -25,6 +26,7 @@ DirectoryReport CheckDirectory(const std::string& directory, const CheckOptions&
   constexpr useconds_t kBetweenLooks = 100'000;
   const std::string path = directory + kDataDirectory;
   for (int look = 1;; ++look) {
+    // Names, sizes and kinds of files before and after: equal ones mean that nobody has come or gone meanwhile.
     const DataDirectory before(path);
     DirectoryReport report = Inspection(directory, options, false).run();
     report.inUse = report.inUse || IsInUse(path);

@@ -1,3 +1,4 @@
+// What a directory holds by the catalogue and the files' headers alone: quick, and changed by no damage behind them.
 #include "storage/format/names.h"
 #include "storage/repair/check_catalog.h"
 #include "storage/repair/check_database.h"

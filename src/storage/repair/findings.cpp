@@ -1,10 +1,9 @@
+// All are counted, the first of them listed.
 #include "storage/repair/findings.h"
 
 namespace vorne {
 
 namespace {
-
-constexpr std::size_t kListed = 100;
 
 void append(std::vector<Problem>& to, const std::vector<Problem>& from, std::uint64_t count, bool repaired,
             bool byHand) {
@@ -13,6 +12,7 @@ void append(std::vector<Problem>& to, const std::vector<Problem>& from, std::uin
     problem.byHand = byHand;
     to.push_back(std::move(problem));
   }
+  // One line for all that were not kept.
   if (count > from.size())
     to.push_back({from.front().file, -1,
                   Message("... and %llu more of this kind", static_cast<unsigned long long>(count - from.size())),
@@ -22,7 +22,7 @@ void append(std::vector<Problem>& to, const std::vector<Problem>& from, std::uin
 }  // namespace
 
 void Findings::add(std::vector<Problem>& list, std::uint64_t& count, std::string text, std::int64_t record) {
-  if (++count <= kListed) list.push_back({file_, record, std::move(text), false});
+  if (++count <= most_) list.push_back({file_, record, std::move(text), false});
 }
 
 void Findings::tell(DirectoryReport& report, bool repaired, bool byHand) const {

@@ -8,7 +8,8 @@ namespace vorne {
 
 class Findings {
  public:
-  explicit Findings(std::string file) : file_(std::move(file)) {}
+  /// @param most damage and notes are listed, that many of each; the rest is counted
+  explicit Findings(std::string file, std::size_t most = 100) : file_(std::move(file)), most_(most) {}
 
   /// `record` counts from 1.
   void damage(std::string text, std::int64_t record = -1) { add(problems_, problemCount_, std::move(text), record); }
@@ -24,6 +25,7 @@ class Findings {
   void add(std::vector<Problem>& list, std::uint64_t& count, std::string text, std::int64_t record);
 
   std::string file_;
+  std::size_t most_;
   std::vector<Problem> problems_, notes_;
   std::uint64_t problemCount_ = 0, noteCount_ = 0;
 };

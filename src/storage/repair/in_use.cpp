@@ -6,6 +6,7 @@
 
 #include "storage/disk_layout.h"
 #include "storage/files/descriptor.h"
+#include "storage/files/patient_lock.h"
 
 namespace vorne {
 
@@ -25,7 +26,7 @@ bool isHeld(const std::string& path) {
 
 HeldDirectory::HeldDirectory(const std::string& path)
     : file_(OpenFile((path + "/" + kCatalogName).c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK)) {
-  if (file_ >= 0) fileSystem.flock(file_, LOCK_EX | LOCK_NB);
+  isOthers_ = file_ >= 0 && !LockPatiently(file_, LOCK_EX) && errno == EWOULDBLOCK;
 }
 
 HeldDirectory::~HeldDirectory() {

@@ -25,8 +25,12 @@ class HeldDirectory {
   HeldDirectory(const HeldDirectory&) = delete;
   HeldDirectory& operator=(const HeldDirectory&) = delete;
 
+  /// A program has them open, and this holds nothing.
+  bool isOthers() const { return isOthers_; }
+
  private:
   int file_;
+  bool isOthers_;
 };
 
 }  // namespace vorne

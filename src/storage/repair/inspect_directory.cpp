@@ -15,9 +15,14 @@ namespace vorne {
 DirectoryReport Inspection::run() {
   report_.exists = directory_.exists();
   report_.inUse = IsInUse(directory_.path());
-  if (!report_.exists || (repairs_ && report_.inUse)) return std::move(report_);
   std::optional<HeldDirectory> held;
-  if (repairs_) held.emplace(directory_.path());
+  // Programs that begin now find the catalogue locked, and do not wait: they go on without the lock, but a second
+  // repair refuses. One that began since it was looked has its lock, and keeps the repair out.
+  if (report_.exists && repairs_ && !report_.inUse) {
+    held.emplace(directory_.path());
+    report_.inUse = held->isOthers();
+  }
+  if (!report_.exists || (repairs_ && report_.inUse)) return std::move(report_);
   if (repairs_) BeginCopies();
   // Changes under way come first: a file in the middle of one looks damaged, and its journal puts it right without
   // loss.

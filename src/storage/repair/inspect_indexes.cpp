@@ -17,7 +17,8 @@ std::string keyWords(const CheckedTable& table, const IndexDescription& told) {
 }
 
 std::string howToCreate(const std::string& table, const std::string& index) {
-  return "`tellira db index create " + table + " " + index + " FIELD[,FIELD...]` makes it anew";
+  return "a repair removes it, then `tellira db index create " + table + " " + index +
+         " FIELD[,FIELD...]` makes it anew";
 }
 
 }  // namespace
@@ -48,6 +49,7 @@ void Inspection::checkIndexes() {
     const auto isOf = [&described = described](const FoundIndex& index) {
       return index.told && FoldedName(index.told->table) == described;
     };
+    // A table without indexes is not read a second time.
     if (std::none_of(indexes_.begin(), indexes_.end(), isOf)) continue;
     const std::optional<CheckedTable> table = readTable(name);
     if (!table) continue;

@@ -92,6 +92,7 @@ void Inspection::checkDatabase(const DatabaseHdrType& entry) {
     texts_[FoldedName(name)] = static_cast<std::uint32_t>(state.records.places.size());
   if (entry.type == kTypeData && state.kind == kVariableDatabase) checkTable(name, files, state, data, lasting);
 
+  // A link or a directory in the place of an offsets file is somebody's own: it is told and left alone.
   const bool replaceable = offsetsKind == FileKind::kRegular || offsetsKind == FileKind::kMissing;
   if (state.kind == kVariableDatabase && !replaceable) tellStrange(offsetsName, offsetsKind);
   const bool dataDone = repairs_ && repairData(files, state, name, replaceable);
@@ -120,6 +121,7 @@ TableContext Inspection::contextOf(const std::string& name) const {
     context.hasMemo = true;
     context.texts = ~0u;
   }
+  // Memo texts or index entries that belong to it: something that says it was a table.
   context.hasOthers = texts != texts_.end() && texts->second != 0;
   for (const FoundIndex& index : indexes_)
     context.hasOthers =
@@ -172,6 +174,7 @@ bool Inspection::isKnown(const std::string& owner) const {
 
 // What belongs to databases that are not there.
 void Inspection::checkOrphans() {
+  // Memo databases that are gone: an offsets file of one tells of no table.
   std::set<std::string> memos;
   for (const DatabaseHdrType& entry : state_.gone) {
     const std::string name = NameOf(entry);
@@ -230,6 +233,7 @@ void Inspection::checkOrphans() {
 void Inspection::takeAway(const std::string& database, const std::string& file, std::optional<std::uint64_t> records) {
   Gone& gone = gone_.try_emplace(FoldedName(database), Gone{database, {}, {}, {}}).first->second;
   gone.remains.push_back(file);
+  // The witness that tells of most records is the one to believe: indexes and offsets lose some, never win any.
   if (!records || (gone.records && *gone.records >= *records)) return;
   gone.records = records;
   gone.witness = file;

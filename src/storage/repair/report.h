@@ -15,7 +15,8 @@ struct Problem {
   std::int64_t record = -1;  ///< counted from 1; -1: the file as a whole
   std::string problem;       ///< in English, as ISO-8859-1 (it may quote names)
   bool repaired = false;
-  bool byHand = false;  ///< no repair can put it right; the words tell what can
+  bool byHand = false;     ///< no repair can put it right; the words tell what can
+  bool isRefusal = false;  ///< no damage of its own, but why some is not repaired
 };
 
 struct DatabaseReport {

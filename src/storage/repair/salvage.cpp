@@ -1,3 +1,4 @@
+// What both kinds of files are judged by: is this a record, do records follow, what does a mended header say.
 #include "storage/repair/salvage.h"
 
 namespace vorne {

@@ -1,3 +1,7 @@
+// Records of any lengths, of which only the one before tells where the next one begins. The reader walks with three
+// things in step: the place in the file, the number of the record, and the slot that ought to name that place. A header
+// that leads nowhere is mended if one of its two lengths does; otherwise the next sound record is looked for, and what
+// lies between is a hole.
 #include <algorithm>
 #include <utility>
 
@@ -241,6 +245,7 @@ class ChainReader {
     ++holes_;
     const std::uint32_t missing = std::max<std::uint32_t>(slot, slot_ + 1) - slot_;
     addGap(missing);
+    // Lost records keep their numbers in what is told of the ones behind them.
     number_ += missing;
     slot_ = slot;
     place_ = target;
@@ -256,6 +261,7 @@ class ChainReader {
       ++holes_;
       addGap(1);
     }
+    // What is behind is no part of the file any more: the end is here.
     bytes_ = bytes_.first(static_cast<std::size_t>(place_));
   }
 
@@ -276,6 +282,7 @@ class ChainReader {
     if (unfinished.empty()) return;
     // Records of early versions look unfinished too, except for their deletion mark.
     if (!file_.count || *file_.count > places.size())
+      // The ones to be restored go to the back, each part in its order.
       restore(std::stable_partition(unfinished.begin(), unfinished.end(),
                                     [this](std::uint32_t place) { return !IsRecord(bytes_, place); }));
     // Whatever was counted had been finished before: then it is the marks that damage took.
@@ -355,6 +362,7 @@ void FillGaps(Records& records) {
     std::vector<std::uint32_t> empty;
     for (std::uint32_t i = 0; i < gap->records; ++i) {
       empty.push_back(gap->place + i);
+      // An empty text, at a made-up place inside the gap: places only have to differ and to be in order.
       records.remade.emplace(empty.back(), std::string(1, '\0'));
     }
     const std::size_t before = std::min(gap->before, records.places.size());

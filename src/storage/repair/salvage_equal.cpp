@@ -1,3 +1,6 @@
+// Records of one length lie on a grid, so that a damaged header loses no record as long as the grid is known. It is
+// chosen first, among those that any witness tells; then each of its positions is taken, mended where its header is
+// wrong.
 #include <algorithm>
 #include <utility>
 
@@ -53,6 +56,7 @@ class EqualReader {
     const RecordHeader header = HeaderAt(bytes_, usual);
     const Grid told{usual, header.RecordLen + kRecordHeaderSize};
     if (file_.appInfoLen && isGood(bytes_, usual, told.stride) && leadsOn(told)) return withThoseBefore(told);
+    // The header says that there is no record, and nothing speaks against it.
     if (file_.appInfoLen && file_.count.value_or(0) == 0 && file_.end.value_or(0) == usual) return {usual, 0};
     const std::uint64_t found = FindRecords(bytes_, kHeaderSize, bytes_.size(), bytes_.size());
     // Each witness may be the damaged one: the first record's used length, its reserved space, end and count of the
@@ -151,6 +155,7 @@ class EqualReader {
       if (!counted) return false;
       damage(static_cast<std::int64_t>(records_.places.size()) + 1,
              HeaderWords(at) + "; its place follows from its neighbours, its data can be kept");
+      // Only where its space is right may its used length be believed; of the first record it is the step.
       const bool sizes = header.AllocatedSpace == space() && at != grid_.first;
       records_.mended.emplace(place32, Mended(sizes ? header : RecordHeader{0, 0, header.RecordAttr, 0, 0}, space()));
     }

@@ -1,3 +1,5 @@
+// An area's number is its place in the list of the global record; -1 is none. An area that is on no record (the end,
+// the beginning, an empty table) has TBL_recpos -1 and blank fields.
 #include "storage/tables/areas.h"
 
 #include <strings.h>

@@ -1,3 +1,5 @@
+// What is added lies behind all that was there: taking it back is cutting off records, memo texts and index entries
+// from three numbers on.
 #include "storage/tables/bulk_load.h"
 
 #include "storage/format/record_bytes.h"

@@ -1,4 +1,5 @@
-// Making, opening and deleting tables.
+// Making, opening and deleting tables. A structure comes from a script, so each of its elements is held to what a
+// description can tell.
 #include <cstring>
 
 #include "runtime/arguments.h"
@@ -23,6 +24,7 @@ Obj_Node* arrayIn(Obj_Node* value) {
 }
 
 std::int32_t lengthOf(FType type, Obj_Node* given) {
+  // Whatever the script gives: programs know these fields by these lengths.
   if (type == TBLDATE) return kDateLength;
   if (type == TBLMEMO) return kMemoLength;
   return IntArgument(given);

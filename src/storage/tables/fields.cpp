@@ -1,4 +1,6 @@
-// Fields of the current record, and what is known about them.
+// Fields of the current record, and what is known about them. Fields are numbered from 1 for scripts; the last one of a
+// description is the deletion mark, which no script is told of. All values here are those of the area's buffer: nothing
+// is stored before the record is written.
 #include <cstdio>
 #include <cstring>
 
@@ -40,6 +42,7 @@ Obj_Node* letterOf(const ControlFieldTBL& field) {
   return MakeText({&letter, 1});
 }
 
+// An index is looked after at the next writing only if one of its key's fields was set.
 void noteChange(VORNE_RDD& area, int field) {
   area.TBL_fieldchanged = 1;
   area.TBL_lasfield = field;
@@ -52,12 +55,14 @@ void noteChange(VORNE_RDD& area, int field) {
 void setText(const ControlFieldTBL& field, const Obj_Node* value, char* buffer) {
   char* at = buffer + field.iOffset;
   const auto room = static_cast<std::size_t>(BufferRoom(field));
+  // What is longer than the field is cut, without an error.
   const std::size_t length = ::strnlen(value->objData.mbuff, static_cast<std::size_t>(field.FieldLen));
   std::memcpy(at, value->objData.mbuff, length);
   std::memset(at + length, 0, room - length);
 }
 
 bool setMemo(int number, int field, const Obj_Node* value) {
+  // With its zero, which is stored.
   const std::size_t length = std::strlen(value->objData.mbuff) + 1;
   return length <= kLargestRecord && WriteMemo(number, field, value->objData.mbuff, static_cast<int>(length)) == 1;
 }
@@ -176,6 +181,7 @@ Obj_Node* __GetFieldName(Obj_Node* alias, Obj_Node* field) {
 
 Obj_Node* __GetFieldAttribute(Obj_Node* alias, Obj_Node* field, Obj_Node* attribute) {
   using Query = Obj_Node* (*)(Obj_Node*, Obj_Node*);
+  // By the attribute's number, from 1.
   constexpr Query kQueries[] = {__GetFieldName, __FieldType, __FieldLen, __FieldDecLen};
   const int number = IntArgument(attribute);
   return number < 1 || number > static_cast<int>(std::size(kQueries)) ? __INIT_NIL()

@@ -1,3 +1,7 @@
+// An index belongs to the table that the description in its own block names; the table itself lists none. Every opening
+// of a table therefore looks through the catalogue's indexes (IndexesOf), opens its own and holds a sample of each
+// against the records (makeFit). An index that does not fit is made anew on the spot, or left out where there is no
+// space.
 #include "storage/tables/index_attach.h"
 
 #include <algorithm>
@@ -29,14 +33,19 @@ namespace {
 constexpr UInt16 kReadWrite = 3;
 
 // The table that an index's head names, read from the file: nothing needs to be opened for it.
-std::string ownerOf(const std::string& index) {
+// `isIndex` is false for a database whose block is too short for one of an index: programs keep such ones of their own.
+std::string ownerOf(const std::string& index, bool& isIndex) {
+  // Of the table's name in a description's head.
   constexpr std::size_t kNameAt = 8, kNameRoom = 31;
   char bytes[kHeaderSize + kDescriptionHead] = {};
   const int file = OpenFile(GetWideName(index.c_str()), O_RDONLY | O_NONBLOCK);
+  isIndex = true;
   if (file < 0) return {};
   const ssize_t read = fileSystem.read(file, bytes, sizeof bytes);
   fileSystem.close(file);
-  if (read != static_cast<ssize_t>(sizeof bytes) || Load<FileHeader>(bytes).AppInfoLen == 0) return {};
+  const auto header = Load<FileHeader>(bytes);
+  isIndex = header.Type != kIndexDatabase || header.AppInfoLen >= kDescriptionHead;
+  if (read != static_cast<ssize_t>(sizeof bytes) || header.AppInfoLen == 0) return {};
   const char* name = bytes + kHeaderSize + kNameAt;
   return FoldedName({name, ::strnlen(name, kNameRoom)});
 }
@@ -49,8 +58,17 @@ class Owners {
   bool isOf(UInt32 place, const DatabaseHdrType& entry, const std::string& table) {
     if (std::exchange(generation_, CatalogGeneration()) != CatalogGeneration()) known_.clear();
     Known& known = known_[place];
-    if (known.owner.empty() || std::memcmp(&known.entry, &entry, sizeof entry) != 0)
-      known = {entry, ownerOf(std::string(CatalogEntryName(place)))};
+    // The whole entry: a database that was made anew in this slot has other times.
+    const bool isSame = std::memcmp(&known.entry, &entry, sizeof entry) == 0;
+    if (known.owner.empty() || !isSame) {
+      const std::string name(CatalogEntryName(place));
+      bool isIndex = false;
+      known = {entry, ownerOf(name, isIndex), isSame && known.isTold};
+      // Its table goes on without it, in another order.
+      const bool isLost = known.owner.empty() || CatalogEntryOf(known.owner) == 0;
+      if (isIndex && isLost && !std::exchange(known.isTold, true))
+        Logar(Message("Índice %s não aberto: o cabeçalho não nomeia tabela que exista"_l1, name.c_str()).c_str());
+    }
     return known.owner == table;
   }
   void forget(UInt32 place) { known_.erase(place); }
@@ -59,6 +77,7 @@ class Owners {
   struct Known {
     DatabaseHdrType entry = {};
     std::string owner;  // in capital letters
+    bool isTold = false;
   };
   std::unordered_map<UInt32, Known> known_;
   UInt32 generation_ = 0;
@@ -67,6 +86,7 @@ Owners owners;
 
 // True for a type code of which one byte is damaged.
 bool isAlmost(UInt32 type, UInt32 right) {
+  // One byte: the bits that differ lie all within the same eight.
   const UInt32 differing = type ^ right;
   return differing != 0 && std::countl_zero(differing) / 8 + std::countr_zero(differing) / 8 == 3;
 }
@@ -116,6 +136,7 @@ bool makeFit(myAppInfoType& table, IDX_IndexesNames& index, bool behind) {
     ForEachIndexOf(index.IDX_dbRef, table.TBL_dbRef, [&](const IDX_IndexesNames& other) {
       takeNumbers(index, KeyFieldsOf(other), static_cast<const OwnedIndex&>(other).countsFromZero);
     });
+  // Why it does not fit, in the log's words; empty when it does.
   std::string words = isKnown ? std::string() : whatDoesNotFit(table, index, behind);
   // A record that is looked for in the wrong place has other keys than its entries, too.
   if (!words.empty() && !behind && VerifyPlaces(table.TBL_dbRef)) words = whatDoesNotFit(table, index, behind);
@@ -194,6 +215,7 @@ int AddIndex(myAppInfoType& table, const char* name, DmOpenRef db, KeyFields key
   index->IDX_ind = static_cast<IDX_Indexes*>(Allocate(key.size_bytes()));
   std::copy(key.begin(), key.end(), index->IDX_ind);
   const std::uint32_t count = table.TBL_numIndexes;
+  // A new list instead of a longer one: should there be no memory, the table has the old one.
   auto** list = static_cast<IDX_IndexesNames**>(Allocate((count + std::size_t{1}) * sizeof(IDX_IndexesNames*)));
   std::copy_n(table.TBL_IndexesNames, count, list);
   list[count] = index;

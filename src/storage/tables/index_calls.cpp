@@ -1,4 +1,5 @@
-// Opening and closing an area's indexes, and its current order.
+// Opening and closing an area's indexes, and its current order. Indexes are counted from 0 inside and from 1 by
+// scripts, to whom 0 is the order of the records.
 #include <strings.h>
 
 #include <cstdio>
@@ -18,6 +19,7 @@ namespace {
 
 constexpr int kCannotBeKey = 19;
 constexpr int kNoSuchArea = 14, kNoSuchIndex = 16, kNoSuchOrder = 32;
+// What scripts get for no order, and may hand back.
 constexpr char kNoIndexName[] = "INVALID_INDEX";
 
 // The index that a number (from 1) or a name means: -1 for none, -2 for one that does not exist.

@@ -1,4 +1,5 @@
-// Making, dropping and rebuilding the indexes of an area's table.
+// Making, dropping and rebuilding the indexes of an area's table. An index is a database of its own. Whatever is made
+// or dropped here is made known to every area that has the table open, since they all keep their own list.
 #include <algorithm>
 #include <cctype>
 

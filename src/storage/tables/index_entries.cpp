@@ -1,3 +1,5 @@
+// What an index ought to hold, made of the records, and how much of it is looked at when a table is opened: counts, the
+// entries' size, doubles in small indexes, and a sample.
 #include "storage/tables/index_entries.h"
 
 #include <algorithm>
@@ -33,6 +35,7 @@ bool hasPlace(const Entries& entries, UInt32 place, DmOpenRef table, EntryMaker&
 // Calls `look(place)` for places all over the index, as long as it returns true.
 template <class Look>
 void lookAt(UInt32 count, Look look) {
+  // Evenly over the whole: damage mostly hits a stretch.
   const UInt32 looks = std::min(count, kMostLookedAt);
   for (UInt32 i = 0; i < looks && look(static_cast<UInt32>(std::uint64_t{i} * count / looks)); ++i) {
   }

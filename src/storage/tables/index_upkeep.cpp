@@ -1,3 +1,5 @@
+// Writing a record goes in three steps: EntryChanges notes the entries of before and after and marks the indexes as
+// behind, the record is stored, recordStored hands the entries on. Nothing here touches an index's entries in its file.
 #include "storage/tables/index_upkeep.h"
 
 #include <cstring>
@@ -55,6 +57,7 @@ void EntryChanges::addChange(IDX_IndexesNames& index, std::int32_t position, Boo
   if (position >= 0) {
     Store(change.after.data(), position);
     entryOfRecord(*area_.TBL_appinfo, index, position, change.before);
+    // The key's fields were set to what they were: the index has the right entry already.
     if (change.before == change.after) {
       --count_;
       return;

@@ -1,4 +1,6 @@
-// Memo texts: records of a database beside the table. A field holds the record's number from 1, 0 for no memo.
+// Memo texts: records of a database beside the table. A field holds the record's number from 1, 0 for no memo. Texts
+// are stored with their zero. One that is replaced keeps its record; a record that no field names any more stays, since
+// taking it out would renumber those behind it.
 #include <cstring>
 
 #include "builtins/new_text.h"
@@ -78,7 +80,8 @@ int WriteMemo(int number, int field, const char* text, int length) {
   // The last memo counts as none too, so that its new text becomes a new record.
   if (reference >= DmNumRecords(memo)) reference = 0;
   UInt32 position = reference - 1;
-  // Stored before the record that will refer to it: killed in between, a text is there that nothing names.
+  // Stored before the record that will refer to it: killed in between, a text is there that nothing names. At once
+  // and whatever becomes of the record's edit, also that of a deleted record, of which only the mark is written.
   if (!(reference == 0 ? AppendRecord(memo, bytes, &position) : StoreRecord(memo, position, bytes))) return 0;
   Store(at, position + 1);
   countCall(*area);

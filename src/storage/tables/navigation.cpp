@@ -1,4 +1,5 @@
-// Going from record to record.
+// Going from record to record. Two numbers tell where an area is: TBL_recpos, the record in the buffer (-1 none), and
+// the current order's IDX_recID, its entry (-1 not known). Positions count from 0 here and from 1 for scripts.
 #include "runtime/arguments.h"
 #include "storage/databases/rebuild.h"
 #include "storage/format/entry_order.h"
@@ -18,6 +19,7 @@ namespace {
 
 constexpr int kRecSizeSubcode = 7, kCannotBeStored = 8;
 
+// One an area: each notices doubles among what its own walk has met.
 WalkWatch walks[kWorkAreas];
 
 // The position of the record that entry `position` names; -1 when there is no such entry.
@@ -56,6 +58,8 @@ bool notFound(VORNE_RDD& area) {
 bool isSoundAt(int number, DmOpenRef order, const Entries& entries, int count, int position, int direction) {
   if (!NamesOneRecord(entries, count, position, direction)) return false;
   if (direction == 0 || entries.count <= kMostCounted) return true;
+  // One step ahead: what stands out of order is not shown before the order is mended.
+  if (!IsInOrder(entries, static_cast<UInt32>(position - (direction < 0)))) return false;
   WalkWatch& walk = walks[number];
   const auto record = static_cast<UInt32>(entries.record(static_cast<std::size_t>(position)));
   if (walk.isNew(order, static_cast<UInt32>(count), position, direction, record)) return true;
@@ -89,6 +93,7 @@ int directionOf(int step) {
 
 int addBounded(int a, int b) {
   int sum = 0;
+  // Scripts skip by any number: beyond both ends there is an end, not the other one.
   if (__builtin_add_overflow(a, b, &sum)) return b < 0 ? -1 : static_cast<int>(kAppend) + 1;
   return sum;
 }
@@ -100,6 +105,7 @@ int __TBL_GetLastData(int number, int position) {
   if (area == nullptr) return 0;
   DmOpenRef table = DatabaseOf(*area);
   std::span<const char> record = BytesOf(table, static_cast<UInt32>(position));
+  // A record that counts and cannot be read: its place may be the wrong one, which the chain tells.
   if (record.empty() && position >= 0 && position < RecordCount(*area) && VerifyPlaces(table))
     record = BytesOf(table, static_cast<UInt32>(position));
   if (record.empty()) return 0;
@@ -111,11 +117,11 @@ int __TBL_GetLastData(int number, int position) {
   return 1;
 }
 
-int ReadData(int number, Boolean through, int position, int direction) {
-  VORNE_RDD* area = AreaAt(number);
-  if (area == nullptr) return 0;
+namespace {
+
+// ReadData, in an area whose table has `count` records.
+int readFrom(int number, VORNE_RDD* area, int count, Boolean through, int position, int direction) {
   IDX_IndexesNames* order = OrderOf(*area);
-  const int count = RecordCount(*area);
   if (count == 0 || (through && order != nullptr && DmNumRecords(order->IDX_dbRef) == 0)) return notFound(*area);
   area->TBL_found = 0;
   const bool hides = direction != 0 && HidesDeleted(), byOrder = through && order != nullptr;
@@ -144,6 +150,13 @@ int ReadData(int number, Boolean through, int position, int direction) {
   return 0;
 }
 
+}  // namespace
+
+int ReadData(int number, Boolean through, int position, int direction) {
+  VORNE_RDD* area = AreaAt(number);
+  return area == nullptr ? 0 : readFrom(number, area, RecordCount(*area), through, position, direction);
+}
+
 int __GoTo(int number, int position, Boolean through, int direction) {
   VORNE_RDD* area = AreaAt(number);
   if (area == nullptr) return 0;
@@ -152,11 +165,12 @@ int __GoTo(int number, int position, Boolean through, int direction) {
   if (count == 0) return notFound(*area);
   if (position == static_cast<int>(kAppend)) position = lastPosition(*area, through);
   if (position < 0) {
-    ReadData(number, 1, 0, 1);
+    readFrom(number, area, count, 1, 0, 1);
+    // Only after the first record was loaded: going before it shows it and tells that nothing is before.
     area->TBL_bof = 1;
     return 0;
   }
-  return position < count ? ReadData(number, through, position, direction) : notFound(*area);
+  return position < count ? readFrom(number, area, count, through, position, direction) : notFound(*area);
 }
 
 Obj_Node* __TBL_GoTop(Obj_Node* alias) {
@@ -218,6 +232,7 @@ Obj_Node* __TBL_Found(Obj_Node* alias) {
 Obj_Node* __TBL_RecNo(Obj_Node* alias) {
   const VORNE_RDD& area = AreaOf(alias);
   const bool none = area.TBL_append || area.TBL_recpos < 0;
+  // On no record it is the number that the next one to be appended gets.
   return __INIT_DOUBLE((none ? RecordCount(area) : area.TBL_recposition) + 1);
 }
 

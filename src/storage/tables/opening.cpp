@@ -1,3 +1,5 @@
+// Every area has a description of its own (myAppInfoType) with its own list of indexes, also where several have one
+// table open; the databases behind them are shared and counted.
 #include "storage/tables/opening.h"
 
 #include <algorithm>
@@ -82,6 +84,7 @@ int OpenArea(myAppInfoType* table, const std::string& alias, Obj_Node* constant)
   rdd->TBL_buff = static_cast<char*>(Allocate(static_cast<std::size_t>(rdd->TBL_tam_max_buff)));
   rdd->TBL_appinfo = table;
   AreaSlot(area) = rdd;
+  // One behind the highest area that was open: it comes down only when all are closed.
   if (S_GLOB->TBL_lasttable <= area) S_GLOB->TBL_lasttable = static_cast<std::int16_t>(area + 1);
   return area;
 }
@@ -107,6 +110,7 @@ void CloseAllAreas() {
   if (S_GLOB == nullptr || S_GLOB->rdd == nullptr) return;
   for (int area = 0; area < S_GLOB->TBL_lasttable; ++area) __CloseTBL(area);
   S_GLOB->TBL_lasttable = 0;
+  // Only an error gets here with one of them: what was begun is taken back.
   for (const std::string& name : beingMade)
     if (const LocalID id = DmFindDatabase(0, name.c_str())) DmDeleteDatabase(0, id);
 }

@@ -1,4 +1,5 @@
-// Removing deleted records, or all.
+// Removing deleted records, or all. Both may be killed at any moment: records, memo texts and indexes are different
+// files. The order is such that what is left is space that nothing names, or an index that is known to be behind.
 #include <algorithm>
 
 #include "storage/databases/packing.h"
@@ -56,6 +57,7 @@ void follow(DmOpenRef table, const std::vector<int>& places) {
 void giveSpaceBack(DmOpenRef db) {
   if (db == nullptr) return;
   const mymap& map = *db->hFile;
+  // Less than one step of growth is not worth writing a file anew.
   if (map.szallocated - map.szmap > static_cast<std::int64_t>(kSmallestFile)) InterNalPack(db);
 }
 

@@ -1,4 +1,5 @@
-// Seeking a key in the current order.
+// Seeking a key in the current order. The key is compared by the bytes that are given: a shorter one finds the first
+// key that begins with it.
 #include <algorithm>
 #include <cstring>
 #include <utility>
@@ -46,9 +47,10 @@ bool isDeleted(const VORNE_RDD& area) {
 // One seek in an area with records and an order.
 class Search {
  public:
-  Search(int number, VORNE_RDD& area, std::string_view text, Boolean soft)
+  Search(int number, VORNE_RDD& area, int count, std::string_view text, Boolean soft)
       : number_(number),
         area_(area),
+        count_(count),
         order_(*OrderOf(area)),
         entry_(soughtEntry(area, text)),
         length_(std::min(text.size(), static_cast<std::size_t>(order_.IDX_tam_max_key))),
@@ -62,13 +64,14 @@ class Search {
     if (IsBehind(order_.IDX_dbRef) && isFirstDamage()) return mendAndRun();
     entries_ = EntriesOf(*order_.IDX_dbRef);
     const SoughtKey key(entry_ + kEntryKeyAt, std::min(length_, entries_.count == 0 ? 0 : entries_.keyLength()));
+    // The search tells the place behind the last equal entry; the first of them is taken.
     const UInt32 before = place == 0 ? 0 : place - 1;
     if (before < entries_.count && key.compare(entries_.key(before)) == 0)
       take(FirstNotSmallerFromBack(entries_, key, 0, before), true);
-    else if (soft_ && static_cast<int>(place) < RecordCount(area_))
+    else if (soft_ && static_cast<int>(place) < count_)
       // The table's count, not the index's: an entry that is missing at the end is no end of the table.
       take(place, false);
-    else if (isBesideDouble(static_cast<int>(place)) && isFirstDamage())
+    else if (isBesideDamage(static_cast<int>(place)) && isFirstDamage())
       mendAndRun();
     else
       EnterEnd(area_, true);
@@ -83,19 +86,19 @@ class Search {
   }
 
   // An entry that is written over with its neighbour's bytes is missing right there.
-  bool isBesideDouble(int place) const {
+  bool isBesideDamage(int place) const {
     const auto isSound = [&](int one, int direction) {
-      return one < 0 || one >= static_cast<int>(entries_.count) ||
-             NamesOneRecord(entries_, RecordCount(area_), one, direction);
+      return one < 0 || one >= static_cast<int>(entries_.count) || NamesOneRecord(entries_, count_, one, direction);
     };
-    return !isSound(place, -1) || !isSound(place - 1, 1);
+    return !isSound(place, -1) || !isSound(place - 1, 1) || !AreInOrderBeside(entries_, static_cast<UInt32>(place));
   }
 
   void take(UInt32 place, bool found) {
     order_.IDX_recID = static_cast<std::int32_t>(place);
     const std::int32_t record = place < entries_.count ? entries_.record(place) : -1;
-    if (!NamesOneRecord(entries_, RecordCount(area_), static_cast<int>(place), -1) && isFirstDamage())
-      return mendAndRun();
+    const bool isSound =
+        NamesOneRecord(entries_, count_, static_cast<int>(place), -1) && AreInOrderBeside(entries_, place);
+    if (!isSound && isFirstDamage()) return mendAndRun();
     if (record < 0 || !__TBL_GetLastData(number_, record)) return EnterNotFound(area_);
     if (!NamesLoadedRecord(area_, order_, entries_, static_cast<int>(place)) && isFirstDamage()) return mendAndRun();
     area_.TBL_found = found;
@@ -106,7 +109,9 @@ class Search {
 
   int number_;
   VORNE_RDD& area_;
+  int count_;  // of the table's records
   IDX_IndexesNames& order_;
+  // In the area's buffer: it lives as long as no other seek begins in that area.
   char* entry_;
   std::size_t length_;
   Boolean soft_;
@@ -122,9 +127,11 @@ bool walkToLive(int number, VORNE_RDD& area, IDX_IndexesNames& order, const Soug
     const bool matches = key.compare(entries.key(place)) == 0;
     if (matches) order.IDX_recID = static_cast<std::int32_t>(place);
     if (!__TBL_GetLastData(number, entries.record(place))) return false;
-    if (!NamesLoadedRecord(area, order, entries, static_cast<int>(place)) && !std::exchange(mended, true)) {
+    const bool isSound = NamesLoadedRecord(area, order, entries, static_cast<int>(place)) && IsInOrder(entries, place);
+    if (!isSound && !std::exchange(mended, true)) {
       MendIndex(*area.TBL_appinfo, order);
       entries = EntriesOf(*order.IDX_dbRef);
+      // The same place once more, in the index made anew.
       --place;
       continue;
     }
@@ -158,13 +165,14 @@ Obj_Node* __Seek(Obj_Node* alias, Obj_Node* key, Obj_Node* soft) {
   VORNE_RDD& area = *AreaAt(number);
   if (OrderOf(area) == nullptr) __RuntimeError(9, kNoOrderSubcode);
   WritePending(number);
-  if (RecordCount(area) == 0) {
+  const int count = RecordCount(area);
+  if (count == 0) {
     area.TBL_eof = area.TBL_bof = 1;
     area.TBL_found = 0;
     return __INIT_BOOL(0);
   }
   if (!HasText(key)) __RuntimeError(3, kNoKeySubcode);
   const bool softly = soft != nullptr && soft->objVarType == varBool && soft->objData.mbool != 0;
-  Search(number, area, TextArgument(key).shown, softly).run();
+  Search(number, area, count, TextArgument(key).shown, softly).run();
   return __INIT_BOOL(static_cast<short>(area.TBL_found));
 }

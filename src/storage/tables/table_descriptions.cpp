@@ -1,3 +1,5 @@
+// A description lives in three forms: the block in a database's file (format/description.h), TableDescription between,
+// and myAppInfoType, whose layout programs know, for open tables.
 #include "storage/tables/table_descriptions.h"
 
 #include <cstring>
@@ -15,6 +17,7 @@ constexpr int kNoTableBlock = 33, kNoIndexSpace = 34, kNoIndexBlock = 35;
 // A table as callers see it, and what its pointers lead to. The fields stand one behind the other.
 struct OwnedTable : myAppInfoType {
   std::vector<ControlFieldTBL> fields;
+  // Of `fields`, which is never changed after they are taken.
   std::vector<ControlFieldTBL*> pointers;
 };
 
@@ -82,6 +85,7 @@ int __TBL_CreateOrChangeMyAppInfo(myAppInfoType* table) {
     const IDX_IndexesNames& index = *table->TBL_IndexesNames[i];
     if (!IsOpen(index.IDX_dbRef)) continue;
     std::vector<IDX_Indexes> key(index.IDX_ind, index.IDX_ind + index.IDX_amntFieldKeys);
+    // Written back as it was read: the program that made this index counts its fields from 0.
     for (IDX_Indexes& part : key) part.KeyField -= static_cast<const OwnedIndex&>(index).countsFromZero;
     storeBlock(index.IDX_dbRef, IndexBlock(description, {description.name, index.IDX_name, index.IDX_tam_max_key, key}),
                kNoIndexSpace, kNoIndexBlock);

@@ -1,3 +1,5 @@
+// The first steps of a walk are kept in a small hash table, since most walks are short; a walk that goes on gets a bit
+// for every record of the table.
 #include "storage/tables/walk_watch.h"
 
 namespace vorne {
@@ -12,6 +14,7 @@ static_assert((kSlots & (kSlots - 1)) == 0);
 
 bool WalkWatch::noteFirst(UInt32 record) {
   first_.resize(kSlots);
+  // The walk's number and the record: what other walks have left never equals it.
   const std::uint64_t wanted = std::uint64_t{walk_} << 32 | record;
   // Half of the slots stay free, so that every search ends. Those of earlier walks count as free too: a new walk clears
   // nothing.

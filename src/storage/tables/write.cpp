@@ -1,3 +1,5 @@
+// One call writes an area's buffer, as a new record or over the one that it was loaded from. Readers beside the program
+// see the old record or the new one: to them the writing is one change (ChangeSeenByReaders).
 #include "storage/tables/write.h"
 
 #include <cstring>
@@ -36,6 +38,7 @@ bool storeMark(VORNE_RDD& area) {
 
 // The record that the buffer makes, at least `least` bytes long.
 const std::string& recordBytes(VORNE_RDD& area, std::size_t least, Boolean hostOrder) {
+  // Its memory serves again: a cash desk writes thousands of records a day, one at a time.
   static std::string bytes;
   const Fields fields = FieldsOf(area);
   const std::size_t size = StoredSize(fields, area.TBL_buff);
@@ -83,6 +86,7 @@ int __WriteRecord(int number, char mode, Boolean dirty, Boolean hostOrder) {
   if (area == nullptr) return 0;
   const bool appends = area->TBL_append || mode == 'T';
   const bool deletes = !appends && IsMarkedDeleted(FieldsOf(*area), area->TBL_buff);
+  // An area at an end has no record that could be written over.
   if (!appends && area->TBL_recpos < 0) return 0;
   const ChangeSeenByReaders change;
   if (!(appends   ? appendRecord(*area, dirty, hostOrder)

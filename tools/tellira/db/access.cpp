@@ -1,3 +1,5 @@
+// The storage floor makes anew what it finds missing; a file that may not be read must never be taken for a missing
+// one.
 #include "db/access.h"
 
 #include <unistd.h>

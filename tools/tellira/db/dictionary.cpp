@@ -1,3 +1,4 @@
+// The stored dictionary with this tool's words around it: names in UTF-8, errors with the nearest name and a next step.
 #include "db/dictionary.h"
 #include "db/words.h"
 
@@ -73,6 +74,7 @@ Dictionary::Dictionary(const std::string& directory, Heads heads) : directory_(d
   try {
     stored_.renew(heads);
   } catch (const ReadFailure& failure) {
+    // A directory without a catalogue holds nothing yet: each verb tells it in its own words.
     if (failure.kind != ReadFailure::kMissing) failUnread(failure);
   }
 }

@@ -1,3 +1,5 @@
+// Whatever is read must come out the same when it is written again, and what could not is refused by name instead of
+// being changed quietly.
 #include "db/field_values.h"
 
 #include <algorithm>
@@ -131,6 +133,7 @@ const char* misfit(const ControlFieldTBL& field, double value) {
 
 bool readNumber(std::string_view text, double& value) {
   text = withoutBlanks(text);
+  // from_chars knows no plus sign.
   if (text.size() > 1 && text.front() == '+' && text[1] != '-') text.remove_prefix(1);
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
   return error == std::errc{} && end == text.data() + text.size() && std::isfinite(value);
@@ -142,6 +145,7 @@ bool readDate(std::string_view text, double& value) {
       !readDigits(text.substr(5, 2), m) || !readDigits(text.substr(8, 2), d))
     return false;
   const year_month_day date{year{static_cast<int>(y)}, month{m}, day{d}};
+  // The calendar has no year 0.
   if (!date.ok() || y == 0) return false;
   value = static_cast<double>((sys_days{date} - kDayZero).count());
   return true;
@@ -288,6 +292,7 @@ void appendUtf8(std::string& to, std::string_view latin1) {
   }
   for (const char c : latin1) {
     const auto byte = static_cast<unsigned char>(c);
+    // ISO-8859-1 is the first 256 characters of Unicode: two bytes at most.
     if (byte >= 0x80) to += static_cast<char>(0xC0 | byte >> 6);
     to += byte < 0x80 ? c : static_cast<char>(0x80 | (byte & 0x3F));
   }

@@ -2,28 +2,37 @@
 
 #include "db/words.h"
 #include "edge/console.h"
+#include "text/text.h"
 
 namespace tool {
 
 namespace {
 
-// Memo texts whose table is gone.
-bool isOrphan(const Dictionary& dictionary, const vorne::StoredDatabase& database) {
+bool isThere(const Dictionary& dictionary, std::string_view table) {
+  return dictionary.database(utf8FromLatin1(table)) != nullptr;
+}
+
+/// What may be dropped to free its name; empty for what belongs to a table.
+std::string droppable(const Dictionary& dictionary, const vorne::StoredDatabase& database) {
   const std::string_view suffix = vorne::kMemoSuffix, name = database.name;
-  return database.entry.type == vorne::kTypeMemo && name.size() > suffix.size() && name.ends_with(suffix) &&
-         dictionary.database(shown(name.substr(0, name.size() - suffix.size()))) == nullptr;
+  if (database.entry.type == vorne::kTypeData) return "the table";
+  if (database.entry.type == vorne::kTypeMemo && name.size() > suffix.size() && name.ends_with(suffix) &&
+      !isThere(dictionary, name.substr(0, name.size() - suffix.size())))
+    return "these memo texts of no table";
+  if (database.entry.type == vorne::kTypeIndex && !(database.index && isThere(dictionary, database.index->table)))
+    return "this index of no table";
+  return {};
 }
 
 }  // namespace
 
 void refuseTaken(const Dictionary& dictionary, const std::string& name) {
   if (const auto* taken = dictionary.database(name)) {
-    const bool isTable = taken->entry.type == vorne::kTypeData;
-    const std::string dropping =
-        std::string(isTable ? ", or drop the table" : ", or drop these memo texts of no table") +
-        " first (`tellira db drop " + shown(taken->name) + "`)";
-    throw Failure(kUsage, "there is a database \"" + shown(taken->name) + "\" already.\n  next: take another name" +
-                              (isTable || isOrphan(dictionary, *taken) ? dropping : "") + ".");
+    const std::string what = droppable(dictionary, *taken);
+    throw Failure(
+        kUsage,
+        "there is a database \"" + shown(taken->name) + "\" already.\n  next: take another name" +
+            (what.empty() ? "" : ", or drop " + what + " first (`tellira db drop " + shown(taken->name) + "`)") + ".");
   }
   const std::string suffix = vorne::kOffsetsSuffix;
   const auto* other = dictionary.database(name + suffix);

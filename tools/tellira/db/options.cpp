@@ -18,8 +18,7 @@ namespace {
 }  // namespace
 
 std::string DbOptions::checkedDirectory() const {
-  std::string path = absolute(directory);
-  if (path.size() > 1 && path.ends_with('/')) path.pop_back();
+  const std::string path = absolute(directory);
   const std::string data = path + vorne::kDataDirectory, catalogue = data + "/" + vorne::kCatalogName;
   std::error_code error;
   std::filesystem::directory_iterator(data, error);

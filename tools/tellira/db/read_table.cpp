@@ -1,16 +1,24 @@
 #include "db/read_table.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <numeric>
 #include <span>
 
-#include "edge/console.h"
+#include "storage/format/names.h"
+#include "storage/repair/in_use.h"
 #include "text/text.h"
 
 namespace tool {
 namespace {
 
 constexpr std::uint32_t kRecordsAtOnce = 4096;
+
+std::int64_t timeOf(const std::string& path) {
+  struct stat found = {};
+  return ::stat(path.c_str(), &found) == 0 ? found.st_mtim.tv_sec * 1'000'000'000LL + found.st_mtim.tv_nsec : 0;
+}
 
 /// Calls `take` with the records at these positions; false when some lie beyond the table's end.
 bool takeRecords(vorne::TableReader& table, std::span<const std::uint32_t> positions, vorne::Row& row,
@@ -28,6 +36,25 @@ bool takeRecords(vorne::TableReader& table, std::span<const std::uint32_t> posit
 }
 
 }  // namespace
+
+Comings::Comings(const std::string& directory) : data_(directory + vorne::kDataDirectory), time_(timeOf(data_)) {}
+
+bool Comings::arePossible() const {
+  return timeOf(data_) != time_ || vorne::IsInUse(data_);
+}
+
+ReadTable openedToRead(const std::string& directory, const std::string& name, const std::string& index) {
+  return lookingAgain(directory, [&] {
+    ReadTable opened{Dictionary(directory).table(name), {}, {}};
+    if (!index.empty()) opened.index = opened.table.index(index);
+    reading([&] {
+      opened.reader = std::make_unique<vorne::TableReader>(directory, opened.table.name);
+      return kDone;
+    });
+    if (!index.empty()) indexNumber(*opened.reader, opened.index.name);
+    return opened;
+  });
+}
 
 int reading(const std::function<int()>& action) {
   try {

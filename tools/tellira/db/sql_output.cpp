@@ -1,3 +1,5 @@
+// Values keep their kinds on the way out: numbers and NULL are no texts in JSON, and numbers stand right-aligned in a
+// table.
 #include "db/sql_output.h"
 
 #include <unistd.h>

@@ -1,3 +1,4 @@
+// SQLite itself does the asking, on a database in memory that holds nothing but virtual tables.
 #include "db/sql_query.h"
 
 #include <sqlite3.h>
@@ -86,6 +87,7 @@ class TablesInSql {
 
   [[noreturn]] void fail(int code) const {
     const std::string words = sqlite3_errmsg(connection_.get());
+    // Extended codes tell more in their higher bits.
     const int kind = code & 0xFF;
     if (kind == SQLITE_NOMEM) throw std::bad_alloc();
     // What the tables' files say goes with its own next step.

@@ -1,3 +1,4 @@
+// A row is put into the field buffer cell by cell; the first cell that does not fit stops it before anything is stored.
 #include "db/table_loader.h"
 #include "db/words.h"
 
@@ -35,6 +36,7 @@ std::string readable(std::string_view cell, Encoding encoding) {
 std::vector<std::size_t> columnsOf(const Dictionary::Table& table, const std::vector<std::string>& names) {
   std::vector<std::size_t> columns;
   for (const std::string& name : names) {
+    // The mark is the field behind all others.
     const std::size_t field = name == kDeletedColumn ? table.fields().size() : table.field(name) - 1;
     if (std::find(columns.begin(), columns.end(), field) != columns.end())
       throw Failure(kUsage, "the field " + name + " is named twice.\n  next: give each column a field of its own.");

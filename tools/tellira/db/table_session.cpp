@@ -1,24 +1,30 @@
+// The runtime ends its process where it cannot go on. Here a hook turns that end into a Failure, with what the runtime
+// had printed before it as the reason.
 #include "db/table_session.h"
 
 #include <fcntl.h>
-#include <stdio_ext.h>
 #include <sys/file.h>
 #include <unistd.h>
 
-#include <array>
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <memory>
+#include <new>
+#include <utility>
 #include <vector>
 
 #include "db/access.h"
 #include "db/words.h"
 #include "edge/console.h"
+#include "edge/failure_report.h"
 #include "edge/lock_holder.h"
 #include "runtime/process.h"
 #include "storage/disk_layout.h"
+#include "storage/files/kept_copies.h"
 #include "storage/format/names.h"
 #include "storage/repair/in_use.h"
 #include "text/text.h"
@@ -30,14 +36,22 @@ constexpr int kEnglish = 2;
 constexpr useconds_t kBetweenTries = 50000;
 constexpr int kTries = 100;  // five seconds
 
-/// Keeps what the runtime prints until it is known whether it ends the process with it.
-std::array<char, 1 << 16> printed;
+/// What the runtime has printed, kept until it is known whether it ends the process with it. It ends no line: every
+/// sentence arrives by itself.
+std::vector<std::string> printed;
+constexpr std::size_t kMostSentences = 100;
+
+ssize_t keepSentence(void*, const char* bytes, std::size_t size) {
+  const std::string sentence(trimmed({bytes, size}));
+  const bool isNew = std::find(printed.begin(), printed.end(), sentence) == printed.end();
+  if (isNew && !sentence.empty() && printed.size() < kMostSentences) printed.push_back(sentence);
+  return static_cast<ssize_t>(size);
+}
 
 std::string takePrinted() {
-  const std::size_t size = __fpending(stdout);
-  std::string words(printed.data(), std::min(size, printed.size()));
-  __fpurge(stdout);
-  return utf8FromLatin1(trimmed(words));
+  std::string words;
+  for (const std::string& sentence : std::exchange(printed, {})) words += (words.empty() ? "" : "\n  ") + sentence;
+  return utf8FromLatin1(words);
 }
 
 /// What the runtime printed before "RunTimeError = 53", and the text that belongs to that number. Number -1 belongs to
@@ -56,7 +70,9 @@ std::string explained(const std::string& words) {
 }
 
 [[noreturn]] void failWithWords(int) {
-  const std::string words = takePrinted();
+  const std::string words = takePrinted(), told = explained(words);
+  // The only end without a word is that of memory.
+  if (told.empty()) throw memoryFailure();
   const auto tells = [&words](int error) { return words.find(std::strerror(error)) != std::string::npos; };
   const std::string next =
       tells(ENOSPC) || tells(EDQUOT)
@@ -65,18 +81,37 @@ std::string explained(const std::string& words) {
       : tells(ENOMEM) ? "end other programs, or allow this one more memory, and try again."
                       : "look into saida.txt of the working directory, whether the disk is full and the files may be "
                         "written; `tellira db check` tells whether the databases are sound.";
-  throw Failure(kEnded, "the runtime stopped: " + explained(words) + ".\n  next: " + next);
+  throw Failure(kEnded, "the runtime stopped: " + told + ".\n  next: " + next);
 }
 
 }  // namespace
+
+/// Standard output while it is the runtime's.
+class TableSession::RuntimeOutput {
+ public:
+  RuntimeOutput() : stream_(::fopencookie(nullptr, "w", {nullptr, keepSentence, nullptr, nullptr})) {
+    if (stream_ == nullptr) throw std::bad_alloc();
+    std::setvbuf(stream_, nullptr, _IONBF, 0);
+    stdout = stream_;
+  }
+  ~RuntimeOutput() {
+    stdout = own_;
+    std::fclose(stream_);
+  }
+  RuntimeOutput(const RuntimeOutput&) = delete;
+  RuntimeOutput& operator=(const RuntimeOutput&) = delete;
+
+ private:
+  FILE* const own_ = stdout;
+  FILE* const stream_;
+};
 
 TableSession::TableSession(const std::string& directory)
     : directory_(directory), data_(directory + vorne::kDataDirectory) {
   if (::chdir(directory.c_str()) != 0)
     throw Failure(kUsage, directory + " cannot be entered: " + std::strerror(errno) +
                               ".\n  next: name the working directory of the program with --dir.");
-  std::fflush(stdout);
-  std::setvbuf(stdout, printed.data(), _IOFBF, printed.size());
+  output_ = std::make_unique<RuntimeOutput>();
   vorne::endProcessHook = failWithWords;
   std::error_code ignored;
   std::filesystem::create_directory(data_, ignored);
@@ -90,7 +125,9 @@ TableSession::TableSession(const std::string& directory)
   lockDirectory();
   __BeginGlobal();
   running_ = true;
+  // The tool speaks English; the log stays Portuguese, as for every program.
   iSyncLang = kEnglish;
+  // The system is not asked to write after every record: the files are shared memory until they are closed.
   bBatchOper = 1;
 }
 
@@ -117,8 +154,11 @@ TableSession::~TableSession() {
     } catch (const std::exception&) {
       // A failure is on its way already; this one follows from it.
     }
-    __fpurge(stdout);
   }
+  output_.reset();
+  // The runtime tells it in its log alone.
+  if (!vorne::CopiesDirectory().empty())
+    note("Files as they were before are in " + vorne::CopiesDirectory() + "; saida.txt tells why.");
   vorne::endProcessHook = nullptr;
   if (lock_ >= 0) ::close(lock_);
 }
@@ -128,6 +168,7 @@ void TableSession::end() {
   running_ = false;
   __dbCloseAll();
   __EndGlobal();
+  output_.reset();
 }
 
 void TableSession::close() {

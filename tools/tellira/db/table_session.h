@@ -1,6 +1,7 @@
 // The runtime at work on the tables of one directory, as the verbs that change something need it.
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include "storage/tables.h"
@@ -32,7 +33,10 @@ class TableSession {
   std::string otherTool() const;
   void end();
 
+  class RuntimeOutput;
+
   std::string directory_, data_;
+  std::unique_ptr<RuntimeOutput> output_;
   int lock_ = -1;
   bool running_ = false;
 };

@@ -81,7 +81,7 @@ std::string lostInWords(const DirectoryReport& report) {
 std::string summary(const DirectoryReport& report) {
   std::uint64_t records = 0, open = 0;
   for (const DatabaseReport& database : report.databases) records += database.records;
-  for (const Problem& problem : report.problems) open += !problem.repaired;
+  for (const Problem& problem : report.problems) open += !problem.repaired && !problem.isRefusal;
   const std::string lost = lostInWords(report);
   return counted(report.databases.size(), "database") + ", " + counted(records, "record") + ", " +
          sizeText(report.bytes) + ": " + (report.sound ? "sound" : counted(open, "problem")) +
@@ -95,6 +95,7 @@ void printText(const DirectoryReport& report) {
     print(lineOf(problem));
   }
   for (const DatabaseReport& database : report.databases)
+    // Places that are wrong are damage of the database, whichever of its files holds them.
     if (!damaged.contains(database.name) && !damaged.contains(database.name + vorne::kOffsetsSuffix))
       print(fitting(shown(database.name) + ": sound, " + counted(database.records, "record")) + "\n");
   for (const Problem& remark : report.notes) print(lineOf(remark, "note: "));
@@ -103,7 +104,9 @@ void printText(const DirectoryReport& report) {
 
 void printNextStep(const DirectoryReport& report, const CheckVerb& verb) {
   if (report.inUse) note("a program has the databases open; what it is writing just now may look like damage.");
-  if (!report.copies.empty()) note("The files as they were are in " + report.copies + ".");
+  const char* which =
+      report.refused ? "The files that could be copied, as they were, are in " : "The files as they were are in ";
+  if (!report.copies.empty()) note(which + report.copies + ".");
   if (report.refused)
     return note("  next: look at the rights of the files above, at the room on the disk, and who runs the tool.");
   if (report.sound) return;

@@ -50,6 +50,11 @@ int runDescribe(const DbOptions& group, const DescribeOptions& options) {
           shown(misfit.problem) + "\n");
   const std::string misfits =
       std::to_string(described.misfits) + " of " + counted(described.records, "record") + " do not fit";
+  if (described.isRefused)
+    throw Failure(
+        kEnded,
+        shown(described.refusal) +
+            ".\n  next: look at the rights of the file and the room on the disk; the records are as they were.");
   if (!described.written && described.misfits != 0)
     throw Failure(kNo, shown(found->name) + ": " + misfits +
                            " these fields; nothing was changed.\n  next: describe it " +

@@ -87,6 +87,7 @@ class Exporter {
     output_.flushMuch();
   }
 
+  // Records between two looks at the clock: asking for each would cost more than writing it.
   static constexpr std::uint64_t kBetweenLooks = 4096;
 
   vorne::TableReader& table_;
@@ -100,16 +101,14 @@ class Exporter {
 
 int runExport(const DbOptions& group, const ExportOptions& options) {
   const std::string directory = group.checkedDirectory();
-  const Dictionary::Table table = Dictionary(directory).table(options.table);
-  const std::string order = options.order.empty() ? "" : table.index(options.order).name;
+  const ReadTable opened = openedToRead(directory, options.table, options.order);
   const auto* format =
       std::find_if(kFormats.begin(), kFormats.end(), [&](const Format& known) { return options.format == known.name; });
   return reading([&] {
-    vorne::TableReader reader(directory, table.name);
-    // Behind the reader: a table that cannot be read leaves no file.
+    // Behind the opening: a table that cannot be read leaves no file.
     OutputFile output(options.file, directory + vorne::kDataDirectory);
-    Exporter exporter(reader, *format, {options.deleted, false, separatorIn(options.separator)}, output);
-    exporter.run(order);
+    Exporter exporter(*opened.reader, *format, {options.deleted, false, separatorIn(options.separator)}, output);
+    exporter.run(opened.index.name);
     if (options.file != "-") note(counted(exporter.written(), "record") + " exported to " + options.file + ".");
     return kDone;
   });

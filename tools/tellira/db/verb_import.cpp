@@ -37,6 +37,7 @@ Examples:
 Exit status: 0 done, 1 there is no such table, or it was interrupted, 2 wrong usage or input, or the databases are in
 use, 3 the rows cannot be stored (a full disk).)";
 
+// Rows between two looks at the clock and at Ctrl-C.
 constexpr std::uint64_t kRowsBetweenLooks = 1024;
 
 struct ImportOptions {
@@ -58,6 +59,7 @@ class InputFile {
     struct stat found = {};
     if (file_ < 0 || ::fstat(file_, &found) != 0) fail(std::strerror(errno));
     if (S_ISDIR(found.st_mode)) fail("it is a directory");
+    // 0 where nobody knows, as of a pipe.
     size_ = S_ISREG(found.st_mode) ? static_cast<std::uint64_t>(found.st_size) : 0;
   }
   ~InputFile() {

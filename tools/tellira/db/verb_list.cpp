@@ -1,5 +1,6 @@
 // `tellira db list`: the databases, as the catalogue has them.
 #include <array>
+#include <filesystem>
 
 #include "db/db.h"
 #include "db/dictionary.h"
@@ -7,6 +8,7 @@
 #include "edge/console.h"
 #include "edge/json_text.h"
 #include "edge/text_table.h"
+#include "storage/format/names.h"
 
 namespace tool {
 namespace {
@@ -36,8 +38,18 @@ Json jsonOf(const vorne::StoredDatabase& database, std::size_t indexes) {
   return json;
 }
 
+/// A lost catalogue must not look like that of an empty directory.
+void noteUnnamed(const std::string& data) {
+  std::error_code error;
+  for (const auto& file : std::filesystem::directory_iterator(data, error))
+    if (file.path().native().ends_with(vorne::kOffsetsSuffix))
+      return note("tellira: the catalogue names none of the databases whose files are in " + data +
+                  ".\n  next: `tellira db check` tells what is there.");
+}
+
 int runList(const DbOptions& options, bool json) {
-  const Dictionary dictionary(options.checkedDirectory(), Dictionary::Heads::kOfAll);
+  const std::string directory = options.checkedDirectory();
+  const Dictionary dictionary(directory, Dictionary::Heads::kOfAll);
   Json list = Json::array();
   TextTable<5> table{{"Name", "Type", "Records", "Indexes", "Size"}};
   for (const vorne::StoredDatabase& database : dictionary.databases()) {
@@ -51,6 +63,7 @@ int runList(const DbOptions& options, bool json) {
     printJson(list);
   else
     table.print();
+  if (dictionary.databases().empty()) noteUnnamed(directory + vorne::kDataDirectory);
   return kDone;
 }
 

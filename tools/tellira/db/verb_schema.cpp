@@ -6,6 +6,7 @@
 
 #include "db/db.h"
 #include "db/dictionary.h"
+#include "db/read_table.h"
 #include "db/words.h"
 #include "edge/console.h"
 #include "edge/json_text.h"
@@ -167,10 +168,10 @@ void printText(const Dictionary::Table& table) {
 }
 
 /// The database as a table, when it is one.
-std::optional<Dictionary::Table> tableOf(const Dictionary& dictionary, const vorne::DatabaseReport& database) {
+std::optional<Dictionary::Table> tableOf(const std::string& directory, const vorne::DatabaseReport& database) {
   if (database.entry.type != vorne::kTypeData) return std::nullopt;
   try {
-    return dictionary.table(utf8FromLatin1(database.name));
+    return lookingAgain(directory, [&] { return Dictionary(directory).table(utf8FromLatin1(database.name)); });
   } catch (const Failure&) {
     return std::nullopt;
   }
@@ -183,7 +184,7 @@ int runSchema(const DbOptions& group, const SchemaOptions& options) {
     dictionary.demandFiles(*found, Use::kReads);
   const auto database = vorne::DescribeDatabase(directory, storedName(options.name));
   if (!database) throw Failure(kNo, dictionary.unknownText(options.name, "database"));
-  const auto table = tableOf(dictionary, *database);
+  const auto table = tableOf(directory, *database);
   if (!options.json) {
     printText(*database);
     if (table) printText(*table);

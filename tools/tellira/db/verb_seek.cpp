@@ -150,11 +150,12 @@ void printRecord(const vorne::TableReader& table, const vorne::Row& row) {
 
 int runSeek(const DbOptions& group, const SeekOptions& options) {
   const std::string directory = group.checkedDirectory();
-  const Dictionary::Table table = Dictionary(directory).table(options.table);
-  const vorne::IndexDescription& index = table.index(options.index);
+  const ReadTable opened = openedToRead(directory, options.table, options.index);
+  const Dictionary::Table& table = opened.table;
+  const vorne::IndexDescription& index = opened.index;
   const std::string key = keyBytes(table, index, options.key);
   return reading([&] {
-    vorne::TableReader reader(directory, table.name);
+    vorne::TableReader& reader = *opened.reader;
     const Landing landing = sought(reader, index.name, key, options);
     vorne::Row row(reader);
     vorne::StoredRows rows;

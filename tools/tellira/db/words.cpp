@@ -1,3 +1,4 @@
+// Names in the files are ISO-8859-1 and may be anything: they are masked and converted before they are shown.
 #include "db/words.h"
 
 #include <array>

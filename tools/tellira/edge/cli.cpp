@@ -1,3 +1,5 @@
+// What the parser says is put in words of this tool's own: a mistyped verb or option is told with those that are near
+// to it and with the next thing to do.
 #include "edge/cli.h"
 
 #include <CLI/App.hpp>
@@ -131,14 +133,15 @@ int showHelp(const CLI::App& app, const std::vector<std::string>& words) {
 
 Verb Verb::verb(const char* name, const char* description) {
   Verb below(*app_->add_subcommand(name, description), *chosen_);
-  app_->require_subcommand(1);
+  app_->require_subcommand(acts_ ? 0 : 1, 1);
   below.shared_ = shared_;
   for (const auto& declare : shared_) declare(below);
   return below;
 }
 
 void Verb::action(Action action) {
-  if (!verbsOf(*app_).empty()) app_->require_subcommand(0, 1);
+  acts_ = true;
+  // A verb below is read before this one: it is the one that was meant.
   app_->callback([app = app_, chosen = chosen_, action = std::move(action)] {
     if (app->get_subcommands().empty()) *chosen = action;
   });

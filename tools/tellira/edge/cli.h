@@ -28,7 +28,7 @@ class Verb {
 
   /// Adds a verb below this one.
   Verb verb(const char* name, const char* description);
-  /// What the verb does when it is named. A group with an action, which is set behind its verbs, needs none of them.
+  /// What the verb does when it is named; in a group, when none of its verbs is. To be declared before they are.
   void action(Action action);
   /// Takes all words behind the verb as they stand, options too: another program reads them.
   void passOn(std::vector<std::string>& words);
@@ -59,6 +59,7 @@ class Verb {
  private:
   CLI::App* app_;
   Action* chosen_;
+  bool acts_ = false;
   std::vector<std::function<void(Verb&)>> shared_;
 };
 

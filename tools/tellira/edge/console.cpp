@@ -1,3 +1,4 @@
+// Words go to standard error after what was printed: both are often the same terminal.
 #include "edge/console.h"
 
 #include <unistd.h>
@@ -24,6 +25,7 @@ std::string wrapped(Style style, std::string_view text) {
   return kCodes[static_cast<std::size_t>(style)] + std::string(text) + "\033[0m";
 }
 
+// Asked before a failure is told as JSON: two documents in one output would be none.
 bool anyPrinted = false;
 
 void write(FILE* stream, std::string_view text) {
@@ -48,6 +50,7 @@ bool hasPrinted() {
 
 bool takeOutputFailure() {
   const bool failed = std::fflush(stdout) != 0 || std::ferror(stdout) != 0;
+  // Told once: what is printed about it must not look like another failure.
   std::clearerr(stdout);
   return failed;
 }

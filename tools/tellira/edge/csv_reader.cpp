@@ -1,3 +1,5 @@
+// A row is scanned in the buffer that it was read into, and its cells are views of that: they are good until the next
+// row. Quotes that are written twice are made single in place.
 #include <unistd.h>
 
 #include <algorithm>
@@ -12,6 +14,7 @@ namespace tool {
 namespace {
 
 constexpr std::size_t kFirstBuffer = 1 << 18;
+// Bytes. Without a bound a quote that is never closed would read the whole file into memory.
 constexpr std::size_t kLongestRow = 1 << 26;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kSeparators = ",;\t";

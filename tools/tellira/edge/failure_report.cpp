@@ -1,3 +1,4 @@
+// Error texts have one form everywhere, "what: why" and a line "next: ..."; the JSON form is that text taken apart.
 #include "edge/failure_report.h"
 
 #include "edge/masking.h"
@@ -18,6 +19,7 @@ Json partJson(std::string_view text) {
 std::size_t endOfWhat(std::string_view line) {
   bool quoted = false;
   for (std::size_t i = 0; i + 1 < line.size(); ++i) {
+    // What the user gave may hold a colon of its own.
     if (line[i] == '"') quoted = !quoted;
     if (!quoted && line[i] == ':' && line[i + 1] == ' ') return i;
   }

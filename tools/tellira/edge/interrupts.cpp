@@ -1,8 +1,10 @@
+// A handler only counts: whoever works looks at the count between two steps and decides.
 #include "edge/interrupts.h"
 
 namespace tool {
 namespace {
 
+// 0 none, 1 asked to end, 2 asked again; it does not go further, so that it cannot wrap.
 volatile std::sig_atomic_t interrupted = 0;
 void interrupt(int) {
   if (interrupted < 2) interrupted = interrupted + 1;

@@ -1,3 +1,4 @@
+// Members keep the order in which they were set, so that two runs can be compared line by line.
 #include "edge/json_text.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// There is no call that tells who holds a lock; the system shows it in /proc, each way with gaps: open files only to
+// their owner and the superuser, the list of locks without some file systems. Both are tried.
 #include "edge/lock_holder.h"
 
 #include <dirent.h>

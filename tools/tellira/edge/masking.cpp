@@ -1,3 +1,5 @@
+// A number is taken for a card's if it has a card's length, first digit and check digit and is not something else that
+// a sale prints. Six digits in front and four behind stay: enough to find a payment, too few to make one.
 #include "edge/masking.h"
 
 #include <array>

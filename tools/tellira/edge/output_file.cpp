@@ -1,3 +1,6 @@
+// A regular file is written beside its place under another name and takes it when it is complete; pipes, devices and
+// standard output are written as they are. Directories of databases are left alone: a repair would take such a file for
+// a stray, and programs for one of theirs.
 #include "edge/output_file.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// Paths are put together as texts: what they lead to may not be there yet.
 #include "edge/paths.h"
 
 #include <filesystem>
@@ -19,7 +20,9 @@ std::string defaultLibrary() {
 }
 
 std::string resolved(const std::string& path, const std::string& directory) {
-  return (fs::path(directory) / path).lexically_normal().string();
+  std::string whole = (fs::path(directory) / path).lexically_normal().string();
+  if (whole.size() > 1 && whole.ends_with('/')) whole.pop_back();
+  return whole;
 }
 
 std::string absolute(const std::string& path) {

@@ -27,6 +27,7 @@ Progress::Progress(const char* unit, double size)
 Progress::~Progress() {
   if (shown_ == 0) return;
   write("");
+  // What is printed next begins where the line was.
   std::fputc('\r', stderr);
 }
 

@@ -1,3 +1,4 @@
+// Both directions of its own, and not the library's: the tool must be able to look at what the library does wrong.
 #include "library/base64.h"
 
 #include <array>
@@ -48,6 +49,7 @@ std::optional<std::string> decodeBase64(std::string_view text) {
     if (value < 0) return std::nullopt;
     group = group << 6 | static_cast<std::uint32_t>(value);
     bits += 6;
+    // What is left at the end are the zero bits that filled the last group.
     if (bits < 8) continue;
     bits -= 8;
     bytes += static_cast<char>(group >> bits & 0xFF);

@@ -1,3 +1,5 @@
+// All of it is read from the one command table, so that no list here can fall behind. Fields are numbered from 2, as
+// the parameter text has them: field 1 is the command's name.
 #include "library/commands.h"
 
 #include <algorithm>
@@ -49,6 +51,7 @@ std::string missingText(const Command& command, int field, std::size_t given) {
 /// Why a text is not a number that the library reads as it is meant; nothing when it is one.
 std::optional<std::string> numberProblem(std::string_view text, double lowest, double highest) {
   std::string plain(trimmed(text));
+  // The library takes for 0 what is no number, and sends that.
   if (plain.empty()) return "is empty where a number must stand";
   std::replace(plain.begin(), plain.end(), ',', '.');
   double value = 0;

@@ -1,3 +1,5 @@
+// A cause is told by how the child process ended and by what the library had printed. What a device has done by then
+// nobody knows: each advice says to look first.
 #include "library/diagnosis.h"
 
 #include <array>
@@ -86,6 +88,7 @@ constexpr std::array<Known, 5> kKnown{{
     {"not found in DLL <", functionMissing},
     {"Function not found in TELLIRA.DLL/SO", unknownCommand},
     {"SAIU PELO CATCH", catchAll},
+    // Last: what the other rows know by its words ends with a number, too.
     {"RunTimeError = -1", runtimeStopped},
 }};
 

@@ -1,3 +1,4 @@
+// The system's own message says "wrong ELF class" at most; the head of the file tells which build is needed.
 #include "library/library_file.h"
 
 #include <elf.h>

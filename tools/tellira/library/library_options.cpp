@@ -1,3 +1,4 @@
+// Paths are made absolute at once: the child that calls the library works in another directory.
 #include "library/library_options.h"
 
 #include "edge/paths.h"

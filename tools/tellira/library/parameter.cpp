@@ -1,3 +1,5 @@
+// Fields separated by 0x01, 0x02 behind the last one, a zero byte, and all of that in Base64 unless it is passed
+// plainly.
 #include "library/parameter.h"
 
 #include "edge/console.h"
@@ -30,6 +32,7 @@ Output readOutput(std::string_view text, bool plain) {
   const auto decoded = plain ? std::optional<std::string>(text) : decodeBase64(text);
   output.readable = decoded.has_value();
   std::string_view bytes = decoded ? std::string_view(*decoded) : text;
+  // The answer's own end, which was encoded with it.
   if (!bytes.empty() && bytes.back() == '\0') bytes.remove_suffix(1);
   for (const std::string& field : split(bytes, kSeparator)) {
     output.values.push_back(utf8FromLatin1(field));

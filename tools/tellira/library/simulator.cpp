@@ -1,3 +1,4 @@
+// The meanings of negative results are known for the simulated devices alone: of a real one they are the vendor's own.
 #include "library/simulator.h"
 
 #include <algorithm>
@@ -48,6 +49,7 @@ std::string simulatedMeaning(const generated::Command& command, const std::strin
   const std::string_view text = trimmed(result);
   int number = 0;
   const auto end = std::from_chars(text.data(), text.data() + text.size(), number).ptr;
+  // Only refusals have meanings; what is not a number at all is no result.
   if (number >= 0 || end != text.data() + text.size() || !answersResult(command)) return {};
   const auto meaningIn = [number](const auto& codes) -> std::string {
     const auto* found =

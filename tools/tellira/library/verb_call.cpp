@@ -46,6 +46,7 @@ struct CallOptions : LibraryOptions {
   bool json = false;
   bool unchecked = false;
 
+  // The two numbers that the library answers without reading its parameters.
   bool asksVersion() const { return command == 999 || command == 997; }
 };
 

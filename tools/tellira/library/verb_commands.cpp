@@ -36,6 +36,7 @@ struct CommandsOptions {
 };
 
 bool matches(const Command& command, const std::string& pattern) {
+  // A plain word is looked for anywhere in the names.
   const bool glob = pattern.find_first_of("*?") != std::string::npos;
   return matchesGlob(glob ? pattern : "*" + pattern + "*", command.name);
 }

@@ -1,3 +1,6 @@
+// Two streams connect the tool with its child: a socket with requests and replies in frames, and a pipe with everything
+// that the library prints. The child lives as long as its calls are answered, so that a device stays open between them;
+// one that ends, or does not answer in time, is gone with what it had open.
 #include "library/worker.h"
 
 #include <fcntl.h>
@@ -35,6 +38,7 @@ constexpr std::chrono::milliseconds kPatienceWhenAsked{2000};  // what a device 
 bool readSome(int from, std::string& to, std::size_t most) {
   std::array<char, 16384> piece;
   const ssize_t got = read(from, piece.data(), piece.size());
+  // Nothing there just now: the stream goes on.
   if (got < 0) return errno == EINTR || errno == EAGAIN;
   to.append(piece.data(), std::min(static_cast<std::size_t>(got), most - std::min(most, to.size())));
   return got > 0;
@@ -58,6 +62,7 @@ bool readFrame(const std::string& frames, Answer& answer) {
   ReplyHead head{};
   if (frames.size() < sizeof head) return false;
   std::memcpy(&head, frames.data(), sizeof head);
+  // By subtraction: the number comes from another process.
   if (head.bytes > frames.size() - sizeof head) return false;
   answer.ending = endingOf(head.kind);
   answer.returned = head.returned;

@@ -1,3 +1,5 @@
+// The child behaves as a host does: it loads the library, calls it, and ends when there are no more requests. Replies
+// are told from what is printed by going through the socket alone.
 #include "library/worker_child.h"
 
 #include <dlfcn.h>
@@ -56,6 +58,7 @@ void reply(int calls, Reply kind, int returned, const char* bytes, std::size_t s
 
 [[noreturn]] void giveUp(int calls, Reply kind, const std::string& reason) {
   reply(calls, kind, 0, reason.data(), reason.size());
+  // Without what a host's end would do: no library was used.
   std::_Exit(1);
 }
 

@@ -1,3 +1,5 @@
+// The terminal leads: each continuation tells what it wants now, the script's answers are given in their order, and a
+// question without an answer, or with another kind of answer, ends the sale with the payment open.
 #include "sale/dialogue.h"
 
 #include <charconv>
@@ -8,6 +10,7 @@
 namespace tool {
 namespace {
 
+// The result by which the terminal asks for another continuation; any other one ends the dialogue.
 constexpr const char* kGoesOn = "10000";
 constexpr const char* kDataRoom = "20000";
 constexpr std::size_t kAnswerFields = 6;  // result, command, field type, shortest, longest, data
@@ -42,6 +45,7 @@ class Dialogue {
   DialogueResult run(const std::vector<std::string>& opening) {
     DialogueResult dialogue;
     dialogue.result = host_.send("IniciaFuncaoSiTefInterativo", opening).front();
+    // The first continuation gives back zeros, since nothing has been told yet.
     Turn turn{dialogue.result, {"0", "0", "0", "0"}, kData, 0, ""};
     std::string data;
     flag_ = "0";
@@ -50,6 +54,7 @@ class Dialogue {
         throw host_.fail(statement_.place, kEnded,
                          "the terminal did not come to an end in " + std::to_string(steps) + " steps; given up.");
       }
+      // The numbers go back as they came, text by text: the terminal knows by them what it asked.
       turn = proceed(turn, data);
       data.clear();
       if (turn.result == kGoesOn) data = react(turn, dialogue);
@@ -88,6 +93,7 @@ class Dialogue {
     host_.show(Remark::Kind::kPrompt, turn.data);
     const std::string asked = promptInWords(turn.command, turn.fieldType) + " (\"" + turn.data + "\")";
     const std::string advice = " Add `answer " + keywordFor(turn.command, turn.fieldType) + " ...` or `cancel`.";
+    // Nobody is asked at the keyboard: a script says everything or ends.
     if (next_ == statement_.replies.size()) {
       throw host_.fail(statement_.place, kNo,
                        "the terminal asks for " + asked + ", and no answer line is left." + advice);
@@ -109,6 +115,7 @@ class Dialogue {
   }
 
   std::string valueOf(const Reply& reply, const Turn& turn) const {
+    // The terminal's numbers for the two keys.
     if (reply.keyword == "yes") return "0";
     if (reply.keyword == "no") return "1";
     const std::string value = host_.expand(reply.value);
@@ -136,7 +143,9 @@ class Dialogue {
 
   const DialogueHost& host_;
   const Statement& statement_;
+  // Of the script's answers.
   std::size_t next_ = 0;
+  // What the next continuation tells: 0 goes on, 1 goes a step back, -1 cancels.
   std::string flag_ = "0";
 };
 

@@ -1,3 +1,4 @@
+// Numbers are the terminal's: commands say what it does (ask, show, keep), field types what it is about.
 #include "sale/dialogue_words.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Documents are told from the commands alone, without asking the devices: a sale that ends early may have lost them.
 #include "sale/open_documents.h"
 
 #include <algorithm>
@@ -86,6 +87,7 @@ void OpenDocuments::answer(const std::vector<std::string>& fields) {
     if (isRefused(fields) ? begins : matchesAny(kDocuments[kind].ends, name)) end(kind);
   }
   if (name != kContinuation) return;
+  // A dialogue that ends with a refusal left nothing to confirm.
   if (isRefused(fields)) end(kPayment);
   for (Open& open : open_)
     if (open.kind == kPayment && givesNsu(fields)) open.nsu = fields.back();
@@ -95,6 +97,7 @@ std::vector<std::string> OpenDocuments::commandsFor(const Open& open) {
   const auto& advice = kDocuments[open.kind].advice;
   if (open.kind != kPayment) return {advice.begin(), advice.end()};
   std::vector<std::string> commands;
+  // With the coupon, date and time of the beginning, which the terminal compares.
   for (const char* confirm : {"1", "0"}) {
     commands.push_back("FinalizaTransacaoSiTefInterativo " + std::string(confirm));
     for (std::size_t i = kCouponField; i < kCouponField + 3; ++i)

@@ -1,3 +1,4 @@
+// One file without anything from elsewhere, so that it can be kept and passed on.
 #include "sale/page.h"
 
 #include <array>

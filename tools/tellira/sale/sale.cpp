@@ -1,3 +1,5 @@
+// Line by line: conditions, values put in for variables, the fields checked once more with them, the call, what it
+// printed, then what the script expects. The first failure ends the sale; what it left open is told.
 #include "sale/sale.h"
 
 #include <cstdlib>
@@ -37,6 +39,7 @@ bool holds(const std::string& comparison, int order) {
 bool holds(const std::string& left, const std::string& comparison, const std::string& right) {
   const auto a = numberIn(left);
   const auto b = numberIn(right);
+  // Answers come with leading zeros and blanks: 0001 is 1.
   if (a && b) return holds(comparison, *a < *b ? -1 : *a > *b ? 1 : 0);
   return holds(comparison, left.compare(right));
 }
@@ -117,6 +120,7 @@ void Sale::runDialogue(const Statement& statement) {
     return failureAt(script_, place, status, what);
   };
   const DialogueResult result = runDialogueWith(host, statement, fields);
+  // Cleared first: parts of an earlier dialogue of that name must not show through.
   variables_.set(statement.target, {result.result});
   variables_.set(statement.target, "result", result.result);
   for (const auto& [key, value] : result.kept) variables_.set(statement.target, key, value);

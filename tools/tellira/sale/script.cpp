@@ -1,3 +1,5 @@
+// A statement is a line with the `expect`, `answer`, `cancel` and `back` lines behind it that belong to it. Variables
+// are checked in the order of the lines, so that no line can use what is set behind it.
 #include "sale/script.h"
 
 #include <algorithm>
@@ -19,6 +21,7 @@ class Parser {
  public:
   Parser(std::string_view text, const std::string& name) {
     script_.name = name;
+    // A byte order mark, as editors on Windows put there.
     if (text.substr(0, 3) == "\xEF\xBB\xBF") text.remove_prefix(3);
     script_.lines = split(text, '\n');
   }
@@ -95,6 +98,7 @@ class Parser {
   void takeCondition(std::vector<Word>& words, Statement& statement) const {
     if (!isBare(words, "if")) return;
     static const std::set<std::string> kSigns{"=", "!=", "<", "<=", ">", ">="};
+    // More than four words: behind the comparison a command has to stand.
     const bool whole = words.size() > 4 && words[2].literal() && kSigns.count(words[2].text()) != 0;
     if (!whole) fail(words[0].place, "if takes VALUE SIGN VALUE and then a command; SIGN is one of = != < <= > >=.");
     checkVariables(words[1]);
@@ -185,6 +189,7 @@ class Parser {
   static void takeComparison(std::vector<Word>& words, std::string& comparison) {
     if (words.front().pieces.empty() || words.front().pieces.front().variable) return;
     std::string& text = words.front().pieces.front().text;
+    // Two characters before one: "<" begins "<=" too.
     for (const char* sign : {"!=", "<=", ">=", "=", "<", ">"}) {
       if (text.rfind(sign, 0) != 0) continue;
       comparison = sign;
@@ -219,6 +224,7 @@ class Parser {
 
   Script script_;
   std::set<std::string> known_{"today", "now"};
+  // Of known_, those that a dialogue sets: only they have named parts.
   std::set<std::string> dialogues_;
 };
 

@@ -1,3 +1,4 @@
+// A word is pieces of text and variables; what stands in quotes is never a keyword.
 #include "sale/script_words.h"
 
 #include <algorithm>

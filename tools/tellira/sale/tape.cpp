@@ -1,3 +1,4 @@
+// What was there before the sale is not shown: only bytes behind the sizes that the files had when it began.
 #include "sale/tape.h"
 
 #include <algorithm>
@@ -45,11 +46,13 @@ std::vector<std::string> Tape::newLines() {
     std::uint64_t from = size < roll.seen ? 0 : roll.seen;
     roll.seen = size;
     if (size == from) continue;
+    // Of a paper that grew by more, only its end is shown.
     from = std::max(from, size - std::min(size, kMostBytes));
     std::ifstream paper(roll.file, std::ios::binary);
     paper.seekg(static_cast<std::streamoff>(from));
     std::string bytes(static_cast<std::size_t>(size - from), '\0');
     paper.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    // It may have been cut since its size was asked.
     bytes.resize(static_cast<std::size_t>(std::max<std::streamsize>(paper.gcount(), 0)));
     appendLines(bytes, lines);
   }

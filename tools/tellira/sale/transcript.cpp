@@ -1,3 +1,4 @@
+// Everything that leaves here is masked, and control characters are shown as they are written in a script.
 #include "sale/transcript.h"
 
 #include <algorithm>

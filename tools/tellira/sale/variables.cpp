@@ -1,3 +1,4 @@
+// A variable is an answer with parts: "0", "1", ... for its fields, names for what a dialogue leaves.
 #include "sale/variables.h"
 
 #include <algorithm>

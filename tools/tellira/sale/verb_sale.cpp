@@ -1,3 +1,4 @@
+// Nothing is sent before all that can fail beforehand has been looked at: the script as a whole, the page's place.
 #include "sale/verb_sale.h"
 
 #include <cerrno>
@@ -62,6 +63,7 @@ std::string readScript(const std::string& file) {
   std::ifstream opened;
   if (file != "-") opened.open(file, std::ios::binary);
   std::istream& stream = file == "-" ? std::cin : opened;
+  // One byte more than is allowed: so much read tells that there is more.
   std::string text(kMostScriptBytes + 1, '\0');
   if (stream) stream.read(text.data(), static_cast<std::streamsize>(text.size()));
   const auto got = static_cast<std::size_t>(stream.gcount());

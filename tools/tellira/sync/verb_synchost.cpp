@@ -1,4 +1,4 @@
-#include "verb_synchost.h"
+#include "sync/verb_synchost.h"
 
 #include <unistd.h>
 

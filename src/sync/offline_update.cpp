@@ -1,0 +1,162 @@
+// What was received comes into the tables: the catalogue's first, then those that it names.
+#include "sync/applying.h"
+#include "sync/applying_note.h"
+#include "sync/catalog_tables.h"
+#include "sync/state_lines.h"
+#include "sync/table_areas.h"
+#include "sync/table_making.h"
+#include "sync/vornesync.h"
+
+using namespace vorne;
+
+namespace {
+
+constexpr int kNotStored = 112;  // message
+constexpr char kWholeTable = 'T';
+
+bool exists(const std::string& table) {
+  return DmFindDatabase(0, table.c_str()) != 0;
+}
+
+Applied writeDirect(const std::string& name, int area, const ReceivedPackets& packets) {
+  const int index = MergeIndex(name, CatalogKeyOf(name), area);
+  if (index < -1) return Applied::NoIndex;
+  // Also into an empty table: a run that goes on where another one ended finds it filled, and must end in the same way.
+  return index < 0 ? AppendToTable(name, area, packets) : MergeTable(name, area, index, packets);
+}
+
+Applied apply(const std::string& name, int area, const ReceivedPackets& packets) {
+  const auto control = packets.control();
+  if (!control) return Applied::Damaged;
+  Tell(SyncText::Updating, static_cast<int>(packets.count()), name.c_str(), control->type);
+  return control->type == kWholeTable ? ReplaceTable(name, area, packets) : writeDirect(name, area, packets);
+}
+
+bool changeTable(const std::string& name) {
+  const TableArea area(name);
+  const auto failed = [&](SyncText text) {
+    Tell(text, name.c_str());
+    return false;
+  };
+  if (!area.isOpen()) return failed(SyncText::OpenFailed);
+  if (!OpenIndexes(name, area.number())) return failed(SyncText::IndexFailed);
+  if (DoChangeTable(name.c_str(), area.number()) == 0) return failed(SyncText::PacketsFailed);
+  Tell(SyncText::Changed, name.c_str());
+  return true;
+}
+
+enum class Waiting { Nothing, Incomplete, Whole, Part };
+
+Waiting waitingFor(const std::string& name) {
+  const ReceivedPackets packets(name);
+  if (!packets.isOpen()) return Waiting::Nothing;
+  const auto control = packets.control();
+  if (packets.count() != 0 && control && !control->complete) return Waiting::Incomplete;
+  return control && control->type == kWholeTable ? Waiting::Whole : Waiting::Part;
+}
+
+// Applies what waits for the table, if it does.
+bool readTable(const std::string& name, int percent) {
+  const Waiting waiting = waitingFor(name);
+  if (waiting == Waiting::Nothing || waiting == Waiting::Incomplete) return true;
+  if (waiting == Waiting::Whole && HasDirty(name.c_str()) != 0) {
+    Tell(SyncText::UnsentRecords, name.c_str());
+    return true;
+  }
+  const std::string line = Filled(SyncText::Changing, name.c_str());
+  ShowProgress(2, percent, line.c_str());
+  DoSetState(line.c_str());
+  return changeTable(name);
+}
+
+// A table of the catalogue that is not there yet gets made, with its indexes.
+bool haveTable(const std::string& name) {
+  if (IsTableName(name) && exists(name) && !IsUnfinishedTable(name)) return true;
+  if (!MakeTable(name)) return false;
+  const TableArea area(name);
+  if (area.isOpen() && OpenIndexes(name, area.number())) return true;
+  Tell(area.isOpen() ? SyncText::IndexFailed : SyncText::OpenFailed, name.c_str());
+  return false;
+}
+
+bool readCatalogue() {
+  bool well = true, isOpen = false;
+  for (const char* name : {kTableCatalog, kFieldCatalog, kIndexCatalog}) {
+    if (waitingFor(name) == Waiting::Nothing) continue;
+    // The session may have them open, or have none of them yet.
+    if (!exists(name) && !isOpen) {
+      isOpen = true;
+      OpenCatalogTables();
+    }
+    well = readTable(name, 0) && well;
+  }
+  return well;
+}
+
+bool isComplete(const char* table) {
+  const ReceivedPackets packets(table);
+  return packets.isOpen() && packets.isComplete();
+}
+
+bool holdsRecords(const char* table) {
+  const TableArea area(table);
+  return area.isOpen() && DmNumRecords(area.database()) != 0;
+}
+
+}  // namespace
+
+int __WriteDirectT(const char* name, int area, DmOpenRef packets) {
+  if (name == nullptr || packets == nullptr || AreaAt(area) == nullptr) return 0;
+  return ReplaceTable(name, area, ReceivedPackets(packets)) == Applied::Whole;
+}
+
+int __WriteDirect(const char* name, int area, DmOpenRef packets) {
+  if (name == nullptr || packets == nullptr || AreaAt(area) == nullptr) return 0;
+  return writeDirect(name, area, ReceivedPackets(packets)) == Applied::Whole;
+}
+
+int DoChangeTable(const char* name, int area, Obj_Node*) {
+  if (name == nullptr || AreaAt(area) == nullptr) return 0;
+  ReceivedPackets packets(name);
+  if (!packets.isOpen()) return 0;
+  const UInt32 count = packets.count();
+  if (count == 0) {
+    Tell(SyncText::NoPackets, name);
+    packets.close();
+    DeleteTemporary(name, kPacketsReceived);
+    return 1;
+  }
+  // A transfer that was cut off waits for its rest.
+  if (packets.control() && !packets.isComplete()) return 1;
+  const Applied applied = apply(name, area, packets);
+  packets.close();
+  if (applied == Applied::NoRoom) TellMessage(kNotStored);
+  // Damaged ones go as well: the host's next ones would otherwise not be asked for.
+  if (applied == Applied::Whole || applied == Applied::Damaged) {
+    DeleteTemporary(name, kPacketsReceived);
+    ApplyingNote::forgetFinished();
+  }
+  if (applied != Applied::Whole) return 0;
+  Tell(SyncText::Updated, static_cast<int>(count), name);
+  return 1;
+}
+
+int ReadFromHH() {
+  ApplyingNote::forgetFinished();
+  bool well = readCatalogue();
+  const std::vector<CatalogTable> tables = CatalogTables();
+  for (std::size_t i = 0; i < tables.size(); ++i) {
+    const std::string& name = tables[i].name;
+    const auto percent = static_cast<int>(100 * i / tables.size());
+    well = haveTable(name) && readTable(name, percent) && well;
+  }
+  return well;
+}
+
+int VerifyConsistent() {
+  return holdsRecords(kTableCatalog) && holdsRecords(kIndexCatalog);
+}
+
+int VerifyTpdaConsistent() {
+  return isComplete(kTableCatalog) && isComplete(kIndexCatalog);
+}

@@ -1,0 +1,19 @@
+// Inside the sync floor: tables and indexes as the host's catalogue describes them. What cannot be is refused with a
+// state line.
+#pragma once
+
+#include <string>
+
+namespace vorne {
+
+/// True for what a table or an index of the host's can be called.
+bool IsTableName(const std::string& name);
+/// Makes a table that is missing; false when the catalogue describes none that can be.
+bool MakeTable(const std::string& name);
+/// Opens the table's indexes in its area, and makes those that are missing; false when one of them cannot be.
+bool OpenIndexes(const std::string& table, int area);
+/// The number of the index in the area that identifies a record: the one of that name, without a name the table's
+/// first; -1 when it has none, -2 for a name that no index has.
+int MergeIndex(const std::string& table, const std::string& name, int area);
+
+}  // namespace vorne

@@ -1,0 +1,164 @@
+// Changes on their way up: what the packets hold, and when the marks of the records go.
+#include <gmock/gmock.h>
+
+#include "sync/dirty_marks.h"
+#include "tables_fixture.h"
+
+using testing::HasSubstr;
+
+namespace {
+
+// The packets that are ready for a table: how, and with which records (bytes and memo texts).
+struct Ready {
+  bool compressed;
+  std::vector<std::string> records;
+};
+std::vector<Ready> ready(const char* table, std::size_t memos) {
+  std::vector<Ready> all;
+  const DmOpenRef db = vorne::FindTemporary(table, vorne::kPacketsToSend);
+  for (UInt32 i = 0; i < DmNumRecords(db); ++i) {
+    const std::string body = record(db, i);
+    EXPECT_LE(body.size(), 12000u);
+    const auto packet = vorne::ParseSent(body);
+    if (!packet) {
+      ADD_FAILURE() << "packet " << i;
+      continue;
+    }
+    std::vector<char> content(packet->contentSize);
+    if (packet->compressed)
+      EXPECT_EQ(vorne::Inflate(packet->data, content), content.size());
+    else
+      content.assign(packet->data.begin(), packet->data.end());
+    const auto records = vorne::ParseContent(content, packet->records, memos);
+    EXPECT_TRUE(records);
+    Ready& one = all.emplace_back(Ready{packet->compressed, {}});
+    for (const auto& each : *records) {
+      one.records.emplace_back(each.record.begin(), each.record.end());
+      for (const auto& memo : each.memos) one.records.emplace_back(memo.begin(), memo.end());
+    }
+  }
+  if (db != nullptr) DmCloseDatabase(db);
+  return all;
+}
+void emptyPackets(const char* table) {
+  const DmOpenRef db = vorne::FindTemporary(table, vorne::kPacketsToSend);
+  __InternalZap(db);
+  DmCloseDatabase(db);
+}
+bool isReady(const char* table) {
+  return DmFindDatabase(0, vorne::TemporaryName(table, vorne::kPacketsToSend).c_str()) != 0;
+}
+
+class ChangesGoUp : public TablesFromHost {
+ protected:
+  void SetUp() override {
+    TablesFromHost::SetUp();
+    host::receiveCatalogue({kItems, kLogs, {"OTHER", "A:C:4"}});
+    host::receive("ITEMS", 'T',
+                  {host::packet({item("A", 1, "a long name", "a note"), item("B", 2, "two"), item("C", 3, "x")})});
+    ASSERT_EQ(ReadFromHH(), 1);
+  }
+  static void addLine(const std::string& line) {
+    use("LOGS");
+    __DBAPPEND();
+    __SetField(nullptr, text("LINE"), text(line));
+    __Commit();
+    __dbCloseAll();
+  }
+  static void changeItems() {
+    use("ITEMS");
+    go(1);
+    __SetField(nullptr, text("NAME"), text("short"));
+    __Commit();
+    // What the host has got and is deleted here stays with the host.
+    remove(2);
+    go(3);
+    __SetField(nullptr, text("PRICE"), number(4));
+    __Commit();
+    remove(3);
+    __dbCloseAll();
+  }
+};
+
+TEST_F(ChangesGoUp, AsPacketsOfTheRecordsThatTheHostHasNotGot) {
+  changeItems();
+  const DmOpenRef old = vorne::OpenTemporary("GONE", vorne::kPacketsToSend, vorne::IfExists::Keep);
+  DmCloseDatabase(old);
+  ASSERT_EQ(BatchUpload(), 1);
+  EXPECT_FALSE(isReady("GONE"));
+  EXPECT_FALSE(isReady("OTHER"));
+  const auto packets = ready("ITEMS", 1);
+  ASSERT_EQ(packets.size(), 1u);
+  EXPECT_THAT(packets[0].records, testing::ElementsAre(host::live(itemFields("A", 1, "short")), "a note",
+                                                       host::dead(itemFields("C", 4, "x")), ""));
+  EXPECT_EQ(contents("TOHOST"), "ITEMS,2");
+  EXPECT_EQ(GetRecsDirty("OTHER"), 0);
+  EXPECT_EQ(GetRecsDirty("ITEMS"), 2);
+  EXPECT_EQ(GetRecsDirty("missing"), 0);
+}
+
+TEST_F(ChangesGoUp, InPacketsThatFitAFrame) {
+  std::string noise(1990, ' ');
+  for (char& c : noise) c = static_cast<char>('!' + std::rand() % 90);
+  for (int i = 0; i < 40; ++i)
+    addLine(i % 2 ? std::string(1990, 'a')
+                  : noise.substr(static_cast<std::size_t>(i)) + noise.substr(0, static_cast<std::size_t>(i)));
+  for (const short zlib : {1, 0}) {
+    ng->bHasZlib = zlib;
+    ASSERT_EQ(BatchUpload(), 1);
+    std::size_t records = 0;
+    for (const Ready& packet : ready("LOGS", 1)) {
+      records += packet.records.size();
+      EXPECT_EQ(packet.compressed, zlib != 0);
+      EXPECT_LE(packet.records.size(), 12u);
+    }
+    EXPECT_EQ(records, 80u);
+  }
+  // Texts that cannot be made smaller go as they are.
+  ng->bHasZlib = 1;
+  const DmOpenRef db = vorne::OpenTemporary("Z", vorne::kPacketsToSend, vorne::IfExists::Keep);
+  EXPECT_EQ(CompressAndWrite(db, "x", 1, 1), 1);
+  EXPECT_EQ(record(db, 0), std::string("\1\0\x0B\x0C\0\x0C\x0D\0\1\0\1x", 12));
+  EXPECT_EQ(CompressAndWrite(db, noise.data(), 0, 1) + CompressAndWrite(db, noise.data(), 12289, 1), 0);
+  DmCloseDatabase(db);
+}
+
+TEST_F(ChangesGoUp, NotWithARecordThatNoFrameHolds) {
+  host::receiveCatalogue({{"WIDE", "A:C:15000"}});
+  ASSERT_EQ(ReadFromHH(), 1);
+  for (const std::size_t length : {11990u, 11998u}) {
+    use("WIDE");
+    __DBAPPEND();
+    __SetField(nullptr, text("A"), text(std::string(length, 'a')));
+    __Commit();
+    __dbCloseAll();
+    ASSERT_EQ(GetRecsDirty("WIDE"), length == 11990 ? 1 : 2);
+    const DmOpenRef db = vorne::FindTemporary("WIDE", vorne::kPacketsToSend);
+    // Reading the second one for sending is what fails.
+    if (length == 11990)
+      EXPECT_EQ(vorne::ParseSent(record(db, 0))->contentSize, 11995);
+    else
+      EXPECT_GT(record(db, 1).size(), 12000u);
+    DmCloseDatabase(db);
+  }
+}
+
+TEST_F(ChangesGoUp, AndOnlyWhatTheHostTookLosesItsMarks) {
+  changeItems();
+  addLine("one");
+  ASSERT_EQ(BatchUpload(), 1);
+  EXPECT_EQ(contents("TOHOST"), "ITEMS,2|LOGS,1");
+  // The host has not asked for the lines.
+  emptyPackets("ITEMS");
+  ASSERT_EQ(OpenToHostArea(), 1);
+  EXPECT_EQ(DeleteToHostTables(), 1);
+  EXPECT_EQ(HasDirty("ITEMS"), 0);
+  EXPECT_NE(HasDirty("LOGS"), 0);
+  EXPECT_FALSE(isReady("ITEMS"));
+  EXPECT_EQ(contents("TOHOST"), "(none)");
+  EXPECT_EQ(OpenToHostArea() + DeleteToHostTables(), 0);
+  ASSERT_EQ(BatchUpload(), 1);
+  EXPECT_EQ(contents("TOHOST"), "LOGS,1");
+}
+
+}  // namespace
