@@ -6,6 +6,7 @@
 #include <mutex>
 #include <random>
 
+#include "synchost/open_sql.h"
 #include "synchost/running_host.h"
 #include "synchost/store.h"
 #include "synchost/temporary_postgres.h"

@@ -2,6 +2,7 @@
 #include <utility>
 
 #include "db/field_definitions.h"
+#include "synchost/open_sql.h"
 #include "synchost/verbs.h"
 #include "text/text.h"
 

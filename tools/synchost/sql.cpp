@@ -24,9 +24,4 @@ const Blob& SqlRow::bytes(std::size_t column) const {
   return valueIn<Blob>(*this, column);
 }
 
-std::unique_ptr<Sql> OpenSql(const std::string& name) {
-  const bool isPostgres = name.starts_with("postgresql://") || name.starts_with("postgres://");
-  return isPostgres ? OpenPostgres(name) : OpenSqlite(name);
-}
-
 }  // namespace synchost

@@ -57,7 +57,5 @@ class Sql {
 std::unique_ptr<Sql> OpenSqlite(const std::string& file);
 /// @param address as in postgresql://user@host/database; StoreFailure where this program was built without its library
 std::unique_ptr<Sql> OpenPostgres(const std::string& address);
-/// By the beginning of the name.
-std::unique_ptr<Sql> OpenSql(const std::string& name);
 
 }  // namespace synchost

@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "synchost/sql.h"
 #include "synchost/table.h"
+#include "synchost/transactions.h"
 
 namespace synchost {
 
@@ -20,13 +20,6 @@ struct Device {
   std::string id;
   std::string group;  ///< empty: whatever the device says
   bool enabled = true;
-};
-
-/// A record as it is sent, and where it stands among the others.
-struct SentContent {
-  Blob key;
-  std::int64_t change = 0;
-  Blob content;
 };
 
 enum class TaskKind { kDelete, kImages, kInstall };
@@ -106,16 +99,11 @@ class Store {
   void putImage(const std::string& name, const Blob& bytes);
 
  private:
-  std::vector<SqlRow> read(const char* statement, const Values& parameters = {});
-  std::vector<SqlRow> write(const char* statement, const Values& parameters);
-  void writeMany(const char* statement, const std::vector<Values>& rows);
-  void begin();
   /// The first of `count` change numbers that nobody has.
   std::int64_t takeChanges(std::int64_t count);
   bool isSentAgain(const Table& table, const std::string& device, std::int64_t earlier, std::int64_t later);
 
-  std::unique_ptr<Sql> sql_;
-  bool writing_ = false;
+  Transactions db_;
 };
 
 }  // namespace synchost

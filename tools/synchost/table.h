@@ -49,6 +49,13 @@ struct KeptRecord {
   bool deleted;
 };
 
+/// A record as it is sent, and where it stands among the others.
+struct SentContent {
+  Blob key;
+  std::int64_t change = 0;
+  Blob content;
+};
+
 /// One record of a table, field by field.
 class RecordBuffer {
  public:

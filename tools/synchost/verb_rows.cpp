@@ -60,6 +60,10 @@ std::int64_t deleteOthers(Store& store, const Table& table, const std::set<Blob>
   }
 }
 
+std::string counted(std::int64_t records) {
+  return std::to_string(records) + (records == 1 ? " record" : " records");
+}
+
 int import(const StoreName& name, const RowOptions& options) {
   Store store = OpenStore(name);
   const Table table = TableNamed(store, options.table);
@@ -84,8 +88,8 @@ int import(const StoreName& name, const RowOptions& options) {
   put();
   const std::int64_t deleted = options.replace && table.hasKey() ? deleteOthers(store, table, keys) : 0;
   store.commit();
-  tool::note(std::to_string(count) + " records imported into " + table.name +
-             (deleted == 0 ? "." : ", " + std::to_string(deleted) + " others deleted."));
+  tool::note(counted(count) + " imported into " + table.name +
+             (deleted == 0 ? "." : ", " + counted(deleted) + " that it does not have deleted."));
   return tool::kDone;
 }
 
