@@ -80,16 +80,9 @@ bool haveTable(const std::string& name) {
 }
 
 bool readCatalogue() {
-  bool well = true, isOpen = false;
-  for (const char* name : {kTableCatalog, kFieldCatalog, kIndexCatalog}) {
-    if (waitingFor(name) == Waiting::Nothing) continue;
-    // The session may have them open, or have none of them yet.
-    if (!exists(name) && !isOpen) {
-      isOpen = true;
-      OpenCatalogTables();
-    }
-    well = readTable(name, 0) && well;
-  }
+  bool well = true;
+  for (const char* name : {kTableCatalog, kFieldCatalog, kIndexCatalog})
+    if (waitingFor(name) != Waiting::Nothing) well = HaveCatalogTable(name) && readTable(name, 0) && well;
   return well;
 }
 

@@ -62,9 +62,7 @@ TEST_F(Session, WaitsTwoMinutesAtMost) {
 }
 
 TEST_F(Session, UsesWhatIsStored) {
-  const auto stored = [] {
-    return __DoSync(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr)->objData.mdbl;
-  };
+  const auto stored = [] { return __DoSync(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr)->objData.mdbl; };
   EXPECT_EQ(stored(), 0);
   EXPECT_NE(messages().find("Usu\xE1rio n\xE3o cadastrado."), std::string::npos);
   CreateUser(text(" DEV "), text(" loja "), text("nowhere"), text("7000"), text("60"));
@@ -77,9 +75,9 @@ TEST_F(Session, UsesWhatIsStored) {
   host->welcome().reply("0");
   EXPECT_EQ(stored(), 0);
   EXPECT_NE(host->sent.find("33\0\0LOJA\0"s), std::string::npos);
-  __DBCREATE(text("CAD_USER"), __CreateArray(__CreateArray(text("X"), text("C"), __INIT_DOUBLE(5), __INIT_DOUBLE(0),
-                                                           __INIT_NUL()),
-                                             __INIT_NUL()));
+  __DBCREATE(text("CAD_USER"),
+             __CreateArray(__CreateArray(text("X"), text("C"), __INIT_DOUBLE(5), __INIT_DOUBLE(0), __INIT_NUL()),
+                           __INIT_NUL()));
   EXPECT_EQ(stored(), 0);
   EXPECT_NE(messages().find("Erro abrindo tabela de Configura\xE7\xF5\x65s."), std::string::npos);
 }
