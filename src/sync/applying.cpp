@@ -132,6 +132,8 @@ class Application {
     records_.settle();
     DmSyncDatabase(DatabaseOf(area_));
     if (area_.TBL_memo != nullptr) DmSyncDatabase(area_.TBL_memo);
+    const myAppInfoType& table = *area_.TBL_appinfo;
+    for (std::uint32_t i = 0; i < table.TBL_numIndexes; ++i) DmSyncDatabase(table.TBL_IndexesNames[i]->IDX_dbRef);
     ReportOf(name_).applied += applied_;
   }
 

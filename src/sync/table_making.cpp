@@ -17,7 +17,8 @@ namespace {
 
 constexpr int kDateLength = 8, kMemoLength = 4;
 constexpr std::size_t kMostIndexes = 32;
-constexpr int kSlotsWanted = 8;  // what one table with its memo texts and an index takes, and some more
+// Databases that can still be found are left for the programs of the workstation, whatever a host makes.
+constexpr int kSlotsWanted = 512;
 constexpr char kNoIndexName[] = "INVALID_INDEX";
 
 // A name that scripts can tell from others.

@@ -38,8 +38,8 @@ FLOORS = {
     'src/storage/tables': BELOW_STORAGE + '|storage/(files|journal|records|databases|tables)/',
     'src/storage/reading': BELOW_STORAGE + '|storage/(files|reading)/',
     'src/storage/repair': BELOW_STORAGE + '|storage/(files|journal|repair)/',
-    'src/sync': 'sync/|runtime/|builtins/|log/|screen/|storage/[^/]*$|storage/format/|storage/files/|'
-                'storage/(records/storing|databases/tempdb|tables/(areas|bulk_load))$',
+    'src/sync': 'sync/|runtime/|builtins/|log/|screen/|storage/[^/]*$|'
+                'storage/(format|files|journal|records|databases|tables)/',
     'tools/text': 'text/',
     'tools/vornetab': 'vornetab/|text/|storage/reading/table_reader$',
     'tools/tellira': 'text/|edge/|library/|sale/|db/|sync/',

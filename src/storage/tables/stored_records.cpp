@@ -19,7 +19,7 @@ namespace vorne {
 
 namespace {
 
-constexpr std::size_t kMostBytesWaiting = 1u << 20;
+constexpr std::size_t kMostBytesWaiting = 2u << 20;
 constexpr std::size_t kBesideEntry = 24, kBesideKey = 96;  // for sorting, for looking up
 // A growing record moves what lies behind it. So much may be moved before writing the table anew costs less.
 constexpr std::int64_t kMostMoved = 64 << 20;
@@ -35,7 +35,8 @@ StoredRecords::StoredRecords(int area, int key)
   indexes_.reserve(table.TBL_numIndexes);
   for (std::uint32_t i = 0; i < table.TBL_numIndexes; ++i) {
     IDX_IndexesNames& names = *table.TBL_IndexesNames[i];
-    Index& index = indexes_.emplace_back(Index{names, EntryMaker(fields_, KeyFieldsOf(names)), {}, {}});
+    Index& index = indexes_.emplace_back(
+        Index{names, EntryMaker(fields_, KeyFieldsOf(names)), static_cast<int>(i) == key, {}, {}});
     isOpen_ = isOpen_ && OpenIndex(table, names) && index.maker.size() != 0;
     index.before.resize(index.maker.size());
     index.after.resize(index.maker.size());
@@ -167,6 +168,8 @@ Stored StoredRecords::store(UInt32 position, std::span<const char> record) {
   // The mapping may have moved with the room.
   const std::span<const char> now = BytesOf(table_, position);
   for (Index& index : indexes_) {
+    // It has the key by which it was found.
+    if (index.isKey) continue;
     index.maker.make(static_cast<std::int32_t>(position), now, index.before.data());
     index.maker.make(static_cast<std::int32_t>(position), record, index.after.data());
     if (index.before != index.after) MarkBehind(index.names.IDX_dbRef);
@@ -174,7 +177,7 @@ Stored StoredRecords::store(UInt32 position, std::span<const char> record) {
   if (!StoreRecord(table_, position, record)) return Stored::NoRoom;
   bool changed = false;
   for (const Index& index : indexes_) {
-    if (index.before == index.after) continue;
+    if (index.isKey || index.before == index.after) continue;
     RemoveEntry(index.names.IDX_dbRef, index.before);
     InsertEntry(index.names.IDX_dbRef, index.after);
     changed = true;

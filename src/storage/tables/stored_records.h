@@ -37,7 +37,8 @@ class StoredRecords {
   int find(std::span<const char> record);
   /// Puts a sound record behind the last one, without a dirty bit.
   Stored append(std::span<const char> record);
-  /// Gives the record at `position` these bytes, without a dirty bit. What equals it is not written.
+  /// Gives the record at `position`, which find() found for them, these bytes, without a dirty bit. What equals it is
+  /// not written.
   Stored replace(UInt32 position, std::span<const char> record);
   /// Marks it as deleted, without a dirty bit.
   Stored markDeleted(UInt32 position);
@@ -51,6 +52,7 @@ class StoredRecords {
   struct Index {
     IDX_IndexesNames& names;
     EntryMaker maker;
+    bool isKey;
     std::string before, after;  // entries
   };
   struct Hash {
