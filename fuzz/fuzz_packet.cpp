@@ -1,7 +1,7 @@
-// Packets into a table, whatever stands in them. The first byte tells the kind of transfer and of table; the rest is cut
-// into packets: two bytes of length, of which the highest bit asks for the packet to be made of the content that
-// follows (a byte for its number of records, then the content), so that most inputs get past zlib. An error that ends the process is a fault,
-// and so is an index that does not have an entry for every record.
+// Packets into a table, whatever stands in them. The first byte tells the kind of transfer and of table; the rest is
+// cut into packets: two bytes of length, of which the highest bit asks for the packet to be made of the content that
+// follows (a byte for its number of records, then the content), so that most inputs get past zlib. An error that ends
+// the process is a fault, and so is an index that does not have an entry for every record.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -34,9 +34,9 @@ std::vector<std::string> packetsOf(std::string_view input) {
       packets.push_back(bytes + ' ');
       continue;
     }
-    const auto body = vorne::MakeReceived({0, static_cast<unsigned char>(bytes[0]),
-                                           static_cast<std::uint16_t>(bytes.size() - 1),
-                                           vorne::Deflate({bytes.data() + 1, bytes.size() - 1})});
+    const auto body =
+        vorne::MakeReceived({0, static_cast<unsigned char>(bytes[0]), static_cast<std::uint16_t>(bytes.size() - 1),
+                             vorne::Deflate({bytes.data() + 1, bytes.size() - 1})});
     packets.emplace_back(body.begin(), body.end());
   }
   return packets;

@@ -304,7 +304,7 @@ Applied AppendToTable(const std::string& name, int area, const ReceivedPackets& 
   const InBatch batch;
   Application table(name, area, -1, packets);
   if (!table.isOpen()) return Applied::NoIndex;
-  ApplyingNote note(name);
+  ApplyingNote note(name, packets);
   const std::optional<Progress> interrupted = note.read();
   Progress progress = interrupted.value_or(Progress{0, table.count()});
   // What has begun goes on; else a damaged packet keeps all of them out, so that whoever sends them again doubles none.
