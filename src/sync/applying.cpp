@@ -66,7 +66,9 @@ class Application {
   }
   std::optional<Records> checkOrTell(UInt32 number) {
     std::optional<Records> records = check(number);
-    if (!records) Tell(SyncText::PacketDamaged, static_cast<int>(number), name_.c_str());
+    // A host that sends nothing else does not fill the log.
+    constexpr int kMostTold = 20;
+    if (!records && ++damaged_ <= kMostTold) Tell(SyncText::PacketDamaged, static_cast<int>(number), name_.c_str());
     return records;
   }
   /// What the table needs for all records; none when a packet is damaged.
@@ -75,14 +77,12 @@ class Application {
   };
   std::optional<Needs> checkAll() {
     Needs needs;
-    bool isWhole = true;
     for (UInt32 number = 1; number <= packets_.count(); ++number) {
       const std::optional<Records> records = checkOrTell(number);
-      isWhole = isWhole && records;
-      if (records)
-        for (const SentRecord& record : *records) add(record, needs);
+      if (!records) return {};
+      for (const SentRecord& record : *records) add(record, needs);
     }
-    return isWhole ? std::optional(needs) : std::nullopt;
+    return needs;
   }
   /// True when the files of the table can take that much instead of what they hold.
   bool hasRoomInstead(const Needs& needs) const {
@@ -235,6 +235,7 @@ class Application {
   bool isOpen_;
   std::size_t memoFields_ = 0;
   std::uint64_t applied_ = 0;
+  int damaged_ = 0;
   std::vector<std::uint32_t> memosAt_;
   std::string scratch_, memo_;
 };
@@ -303,7 +304,7 @@ Applied AppendToTable(const std::string& name, int area, const ReceivedPackets& 
   const InBatch batch;
   Application table(name, area, -1, packets);
   if (!table.isOpen()) return Applied::NoIndex;
-  ApplyingNote note(name);
+  ApplyingNote note(name, packets);
   const std::optional<Progress> interrupted = note.read();
   Progress progress = interrupted.value_or(Progress{0, table.count()});
   // What has begun goes on; else a damaged packet keeps all of them out, so that whoever sends them again doubles none.

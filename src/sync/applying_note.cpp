@@ -1,6 +1,6 @@
 #include "sync/applying_note.h"
 
-#include <cstring>
+#include <zlib.h>
 
 #include "runtime/cursor.h"
 #include "storage/format/names.h"
@@ -15,10 +15,17 @@ std::string nameIn(std::span<const char> record) {
   return std::string(ByteReader(record).text());
 }
 
+UInt32 sumOf(std::span<const char> packet) {
+  return static_cast<UInt32>(
+      ::crc32(0, reinterpret_cast<const Bytef*>(packet.data()), static_cast<uInt>(packet.size())));
+}
+
 }  // namespace
 
-ApplyingNote::ApplyingNote(std::string table)
-    : table_(FoldedName(table)), list_(OpenTemporary(kListName, kList, IfExists::Keep)) {}
+ApplyingNote::ApplyingNote(std::string table, const ReceivedPackets& packets)
+    : table_(FoldedName(table)),
+      sum_(sumOf(RecordBytes(packets.database(), 1))),
+      list_(OpenTemporary(kListName, kList, IfExists::Keep)) {}
 
 ApplyingNote::~ApplyingNote() {
   if (list_ != nullptr) DmCloseDatabase(list_);
@@ -38,13 +45,13 @@ std::optional<Progress> ApplyingNote::read() const {
   Progress progress;
   progress.packets = record.number<UInt32>(std::endian::big);
   progress.records = record.number<UInt32>(std::endian::big);
-  return progress;
+  return record.number<UInt32>(std::endian::big) == sum_ ? std::optional(progress) : std::nullopt;
 }
 
 bool ApplyingNote::store(Progress progress) {
   if (list_ == nullptr) return false;
   std::string record = table_ + '\0';
-  for (const UInt32 number : {progress.packets, progress.records})
+  for (const UInt32 number : {progress.packets, progress.records, sum_})
     for (int shift = 24; shift >= 0; shift -= 8) record += static_cast<char>(number >> shift);
   const std::optional<UInt32> index = find();
   return index ? StoreRecord(list_, *index, record) : TryAppendRecord(list_, record);

@@ -1,11 +1,12 @@
 // Inside the sync floor: how far packets have been put behind the records of a table that has no index. Nothing tells
-// their records from others when a process dies in between, so the list "APPLYING" does: name, zero, two numbers.
+// their records from others when a process dies in between, so the list "APPLYING" does: name, zero, three numbers.
+// The third tells whether the packets are still the same.
 #pragma once
 
 #include <optional>
 #include <string>
 
-#include "storage/databases/tempdb.h"
+#include "sync/received_packets.h"
 
 namespace vorne {
 
@@ -16,12 +17,12 @@ struct Progress {
 
 class ApplyingNote {
  public:
-  explicit ApplyingNote(std::string table);
+  ApplyingNote(std::string table, const ReceivedPackets& packets);
   ApplyingNote(const ApplyingNote&) = delete;
   ApplyingNote& operator=(const ApplyingNote&) = delete;
   ~ApplyingNote();
 
-  /// What an interrupted run has noted; none without one.
+  /// What an interrupted run has noted of these packets; none without one.
   std::optional<Progress> read() const;
   /// False when there is no room for it.
   bool store(Progress progress);
@@ -34,6 +35,7 @@ class ApplyingNote {
   std::optional<UInt32> find() const;
 
   std::string table_;
+  UInt32 sum_;  // of the first packet
   DmOpenRef list_;
 };
 

@@ -140,6 +140,15 @@ void CloseCatalogTables() {
   }
 }
 
+bool HaveCatalogTable(const std::string& name) {
+  for (const Catalog& catalog : kCatalogs) {
+    if (name != catalog.name) continue;
+    const int number = openOrMake(catalog);
+    return number >= 0 && __CloseTBL(number) != 0;
+  }
+  return false;
+}
+
 std::vector<CatalogTable> CatalogTables() {
   std::vector<CatalogTable> tables;
   visitRows(kCatalogs[0], [&](const RecordValues& values) {

@@ -36,6 +36,8 @@ int CatalogTableRecords();
 /// True when the three tables are open, those that were missing or are none made empty.
 bool OpenCatalogTables();
 void CloseCatalogTables();
+/// Sees to it that the catalogue table of that name can be opened, and makes it empty when it cannot.
+bool HaveCatalogTable(const std::string& name);
 
 /// Live rows in their order, as far as a data directory can hold tables.
 std::vector<CatalogTable> CatalogTables();

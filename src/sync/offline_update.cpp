@@ -1,4 +1,5 @@
 // What was received comes into the tables: the catalogue's first, then those that it names.
+#include "storage/format/names.h"
 #include "sync/applying.h"
 #include "sync/applying_note.h"
 #include "sync/catalog_tables.h"
@@ -80,16 +81,9 @@ bool haveTable(const std::string& name) {
 }
 
 bool readCatalogue() {
-  bool well = true, isOpen = false;
-  for (const char* name : {kTableCatalog, kFieldCatalog, kIndexCatalog}) {
-    if (waitingFor(name) == Waiting::Nothing) continue;
-    // The session may have them open, or have none of them yet.
-    if (!exists(name) && !isOpen) {
-      isOpen = true;
-      OpenCatalogTables();
-    }
-    well = readTable(name, 0) && well;
-  }
+  bool well = true;
+  for (const char* name : {kTableCatalog, kFieldCatalog, kIndexCatalog})
+    if (waitingFor(name) != Waiting::Nothing) well = HaveCatalogTable(name) && readTable(name, 0) && well;
   return well;
 }
 
@@ -115,8 +109,10 @@ int __WriteDirect(const char* name, int area, DmOpenRef packets) {
   return writeDirect(name, area, ReceivedPackets(packets)) == Applied::Whole;
 }
 
-int DoChangeTable(const char* name, int area, Obj_Node*) {
-  if (name == nullptr || AreaAt(area) == nullptr) return 0;
+int DoChangeTable(const char* table, int area, Obj_Node*) {
+  if (table == nullptr || AreaAt(area) == nullptr) return 0;
+  const std::string folded = FoldedName(table);
+  const char* name = folded.c_str();
   ReceivedPackets packets(name);
   if (!packets.isOpen()) return 0;
   const UInt32 count = packets.count();
@@ -148,7 +144,8 @@ int ReadFromHH() {
   for (std::size_t i = 0; i < tables.size(); ++i) {
     const std::string& name = tables[i].name;
     const auto percent = static_cast<int>(100 * i / tables.size());
-    well = haveTable(name) && readTable(name, percent) && well;
+    // One that cannot be is told of, and matters when something came for it.
+    well = (haveTable(name) ? readTable(name, percent) : waitingFor(name) == Waiting::Nothing) && well;
   }
   return well;
 }

@@ -20,6 +20,7 @@ bool ReceivedPackets::isComplete() const {
 }
 
 std::optional<std::vector<SentRecord>> ReceivedPackets::content(UInt32 number, std::size_t memoFields) const {
+  VerifyBuffers();
   const auto packet = ParseReceived(RecordBytes(db_, number));
   if (!packet) return {};
   const int size = packet->records == 0 && packet->inflatedSize == 0 ? 0 : ExpandPacket(*packet);

@@ -3,6 +3,7 @@
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <netdb.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -33,7 +34,12 @@ bool resolveHost(const char* host, std::uint32_t* address) {
 
 int openSocket() {
   // A host that has closed its standard streams must not have its lines of text sent to the server.
-  return AboveStreams(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  const int socket = AboveStreams(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  // A frame's header and its body are sent one by one: the body would wait until the host's system gets round to
+  // acknowledging the header, which costs every request 40 ms.
+  const int on = 1;
+  ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+  return socket;
 }
 
 int connectSocket(int socket, std::uint32_t address, std::uint16_t port) {

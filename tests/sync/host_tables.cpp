@@ -1,6 +1,18 @@
 #include "host_tables.h"
 
-#include "support/scratch_directory.h"
+#include <cstdlib>
+#include <sstream>
+
+namespace {
+
+std::vector<std::string> split(const std::string& text, char between) {
+  std::vector<std::string> all;
+  std::istringstream stream(text);
+  for (std::string one; std::getline(stream, one, between);) all.push_back(one);
+  return all;
+}
+
+}  // namespace
 
 void host::receiveCatalogue(const std::vector<Table>& tables) {
   std::vector<Row> names, columns, keys;

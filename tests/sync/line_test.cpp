@@ -1,5 +1,8 @@
 // The line: what goes out byte for byte, what each failure leaves behind, and that no frame reaches past its end.
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
 
 #include <string>
 
@@ -149,6 +152,16 @@ TEST_F(Line, ReadsNothingBehindTheFrame) {
   EXPECT_EQ(__GetShort("\x12\x34"), 0x1234);
   EXPECT_EQ(__GetLong("\x12\x34\x56\x78"), 0x12345678u);
   EXPECT_EQ(Crc16("abc", 3), 0);
+}
+
+// Held back, each request would wait 40 ms.
+TEST(RealLine, HoldsNoBytesBack) {
+  const int socket = vorne::kNetworkSystem.socket();
+  int on = 0;
+  socklen_t size = sizeof on;
+  EXPECT_EQ(::getsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, &size), 0);
+  EXPECT_EQ(on, 1);
+  vorne::kNetworkSystem.close(socket);
 }
 
 }  // namespace
