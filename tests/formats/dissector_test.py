@@ -13,7 +13,8 @@ import subprocess
 import sys
 import zlib
 
-import worked_session
+sys.dont_write_bytecode = True  # the tree stays as it is
+import worked_session  # noqa: E402
 
 ROOT, WORK, BIN = (pathlib.Path(word) for word in sys.argv[1:4])
 sys.path.insert(0, str(ROOT / "scripts"))
