@@ -87,6 +87,11 @@ def main(root, tellira, work):
         "0001,Aspirina,9.90,2026-03-17,true", "0002,Dipirona água,4.50,2026-03-17,false"]
     assert "\nOLD " not in db("list") and (pathlib.Path(work) / "logo.bmp").read_bytes() == b"BM\6\0\0\0"
 
+    words = (pathlib.Path(root) / "src/sync/code_words.cpp").read_text()
+    page = (pathlib.Path(root) / "docs/sync.md").read_text()
+    for code in re.findall(r"\{(\d{4}), SyncText", words):
+        assert re.search(rf"^\|[^|]*\b{code}\b", page, re.M), f"docs/sync.md does not tell what {code} means"
+
     # A host that has no tasks and so no catalogue tables for a new device: the line is well, the session is not.
     empty = pathlib.Path(work) / "empty"
     empty.mkdir()
