@@ -278,7 +278,9 @@ local function add_reply(range, tree, context)
   local is_count = context.asked == COUNT
   local is_digit = is_count and range:range(2, 1):uint() >= 0x30 and range:range(2, 1):uint() <= 0x39
   local status = is_digit and DONE or reader:byte("status")
-  if context.asked == TABLE then return add_table_reply(reader, status) end
+  -- Of a session whose beginning was not captured, packets are known by themselves.
+  local tells_itself = context.asked == nil and (status == PACKET or status == END_OF_TABLE)
+  if context.asked == TABLE or tells_itself then return add_table_reply(reader, status) end
   if status ~= DONE then
     if context.asked == IMAGES and status < HOST_ERROR then return "No more images" end
     return add_error(reader, context.asked == IMAGES)

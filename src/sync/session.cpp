@@ -174,6 +174,7 @@ bool runOnce(Obj_Node* bar1, Obj_Node* label1, Obj_Node* bar2, Obj_Node* label2)
   ShowProgress(2, 0, " ");
 
   const int result = DoSyncronize(__Time(), bar1, label1, bar2, label2);
+  NoteSessionResult(result);
   logTimes();
   Tell(SyncText::SessionResult, result, netglb->errStatus);
   if (netglb->errStatus == 0 && (result == kAllDone || result == kNotApplied)) {

@@ -7,6 +7,7 @@ namespace vorne {
 namespace {
 
 std::vector<TableReport> report;
+int result = 0;
 
 }  // namespace
 
@@ -16,6 +17,15 @@ const std::vector<TableReport>& SessionReport() {
 
 void ClearSessionReport() {
   report.clear();
+  result = 0;
+}
+
+int SessionResult() {
+  return result;
+}
+
+void NoteSessionResult(int ended) {
+  result = ended;
 }
 
 TableReport& ReportOf(const std::string& table) {

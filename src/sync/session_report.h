@@ -19,4 +19,9 @@ void ClearSessionReport();
 /// The table's line, made when there is none.
 TableReport& ReportOf(const std::string& table);
 
+/// How it ended, as DoSyncronize tells it: 0; 1 when it failed, which a session can with no code of the line; 2 when
+/// something that came could not be applied.
+int SessionResult();
+void NoteSessionResult(int result);
+
 }  // namespace vorne

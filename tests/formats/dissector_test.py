@@ -13,7 +13,8 @@ import subprocess
 import sys
 import zlib
 
-import worked_session
+sys.dont_write_bytecode = True  # the tree stays as it is
+import worked_session  # noqa: E402
 
 ROOT, WORK, BIN = (pathlib.Path(word) for word in sys.argv[1:4])
 sys.path.insert(0, str(ROOT / "scripts"))
@@ -49,6 +50,7 @@ CASES = [
     ([TABLE, packet(MEMOS, 2), reply("ff00" + b"Sem acesso\0".hex())],
      ["Request table", "Packet, 2 records", "Error: Sem acesso"], {"The host refuses"},
      {"record": ["41002100", "42002a00"], "deleted": ["0", "1"], "memo": ["6869"]}),
+    ([packet(b"\0\4A\0!\0", 1)], ["Packet, 1 record"], set(), {}),
     ([TABLE, packet(MEMOS, 3), packet(b"\0\4A\0", 1), reply("0c0e 000b 0001 0005 ff")],
      ["Request table", "Packet, 3 records", "Packet, 1 record", "Packet, 1 record"],
      {BAD_CONTENT, "The data cannot be inflated"}, {}),

@@ -51,6 +51,17 @@ def play(listener, steps, said):
     device.close()
 
 
+def hold(tellira, directory, steps, said):
+    listener = socket.create_server(("127.0.0.1", 0))
+    host = threading.Thread(target=play, args=(listener, steps, said), daemon=True)
+    host.start()
+    status = subprocess.run([tellira, "sync", "--dir", directory, "--host", "127.0.0.1", "--port",
+                             str(listener.getsockname()[1]), "--device", "PDV-001", "--group", "LOJA", "--plain"],
+                            stdout=subprocess.PIPE, stderr=subprocess.PIPE).returncode
+    host.join(20)
+    return status
+
+
 def main(root, tellira, work):
     shutil.rmtree(work, ignore_errors=True)
     pathlib.Path(work).mkdir(parents=True)
@@ -69,18 +80,22 @@ def main(root, tellira, work):
     db("create", "OLD", "A:C:1")
 
     steps, said = session(root), []
-    listener = socket.create_server(("127.0.0.1", 0))
-    host = threading.Thread(target=play, args=(listener, steps, said), daemon=True)
-    host.start()
-    subprocess.run([tellira, "sync", "--dir", work, "--host", "127.0.0.1", "--port", str(listener.getsockname()[1]),
-                    "--device", "PDV-001", "--group", "LOJA", "--plain"], check=True, stderr=subprocess.PIPE)
-    host.join(20)
-
+    assert hold(tellira, work, steps, said) == 0
     shown = [data for from_device, data in steps if from_device]
     assert list(map(without_memory_report, said)) == list(map(without_memory_report, shown)), (said, shown)
     assert db("export", "GOODS", "--deleted").splitlines()[1:] == [
         "0001,Aspirina,9.90,2026-03-17,true", "0002,Dipirona água,4.50,2026-03-17,false"]
     assert "\nOLD " not in db("list") and (pathlib.Path(work) / "logo.bmp").read_bytes() == b"BM\6\0\0\0"
+
+    words = (pathlib.Path(root) / "src/sync/code_words.cpp").read_text()
+    page = (pathlib.Path(root) / "docs/sync.md").read_text()
+    for code in re.findall(r"\{(\d{4}), SyncText", words):
+        assert re.search(rf"^\|[^|]*\b{code}\b", page, re.M), f"docs/sync.md does not tell what {code} means"
+
+    # A host that has no tasks and so no catalogue tables for a new device: the line is well, the session is not.
+    empty = pathlib.Path(work) / "empty"
+    empty.mkdir()
+    assert hold(tellira, empty, steps[:3] + [(False, b"\0\5\1\0\r0\0"), steps[-1]], []) == 1
 
 
 if __name__ == "__main__":

@@ -7,6 +7,7 @@
 #include "storage/databases/tempdb.h"
 #include "sync/config.h"
 #include "sync/line_fixture.h"
+#include "sync/session_report.h"
 #include "sync/state_lines.h"
 
 namespace {
@@ -64,6 +65,7 @@ TEST_F(Session, WaitsTwoMinutesAtMost) {
 TEST_F(Session, UsesWhatIsStored) {
   const auto stored = [] { return __DoSync(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr)->objData.mdbl; };
   EXPECT_EQ(stored(), 0);
+  EXPECT_EQ(vorne::SessionResult(), 1);
   EXPECT_NE(messages().find("Usu\xE1rio n\xE3o cadastrado."), std::string::npos);
   CreateUser(text(" DEV "), text(" loja "), text("nowhere"), text("7000"), text("60"));
   vorne::UserSettings settings;

@@ -55,6 +55,13 @@ Example:
 
 Exit status: 0 done, 2 wrong usage, or the databases are in use, 3 the runtime could not go on.)";
 
+// What the session's own code, which is the line's, does not tell.
+constexpr int kNotApplied = 2;
+constexpr const char* kSomeNotApplied =
+    "something that came could not be applied.\n  next: `tellira sync log` names the table and the cause.";
+constexpr const char* kFailedBesideTheLine =
+    "the session failed, though the line was good.\n  next: `tellira sync log` tells what was missing.";
+
 constexpr int kPortuguese = 1, kEnglish = 2, kSpanish = 3;
 constexpr int kLargestPort = 65535, kLongestTimeout = 120, kDefaultTimeout = 20;
 
@@ -142,7 +149,7 @@ int report(const SyncOptions& options, int status, double seconds) {
   if (options.json) {
     Json list = Json::array();
     for (const vorne::TableReport& table : tables) list.push_back(tableJson(table));
-    Json object = {{"status", status}, {"tables", list}, {"bytes", bytes}};
+    Json object = {{"status", status}, {"result", vorne::SessionResult()}, {"tables", list}, {"bytes", bytes}};
     // In thousandths, so that the number is one in every language.
     object["milliseconds"] = static_cast<std::uint64_t>(seconds * 1000);
     object["seconds"] = static_cast<std::uint64_t>(seconds);
@@ -152,8 +159,11 @@ int report(const SyncOptions& options, int status, double seconds) {
       print(utf8FromLatin1(table.name) + ": " + std::to_string(table.received) + " received, " +
             std::to_string(table.sent) + " sent, " + std::to_string(table.applied) + " applied\n");
   }
-  if (status == 0) return kDone;
-  note("Status = " + std::to_string(status) + "\n  " + utf8FromLatin1(vorne::CodeWords(status)));
+  if (status == 0 && vorne::SessionResult() == 0) return kDone;
+  if (status != 0)
+    note("Status = " + std::to_string(status) + "\n  " + utf8FromLatin1(vorne::CodeWords(status)));
+  else
+    note(vorne::SessionResult() == kNotApplied ? kSomeNotApplied : kFailedBesideTheLine);
   return kNo;
 }
 
