@@ -164,6 +164,7 @@ TEST_P(ServerTest, ServesAFleet) {
         for (int n = 0; n < sent; ++n)
           device.tables["ORDERS"].unsent.emplace_back(device.id + "." + std::to_string(n), "order");
         device.packetRows = 50;
+        device.onlyCounts = true;
         const auto start = steady_clock::now();
         try {
           failures += !device.synchronise(socketLine(hosts[static_cast<std::size_t>(i) % hosts.size()]->port));
@@ -171,8 +172,7 @@ TEST_P(ServerTest, ServesAFleet) {
           ++failures;
         }
         seconds[static_cast<std::size_t>(i)] = duration<double>(steady_clock::now() - start).count();
-        EXPECT_EQ(device.tables["GOODS"].rows.size(), static_cast<std::size_t>(rows));
-        device.tables.clear();
+        EXPECT_EQ(device.received["GOODS"], static_cast<std::size_t>(rows));
       }
     });
   }
