@@ -17,11 +17,15 @@ namespace {
 
 constexpr char kMessageTable[] = "MsgLog";
 
+// The formats are the rows of tables.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
 std::string filled(const char* format, std::va_list arguments) {
   char text[1024];
   std::vsnprintf(text, sizeof text, format, arguments);
   return text;
 }
+#pragma GCC diagnostic pop
 
 // The table, if there is one, open as long as this lives.
 class MessageTable {

@@ -28,7 +28,10 @@ void logFailedSend(const char* format, ...) {
   char line[160];
   std::va_list arguments;
   va_start(arguments, format);
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
   std::vsnprintf(line, sizeof line, format, arguments);
+#pragma GCC diagnostic pop
   va_end(arguments);
   __WriteMsgLog(line);
 }

@@ -69,6 +69,14 @@ class TablesFromHost : public TableTest {
     ng->bHasZlib = 1;
   }
 
+  /// Changes an item as a script does.
+  static void setPrice(int record, double price) {
+    use("ITEMS");
+    go(record);
+    __SetField(nullptr, text("PRICE"), number(price));
+    __Commit();
+    __dbCloseAll();
+  }
   /// The lines told since the last time.
   std::string told() {
     if (netglb->mlogfile != nullptr) std::fflush(netglb->mlogfile);

@@ -72,9 +72,8 @@ class ChangesGoUp : public TablesFromHost {
     __Commit();
     // What the host has got and is deleted here stays with the host.
     remove(2);
-    go(3);
-    __SetField(nullptr, text("PRICE"), number(4));
-    __Commit();
+    setPrice(3, 4);
+    use("ITEMS");
     remove(3);
     __dbCloseAll();
   }
