@@ -5,6 +5,8 @@
 
 namespace vorne {
 
+inline constexpr int kLongestTimeout = 120;  // seconds
+
 /// See vorne.h.
 bool UseSynchronisation();
 
