@@ -192,7 +192,7 @@ TEST_P(ServerTest, ServesAFleet) {
 TEST_P(ServerTest, StaysItselfAmongHostileDevices) {
   fill(30'000);
   auto fleet = devices(2);
-  RunningHost host(name, {"--max-connections", "300", "--idle", "5", "--login", "30"});
+  RunningHost host(name, {"--max-connections", "300", "--idle", "8", "--login", "30"});
   EXPECT_TRUE(fleet[0]->synchronise(socketLine(host.port)));
   const long before = host.memory();
   // Connections that say nothing, or half a login; more than there is room for.

@@ -84,7 +84,7 @@ class Server {
   }
   void take(uv_stream_t* listener);
   void endRound();
-  void tick();
+  void checkTimes();
   void stop();
   void watch(uv_signal_t& handle, int signal, uv_signal_cb callback);
   void closeHandles();
@@ -101,6 +101,7 @@ class Server {
   std::list<std::unique_ptr<Connection>> connections_;  // in the order in which they came
   std::vector<Connection*> waiting_;
   std::optional<std::string> failure_;
+  bool isDue_ = false;  // the times of the connections are to be looked at
   std::optional<std::uint64_t> stopsAt_;
   std::optional<Listener> listener_;
   std::optional<MetricsPage> page_;
@@ -191,7 +192,7 @@ Server::Server(Store& store, const ServeOptions& options) : store_(&store), limi
   uv_timer_init(loop_, &timer_);
   timer_.data = this;
   uv_timer_start(
-      &timer_, [](uv_timer_t* handle) { of(handle).tick(); }, kSecond, kSecond);
+      &timer_, [](uv_timer_t* handle) { of(handle).isDue_ = true; }, kSecond, kSecond);
   watch(terminate_, SIGTERM, [](uv_signal_t* handle, int) { of(handle).stop(); });
   watch(interrupt_, SIGINT, [](uv_signal_t* handle, int) { of(handle).stop(); });
   watch(hangup_, SIGHUP, [](uv_signal_t* handle, int) { of(handle).log_.reopen(); });
@@ -231,6 +232,7 @@ void Server::fail(const std::string& why) {
 }
 
 void Server::endRound() {
+  if (std::exchange(isDue_, false)) checkTimes();
   if (waiting_.empty()) return;
   uv_idle_stop(&hurry_);
   try {
@@ -282,7 +284,8 @@ void Server::remove(Connection& connection) {
   if (stopsAt_ && connections_.empty()) closeHandles();
 }
 
-void Server::tick() {
+// After what waits to be read was read: a host that is slow must not take its own delay for the devices'.
+void Server::checkTimes() {
   metrics_.open = connections_.size();
   const bool isOver = stopsAt_ && now() >= *stopsAt_;
   for (const auto& connection : connections_) {
