@@ -3,7 +3,7 @@
 
 # One row a job: its name, then its packages. A job that stands on another one is asked for together with it.
 package_table='
-build   cmake ninja-build g++ zlib1g-dev libcli11-dev nlohmann-json3-dev libsqlite3-dev libncurses-dev
+build   cmake ninja-build g++ zlib1g-dev libcli11-dev nlohmann-json3-dev libsqlite3-dev libncurses-dev libuv1-dev libpq-dev
 test    libgtest-dev libgmock-dev python3-jsonschema
 formats npm nodejs
 line    tshark stunnel4 openssl

@@ -17,6 +17,7 @@
 #include "library/verbs.h"
 #include "sale/verb_sale.h"
 #include "sync/verb_sync.h"
+#include "sync/verb_synchost.h"
 
 #ifndef TELLIRA_VERSION
 #error "TELLIRA_VERSION comes from the build"
@@ -59,6 +60,7 @@ int run(const std::vector<std::string>& arguments) {
   tool::addSale(line.top());
   tool::addDb(line.top());
   tool::addSync(line.top());
+  tool::addSynchost(line.top());
   return line.run(arguments);
 }
 

@@ -147,6 +147,14 @@ void Verb::action(Action action) {
   });
 }
 
+void Verb::passOn(std::vector<std::string>& words) {
+  app_->set_help_flag();
+  app_->prefix_command();
+  app_->parse_complete_callback([app = app_, &words] {
+    for (const std::string& word : app->remaining()) words.push_back(unguarded(word));
+  });
+}
+
 void Verb::footer(const char* text) {
   app_->footer(text);
 }
@@ -158,6 +166,17 @@ void Verb::option(const char* name, std::string& value, const char* type, const 
 void Verb::option(const char* name, int& value, const char* type, const char* description, int least, int most) {
   CLI::Option& option = *app_->add_option(name, value, description)->type_name(type);
   if (least != INT_MIN || most != INT_MAX) option.check(CLI::Range(least, most));
+}
+
+void Verb::option(const char* name, std::vector<std::string>& values, const char* type, const char* description) {
+  const auto take = [&values](const std::vector<std::string>& words) {
+    values.clear();
+    for (const std::string& word : words) values.push_back(unguarded(word));
+  };
+  app_->add_option_function<std::vector<std::string>>(name, take, description)
+      ->type_name(type)
+      ->type_size(1)
+      ->take_all();
 }
 
 void Verb::choice(const char* name, std::string& value, const char* type, const char* description,

@@ -30,6 +30,8 @@ class Verb {
   Verb verb(const char* name, const char* description);
   /// What the verb does when it is named; in a group, when none of its verbs is. To be declared before they are.
   void action(Action action);
+  /// Takes all words behind the verb as they stand, options too: another program reads them.
+  void passOn(std::vector<std::string>& words);
   /// Text below the options in the verb's help: examples, exit status.
   void footer(const char* text);
 
@@ -37,6 +39,8 @@ class Verb {
   void option(const char* name, std::string& value, const char* type, const char* description);
   void option(const char* name, int& value, const char* type, const char* description, int least = INT_MIN,
               int most = INT_MAX);
+  /// An option that may be given several times.
+  void option(const char* name, std::vector<std::string>& values, const char* type, const char* description);
   /// An option that takes one of a few words.
   void choice(const char* name, std::string& value, const char* type, const char* description,
               const std::vector<std::string>& words);

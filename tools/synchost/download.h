@@ -1,0 +1,49 @@
+// A table on its way to a device, whole or what the device lacks of it.
+#pragma once
+
+#include "synchost/packing.h"
+#include "synchost/store.h"
+
+namespace synchost {
+
+/// So much goes out at once; more only when the device has taken it.
+inline constexpr std::size_t kMuchOutput = 1 << 16;
+
+class Download {
+ public:
+  /// One of the three catalogue tables.
+  Download(std::size_t place, const std::vector<Table>& tables, std::int64_t catalogueChange, bool compress);
+  /// What the device lacks of a table now.
+  Download(Store& store, const Table& table, const std::string& device, bool compress);
+
+  const std::string& name() const { return name_; }
+  /// Records that are announced; 0 when there is nothing to send, and the device will not ask.
+  std::int64_t count() const { return count_; }
+  char type() const { return whole_ ? 'T' : 'P'; }
+  /// The table has no records left while the device has some: it is to make it anew.
+  bool empties() const { return empties_; }
+
+  /// Adds packets to `out` until that is much, and the table's end behind the last one.
+  void stream(Store& store, std::vector<char>& out);
+  bool ended() const { return ended_; }
+  /// Records that went out.
+  std::int64_t sent() const { return sent_; }
+  /// The device has shown that it has all of it.
+  void confirm(Store& store, const std::string& device) const;
+
+ private:
+  std::vector<SentContent> page(Store& store);
+
+  std::string name_, device_;
+  const Table* table_ = nullptr;  // null: a catalogue table, whose records are here
+  std::vector<SentContent> records_;
+  std::int64_t number_;
+  std::int64_t upTo_;       // the last change that the device has then
+  std::int64_t after_ = 0;  // the last one that it has before, and has been sent
+  Blob afterKey_;           // the same of a whole table, which is sent by key: no record comes twice or not at all
+  std::int64_t count_ = 0, sent_ = 0;
+  bool whole_ = true, empties_ = false, nothingNew_ = false, ended_ = false;
+  Packer packer_;
+};
+
+}  // namespace synchost

@@ -1,0 +1,42 @@
+#include "synchost/plan.h"
+
+#include "synchost/catalogue.h"
+
+namespace synchost {
+namespace {
+
+constexpr std::size_t kImagesAtOnce = 5;  // they go out in one piece
+
+std::vector<PlannedTask> imageTasks(const std::vector<QueuedTask>& queued) {
+  std::vector<PlannedTask> plan;
+  for (const QueuedTask& task : queued) {
+    if (task.kind != TaskKind::kImages) continue;
+    if (plan.empty() || plan.back().queued.size() == kImagesAtOnce) plan.push_back({Step::kImages});
+    plan.back().queued.push_back(task);
+  }
+  return plan;
+}
+
+}  // namespace
+
+std::vector<PlannedTask> PlanFor(Store& store, const std::string& device, const std::vector<Table>& tables) {
+  std::vector<PlannedTask> plan;
+  const std::int64_t catalogue = store.catalogueChange();
+  bool hasCatalogue = true;
+  for (const Table& table : CatalogueTables())
+    hasCatalogue = hasCatalogue && store.confirmed(device, table.number) == catalogue;
+  for (std::size_t i = 0; i < kCatalogueTables && !hasCatalogue; ++i) plan.push_back({Step::kCatalogue, i});
+  for (std::size_t i = 0; i < tables.size(); ++i)
+    if (tables[i].direction != Direction::kDown) plan.push_back({Step::kUpload, i});
+
+  const std::vector<QueuedTask> queued = store.tasks(device);
+  for (const QueuedTask& task : queued)
+    if (task.kind != TaskKind::kImages)
+      plan.push_back({task.kind == TaskKind::kDelete ? Step::kDelete : Step::kInstall, 0, {task}});
+  for (std::size_t i = 0; i < tables.size(); ++i)
+    if (tables[i].direction != Direction::kUp) plan.push_back({Step::kDownload, i});
+  for (PlannedTask& images : imageTasks(queued)) plan.push_back(std::move(images));
+  return plan;
+}
+
+}  // namespace synchost

@@ -1,0 +1,15 @@
+// The tables of the database behind the store.
+#pragma once
+
+#include <string>
+
+#include "synchost/sql.h"
+
+namespace synchost {
+
+inline constexpr std::int64_t kSchemaVersion = 1;
+
+/// Statements that make what is not there.
+std::string SchemaFor(const Dialect& dialect);
+
+}  // namespace synchost

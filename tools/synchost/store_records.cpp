@@ -1,0 +1,158 @@
+// Records: what changed when, who has what, and uploads that wait for their end.
+#include <algorithm>
+
+#include "synchost/store.h"
+
+namespace synchost {
+namespace {
+
+// The row of a record's key where nothing tells records apart: its number, in the order of bytes.
+Blob numberKey(std::int64_t number) {
+  Blob key(sizeof number);
+  for (std::size_t i = 0; i < key.size(); ++i) key[i] = static_cast<char>(number >> (8 * (key.size() - 1 - i)));
+  return key;
+}
+
+}  // namespace
+
+std::int64_t Store::takeChanges(std::int64_t count) {
+  const auto rows = db_.write("UPDATE counters SET value = value + $1 WHERE name = 'change' RETURNING value", {count});
+  return rows.front().number(0) - count + 1;
+}
+
+std::int64_t Store::lastChange() {
+  return db_.read("SELECT value FROM counters WHERE name = 'change'").front().number(0);
+}
+
+std::int64_t Store::lastChange(const Table& table) {
+  return db_.read("SELECT MAX(change) FROM records WHERE tbl = $1", {table.number}).front().number(0);
+}
+
+std::int64_t Store::confirmed(const std::string& device, std::int64_t table) {
+  const auto rows = db_.read("SELECT change FROM confirmed WHERE device = $1 AND tbl = $2", {device, table});
+  return rows.empty() ? 0 : rows[0].number(0);
+}
+
+void Store::confirm(const std::string& device, std::int64_t table, std::int64_t change) {
+  db_.write(
+      "INSERT INTO confirmed(device, tbl, change) VALUES($1, $2, $3) "
+      "ON CONFLICT(device, tbl) DO UPDATE SET change = excluded.change",
+      {device, table, change});
+}
+
+void Store::forget(const std::string& device, std::int64_t table) {
+  db_.write("DELETE FROM confirmed WHERE device = $1 AND tbl = $2", {device, table});
+}
+
+void Store::forget(const std::string& device) {
+  db_.write("DELETE FROM confirmed WHERE device = $1", {device});
+}
+
+std::int64_t Store::countLive(const Table& table) {
+  return db_.read("SELECT COUNT(*) FROM records WHERE tbl = $1 AND deleted = 0", {table.number}).front().number(0);
+}
+
+std::int64_t Store::countChanged(const Table& table, const std::string& device, std::int64_t after, std::int64_t upTo) {
+  return db_
+      .read("SELECT COUNT(*) FROM records WHERE tbl = $1 AND change > $2 AND change <= $3 AND origin <> $4",
+            {table.number, after, upTo, device})
+      .front()
+      .number(0);
+}
+
+std::vector<SentContent> Store::live(const Table& table, const Blob& afterKey, std::int64_t most) {
+  std::vector<SentContent> all;
+  for (SqlRow& row : db_.read("SELECT key, content FROM records WHERE tbl = $1 AND key > $2 AND deleted = 0 "
+                              "ORDER BY key LIMIT $3",
+                              {table.number, afterKey, most}))
+    all.push_back({row.bytes(0), 0, row.bytes(1)});
+  return all;
+}
+
+std::vector<SentContent> Store::changed(const Table& table, const std::string& device, std::int64_t after,
+                                        std::int64_t upTo, std::int64_t most) {
+  std::vector<SentContent> all;
+  for (const SqlRow& row :
+       db_.read("SELECT change, content FROM records WHERE tbl = $1 AND change > $2 AND change <= $3 "
+                "AND origin <> $4 ORDER BY change LIMIT $5",
+                {table.number, after, upTo, device, most}))
+    all.push_back({{}, row.number(0), row.bytes(1)});
+  return all;
+}
+
+void Store::put(const Table& table, const std::string& origin, const std::vector<KeptRecord>& records) {
+  std::int64_t change = takeChanges(static_cast<std::int64_t>(records.size()));
+  std::vector<Values> rows;
+  rows.reserve(records.size());
+  for (const KeptRecord& record : records) {
+    rows.push_back({table.number, table.hasKey() ? record.key : numberKey(change), change, origin,
+                    std::int64_t{record.deleted}, record.content});
+    ++change;
+  }
+  db_.writeMany(
+      "INSERT INTO records(tbl, key, change, origin, deleted, content) VALUES($1, $2, $3, $4, $5, $6) "
+      "ON CONFLICT(tbl, key) DO UPDATE SET change = excluded.change, origin = excluded.origin, "
+      "deleted = excluded.deleted, content = excluded.content WHERE records.content <> excluded.content",
+      rows);
+}
+
+void Store::clear(const Table& table) {
+  db_.write("DELETE FROM records WHERE tbl = $1", {table.number});
+  db_.write("DELETE FROM confirmed WHERE tbl = $1", {table.number});
+}
+
+std::int64_t Store::beginUpload() {
+  return takeChanges(1);
+}
+
+void Store::hold(const Table& table, const std::string& device, std::int64_t upload,
+                 const std::vector<KeptRecord>& records) {
+  std::int64_t number = takeChanges(static_cast<std::int64_t>(records.size()));
+  std::vector<Values> rows;
+  rows.reserve(records.size());
+  for (const KeptRecord& record : records) {
+    rows.push_back(
+        {table.number, device, upload, number, numberKey(number), std::int64_t{record.deleted}, record.content});
+    ++number;
+  }
+  db_.writeMany(
+      "INSERT INTO held(tbl, device, upload, place, key, deleted, content) VALUES($1, $2, $3, $4, $5, $6, $7)", rows);
+}
+
+bool Store::isSentAgain(const Table& table, const std::string& device, std::int64_t earlier, std::int64_t later) {
+  const auto missing = db_.read(
+      "SELECT COUNT(*) FROM "
+      "(SELECT content, COUNT(*) AS n FROM held WHERE device = $1 AND tbl = $2 AND upload = $3 GROUP BY content) e "
+      "LEFT JOIN "
+      "(SELECT content, COUNT(*) AS n FROM held WHERE device = $1 AND tbl = $2 AND upload = $4 GROUP BY content) l "
+      "ON e.content = l.content WHERE l.n IS NULL OR l.n < e.n",
+      {device, table.number, earlier, later});
+  return missing.front().number(0) == 0;
+}
+
+void Store::conclude(const Table& table, const std::string& device) {
+  constexpr char kUploads[] = "SELECT DISTINCT upload FROM held WHERE device = $1 AND tbl = $2 ORDER BY upload";
+  if (db_.read(kUploads, {device, table.number}).empty()) return;
+  db_.begin();  // a host that was killed may have had a commit on its way: what it brought is seen from here on
+  const std::vector<SqlRow> uploads = db_.read(kUploads, {device, table.number});
+  for (std::size_t i = 0; i < uploads.size(); ++i) {
+    const std::int64_t earlier = uploads[i].number(0);
+    const auto hasIt = [&](const SqlRow& later) { return isSentAgain(table, device, earlier, later.number(0)); };
+    if (std::any_of(uploads.begin() + static_cast<std::ptrdiff_t>(i) + 1, uploads.end(), hasIt))
+      db_.write("DELETE FROM held WHERE device = $1 AND tbl = $2 AND upload = $3", {device, table.number, earlier});
+  }
+  const auto count = db_.read("SELECT COUNT(*) FROM held WHERE device = $1 AND tbl = $2", {device, table.number});
+  const std::int64_t first = takeChanges(count.front().number(0));
+  db_.write(
+      "INSERT INTO records(tbl, key, change, origin, deleted, content) "
+      "SELECT tbl, key, CAST($1 AS BIGINT) - 1 + ROW_NUMBER() OVER (ORDER BY upload, place), device, deleted, content "
+      "FROM held WHERE device = $2 AND tbl = $3",
+      {first, device, table.number});
+  db_.write("DELETE FROM held WHERE device = $1 AND tbl = $2", {device, table.number});
+}
+
+std::int64_t Store::countHeld(const std::string& device) {
+  return db_.read("SELECT COUNT(*) FROM held WHERE device = $1", {device}).front().number(0);
+}
+
+}  // namespace synchost

@@ -1,0 +1,48 @@
+#include "db/field_definitions.h"
+#include "edge/console.h"
+#include "synchost/verbs.h"
+
+namespace synchost {
+namespace {
+
+struct DeviceOptions {
+  std::string id, group;
+};
+
+int put(const StoreName& name, const DeviceOptions& options, bool enabled) {
+  Store store = OpenStore(name);
+  const auto known = store.device(options.id);
+  if (!enabled && !known)
+    tool::refuse("there is no device \"" + options.id + "\"", "look at `tellira synchost status`");
+  if (options.id.empty()) tool::refuse("a device needs a name", "take the one that it sends, its identification");
+  store.putDevice({options.id, options.group.empty() && known ? known->group : options.group, enabled});
+  store.commit();
+  return tool::kDone;
+}
+
+int remove(const StoreName& name, const std::string& id) {
+  Store store = OpenStore(name);
+  const bool known = store.removeDevice(id);
+  store.commit();
+  if (!known) tool::complain("there was no device \"" + id + "\".");
+  return known ? tool::kDone : tool::kNo;
+}
+
+}  // namespace
+
+void AddDevice(tool::Verb& group, const StoreName& store) {
+  auto options = std::make_shared<DeviceOptions>();
+  tool::Verb device = group.verb("device", "Say which devices are served");
+  tool::Verb add = device.verb("add", "Serve a device; one that was blocked is served again");
+  add.argument("ID", options->id, "Identification that the device sends");
+  add.option("--group", options->group, "GROUP", "Group that it must send [any]");
+  add.action([store, options] { return put(store, *options, true); });
+  tool::Verb block = device.verb("block", "Refuse a device until it is added again");
+  block.argument("ID", options->id, "Identification that the device sends");
+  block.action([store, options] { return put(store, *options, false); });
+  tool::Verb gone = device.verb("remove", "Forget a device and what it has");
+  gone.argument("ID", options->id, "Identification that the device sends");
+  gone.action([store, options] { return remove(store, options->id); });
+}
+
+}  // namespace synchost
