@@ -2,6 +2,8 @@
 
 #include <strings.h>
 
+#include <algorithm>
+
 #include "runtime/to_int.h"
 #include "storage/databases/database_files.h"
 #include "storage/databases/tempdb.h"
@@ -54,7 +56,11 @@ int OpenTableArea(const std::string& name) {
 }
 
 bool IsUnfinishedTable(const std::string& name) {
-  return lookAt(name, [](DmOpenRef db) { return BlockOf(db).empty() && DmNumRecords(db) == 0; });
+  return lookAt(name, [](DmOpenRef db) {
+    // The room for the description may be there already.
+    const std::span<const char> block = BlockOf(db);
+    return DmNumRecords(db) == 0 && std::all_of(block.begin(), block.end(), [](char c) { return c == '\0'; });
+  });
 }
 
 RecordValues::RecordValues(Fields fields)

@@ -225,6 +225,16 @@ TEST_F(TablesFromHost, AreDeletedBesideOpenAreas) {
   EXPECT_EQ(ReadFromHH(), 1);
   EXPECT_EQ(contents("ITEMS"), "");
   vorne::CloseCatalogTables();
+  // What an interrupted making of a table has left is no table either: it is made again.
+  for (const UInt32 room : {0u, 90u}) {
+    const DmOpenRef half = openStore("HALF", vorne::kTypeData);
+    const LocalID info = MemHandleToLocalID(DmNewHandle(half, room));
+    EXPECT_EQ(room == 0 ? errNone : setDatabase("HALF", {.info = &info}), errNone);
+    DmCloseDatabase(half);
+    have({"HALF", "A:C:4"}, {{host::live(host::text("x"))}});
+    EXPECT_EQ(contents("HALF"), "x");
+    __TBL_DeleteDatabase(text("HALF"));
+  }
   // The session's own lists are no tables.
   const DmOpenRef list = vorne::OpenTemporary("MsgLog", vorne::kList, vorne::IfExists::Keep);
   EXPECT_EQ(Op_DeleteTbl("MSGLOG.tLog"), 0);
