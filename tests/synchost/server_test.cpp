@@ -40,8 +40,10 @@ class ServerTest : public testing::TestWithParam<const char*> {
     create("SALES", "");
   }
 
-  void create(const char* table, const char* index) {
-    store->createTable(MakeTable(table, "CODE:C:12 NAME:C:30", index, ""));
+  void create(const char* called, const char* index, Direction direction = Direction::kBoth) {
+    Table table = MakeTable(called, "CODE:C:12 NAME:C:30", index, "");
+    table.direction = direction;
+    store->createTable(table);
     store->commit();
   }
   void fill(int rows) {
@@ -147,7 +149,7 @@ TEST_P(ServerTest, ServesAFleet) {
   const int count = fromEnvironment("SYNCHOST_FLEET", kSlow ? 20 : 60), atOnce = std::min(200, count);
   const int rows = count >= 1000 ? 10'000 : 1'000, sent = 100;
   fill(rows);
-  create("ORDERS", "BYORDER:CODE");
+  create("ORDERS", "BYORDER:CODE", Direction::kUp);
   auto tables = store->tables();
   auto fleet = devices(count);
   std::vector<std::unique_ptr<RunningHost>> hosts;
@@ -160,7 +162,6 @@ TEST_P(ServerTest, ServesAFleet) {
     threads.emplace_back([&] {
       for (int i = next++; i < count; i = next++) {
         ScriptedDevice& device = *fleet[static_cast<std::size_t>(i)];
-        // Its own orders only: what others sell would make the figure one of another kind.
         for (int n = 0; n < sent; ++n)
           device.tables["ORDERS"].unsent.emplace_back(device.id + "." + std::to_string(n), "order");
         device.packetRows = 50;
