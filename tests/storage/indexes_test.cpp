@@ -338,7 +338,10 @@ TEST_F(Indexes, DamageThatIsMetLaterIsMendedThen) {
   bBatchOper = 1;
   makeTable({});
   char name[6];
-  for (int i = 1; i <= kRecords; ++i) append((std::snprintf(name, sizeof name, "%05d", i), name));
+  // The last ones have a key in fours.
+  constexpr int kFour = kRecords - 3, kUnlike = kFour - 4;
+  for (int i = 1; i <= kRecords; ++i)
+    append((std::snprintf(name, sizeof name, "%05d", i < kUnlike ? i : i < kFour ? kUnlike : kFour), name));
   ASSERT_TRUE(makeIndex("I", "NAME"));
   closeAll();
   std::string bytes = readFile(file("I"));
@@ -350,7 +353,10 @@ TEST_F(Indexes, DamageThatIsMetLaterIsMendedThen) {
   // Here one entry is written over as a whole, by one far away: searches that come by are led astray.
   constexpr int kOver = 30001;
   std::string whole = readFile(file("I"));
-  whole.replace(begin + (kOver - 1) * stride, stride, whole.substr(begin + 60000 * stride, stride));
+  const auto overwritten = [&, sound = whole](int entry, int by) {
+    return std::string(sound).replace(begin + (entry - 1) * stride, stride, sound, begin + (by - 1) * stride, stride);
+  };
+  whole = overwritten(kOver, 60001);
   const auto byOrder = [] { __TBL_SetOrder(nullptr, number(1)); };
   const auto seeks = [&](const std::string& key, const char* expected) {
     byOrder();
@@ -362,11 +368,19 @@ TEST_F(Indexes, DamageThatIsMetLaterIsMendedThen) {
       EXPECT_EQ(numberOf(__TBL_RecNo()), from + i * step);
     }
   };
-  writeFile(file("I"), whole);
-  TableReader reader(".", "T");
-  for (int i = kOver - 40; i < kOver + 40; ++i)
-    EXPECT_EQ(reader.find(0, RangesOfText(reader.fields()[0], std::to_string(i))).count(), 1u) << i;
-  EXPECT_EQ(reader.find(0, {{"30000", "30005"}}).count(), 6u);
+  // A neighbour's bytes, or those of an equal key, stand in order there.
+  const std::string before = overwritten(kOver, kOver - 1), behind = overwritten(kOver, kOver + 1),
+                    like = overwritten(kFour, kFour + 3), unlike = overwritten(kFour, kUnlike + 1);
+  std::string header = overwritten(kOver, kOver);
+  header[begin + (kOver - 1) * stride] = 11;
+  for (const std::string& damaged : {whole, before, behind, like, unlike, header}) {
+    writeFile(file("I"), damaged);
+    TableReader reader(".", "T");
+    for (int i = kOver - 40; i < kOver + 40; ++i)
+      EXPECT_EQ(reader.find(0, RangesOfText(reader.fields()[0], std::to_string(i))).count(), 1u) << i;
+    EXPECT_EQ(reader.find(0, {{"30000", "30005"}}).count(), 6u);
+    EXPECT_EQ(reader.find(0, RangesOfText(reader.fields()[0], "65597")).count(), 4u);
+  }
   const std::tuple<const char*, const std::string&, std::function<void()>> kWays[] = {
       {"seek", bytes, [&] { seeks(std::to_string(kTwice), "65591@65591 found"); }},
       {"seek what is missing", bytes, [&] { seeks("00006", "6@6 found"); }},
@@ -403,6 +417,12 @@ TEST_F(Indexes, DamageThatIsMetLaterIsMendedThen) {
       {"whole: seek what is beside it", whole, [&] { seeks("30002", "30002@30002 found"); }},
       {"whole: walk to it", whole, [&] { seeks("29990", "29990@29990 found"), skips(29990, 1); }},
       {"whole: walk back to it", whole, [&] { seeks("30010", "30010@30010 found"), skips(30010, -1); }},
+      {"walk to one written over by its neighbour", behind,
+       [&] { seeks("29990", "29990@29990 found"), skips(29990, 1); }},
+      {"walk back to one", before, [&] { seeks("30010", "30010@30010 found"), skips(30010, -1); }},
+      {"seek the first of equal keys", like, [&] { seeks("65597", "65597@65597 found"); }},
+      {"seek behind other equal keys", unlike, [&] { seeks("65597", "65597@65597 found"); }},
+      {"seek what is missing behind its double", before, [&] { seeks("30001", "30001@30001 found"); }},
       {"whole: merge", whole,
        [&] {
          go(64000), set("NAME", "'30000'"), __Commit();

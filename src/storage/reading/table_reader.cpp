@@ -49,6 +49,19 @@ bool namesEachOnce(KeyList& list, std::uint32_t records) {
       {list.bytes.data(), list.entrySize, list.entrySize, static_cast<std::uint32_t>(list.count())}, records);
 }
 
+// The entries from `place` on in `direction` that have one key, as many of them as are looked at.
+template <class KeyAt>
+KeyList runOf(KeyAt& keyAt, std::uint32_t count, std::size_t entrySize, std::uint32_t place, int direction) {
+  KeyList run{entrySize, {}};
+  // The place before the first entry wraps around, to none.
+  for (; place < count && run.count() < kMostBeside; place += static_cast<std::uint32_t>(direction)) {
+    const std::string_view key = keyAt(place);
+    if (run.count() > 0 && run.bytes.compare(kEntryKeyAt, key.size(), key) != 0) break;
+    run.bytes.append(key.data() - kEntryKeyAt, entrySize);
+  }
+  return run;
+}
+
 }  // namespace
 
 struct TableReader::State {
@@ -224,19 +237,18 @@ bool TableReader::State::fits(IndexFile& index) {
   }
 }
 
-// None when they, or those beside where a search ended, are out of order: an entry written over with a distant one
-// hides its record's key, and leads searches astray that come by.
-std::optional<KeyList> TableReader::State::entriesOf(IndexFile& index, const KeyRanges& ranges) {
+// None when one of them cannot be read, or they, or those beside where a search ended, are out of order or name a
+// record twice: an entry written over with a distant one hides its record's key, and leads searches astray that come
+// by; one written over with a near one stands in order.
+std::optional<KeyList> TableReader::State::entriesOf(IndexFile& index, const KeyRanges& ranges) try {
   constexpr std::uint32_t kBeside = 2;
   KeyList list{kEntryKeyAt + index.keyLength, {}};
   const auto keyAt = [&](std::uint32_t i) {
     const std::span<const char> entry = index.database.record(i);
-    if (entry.size() != list.entrySize)
-      throw ReadFailure(ReadFailure::kDamaged,
-                        "an index of " + name + " is damaged; `tellira db reindex` makes it anew");
+    if (entry.size() != list.entrySize) throw ReadFailure(ReadFailure::kDamaged, "an entry has another length");
     return std::string_view(entry.data() + kEntryKeyAt, index.keyLength);
   };
-  const std::uint32_t count = index.database.count();
+  const std::uint32_t count = index.database.count(), records = table.front().count();
   std::string before;
   for (const auto& [from, to] : PositionsOf(ranges, count, keyAt)) {
     before.clear();
@@ -246,8 +258,13 @@ std::optional<KeyList> TableReader::State::entriesOf(IndexFile& index, const Key
       before = key;
       if (i >= from && i < to) list.bytes.append(key.data() - kEntryKeyAt, list.entrySize);
     }
+    KeyList below = runOf(keyAt, count, list.entrySize, from - 1, -1);
+    KeyList above = runOf(keyAt, count, list.entrySize, to, 1);
+    if (!namesEachOnce(below, records) || !namesEachOnce(above, records)) return std::nullopt;
   }
   return list;
+} catch (const ReadFailure&) {
+  return std::nullopt;
 }
 
 // An entry whose record number is wrong leads to another record. All of a few are looked at, and some of many.

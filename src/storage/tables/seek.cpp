@@ -71,7 +71,7 @@ class Search {
     else if (soft_ && static_cast<int>(place) < count_)
       // The table's count, not the index's: an entry that is missing at the end is no end of the table.
       take(place, false);
-    else if (isBesideDamage(static_cast<int>(place)) && isFirstDamage())
+    else if (isBesideDamage(place) && isFirstDamage())
       mendAndRun();
     else
       EnterEnd(area_, true);
@@ -85,20 +85,19 @@ class Search {
     run();
   }
 
-  // An entry that is written over with its neighbour's bytes is missing right there.
-  bool isBesideDamage(int place) const {
-    const auto isSound = [&](int one, int direction) {
-      return one < 0 || one >= static_cast<int>(entries_.count) || NamesOneRecord(entries_, count_, one, direction);
+  // What is missing was written over right there.
+  bool isBesideDamage(UInt32 place) const {
+    const auto isSound = [&](UInt32 one, int direction) {
+      return one >= entries_.count ||
+             (NamesOneRecord(entries_, count_, static_cast<int>(one), 0) && IsSoundBeside(entries_, one, direction));
     };
-    return !isSound(place, -1) || !isSound(place - 1, 1) || !AreInOrderBeside(entries_, static_cast<UInt32>(place));
+    return !isSound(place, 1) || !isSound(place - 1, -1);
   }
 
   void take(UInt32 place, bool found) {
     order_.IDX_recID = static_cast<std::int32_t>(place);
     const std::int32_t record = place < entries_.count ? entries_.record(place) : -1;
-    const bool isSound =
-        NamesOneRecord(entries_, count_, static_cast<int>(place), -1) && AreInOrderBeside(entries_, place);
-    if (!isSound && isFirstDamage()) return mendAndRun();
+    if ((place >= entries_.count || isBesideDamage(place)) && isFirstDamage()) return mendAndRun();
     if (record < 0 || !__TBL_GetLastData(number_, record)) return EnterNotFound(area_);
     if (!NamesLoadedRecord(area_, order_, entries_, static_cast<int>(place)) && isFirstDamage()) return mendAndRun();
     area_.TBL_found = found;
@@ -127,7 +126,9 @@ bool walkToLive(int number, VORNE_RDD& area, IDX_IndexesNames& order, const Soug
     const bool matches = key.compare(entries.key(place)) == 0;
     if (matches) order.IDX_recID = static_cast<std::int32_t>(place);
     if (!__TBL_GetLastData(number, entries.record(place))) return false;
-    const bool isSound = NamesLoadedRecord(area, order, entries, static_cast<int>(place)) && IsInOrder(entries, place);
+    const auto at = static_cast<int>(place);
+    const bool isSound = NamesLoadedRecord(area, order, entries, at) && IsInOrder(entries, place) &&
+                         NamesOneRecord(entries, RecordCount(area), at, -1);
     if (!isSound && !std::exchange(mended, true)) {
       MendIndex(*area.TBL_appinfo, order);
       entries = EntriesOf(*order.IDX_dbRef);
