@@ -342,11 +342,12 @@ pmymap MapAsFarAsItGoes(const char* name) {
   std::int64_t missing = 0;
   if (const pmymap map = tryToMap(name, missing)) return map;
   const int failure = errno;
-  const std::string why = WhyNotStored(name, missing, failure);
-  if (!isFull(failure)) FileFailure(Message("Falha na criação do Mapeamento %s"_l1, name), name, missing);
   const std::optional<FileHeader> header = HeaderInFile(name);
-  if (!header || header->Version == 0) return MapInMemory(name, why);
-  Logar(why.c_str());
+  errno = failure;
+  // Without a header nothing of it can be used.
+  if (!isFull(failure) || !header || header->Version == 0)
+    FileFailure(Message("Falha na criação do Mapeamento %s"_l1, name), name, missing);
+  Logar(WhyNotStored(name, missing, failure).c_str());
   return tryToMap(name, missing, true);
 }
 
