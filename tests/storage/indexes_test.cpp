@@ -226,6 +226,8 @@ TEST_F(Indexes, WhatDoesNotFitIsNoticedAndMadeAnew) {
        noMatch + "it has 3 entries for 4 records"},
       {changed(begin + 8, "\x09"), "uma entrada para cada", noMatch + "its entry names record 10 of 4"},
       {changed(begin + 8 + 3, "\x80"), "uma entrada para cada", noMatch + "its entry names record 2147483650 of 4"},
+      {changed(begin + 2 * stride, "\xFF"), "cabe",
+       "its header says 255 bytes used of 9 reserved; its place follows from its neighbours, its data can be kept"},
       {changed(begin + 12, "Z"), "chaves que", noMatch + "record 2 has another key"},
       {changed(begin + 8, sound.substr(begin + 8 + 3 * stride, 9)), "uma entrada para cada",
        noMatch + "the entry of record 3 is out of order"},
@@ -341,15 +343,16 @@ TEST_F(Indexes, DamageThatIsMetLaterIsMendedThen) {
   for (int i = 1; i <= kRecords; ++i) append((std::snprintf(name, sizeof name, "%05d", i), name));
   ASSERT_TRUE(makeIndex("I", "NAME"));
   closeAll();
-  std::string bytes = readFile(file("I"));
-  const std::size_t begin = 20 + static_cast<unsigned char>(bytes[4]), stride = 8 + 4 + 5;
+  const std::string sound = readFile(file("I"));
+  const std::size_t begin = 20 + static_cast<unsigned char>(sound[4]), stride = 8 + 4 + 5;
+  std::string bytes = sound;
   bytes.replace(begin + (kMissing - 1) * stride, stride, bytes.substr(begin + kMissing * stride, stride));
   // This one names a record that an entry far away names as well.
   constexpr int kTwice = 65591;
   images::put(bytes, begin + (kTwice - 1) * stride + 8, 9, 4);
   // Here one entry is written over as a whole, by one far away: searches that come by are led astray.
   constexpr int kOver = 30001;
-  std::string whole = readFile(file("I"));
+  std::string whole = sound;
   whole.replace(begin + (kOver - 1) * stride, stride, whole.substr(begin + 60000 * stride, stride));
   const auto byOrder = [] { __TBL_SetOrder(nullptr, number(1)); };
   const auto seeks = [&](const std::string& key, const char* expected) {
@@ -367,6 +370,11 @@ TEST_F(Indexes, DamageThatIsMetLaterIsMendedThen) {
   for (int i = kOver - 40; i < kOver + 40; ++i)
     EXPECT_EQ(reader.find(0, RangesOfText(reader.fields()[0], std::to_string(i))).count(), 1u) << i;
   EXPECT_EQ(reader.find(0, {{"30000", "30005"}}).count(), 6u);
+  // A header that is wrong hides no entry.
+  writeFile(file("I"), std::string(sound).replace(begin + kRecords / 2 * stride, 1, "\xFF"));
+  reopen(), byOrder();
+  for (const std::string key : {"10001", "30001", "32801", "65600"}) EXPECT_EQ(seek(key), key + "@" + key + " found");
+  closeAll();
   const std::tuple<const char*, const std::string&, std::function<void()>> kWays[] = {
       {"seek", bytes, [&] { seeks(std::to_string(kTwice), "65591@65591 found"); }},
       {"seek what is missing", bytes, [&] { seeks("00006", "6@6 found"); }},
