@@ -354,10 +354,14 @@ TEST_F(Indexes, DamageThatIsMetLaterIsMendedThen) {
   constexpr int kOver = 30001;
   std::string whole = sound;
   whole.replace(begin + (kOver - 1) * stride, stride, whole.substr(begin + 60000 * stride, stride));
+  // Two keys that are wrong and stand in order: behind their own place, and before it.
+  std::string keys = sound;
+  keys[begin + 40008 * stride + 16] = keys[begin + 50009 * stride + 16] = ':';
+  keys[begin + 50009 * stride + 15] = '0';
   const auto byOrder = [] { __TBL_SetOrder(nullptr, number(1)); };
-  const auto seeks = [&](const std::string& key, const char* expected) {
+  const auto seeks = [&](const std::string& key, const char* expected, bool soft = false) {
     byOrder();
-    EXPECT_EQ(seek(key), expected);
+    EXPECT_EQ(seek(key, soft), expected);
   };
   const auto skips = [](int from, int step) {
     for (int i = 1; i <= 20; ++i) {
@@ -370,6 +374,9 @@ TEST_F(Indexes, DamageThatIsMetLaterIsMendedThen) {
   for (int i = kOver - 40; i < kOver + 40; ++i)
     EXPECT_EQ(reader.find(0, RangesOfText(reader.fields()[0], std::to_string(i))).count(), 1u) << i;
   EXPECT_EQ(reader.find(0, {{"30000", "30005"}}).count(), 6u);
+  writeFile(file("I"), keys);
+  for (const char* key : {"40009", "50010", "5001"})
+    EXPECT_EQ(reader.find(0, {{key, key}}).count(), key[4] == 0 ? 10u : 1u) << key;
   // A header that is wrong hides no entry.
   writeFile(file("I"), std::string(sound).replace(begin + kRecords / 2 * stride, 1, "\xFF"));
   reopen(), byOrder();
@@ -407,6 +414,10 @@ TEST_F(Indexes, DamageThatIsMetLaterIsMendedThen) {
          }
          byOrder(), __TBL_GoTop();
        }},
+      {"keys: seek what is behind its place", keys, [&] { seeks("40009", "40009@40009 found"); }},
+      {"keys: seek what is before its place", keys, [&] { seeks("50010", "50010@50010 found"); }},
+      {"keys: seek softly", keys, [&] { seeks("50010", "50010@50010 found", true); }},
+      {"keys: seek the first of several", keys, [&] { seeks("5001", "50010@50010 found"); }},
       {"whole: seek what is missing", whole, [&] { seeks("30001", "30001@30001 found"); }},
       {"whole: seek what is beside it", whole, [&] { seeks("30002", "30002@30002 found"); }},
       {"whole: walk to it", whole, [&] { seeks("29990", "29990@29990 found"), skips(29990, 1); }},
