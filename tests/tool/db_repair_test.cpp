@@ -264,7 +264,7 @@ TEST_F(DbRepair, NeverTakesATableOfWhichNothingIsLeftForSound) {
   ok({"drop", "T_M", "--yes"}), ok({"create", "T", "A:C:3"});
   ok({"import", "T", "-"}, "A\nx\n");
   remove({"catalog.plm", "catalog.bck"});
-  EXPECT_THAT(db({"list"}).err, HasSubstr("the catalogue names none of the databases"));
+  EXPECT_THAT(db({"list"}).err, HasSubstr("the catalogue does not name"));
   EXPECT_THAT(db({"create", "T", "A:C:3"}).err, HasSubstr("Files as they were before are in " + path("repair-")));
   ok({"create", "MEMOS", "A:C:3", "B:M"}), ok({"create", "MEMOS_M_OA", "A:C:3"});
   ok({"import", "MEMOS", "-"}, "B\nx\n");

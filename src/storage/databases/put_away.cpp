@@ -30,8 +30,8 @@ bool mayHold(const std::string& name) {
   struct stat found;
   if (::lstat(PathOf(name).c_str(), &found) != 0 || found.st_size == 0) return false;
   const FileHeader header = HeaderInFile(name).value_or(FileHeader{});
-  const bool isEmpty = header.Version == 2 && header.NumberOfRecords == 0 && header.AppInfoLen == 0 &&
-                       header.szmap <= kHeaderSize;
+  const bool isEmpty =
+      header.Version == 2 && header.NumberOfRecords == 0 && header.AppInfoLen == 0 && header.szmap <= kHeaderSize;
   return !isEmpty && (S_ISREG(found.st_mode) || header.Version == 2);
 }
 

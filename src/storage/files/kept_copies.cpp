@@ -30,7 +30,7 @@ bool exists(const std::string& path) {
 bool makeCopiesDirectory(const std::string& directory) {
   const std::tm now = LocalNow();
   char stamp[32];
-  std::strftime(stamp, sizeof stamp, "%Y%m%d-%H%M%S", &now);
+  std::strftime(stamp, sizeof stamp, "%Y%m%d_%H%M%S", &now);
   for (int i = 1; i <= kSuffixes; ++i) {
     const std::string path = directory + "/" + kCopiesPrefix + stamp + (i == 1 ? "" : "-" + std::to_string(i));
     if (fileSystem.mkdir(path.c_str(), 0770) == 0) {
@@ -80,6 +80,7 @@ bool KeepCopy(const char* directory, const char* file) {
   const int from = OpenFile((place + "/" + name).c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
   // What is not there needs no copy; what cannot be read must not be changed.
   if (from < 0) return errno == ENOENT;
+  const std::string before = copies;
   const bool usable = copies.starts_with(place + "/") && !exists(copies + "/" + name);
   const bool kept = (usable || makeCopiesDirectory(place)) && copyFile(from, name);
   const int failure = errno;
@@ -87,7 +88,7 @@ bool KeepCopy(const char* directory, const char* file) {
   if (kept)
     syncDirectory(copies);
   else if (!copies.empty() && ::rmdir(copies.c_str()) == 0)  // only where nothing was copied before
-    copies.clear();
+    copies = copies == before ? "" : before;
   errno = failure;
   return kept;
 }

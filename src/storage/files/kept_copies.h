@@ -13,7 +13,7 @@ namespace vorne {
 /// What the names of directories with copies begin with.
 inline constexpr char kCopiesPrefix[] = "repair-";
 
-/// Copies `directory`/`file` into a directory "repair-YYYYMMDD-HHMMSS" in `directory`; nothing ever removes it. Copies
+/// Copies `directory`/`file` into a directory "repair-YYYYMMDD_HHMMSS" in `directory`; nothing ever removes it. Copies
 /// of one run share a directory until one of them is there already. True when the copy is on the disk, or there is no
 /// file.
 bool KeepCopy(const char* directory, const char* file);

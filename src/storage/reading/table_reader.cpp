@@ -62,6 +62,7 @@ struct TableReader::State {
   bool fits(IndexFile& index);
   std::optional<KeyList> entriesOf(IndexFile& index, const KeyRanges& ranges);
   bool haveTheirKeys(const IndexFile& index, const KeyList& list);
+  bool haveTheirKeysBeside(const IndexFile& index, const KeyList& beside);
   void addRow(std::uint32_t position, bool withMemos, StoredRows& rows);
   std::string memoText(std::uint32_t reference);
   KeyList keysOfRecords(TableReader& reader, const IndexFile& index);
@@ -238,7 +239,10 @@ std::optional<KeyList> TableReader::State::entriesOf(IndexFile& index, const Key
   };
   const std::uint32_t count = index.database.count();
   std::string before;
+  KeyList beside{list.entrySize, {}};
   for (const auto& [from, to] : PositionsOf(ranges, count, keyAt)) {
+    for (const std::uint32_t i : {from - 1, to})
+      if (i < count) beside.bytes.append(keyAt(i).data() - kEntryKeyAt, list.entrySize);
     before.clear();
     for (std::uint32_t i = from - std::min(from, kBeside); i < std::min(count, to + kBeside); ++i) {
       const std::string_view key = keyAt(i);
@@ -247,6 +251,7 @@ std::optional<KeyList> TableReader::State::entriesOf(IndexFile& index, const Key
       if (i >= from && i < to) list.bytes.append(key.data() - kEntryKeyAt, list.entrySize);
     }
   }
+  if (!haveTheirKeysBeside(index, beside)) return std::nullopt;
   return list;
 }
 
@@ -261,6 +266,14 @@ bool TableReader::State::haveTheirKeys(const IndexFile& index, const KeyList& li
     MakeKey(described, index.key, buffer.data(), false, key.data());
     if (list.bytes.compare(entry * list.entrySize + kEntryKeyAt, index.keyLength, key) != 0) return false;
   }
+  return true;
+}
+
+// A key that is wrong and still in order hides its record's, and stands right beside where the search for that ends.
+bool TableReader::State::haveTheirKeysBeside(const IndexFile& index, const KeyList& beside) try {
+  return haveTheirKeys(index, beside);
+} catch (const ReadFailure&) {
+  // A record that cannot be read and was not asked for is no reason to refuse the others.
   return true;
 }
 

@@ -17,7 +17,7 @@ namespace {
 bool isHeld(const std::string& path) {
   const int file = OpenFile(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
   if (file < 0) return false;
-  const bool held = fileSystem.flock(file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+  const bool held = !LockPatiently(file, LOCK_EX) && errno == EWOULDBLOCK;
   fileSystem.close(file);
   return held;
 }

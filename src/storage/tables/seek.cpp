@@ -66,12 +66,14 @@ class Search {
     const SoughtKey key(entry_ + kEntryKeyAt, std::min(length_, entries_.count == 0 ? 0 : entries_.keyLength()));
     // The search tells the place behind the last equal entry; the first of them is taken.
     const UInt32 before = place == 0 ? 0 : place - 1;
-    if (before < entries_.count && key.compare(entries_.key(before)) == 0)
-      take(FirstNotSmallerFromBack(entries_, key, 0, before), true);
-    else if (soft_ && static_cast<int>(place) < count_)
+    if (before < entries_.count && key.compare(entries_.key(before)) == 0) {
+      const UInt32 first = FirstNotSmallerFromBack(entries_, key, 0, before);
+      // A single one costs nothing more; where there are several, one more may be hidden before them.
+      take(first, true, first == before || hasItsKey(first - 1));
+    } else if (soft_ && static_cast<int>(place) < count_)
       // The table's count, not the index's: an entry that is missing at the end is no end of the table.
-      take(place, false);
-    else if (isBesideDamage(static_cast<int>(place)) && isFirstDamage())
+      take(place, false, hasItsKey(place - 1));
+    else if ((isBesideDamage(static_cast<int>(place)) || !hasItsKey(place) || !hasItsKey(place - 1)) && isFirstDamage())
       mendAndRun();
     else
       EnterEnd(area_, true);
@@ -93,12 +95,22 @@ class Search {
     return !isSound(place, -1) || !isSound(place - 1, 1) || !AreInOrderBeside(entries_, static_cast<UInt32>(place));
   }
 
-  void take(UInt32 place, bool found) {
+  // A key that is wrong and still in order hides its record's, and stands right beside where the search for that ends.
+  // Opening holds each key of a small index against its record, and a part of a large one's: there it is done here, in
+  // the buffer that is filled or emptied next.
+  bool hasItsKey(UInt32 place) const {
+    if (entries_.count <= kMostCounted || place >= entries_.count) return true;
+    const std::span<const char> record = BytesOf(DatabaseOf(area_), static_cast<UInt32>(entries_.record(place)));
+    LoadFields(FieldsOf(area_), record, bswapnum, area_.TBL_buff);
+    return NamesLoadedRecord(area_, order_, entries_, static_cast<int>(place));
+  }
+
+  void take(UInt32 place, bool found, bool isSoundBefore) {
     order_.IDX_recID = static_cast<std::int32_t>(place);
     const std::int32_t record = place < entries_.count ? entries_.record(place) : -1;
     const bool isSound =
         NamesOneRecord(entries_, count_, static_cast<int>(place), -1) && AreInOrderBeside(entries_, place);
-    if (!isSound && isFirstDamage()) return mendAndRun();
+    if (!(isSound && isSoundBefore) && isFirstDamage()) return mendAndRun();
     if (record < 0 || !__TBL_GetLastData(number_, record)) return EnterNotFound(area_);
     if (!NamesLoadedRecord(area_, order_, entries_, static_cast<int>(place)) && isFirstDamage()) return mendAndRun();
     area_.TBL_found = found;
