@@ -279,8 +279,8 @@ std::vector<std::string> StrayIndexesOf(const std::string& table) {
   for (std::filesystem::directory_iterator at(wcDir, failed), end; !failed && at != end; at.increment(failed)) {
     const std::string name = at->path().filename();
     if (!IsDatabaseName(name) || CatalogEntryOf(name) != 0 || !at->is_regular_file(failed)) continue;
-    bool isIndex = false;
-    if (HeaderInFile(name).value_or(FileHeader{}).Type == kIndexDatabase && ownerOf(name, isIndex) == FoldedName(table))
+    std::string why;
+    if (HeaderInFile(name).value_or(FileHeader{}).Type == kIndexDatabase && ownerOf(name, why) == FoldedName(table))
       strays.push_back(name);
   }
   return strays;
