@@ -33,6 +33,19 @@ HeldDirectory::~HeldDirectory() {
   if (file_ >= 0) fileSystem.close(file_);
 }
 
+ToolsKeptOut::ToolsKeptOut(const std::string& path)
+    : directory_(OpenFile(path.c_str(), O_RDONLY | O_DIRECTORY | O_NONBLOCK)) {
+  // Between two tools that follow each other there are a few milliseconds.
+  constexpr int kTries = 400;
+  if (directory_ < 0) return;
+  for (int tries = 0; tries < kTries; ++tries)
+    if (LockPatiently(directory_, LOCK_SH) || errno != EWOULDBLOCK) return;
+}
+
+ToolsKeptOut::~ToolsKeptOut() {
+  if (directory_ >= 0) fileSystem.close(directory_);
+}
+
 std::string HeldFile(const std::string& path) {
   const std::string catalog = path + "/" + kCatalogName;
   if (isHeld(catalog)) return catalog;

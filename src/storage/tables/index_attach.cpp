@@ -8,6 +8,7 @@
 #include <bit>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <set>
 #include <unordered_map>
 #include <utility>
@@ -270,6 +271,19 @@ void DetachIndexes(myAppInfoType& table) {
   Release(table.TBL_IndexesNames);
   table.TBL_IndexesNames = nullptr;
   table.TBL_numIndexes = 0;
+}
+
+std::vector<std::string> StrayIndexesOf(const std::string& table) {
+  std::vector<std::string> strays;
+  std::error_code failed;
+  for (std::filesystem::directory_iterator at(wcDir, failed), end; !failed && at != end; at.increment(failed)) {
+    const std::string name = at->path().filename();
+    if (!IsDatabaseName(name) || CatalogEntryOf(name) != 0 || !at->is_regular_file(failed)) continue;
+    std::string why;
+    if (HeaderInFile(name).value_or(FileHeader{}).Type == kIndexDatabase && ownerOf(name, why) == FoldedName(table))
+      strays.push_back(name);
+  }
+  return strays;
 }
 
 void DeleteIndexes(const char* table) {
