@@ -168,13 +168,13 @@ Obj_Node* __DBCREATE(Obj_Node* name, Obj_Node* structure, Obj_Node*) {
   if (CatalogEntryOf(memoName) != 0) old.pop_back();
   const PutAway oldTable(old);
   if (!oldTable.isDone()) CannotCreate(capitals.c_str(), errno);
-  myAppInfoType* table = NewTable(description);
-  if (__TBL_CreateOrOpen(capitals.c_str(), kTypeData, description.openMode, table) == nullptr ||
+  std::unique_ptr<myAppInfoType, void (*)(myAppInfoType*)> table(NewTable(description), FreeTable);
+  if (__TBL_CreateOrOpen(capitals.c_str(), kTypeData, description.openMode, table.get()) == nullptr ||
       (memo && !CreateMemoDB(capitals.c_str())))
     __RuntimeError(3, kNotOpened);
   // The description last: what a kill leaves before it opens as no table, and goes when one of that name is made again.
-  __TBL_CreateOrChangeMyAppInfo(table);
-  ReleaseTable(table);
+  __TBL_CreateOrChangeMyAppInfo(table.get());
+  ReleaseTable(table.release());
   return __INIT_BOOL(1);
 }
 
