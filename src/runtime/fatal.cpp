@@ -7,10 +7,13 @@
 
 using namespace vorne;
 
-void __RuntimeError(int /*code*/, int aux) {
+void __RuntimeError(int code, int aux) {
   // Errors of the steps before the end come back here; the one that began it is the one to tell.
   static int first = 0;
-  if (!isEnding) first = aux;
+  if (!isEnding) {
+    first = aux;
+    endingCode = code;
+  }
   isEnding = true;
   // Before there is a record nothing was begun that could be saved or closed.
   if (S_GLOB != nullptr) hooks.prepareEnd(first);

@@ -9,6 +9,7 @@
 namespace vorne {
 
 bool isEnding = false;
+int endingCode = -1;
 void (*endProcessHook)(int status) = nullptr;
 
 void EndProcess(int status) {

@@ -75,6 +75,13 @@ TEST_F(Tables, KeepWhatWasSetAndReadDamagedRecordsAsBlank) {
   ASSERT_TRUE(change(db, 0, "ab" + zeros(1 + 8 + 8 + 1 + 4 + 3) + "*" + zeros(5)));
   go(1);
   EXPECT_EQ(get("NAME") + describe(__TBL_Deleted()), "'ab'T");
+  // Made longer so and deleted then: the mark moves to the end.
+  const std::string fields = "ab" + zeros(1 + 8 + 8 + 1 + 4);
+  ASSERT_TRUE(change(db, 0, fields + "!" + zeros(8)));
+  go(1);
+  __TBL_Delete();
+  __Commit();
+  EXPECT_EQ(record(db, 0), fields + zeros(7) + "*" + zeros(1));
   // Cut short, a text without its zero, a text longer than its field.
   for (const auto& [bytes, name] :
        {std::pair("ab", ""), {"!", ""}, {"abc*", "ab"}, {"abcdefghijklmnop!", "abcdefghij"}}) {

@@ -82,7 +82,7 @@ inline constexpr Kind kKinds[] = {
     {"kill",
      installKiller<&System::open, &System::close, &System::read, &System::write, &System::lseek, &System::ftruncate,
                    &System::fallocate, &System::mmap, &System::mremap, &System::munmap, &System::msync, &System::rename,
-                   &System::unlink, &System::mkdir, &System::stat, &System::flock>}};
+                   &System::unlink, &System::mkdir, &System::stat, &System::flock, &System::link>}};
 
 /// Lets the calls of that name fail as `when` tells; "kill": the process is killed at the call, whichever it is.
 inline void install(std::string_view name, Plan& when) {

@@ -99,8 +99,8 @@ inline int msync(void* address, std::size_t length, int flags) {
 inline void install(unsigned seed) {
   random.seed(seed);
   const vorne::System& s = kSystem;
-  fileSystem = {open,   s.close, s.read, s.write,  s.lseek,  s.ftruncate, s.fallocate, fsync,   mmap,
-                mremap, munmap,  msync,  s.rename, s.unlink, s.mkdir,     s.stat,      s.flock, s.pread};
+  fileSystem = {open,   s.close, s.read,   s.write,  s.lseek, s.ftruncate, s.fallocate, fsync,   mmap,  mremap,
+                munmap, msync,   s.rename, s.unlink, s.mkdir, s.stat,      s.flock,     s.pread, s.link};
 }
 
 /// Makes the directory `to` as a power cut may leave it: of what is not surely on the disk, about `pages` of the pages

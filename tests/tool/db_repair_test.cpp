@@ -1,6 +1,9 @@
 // What `tellira db check` finds of damage to what the files mean, what a repair makes of it, and that every verb works
 // afterwards.
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/file.h>
+#include <unistd.h>
 
 #include <nlohmann/json.hpp>
 #include <thread>
@@ -91,7 +94,7 @@ TEST_F(DbRepair, FindsWhatIsLostAndRepairsTheRest) {
   };
   constexpr std::size_t kEmptied = 1;
   const std::string zeros(8, '\0'), infinite = "\x7F\xF0" + zeros.substr(2);
-  const auto memos = images::places(readFile(path("T_M")));
+  const auto memos = images::places(readFile(path("T_M"))), records = images::places(readFile(path("T")));
   const std::size_t key = readFile(path("Y")).find(std::string("Y\0001\0008", 5)) + 6,
                     c3 = readFile(path("X")).find("C3");
   // What is lost of an export afterwards: words that are empty then, or what stands for them; * where the table is
@@ -115,6 +118,9 @@ TEST_F(DbRepair, FindsWhatIsLostAndRepairsTheRest) {
       {{{"X", kEmptied}}, 1, "X: its description cannot be read"},
       {{{"X", 0, std::string(15360, '\0')}}, 1, "X: its description"},
       {{{"Y", key, "9"}}, 0, "Y: its table has no such key fields"},
+      {{{"T", records[2], "\xEE\xEE\x11"}, {"T", 8, "\4"}}, 1, "T 3: its header says", "*"},
+      {{{"T", records[2], "\xEE\xEE\x11"}, {"T", 8, "\3"}, {"T_OS"}}, 1, "T 3: its header says", "*"},
+      {{{"T", records[2], "\xEE\xEE\x11"}, {"T", 8, "\4"}, {"T_OS"}}, 1, "T: X tells of 5 records, 4 are", "*"},
       {{{"T", place(2, 3), infinite}}, 1, "T 2: field PRICE holds no number", "2.50>0.00"},
       {{{"T", place(3, 11), infinite}}, 1, "T 3: field SINCE holds no date", "2004-03-13"},
       {{{"T", place(4, 19), "\x9"}}, 0, "T 4: field SOLD holds neither true nor false"},
@@ -258,7 +264,7 @@ TEST_F(DbRepair, NeverTakesATableOfWhichNothingIsLeftForSound) {
   ok({"drop", "T_M", "--yes"}), ok({"create", "T", "A:C:3"});
   ok({"import", "T", "-"}, "A\nx\n");
   remove({"catalog.plm", "catalog.bck"});
-  EXPECT_THAT(db({"list"}).err, HasSubstr("the catalogue names none of the databases"));
+  EXPECT_THAT(db({"list"}).err, HasSubstr("the catalogue does not name"));
   EXPECT_THAT(db({"create", "T", "A:C:3"}).err, HasSubstr("Files as they were before are in " + path("repair-")));
   ok({"create", "MEMOS", "A:C:3", "B:M"}), ok({"create", "MEMOS_M_OA", "A:C:3"});
   ok({"import", "MEMOS", "-"}, "B\nx\n");
@@ -268,6 +274,47 @@ TEST_F(DbRepair, NeverTakesATableOfWhichNothingIsLeftForSound) {
   writeFile(path("Q"), std::string(90, '#'));
   EXPECT_THAT(db({"index", "create", "T", "Q", "A"}).err, HasSubstr("or drop this index of no table first"));
   EXPECT_THAT(db({"pack", "MEMOS", "--yes"}).err, StartsWith("Falhou Abertura de MEMOS_M\nremoved 0 of 1 record"));
+}
+
+// The old table is in its place or, as a whole, among the copies; and so is what is dropped with an empty one.
+TEST_F(DbRepair, MakesRoomForATableWithoutLosingOneThatTheCatalogueLost) {
+  const Words all = {"T", "T_OS", "X", "Y", "T_M", "T_M_OS"};
+  std::map<std::string, std::string> before;
+  for (const std::string& name : all) before[name] = readFile(path(name));
+  const auto expectCopies = [&](std::size_t from) {
+    std::string copies;
+    for (const auto& entry : std::filesystem::directory_iterator(directory / "DB"))
+      if (entry.is_directory()) copies = std::max(copies, entry.path().string());
+    for (; from < all.size(); ++from) EXPECT_EQ(readFile(copies + "/" + all[from]), before[all[from]]) << all[from];
+  };
+  remove({"catalog.plm", "catalog.bck", "T_M"});
+  std::filesystem::create_directory(path("T_M"));
+  EXPECT_EQ(db({"create", "T", "A:M"}).status, 3);
+  for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(readFile(path(all[i])), before[all[i]]) << all[i];
+  std::filesystem::remove(path("T_M"));
+  writeFile(path("T_M"), before["T_M"]);
+  EXPECT_THAT(ok({"list"}), Not(HasSubstr("repair-")));
+  ok({"create", "T", "A:C:3"});
+  expectCopies(0);
+  EXPECT_THAT(ok({"check"}), HasSubstr("1 database, 0 records"));
+  for (const auto& [name, bytes] : before) writeFile(path(name), bytes);
+  remove({"T_OS"});
+  writeFile(path("T"), "\2V" + std::string(18, '\0'));
+  EXPECT_THAT(problems(report({"--repair", "--yes"}, 1)), HasSubstr("as it was before, is in "));
+  const json told = report({}, 1);
+  EXPECT_THAT(problems(told), HasSubstr("T: X tells of 5 records, 0 are there"));
+  EXPECT_EQ(told["lost"], 10);
+  ok({"drop", "T", "--yes"});
+  expectCopies(2);
+}
+
+TEST_F(DbRepair, MissesNoChangesThatALivingProgramHas) {
+  patch("X", 84, "TIAW");
+  const int program = open(path("catalog.plm").c_str(), O_RDONLY);
+  ASSERT_EQ(flock(program, LOCK_SH), 0);
+  EXPECT_THAT(ok({"check"}), HasSubstr("note: X: the program that has it open has not put all changes into it yet"));
+  close(program);
+  EXPECT_THAT(problems(report({}, 1)), HasSubstr("the program ended before it had all changes"));
 }
 
 TEST_F(DbRepair, ReadersLookAgainForAnIndexThatComesAndGoes) {

@@ -11,6 +11,7 @@
 #include "storage/databases/database_files.h"
 #include "storage/files/diagnostic_log.h"
 #include "storage/files/mapped_file.h"
+#include "storage/files/patient_lock.h"
 #include "storage/files/system.h"
 #include "storage/format/names.h"
 
@@ -65,7 +66,7 @@ void VerifyCatalogEntries() {
   const bool isAlone = fileSystem.flock(rwCatalog->hFile, LOCK_EX | LOCK_NB) == 0;
   if (isAlone && RestoreCatalog() != 0) Logar(Message("%s restaurado de %s", kCatalogName, kCatalogBackupName).c_str());
   // Back to the lock that tells a repair of a program, which OpenCatalog has taken.
-  fileSystem.flock(rwCatalog->hFile, LOCK_SH | LOCK_NB);
+  LockPatiently(rwCatalog->hFile, LOCK_SH);
 }
 
 }  // namespace vorne

@@ -10,7 +10,6 @@
 #include "storage/databases/catalog.h"
 #include "storage/files/descriptor.h"
 #include "storage/files/diagnostic_log.h"
-#include "storage/files/kept_copies.h"
 #include "storage/files/mapped_file.h"
 #include "storage/files/system.h"
 #include "storage/format/description.h"
@@ -114,14 +113,6 @@ void LogClash(std::string_view name, UInt32 other) {
   Logar(Message("O banco %s não pode ter este nome: um arquivo seria também do banco %s"_l1, std::string(name).c_str(),
                 std::string(CatalogEntryName(other)).c_str())
             .c_str());
-}
-
-bool KeepFilesThatHold(std::string_view name) {
-  const std::string file(name);
-  const FileHeader header = HeaderInFile(file).value_or(FileHeader{});
-  if (header.NumberOfRecords == 0 && header.AppInfoLen == 0) return true;
-  Logar(Message("%s existe sem estar em %s: cópia guardada"_l1, file.c_str(), kCatalogName).c_str());
-  return KeepCopy(wcDir, file.c_str()) && (!HasOffsetsFile(name) || KeepCopy(wcDir, OffsetsName(name).c_str()));
 }
 
 bool MakeDataFile(std::string_view name, std::uint32_t type) {

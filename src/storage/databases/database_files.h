@@ -32,9 +32,6 @@ bool IsOfType(UInt32 entry, std::uint32_t type);
 UInt32 OwnerOfOffsets(const std::string& folded);
 /// Tells in the log why a name cannot be: a database of that name would have a file in common with another one.
 void LogClash(std::string_view name, UInt32 other);
-/// Copies the files of that name, should they hold records or application information, to where repairs keep copies.
-/// False when they cannot be (errno).
-bool KeepFilesThatHold(std::string_view name);
 /// Makes the data file of a database without records; one that is there keeps what lies behind its header.
 bool MakeDataFile(std::string_view name, std::uint32_t type);
 /// Error 11, told in the log.

@@ -10,6 +10,7 @@
 #include "storage/databases/catalog.h"
 #include "storage/databases/database_files.h"
 #include "storage/databases/opening.h"
+#include "storage/databases/put_away.h"
 #include "storage/format/names.h"
 #include "storage/journal/journal.h"
 #include "storage/records/app_info.h"
@@ -37,11 +38,6 @@ Err DmCreateDatabase(UInt16, const char* name, UInt32 creator, UInt32 type, Bool
   // Not found may also mean that too many are: only the entry tells that it can be made.
   if (DmFindDatabase(0, name) != 0 || CatalogEntryOf(name) != 0) return errAlreadyExists;
   if (const Err failed = checkName(name, KindOfType(type) == kVariableDatabase)) return failed;
-  // Files without an entry are what is left of a database that was being made or deleted, unless the entry was lost.
-  if (!KeepFilesThatHold(name)) CannotCreate(name, errno);
-  DeleteFile(PathOf(name).c_str());
-  RemoveOffsetsFile(name);
-
   DatabaseHdrType entry = {};
   std::string_view(name).copy(entry.name, kLongestName);
   GetLocalTime(&entry.creationDate);
@@ -49,9 +45,15 @@ Err DmCreateDatabase(UInt16, const char* name, UInt32 creator, UInt32 type, Bool
   entry.type = type;
   entry.creator = creator;
   __PositionOnFirstNullCatalog(entry.name);
+  // Files without an entry are what is left of a database that was being made or deleted, unless the entry was lost.
+  PutAway old({name});
+  if (!old.isDone()) CannotCreate(name, errno);
+  DeleteFile(PathOf(name).c_str());
+  RemoveOffsetsFile(name);
   if (!MakeDataFile(name, type)) {
     const int failure = errno;
     DeleteFile(PathOf(name).c_str());
+    old.back();
     CannotCreate(name, failure);
   }
   AddCatalogEntry(entry);

@@ -61,7 +61,9 @@ void closeForGood(DmOpenRef db) {
 
 // Maps a database's files. False for what no database's files can be.
 bool mapFiles(DmOpenRef db) {
-  if (db->hFile == nullptr) db->hFile = mapeararquivo(db->fName);
+  // A table does without an index that cannot be made whole.
+  const bool isIndex = CatalogEntryAt(db->fOffset).type == kTypeIndex;
+  if (db->hFile == nullptr) db->hFile = isIndex ? MapAsFarAsItGoes(db->fName) : mapeararquivo(db->fName);
   db->HeadReaded = 0;
   VerifyKind(db);
   if (HeaderOf(*db->hFile).Type == kVariableDatabase) {

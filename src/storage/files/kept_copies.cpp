@@ -30,9 +30,9 @@ bool exists(const std::string& path) {
 bool makeCopiesDirectory(const std::string& directory) {
   const std::tm now = LocalNow();
   char stamp[32];
-  std::strftime(stamp, sizeof stamp, "/repair-%Y%m%d-%H%M%S", &now);
+  std::strftime(stamp, sizeof stamp, "%Y%m%d_%H%M%S", &now);
   for (int i = 1; i <= kSuffixes; ++i) {
-    const std::string path = directory + stamp + (i == 1 ? "" : "-" + std::to_string(i));
+    const std::string path = directory + "/" + kCopiesPrefix + stamp + (i == 1 ? "" : "-" + std::to_string(i));
     if (fileSystem.mkdir(path.c_str(), 0770) == 0) {
       copies = path;
       return true;
@@ -80,6 +80,7 @@ bool KeepCopy(const char* directory, const char* file) {
   const int from = OpenFile((place + "/" + name).c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
   // What is not there needs no copy; what cannot be read must not be changed.
   if (from < 0) return errno == ENOENT;
+  const std::string before = copies;
   const bool usable = copies.starts_with(place + "/") && !exists(copies + "/" + name);
   const bool kept = (usable || makeCopiesDirectory(place)) && copyFile(from, name);
   const int failure = errno;
@@ -87,9 +88,31 @@ bool KeepCopy(const char* directory, const char* file) {
   if (kept)
     syncDirectory(copies);
   else if (!copies.empty() && ::rmdir(copies.c_str()) == 0)  // only where nothing was copied before
-    copies.clear();
+    copies = copies == before ? "" : before;
   errno = failure;
   return kept;
+}
+
+bool KeepTogether(const std::string& directory, const std::vector<std::string>& files) {
+  if (files.empty()) return true;
+  const std::string before = copies;
+  if (!makeCopiesDirectory(directory)) return false;
+  const std::string place = copies;
+  const auto keep = [&](const std::string& file) {
+    return fileSystem.link((directory + "/" + file).c_str(), (place + "/" + file).c_str()) == 0 ||
+           KeepCopy(directory.c_str(), file.c_str());
+  };
+  if (std::all_of(files.begin(), files.end(), keep)) {
+    syncDirectory(place);
+    syncDirectory(directory);
+    return true;
+  }
+  const int failure = errno;
+  for (const std::string& file : files) fileSystem.unlink((place + "/" + file).c_str());
+  ::rmdir(place.c_str());
+  copies = before;
+  errno = failure;
+  return false;
 }
 
 const std::string& CopiesDirectory() {
@@ -100,14 +123,15 @@ void BeginCopies() {
   copies.clear();
 }
 
-bool ReplaceFile(const std::string& directory, const std::string& file, FileBytes content) {
+bool ReplaceFile(const std::string& directory, const std::string& file, FileBytes content,
+                 const std::function<bool()>& before) {
   const std::string path = directory + "/" + file;
   const bool isNew = !exists(path);
   // In the same directory, since only within one file system a new file takes an old one's place in one step.
   UnfinishedFile replacement(directory + "/" + kUnfinishedName);
   for (std::size_t done = 0; done < content.size(); done += kPiece)
     replacement.put(content.data() + done, std::min(kPiece, content.size() - done));
-  if (!replacement.become(path, UnfinishedFile::Wait::ForTheDisk)) return false;
+  if (!replacement.become(path, UnfinishedFile::Wait::ForTheDisk, before)) return false;
   if (isNew) giveToOwnerOf(directory, path);
   syncDirectory(directory);
   return true;

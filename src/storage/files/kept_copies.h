@@ -2,16 +2,24 @@
 // repaired file in the old one's place.
 #pragma once
 
+#include <functional>
 #include <string>
+#include <vector>
 
 #include "storage/format/chain.h"
 
 namespace vorne {
 
-/// Copies `directory`/`file` into a directory "repair-YYYYMMDD-HHMMSS" in `directory`; nothing ever removes it. Copies
+/// What the names of directories with copies begin with.
+inline constexpr char kCopiesPrefix[] = "repair-";
+
+/// Copies `directory`/`file` into a directory "repair-YYYYMMDD_HHMMSS" in `directory`; nothing ever removes it. Copies
 /// of one run share a directory until one of them is there already. True when the copy is on the disk, or there is no
 /// file.
 bool KeepCopy(const char* directory, const char* file);
+/// Keeps all of the files of `directory` in a new one of these directories, or none (errno): by a second name where the
+/// file system has such, which takes no space. For files that are going to be removed, not changed.
+bool KeepTogether(const std::string& directory, const std::vector<std::string>& files);
 /// Where the last copy went; empty before the first one.
 const std::string& CopiesDirectory();
 /// Lets the next copy begin a new directory.
@@ -19,6 +27,8 @@ void BeginCopies();
 
 /// Puts `content` in the place of `directory`/`file` once it is on the disk. False when that fails (errno): the old
 /// file stays.
-bool ReplaceFile(const std::string& directory, const std::string& file, FileBytes content);
+/// @param before called when it is on the disk, before it takes the place; false keeps it from that
+bool ReplaceFile(const std::string& directory, const std::string& file, FileBytes content,
+                 const std::function<bool()>& before = {});
 
 }  // namespace vorne

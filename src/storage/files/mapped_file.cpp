@@ -53,11 +53,13 @@ struct {
   int error = 0;
 } failedGrowth;
 
+constexpr std::int64_t kLargestStep = 92160;
+
 // A file that is used a lot grows in larger steps.
 std::int64_t growthStep(int resize) {
   // 15, 60 and 90 KiB: sizes by which programs in the field make their files.
   if (resize < 3) return kSmallestFile;
-  return resize < 5 ? 61440 : 92160;
+  return resize < 5 ? 61440 : kLargestStep;
 }
 
 // Not a rounding up to the next multiple: files in the field carry sizes made by this rule.
@@ -175,10 +177,14 @@ Sizes sizesOf(const FileHeader& header, std::int64_t fileSize) {
   FileFailure(message, name, size);
 }
 
-// Brings the file to `size` bytes, with real space where it had none; its old size comes back when that fails.
-bool sizeFile(int file, std::int64_t oldSize, std::int64_t size) {
+// Brings the file to `size` bytes, of which the first `used` get real space; its old size comes back when that fails.
+bool sizeFile(int file, std::int64_t oldSize, std::int64_t size, std::int64_t used) {
   if (size <= oldSize) return true;
-  if (cutFile(file, size) && (oldSize >= kSmallestFile || ReserveSpace(file, 0, kSmallestFile))) return true;
+  const std::int64_t from = oldSize < kSmallestFile ? 0 : oldSize;
+  // With what openings look at behind the used bytes. All that a damaged header asks for may be more than a disk has:
+  // the rest gets its space as it is used.
+  const std::int64_t to = std::min(size, used + kLargestStep);
+  if (cutFile(file, size) && ReserveSpace(file, from, to)) return true;
   const int failure = errno;
   cutFile(file, oldSize);
   errno = failure;
@@ -226,15 +232,16 @@ bool readHeaderAndSize(HANDLE file, FileHeader& header, long& size) {
                        ReadFile(file, &header, kHeaderSize, &count) == static_cast<int>(kHeaderSize));
 }
 
-// Brings the map's open file of `oldSize` bytes to `size`, never below what it has, and maps it.
-bool sizeAndMap(pmymap map, std::int64_t oldSize, std::int64_t size) {
-  if (oldSize < 0 || !sizeFile(map->hFile, oldSize, size)) return false;
+// Brings the map's open file of `oldSize` bytes to `size`, never below what it has, and maps it; see sizeFile.
+bool sizeAndMap(pmymap map, std::int64_t oldSize, std::int64_t size, std::int64_t used) {
+  if (oldSize < 0 || !sizeFile(map->hFile, oldSize, size, used)) return false;
   mapOpen(map, oldSize, static_cast<long>(std::max(oldSize, size)));
   return true;
 }
 
 // Null when the file cannot be made as large as it must be, by `missing` bytes; errno tells why.
-pmymap tryToMap(const char* name, std::int64_t& missing) {
+// `asItIs`: a file that is shorter than its header says is used as far as it goes.
+pmymap tryToMap(const char* name, std::int64_t& missing, bool asItIs = false) {
   MapOwner map = newMap(name);
   FileHeader header;
   long fileSize = 0;
@@ -244,11 +251,12 @@ pmymap tryToMap(const char* name, std::int64_t& missing) {
   if (!readHeaderAndSize(map->hFile, header, fileSize)) mapFailure("falhou ReadFile do arquivo %s %s", name);
   if (fileSize > static_cast<long>(kLargestFile)) mapFailure("falhou GetFileSize do arquivo %s %s", name);
 
-  const Sizes sizes = sizesOf(header, fileSize);
-  const std::int64_t size = fieldSize(sizes.allocated);
+  Sizes sizes = sizesOf(header, fileSize);
+  if (asItIs) sizes = {fileSize, std::min<std::int64_t>(sizes.used, fileSize), true};
+  const std::int64_t size = asItIs ? fileSize : fieldSize(sizes.allocated);
   map->szmap = static_cast<std::int32_t>(sizes.used);
   missing = size - fileSize;
-  if (!sizeAndMap(map.get(), fileSize, size)) {
+  if (!sizeAndMap(map.get(), fileSize, size, sizes.used)) {
     const int failure = errno;
     map.reset();
     errno = failure;
@@ -301,7 +309,7 @@ int GetMappedFile(pmymap map, long size) {
   map->hFile = OpenFile(wcName, O_RDWR | O_NONBLOCK);
   if (map->hFile < 1) map->hFile = OpenFile(wcName, O_RDWR | O_NONBLOCK | O_CREAT, 0660);
   if (map->hFile < 1) return 0;
-  return sizeAndMap(map, GetFileSize(map->hFile), size);
+  return sizeAndMap(map, GetFileSize(map->hFile), size, size);
 }
 
 namespace vorne {
@@ -328,6 +336,19 @@ pmymap MapOrHoldInMemory(const char* name) {
   const int failure = errno;
   if (isFull(failure)) return MapInMemory(name, WhyNotStored(name, missing, failure));
   FileFailure(Message("Falha na criação do Mapeamento %s"_l1, name), name, missing);
+}
+
+pmymap MapAsFarAsItGoes(const char* name) {
+  std::int64_t missing = 0;
+  if (const pmymap map = tryToMap(name, missing)) return map;
+  const int failure = errno;
+  const std::optional<FileHeader> header = HeaderInFile(name);
+  errno = failure;
+  // Without a header nothing of it can be used.
+  if (!isFull(failure) || !header || header->Version == 0)
+    FileFailure(Message("Falha na criação do Mapeamento %s"_l1, name), name, missing);
+  Logar(WhyNotStored(name, missing, failure).c_str());
+  return tryToMap(name, missing, true);
 }
 
 std::optional<FileHeader> HeaderInFile(const std::string& name) {

@@ -42,6 +42,9 @@ pmymap MapInMemory(const char* name, const std::string& why);
 /// mapeararquivo(), but in memory where the disk has no space for a new file of that name, or for a cut one's missing
 /// part.
 pmymap MapOrHoldInMemory(const char* name);
+/// mapeararquivo(), but of a cut file that has a header what is left of it, where the disk has no space for the missing
+/// part: whoever reads it finds fewer bytes than it counts records, and makes it anew or does without.
+pmymap MapAsFarAsItGoes(const char* name);
 
 /// The header of a file of the data directory, read without making or changing anything; zeros when it is shorter.
 /// Nothing when it cannot be read.

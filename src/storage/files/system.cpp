@@ -71,9 +71,9 @@ int statFile(const char* path, struct stat* result) {
 
 }  // namespace
 
-const System kSystem = {openFile,     ::close,  ::read,  writeBytes, ::lseek,  truncateFile,
-                        allocateFile, ::fsync,  mapFile, remapFile,  ::munmap, ::msync,
-                        ::rename,     ::unlink, ::mkdir, statFile,   ::flock,  ::pread};
+const System kSystem = {openFile, ::close,  ::read,    writeBytes, ::lseek, truncateFile, allocateFile,
+                        ::fsync,  mapFile,  remapFile, ::munmap,   ::msync, ::rename,     ::unlink,
+                        ::mkdir,  statFile, ::flock,   ::pread,    ::link};
 System fileSystem = kSystem;
 
 }  // namespace vorne

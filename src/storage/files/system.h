@@ -29,6 +29,7 @@ struct System {
   int (*stat)(const char* path, struct stat* result);
   int (*flock)(int file, int operation);
   ssize_t (*pread)(int file, void* buffer, std::size_t length, off_t offset);
+  int (*link)(const char* from, const char* to);
 };
 
 /// The system itself.

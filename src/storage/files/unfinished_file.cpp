@@ -48,13 +48,13 @@ void UnfinishedFile::finish(const FileHeader& header, UInt32 size) {
   put(&header, sizeof header);
 }
 
-bool UnfinishedFile::become(const std::string& path, Wait wait) {
+bool UnfinishedFile::become(const std::string& path, Wait wait, const std::function<bool()>& before) {
   flush();
   if (sound_) takeOwner(file_, path);
   // The bytes before the name: else a power loss could leave the name with an empty file.
   sound_ = sound_ && (wait == Wait::No || fileSystem.fsync(file_) == 0);
   // Closed first: some file systems tell only then that the bytes found no space.
-  kept_ = close() && sound_ && fileSystem.rename(path_.c_str(), path.c_str()) == 0;
+  kept_ = close() && sound_ && (!before || before()) && fileSystem.rename(path_.c_str(), path.c_str()) == 0;
   return kept_;
 }
 

@@ -1,6 +1,7 @@
 // Inside the storage floor: a file that is written beside another one and takes its place once it is whole.
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "storage/vornerdd.h"
@@ -21,7 +22,8 @@ class UnfinishedFile {
 
   enum class Wait { ForTheDisk, No };
   /// Gives it the place of the file at `path`; false (errno) when anything failed: the old file is as it was.
-  bool become(const std::string& path, Wait wait);
+  /// @param before called when it is whole and only has to take the place; false keeps it from that
+  bool become(const std::string& path, Wait wait, const std::function<bool()>& before = {});
 
  private:
   void flush();

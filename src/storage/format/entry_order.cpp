@@ -113,6 +113,17 @@ bool AreInOrder(const Entries& entries) {
   return true;
 }
 
+bool IsNamedOnceInRun(const Entries& entries, std::uint32_t place, int direction) {
+  const SoughtKey key(entries.key(place), entries.keyLength());
+  const std::int32_t record = entries.record(place);
+  for (std::uint32_t looked = 0; looked < kMostBeside; ++looked) {
+    place += static_cast<std::uint32_t>(direction);
+    if (place >= entries.count || key.compare(entries.key(place)) != 0) return true;
+    if (entries.record(place) == record) return false;
+  }
+  return true;
+}
+
 std::uint32_t FirstGreater(const Entries& entries, const SoughtKey& key, std::uint32_t from, std::uint32_t to) {
   return leapForward(from, to, [&](std::uint32_t index) { return key.compare(entries.key(index)) < 0; });
 }

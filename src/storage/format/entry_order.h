@@ -77,6 +77,22 @@ inline bool AreInOrderBeside(const Entries& entries, std::uint32_t place) {
   return (place < 2 || IsInOrder(entries, place - 2)) && IsInOrder(entries, place);
 }
 
+/// So many entries beside the place where a search ended are looked at, as far as they have one key.
+inline constexpr std::uint32_t kMostBeside = 64;
+/// False when one of the entries behind `place` in `direction` that have its key names its record too.
+bool IsNamedOnceInRun(const Entries& entries, std::uint32_t place, int direction);
+/// For the two entries between which a search ended, each in its direction away from there: false when the next entry
+/// does not go on in order, or the record is named again. An entry written over with another one of its own or the
+/// neighbouring key stands in order, and hides its record right there.
+inline bool IsSoundBeside(const Entries& entries, std::uint32_t place, int direction) {
+  // Past either end the place is none of the entries': the one before the first wraps around.
+  const std::uint32_t next = place + static_cast<std::uint32_t>(direction);
+  if (place >= entries.count || next >= entries.count) return true;
+  if (entries.record(place) == entries.record(next)) return false;
+  const int order = SoughtKey(entries.key(place), entries.keyLength()).compare(entries.key(next));
+  return order == 0 ? IsNamedOnceInRun(entries, place, direction) : (order < 0) == (direction > 0);
+}
+
 /// The first of `from` to `to` whose key is greater than the sought one (`to` when there is none); all of them stand in
 /// order. Quick when it is near `from`.
 std::uint32_t FirstGreater(const Entries& entries, const SoughtKey& key, std::uint32_t from, std::uint32_t to);

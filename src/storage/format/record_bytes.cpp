@@ -55,11 +55,14 @@ void loadField(const ControlFieldTBL& field, ByteReader& from, std::endian order
   }
 }
 
+bool endsInZeros(std::span<const char> record) {
+  return record.size() >= kEndMarkSize && record[record.size() - 2] == '\0' && record[record.size() - 1] == '\0';
+}
+
 // What a dying process had made longer, but not written yet, ends with zeros: its mark stands where it stood before.
 char markOf(std::span<const char> record, std::span<const char> behindFields) {
   if (record.size() < kEndMarkSize) return kLive;
-  const char* end = record.data() + record.size() - kEndMarkSize;
-  if (end[0] != '\0' || end[1] != '\0') return end[0];
+  if (!endsInZeros(record)) return record[record.size() - kEndMarkSize];
   const auto mark = std::find_if(behindFields.begin(), behindFields.end(), [](char c) { return c != '\0'; });
   return mark == behindFields.end() ? kLive : *mark;
 }
@@ -154,17 +157,21 @@ void LoadFields(Fields fields, std::span<const char> record, bool swapped, char*
   buffer[mark.iOffset] = markOf(record, from.rest()) == kDeleted ? kDeleted : '\0';
 }
 
-bool IsDeletedRecord(Fields fields, std::span<const char> record) {
-  const char* end = record.data() + record.size() - kEndMarkSize;
+std::span<const char> MarkBytes(Fields fields, std::span<const char> record) {
+  const std::size_t markSize = std::min<std::size_t>(record.size(), kEndMarkSize);
   // The mark is nearly always where it belongs: then no field needs to be passed over.
-  if (record.size() >= kEndMarkSize && (end[0] != '\0' || end[1] != '\0')) return end[0] == kDeleted;
+  if (!endsInZeros(record)) return record.last(markSize);
   ByteReader from(fieldBytes(record));
   for (const ControlFieldTBL& field : stored(fields))
     if (field.FieldType == TBLSTRING)
       from.text();
     else
       from.take(static_cast<std::size_t>(BufferRoom(field)));
-  return markOf(record, from.rest()) == kDeleted;
+  return record.last(from.rest().size() + markSize);
+}
+
+bool IsDeletedRecord(Fields fields, std::span<const char> record) {
+  return markOf(record, MarkBytes(fields, record)) == kDeleted;
 }
 
 bool IsRecordOf(Fields fields, std::span<const char> record, std::vector<std::uint32_t>& memosAt) {

@@ -49,6 +49,19 @@ bool namesEachOnce(KeyList& list, std::uint32_t records) {
       {list.bytes.data(), list.entrySize, list.entrySize, static_cast<std::uint32_t>(list.count())}, records);
 }
 
+// The entries from `place` on in `direction` that have one key, as many of them as are looked at.
+template <class KeyAt>
+KeyList runOf(KeyAt& keyAt, std::uint32_t count, std::size_t entrySize, std::uint32_t place, int direction) {
+  KeyList run{entrySize, {}};
+  // The place before the first entry wraps around, to none.
+  for (; place < count && run.count() < kMostBeside; place += static_cast<std::uint32_t>(direction)) {
+    const std::string_view key = keyAt(place);
+    if (run.count() > 0 && run.bytes.compare(kEntryKeyAt, key.size(), key) != 0) break;
+    run.bytes.append(key.data() - kEntryKeyAt, entrySize);
+  }
+  return run;
+}
+
 }  // namespace
 
 struct TableReader::State {
@@ -62,6 +75,7 @@ struct TableReader::State {
   bool fits(IndexFile& index);
   std::optional<KeyList> entriesOf(IndexFile& index, const KeyRanges& ranges);
   bool haveTheirKeys(const IndexFile& index, const KeyList& list);
+  bool haveTheirKeysBeside(const IndexFile& index, const KeyList& beside);
   void addRow(std::uint32_t position, bool withMemos, StoredRows& rows);
   std::string memoText(std::uint32_t reference);
   KeyList keysOfRecords(TableReader& reader, const IndexFile& index);
@@ -224,21 +238,23 @@ bool TableReader::State::fits(IndexFile& index) {
   }
 }
 
-// None when they, or those beside where a search ended, are out of order: an entry written over with a distant one
-// hides its record's key, and leads searches astray that come by.
-std::optional<KeyList> TableReader::State::entriesOf(IndexFile& index, const KeyRanges& ranges) {
+// None when one of them cannot be read, or they, or those beside where a search ended, are out of order or name a
+// record twice: an entry written over with a distant one hides its record's key, and leads searches astray that come
+// by; one written over with a near one stands in order.
+std::optional<KeyList> TableReader::State::entriesOf(IndexFile& index, const KeyRanges& ranges) try {
   constexpr std::uint32_t kBeside = 2;
   KeyList list{kEntryKeyAt + index.keyLength, {}};
   const auto keyAt = [&](std::uint32_t i) {
     const std::span<const char> entry = index.database.record(i);
-    if (entry.size() != list.entrySize)
-      throw ReadFailure(ReadFailure::kDamaged,
-                        "an index of " + name + " is damaged; `tellira db reindex` makes it anew");
+    if (entry.size() != list.entrySize) throw ReadFailure(ReadFailure::kDamaged, "an entry has another length");
     return std::string_view(entry.data() + kEntryKeyAt, index.keyLength);
   };
-  const std::uint32_t count = index.database.count();
+  const std::uint32_t count = index.database.count(), records = table.front().count();
   std::string before;
+  KeyList beside{list.entrySize, {}};
   for (const auto& [from, to] : PositionsOf(ranges, count, keyAt)) {
+    for (const std::uint32_t i : {from - 1, to})
+      if (i < count) beside.bytes.append(keyAt(i).data() - kEntryKeyAt, list.entrySize);
     before.clear();
     for (std::uint32_t i = from - std::min(from, kBeside); i < std::min(count, to + kBeside); ++i) {
       const std::string_view key = keyAt(i);
@@ -246,8 +262,14 @@ std::optional<KeyList> TableReader::State::entriesOf(IndexFile& index, const Key
       before = key;
       if (i >= from && i < to) list.bytes.append(key.data() - kEntryKeyAt, list.entrySize);
     }
+    KeyList below = runOf(keyAt, count, list.entrySize, from - 1, -1);
+    KeyList above = runOf(keyAt, count, list.entrySize, to, 1);
+    if (!namesEachOnce(below, records) || !namesEachOnce(above, records)) return std::nullopt;
   }
+  if (!haveTheirKeysBeside(index, beside)) return std::nullopt;
   return list;
+} catch (const ReadFailure&) {
+  return std::nullopt;
 }
 
 // An entry whose record number is wrong leads to another record. All of a few are looked at, and some of many.
@@ -261,6 +283,14 @@ bool TableReader::State::haveTheirKeys(const IndexFile& index, const KeyList& li
     MakeKey(described, index.key, buffer.data(), false, key.data());
     if (list.bytes.compare(entry * list.entrySize + kEntryKeyAt, index.keyLength, key) != 0) return false;
   }
+  return true;
+}
+
+// A key that is wrong and still in order hides its record's, and stands right beside where the search for that ends.
+bool TableReader::State::haveTheirKeysBeside(const IndexFile& index, const KeyList& beside) try {
+  return haveTheirKeys(index, beside);
+} catch (const ReadFailure&) {
+  // A record that cannot be read and was not asked for is no reason to refuse the others.
   return true;
 }
 

@@ -13,6 +13,13 @@ namespace vorne {
 /// it counts records.
 Entries EntriesOf(const OpenStruct& index);
 
+/// False when the header of the entry at `place` is another than its index gives it; attributes may differ. The entry
+/// is found without it, but who reads the file record by record goes by it.
+inline bool HasEntryHeader(const Entries& entries, UInt32 place) {
+  const auto header = Load<RecordHeader>(entries.at(place) - kRecordHeaderSize);
+  return header.RecordLen == entries.size && header.AllocatedSpace == entries.size && IsMarked(header);
+}
+
 /// Stores in the head of an open index whether it is behind its table (kEntriesWait) or not (0).
 void StoreMark(const OpenStruct& index, std::uint32_t mark);
 

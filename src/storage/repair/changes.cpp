@@ -10,6 +10,7 @@
 
 #include "storage/files/kept_copies.h"
 #include "storage/files/system.h"
+#include "storage/format/names.h"
 
 namespace vorne {
 
@@ -30,12 +31,25 @@ bool Changes::mayWrite(const std::string& file) {
 }
 
 // The copy before the new file: at any moment the old bytes are on the disk under one of the two names.
-bool Changes::replace(const std::string& file, FileBytes content) {
+bool Changes::replace(const std::string& file, FileBytes content, const std::function<bool()>& before) {
   if (!mayWrite(file) || !keep(file)) return false;
-  const bool replaced = ReplaceFile(directory_, file, content);
+  const bool replaced = ReplaceFile(directory_, file, content, before);
+  const int failure = errno;
   report_.changed = report_.changed || replaced;
-  if (!replaced) failed(file, "its repair could not be written, it is as it was");
+  const bool isThere = ::access((directory_ + "/" + file).c_str(), F_OK) == 0;
+  errno = failure;
+  if (!replaced) failed(file, isThere ? "its repair could not be written, it is as it was" : "it could not be written");
   return replaced;
+}
+
+bool Changes::replaceData(const std::string& file, FileBytes content, FileBytes offsets) {
+  const std::string name = OffsetsName(file);
+  bool removed = false;
+  if (offsets.empty()) return replace(file, content);
+  if (replace(file, content, [&] { return removed = remove(name); })) return true;
+  if (removed && !ReplaceFile(directory_, name, offsets))
+    failed(name, "it could not be put back, only its copy is left");
+  return false;
 }
 
 bool Changes::remove(const std::string& file) {

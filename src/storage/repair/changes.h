@@ -1,6 +1,7 @@
 // What a repair changes: each file is copied away before, and what fails stands in the report.
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "storage/repair/data_directory.h"
@@ -15,7 +16,11 @@ class Changes {
   /// Copies a file once: what it was before the first change is what counts. True when it is on the disk, or missing.
   bool keep(const std::string& file);
   /// Puts `content` in the file's place when it is complete on the disk.
-  bool replace(const std::string& file, FileBytes content);
+  bool replace(const std::string& file, FileBytes content, const std::function<bool()>& before = {});
+  /// The same of a data file that moves records: its offsets file goes in the instant before, so that no program finds
+  /// old places for new records. It is back when the data file stays as it was.
+  /// @param offsets the bytes of the offsets file; empty without one
+  bool replaceData(const std::string& file, FileBytes content, FileBytes offsets);
   bool remove(const std::string& file);
 
  private:

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "runtime/local_clock.h"
+#include "storage/files/kept_copies.h"
 #include "storage/format/description.h"
 #include "storage/format/names.h"
 #include "storage/repair/check_sizes.h"
@@ -254,7 +255,7 @@ class CatalogCheck {
 
   // Folders with the copies of earlier repairs stay for good: telling them at every check would drown what matters.
   static bool isOwnFile(const std::string& name, const DataDirectory::File& entry) {
-    return IsReservedName(name) || (name.starts_with("repair-") && entry.kind == FileKind::kOther);
+    return IsReservedName(name) || (name.starts_with(kCopiesPrefix) && entry.kind == FileKind::kOther);
   }
 
   void checkFile(const std::string& name, const DataDirectory::File& entry) {

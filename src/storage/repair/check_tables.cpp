@@ -54,7 +54,7 @@ void checkUndescribed(const TableContext& context, const DatabaseFiles& files, c
   const FileBytes block = SavedBlock(files, state.records);
   const bool isEmpty = state.records.places.empty() && block.size() < kDescriptionHead;
   if (context.hasOthers || endsLikeATable(files, state.records) || namesItself(block, context.name))
-    lasting.damage("its description cannot be read; " + howToDescribe(context.name));
+    lasting.damage("its description cannot be read; " + howToDescribe(context.name) + CopiesWords(context.copies));
   else if (context.hasMemo)
     lasting.note("it has no description yet, left when the table was being made");
   else if (isEmpty && FileHeaderOf(files.data.bytes()).Version != 2)
@@ -70,6 +70,20 @@ void checkUndescribed(const TableContext& context, const DatabaseFiles& files, c
 }
 
 }  // namespace
+
+std::string CopiesWords(const std::string& copies) {
+  return copies.empty() ? copies : "; a file of its name, as it was before, is in " + copies;
+}
+
+std::uint64_t CountByOthers(const TableContext& context, bool isDescribed, Records& records, Findings& findings) {
+  const std::size_t saved = records.places.size();
+  if (context.entries > saved + records.lost) {
+    findings.damage(Message("%s tells of %zu records, %zu are there", context.witness.c_str(), context.entries, saved));
+    records.lost = context.entries - saved;
+  }
+  // A described table may have none yet: a program that dies leaves texts that nothing names.
+  return isDescribed || saved != 0 || context.texts == kAnyTexts ? 0 : context.texts;
+}
 
 Fit FitOf(const TableDescription& table, const DatabaseFiles& files, const DatabaseState& state, std::uint32_t texts) {
   Fit fit;

@@ -12,7 +12,16 @@ struct TableContext {
   bool hasOthers = false;   ///< a memo database or an index that holds something belongs to it
   bool hasMemo = false;     ///< the memo database is there
   std::uint32_t texts = 0;  ///< in it
+  std::size_t entries = 0;  ///< of the index that tells of most records
+  std::string witness;      ///< its name
+  std::string copies;       ///< a directory with files as they were, one of this name among them; empty without any
 };
+
+/// Texts of a memo database that cannot be looked at: there may be any number of them.
+inline constexpr std::uint32_t kAnyTexts = ~0u;
+
+/// "; ..." to be put behind what is told of a database that the directory holds a copy of; empty without one.
+std::string CopiesWords(const std::string& copies);
 
 struct TableMeaning {
   std::optional<TableDescription> description;  ///< none when the database is no table, or one that has lost it
@@ -24,6 +33,11 @@ struct TableMeaning {
 /// @param data takes what is put right, `lasting` what is not
 TableMeaning CheckTable(const TableContext& context, const DatabaseFiles& files, DatabaseState& state, Findings& data,
                         Findings& lasting);
+
+/// Lets what else tells of a damaged table's records count: those that are neither there nor counted as lost yet are.
+/// @param findings takes it, should there be any
+/// @returns memo texts that no record is left to name
+std::uint64_t CountByOthers(const TableContext& context, bool isDescribed, Records& records, Findings& findings);
 
 /// How the records fit a description.
 struct Fit {

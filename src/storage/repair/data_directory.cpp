@@ -20,15 +20,6 @@ FileKind targetKind(const std::string& path) {
   return fileSystem.stat(path.c_str(), &found) == 0 && S_ISREG(found.st_mode) ? FileKind::kLink : FileKind::kOther;
 }
 
-DataDirectory::File fileOf(const std::string& path) {
-  struct stat found;
-  if (::lstat(path.c_str(), &found) != 0) return {FileKind::kMissing, 0, 0};
-  const FileKind kind = S_ISREG(found.st_mode)   ? FileKind::kRegular
-                        : S_ISLNK(found.st_mode) ? targetKind(path)
-                                                 : FileKind::kOther;
-  return {kind, found.st_ino, static_cast<std::uint64_t>(found.st_size)};
-}
-
 // What has been read when the file ends early is all there is: it may shrink while it is read.
 void readPieces(int file, std::size_t wanted, RawFile& raw, const std::function<void(std::size_t)>& readSome) {
   // Not zeroed before: that would write up to 256 MB twice.
@@ -45,6 +36,17 @@ void readPieces(int file, std::size_t wanted, RawFile& raw, const std::function<
 
 }  // namespace
 
+DataDirectory::File FileOf(const std::string& path) {
+  constexpr std::int64_t kPerSecond = 1'000'000'000;
+  struct stat found;
+  if (::lstat(path.c_str(), &found) != 0) return {FileKind::kMissing, 0, 0, 0};
+  const FileKind kind = S_ISREG(found.st_mode)   ? FileKind::kRegular
+                        : S_ISLNK(found.st_mode) ? targetKind(path)
+                                                 : FileKind::kOther;
+  return {kind, found.st_ino, static_cast<std::uint64_t>(found.st_size),
+          found.st_ctim.tv_sec * kPerSecond + found.st_ctim.tv_nsec};
+}
+
 DataDirectory::DataDirectory(std::string path) : path_(std::move(path)) {
   DIR* directory = ::opendir(path_.c_str());
   if (directory == nullptr) return;
@@ -52,7 +54,7 @@ DataDirectory::DataDirectory(std::string path) : path_(std::move(path)) {
   while (const dirent* found = ::readdir(directory)) {
     const std::string name = found->d_name;
     if (name == "." || name == "..") continue;
-    const File file = fileOf(pathOf(name));
+    const File file = FileOf(pathOf(name));
     if (file.kind != FileKind::kMissing) files_.emplace(name, file);
   }
   ::closedir(directory);

@@ -37,6 +37,7 @@ class DataDirectory {
     FileKind kind;
     ino_t inode;
     std::uint64_t size;
+    std::int64_t changed;  ///< nanoseconds since 1970
 
     bool operator==(const File&) const = default;
   };
@@ -62,6 +63,9 @@ class DataDirectory {
   bool exists_ = false;
   std::map<std::string, File> files_;
 };
+
+/// What stands under a path; of kind kMissing for nothing.
+DataDirectory::File FileOf(const std::string& path);
 
 /// The file's header; all zeros when it has less than 20 bytes.
 FileHeader FileHeaderOf(FileBytes bytes);

@@ -17,7 +17,6 @@ namespace vorne {
 
 namespace {
 
-constexpr std::uint32_t kAnyText = ~0u;  // the memo texts are another database's matter
 constexpr std::int32_t kMarkLength = 2;
 constexpr std::size_t kMostMisfits = 20;  // wrong fields fit no record: a screenful shows what is wrong with them
 
@@ -41,7 +40,7 @@ std::string refusalFor(const DataDirectory& directory, const std::string& name, 
   if (!sound || std::find(interrupted.begin(), interrupted.end(), name) != interrupted.end())
     return "the files of " + name + " are damaged; `tellira db check --repair` comes first";
   const auto known = ReadDescription(SavedBlock(files, state.records));
-  if (known && FitOf(*known, files, state, kAnyText).misfits == 0)
+  if (known && FitOf(*known, files, state, kAnyTexts).misfits == 0)
     return name + " has a description that its records fit; `tellira db schema " + name + "` shows it";
   return {};
 }
@@ -68,9 +67,7 @@ void writeBytes(const DataDirectory& directory, const std::string& name, const D
   DirectoryReport report;
   Changes changes(directory.path(), report);
   BeginCopies();
-  // The next opening makes a missing offsets file anew; one of other places would be a wrong one.
-  described.written = (files.offsets.length == 0 || changes.remove(OffsetsName(name))) &&
-                      changes.replace(name, RepairedData(files, state)) &&
+  described.written = changes.replaceData(name, RepairedData(files, state), files.offsets.bytes()) &&
                       changes.replace(OffsetsName(name), RepairedOffsets(files, state));
   described.copies = CopiesDirectory();
   described.isRefused = !described.written;
@@ -97,14 +94,14 @@ Described DescribeTable(const std::string& directory, const std::string& name, s
   if (!described.refusal.empty()) return described;
 
   // Before anything is told: the description may not be taken, but the misfits are shown in any case.
-  const Fit fit = FitOf(table, files, state, kAnyText);
+  const Fit fit = FitOf(table, files, state, kAnyTexts);
   described.records = state.records.places.size();
   described.misfits = fit.misfits;
   std::int64_t number = 0;
   for (const std::uint32_t place : state.records.places) {
     ++number;
     for (const FieldFault& fault :
-         CheckRecord(table.fields, SavedRecord(files.data.bytes(), state.records, place), kAnyText))
+         CheckRecord(table.fields, SavedRecord(files.data.bytes(), state.records, place), kAnyTexts))
       misfits.damage(fault.words, number);
   }
   DirectoryReport told;

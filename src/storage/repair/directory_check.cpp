@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "storage/format/journal_head.h"
 #include "storage/format/names.h"
 #include "storage/repair/in_use.h"
 #include "storage/repair/inspection.h"
@@ -17,22 +18,44 @@ bool isSame(const Problem& a, const Problem& b) {
   return !a.repaired && a.file == b.file && a.record == b.record && a.problem == b.problem;
 }
 
+// What no change leaves as it was. Mapped bytes do not move a file's time on every file system, and an append may
+// change no size: the heads then tell it, and the directory's own time, since who changes anything makes a journal.
+struct Stamp {
+  DataDirectory::File file;
+  std::string head;
+
+  bool operator==(const Stamp&) const = default;
+};
+
+std::map<std::string, Stamp> stampsOf(const std::string& path) {
+  const DataDirectory directory(path);
+  std::map<std::string, Stamp> stamps{{"", {FileOf(path), ""}}};
+  for (const auto& [name, file] : directory.files()) {
+    const RawFile head = directory.read(name, std::max<std::size_t>(kHeaderSize, sizeof(JournalHead)));
+    stamps[name] = {file, {head.bytes().begin(), head.bytes().end()}};
+  }
+  return stamps;
+}
+
 }  // namespace
 
 // Beside a program files come and go, and an entry without its file may have it an instant later: what looks like
-// damage then is looked at again.
+// damage then is looked at again, from then on without other tools.
 DirectoryReport CheckDirectory(const std::string& directory, const CheckOptions& options) {
   constexpr int kLooks = 5;
   constexpr useconds_t kBetweenLooks = 100'000;
   const std::string path = directory + kDataDirectory;
+  std::optional<ToolsKeptOut> alone;
   for (int look = 1;; ++look) {
-    // Names, sizes and kinds of files before and after: equal ones mean that nobody has come or gone meanwhile.
-    const DataDirectory before(path);
+    const auto before = stampsOf(path);
     DirectoryReport report = Inspection(directory, options, false).run();
     report.inUse = report.inUse || IsInUse(path);
-    const bool isStill = !report.inUse && DataDirectory(path).files() == before.files();
-    if (report.sound || isStill || look == kLooks) return report;
+    if (report.sound) return report;
+    // One that came and went in between shows by what it left.
+    report.inUse = report.inUse || stampsOf(path) != before;
+    if (!report.inUse || look == kLooks) return report;
     ::usleep(kBetweenLooks);
+    if (!alone) alone.emplace(path);
   }
 }
 

@@ -3,7 +3,7 @@
 // it. Errors are told in a report, none is raised.
 //
 //  - Checking changes nothing. Repairing first copies each file that it will change into a new directory
-//    "DB/repair-<date>-<time>", and puts a new file in the old one's place only when it is complete on the disk.
+//    "DB/repair-<date>_<time>", and puts a new file in the old one's place only when it is complete on the disk.
 //  - Damage is what loses records or keeps them from being found; a note is what does no harm.
 //  - Symbolic links and what is no regular file are told and never followed or changed.
 #pragma once

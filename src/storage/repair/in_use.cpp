@@ -17,7 +17,7 @@ namespace {
 bool isHeld(const std::string& path) {
   const int file = OpenFile(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
   if (file < 0) return false;
-  const bool held = fileSystem.flock(file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+  const bool held = !LockPatiently(file, LOCK_EX) && errno == EWOULDBLOCK;
   fileSystem.close(file);
   return held;
 }
@@ -31,6 +31,19 @@ HeldDirectory::HeldDirectory(const std::string& path)
 
 HeldDirectory::~HeldDirectory() {
   if (file_ >= 0) fileSystem.close(file_);
+}
+
+ToolsKeptOut::ToolsKeptOut(const std::string& path)
+    : directory_(OpenFile(path.c_str(), O_RDONLY | O_DIRECTORY | O_NONBLOCK)) {
+  // Between two tools that follow each other there are a few milliseconds.
+  constexpr int kTries = 400;
+  if (directory_ < 0) return;
+  for (int tries = 0; tries < kTries; ++tries)
+    if (LockPatiently(directory_, LOCK_SH) || errno != EWOULDBLOCK) return;
+}
+
+ToolsKeptOut::~ToolsKeptOut() {
+  if (directory_ >= 0) fileSystem.close(directory_);
 }
 
 std::string HeldFile(const std::string& path) {

@@ -33,4 +33,17 @@ class HeldDirectory {
   bool isOthers_;
 };
 
+/// Keeps other tools, which wait for each other by a lock on the directory itself, from beginning while it lives.
+class ToolsKeptOut {
+ public:
+  /// Waits up to two seconds for the one that is at work; who takes longer shows by IsInUse.
+  explicit ToolsKeptOut(const std::string& path);
+  ~ToolsKeptOut();
+  ToolsKeptOut(const ToolsKeptOut&) = delete;
+  ToolsKeptOut& operator=(const ToolsKeptOut&) = delete;
+
+ private:
+  int directory_;
+};
+
 }  // namespace vorne

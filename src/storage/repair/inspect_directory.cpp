@@ -16,8 +16,8 @@ DirectoryReport Inspection::run() {
   report_.exists = directory_.exists();
   report_.inUse = IsInUse(directory_.path());
   std::optional<HeldDirectory> held;
-  // Programs that begin now find the catalogue locked, and do not wait: they go on without the lock, but a second
-  // repair refuses. One that began since it was looked has its lock, and keeps the repair out.
+  // Programs that begin now find the catalogue locked, try for a few milliseconds, and go on without the lock; a
+  // second repair refuses. One that began since it was looked has its lock, and keeps the repair out.
   if (report_.exists && repairs_ && !report_.inUse) {
     held.emplace(directory_.path());
     report_.inUse = held->isOthers();

@@ -67,6 +67,10 @@ void Inspection::checkIndex(const CheckedTable& table, const FoundIndex& found) 
   IndexDescription told = *found.told;
   told.keyFields = KeyByEntries(table, *index, told);
   Findings findings(found.name);
+  // Only of a program that has ended is anything missing: a living one still has it.
+  if (told.entriesWait && report_.inUse)
+    return report_.notes.push_back(
+        {found.name, -1, "the program that has it open has not put all changes into it yet", false});
   CheckIndex(table, *index, told, findings);
   if (findings.sound()) return;
   // No key can be made of the fields that it names: the entries may still tell which ones were meant.

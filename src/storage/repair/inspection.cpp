@@ -1,10 +1,12 @@
 #include "storage/repair/inspection.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 
+#include "storage/files/kept_copies.h"
 #include "storage/format/names.h"
 
 namespace vorne {
@@ -110,7 +112,9 @@ void Inspection::checkDatabase(const DatabaseHdrType& entry) {
 }
 
 TableContext Inspection::contextOf(const std::string& name) const {
-  TableContext context{name, false, false, 0};
+  TableContext context;
+  context.name = name;
+  context.copies = copiesOf(name);
   const std::string memo = name + kMemoSuffix;
   const auto texts = texts_.find(FoldedName(memo));
   if (texts != texts_.end()) {
@@ -119,19 +123,43 @@ TableContext Inspection::contextOf(const std::string& name) const {
   } else if (owners_.contains(FoldedName(memo)) || memo.size() > kLongestName) {
     // Something else has the name, or it cannot be looked at: nothing can be told of references.
     context.hasMemo = true;
-    context.texts = ~0u;
+    context.texts = kAnyTexts;
   }
   // Memo texts or index entries that belong to it: something that says it was a table.
   context.hasOthers = texts != texts_.end() && texts->second != 0;
-  for (const FoundIndex& index : indexes_)
-    context.hasOthers =
-        context.hasOthers || (index.entries != 0 && index.told && FoldedName(index.told->table) == FoldedName(name));
+  for (const FoundIndex& index : indexes_) {
+    if (index.entries == 0 || !index.told || FoldedName(index.told->table) != FoldedName(name)) continue;
+    context.hasOthers = true;
+    // One that waits for changes may still have entries of records that were packed away.
+    if (index.told->entriesWait || index.entries <= context.entries) continue;
+    context.entries = index.entries;
+    context.witness = index.name;
+  }
   return context;
+}
+
+// The latest one: of what an older one holds the user was told before.
+std::string Inspection::copiesOf(const std::string& name) const {
+  std::string copies;
+  const std::string prefix = kCopiesPrefix;
+  for (auto at = directory_.files().lower_bound(prefix); at != directory_.files().end(); ++at) {
+    if (!at->first.starts_with(prefix)) break;
+    struct stat found;
+    const std::string path = directory_.pathOf(at->first);
+    if (::lstat((path + "/" + name).c_str(), &found) == 0 && S_ISREG(found.st_mode)) copies = path;
+  }
+  return copies;
 }
 
 void Inspection::checkTable(const std::string& name, const DatabaseFiles& files, DatabaseState& state, Findings& data,
                             Findings& lasting) {
-  const TableMeaning meaning = CheckTable(contextOf(name), files, state, data, lasting);
+  const TableContext context = contextOf(name);
+  const TableMeaning meaning = CheckTable(context, files, state, data, lasting);
+  // Of a sound table nothing is lost: a program that dies may leave an index ahead of its records.
+  if (!meaning.description && !lasting.sound())
+    report_.lostValues += CountByOthers(context, false, state.records, lasting);
+  else if (!data.sound())
+    CountByOthers(context, true, state.records, data);
   if (!data.sound()) state.records.rewrite = state.rewriteOffsets = true;
   report_.lostValues += meaning.lostValues;
   if (!meaning.description) return;
@@ -156,14 +184,11 @@ void Inspection::tellStrange(const std::string& name, FileKind kind) {
     report_.problems.push_back({name, -1, "it is not a file", false});
 }
 
-// The offsets file of the old data goes first: should the repair end in between, the next opening makes it anew.
 bool Inspection::repairData(const DatabaseFiles& files, const DatabaseState& state, const std::string& name,
                             bool replaceable) {
   if (!state.records.rewrite) return true;
-  if (state.kind == kVariableDatabase && files.offsets.length != 0 && replaceable &&
-      !changes_.remove(OffsetsName(name)))
-    return false;
-  return changes_.replace(name, RepairedData(files, state));
+  const bool moves = state.kind == kVariableDatabase && replaceable;
+  return changes_.replaceData(name, RepairedData(files, state), moves ? files.offsets.bytes() : FileBytes());
 }
 
 // ------------------------------------------------------------------------------------------- the end of the walk
@@ -221,7 +246,7 @@ void Inspection::checkOrphans() {
     findings.damage((gone.records ? Message("the table is gone; %s tells of %llu records", gone.witness.c_str(),
                                             static_cast<unsigned long long>(*gone.records))
                                   : "the table is gone; nothing tells how many records it had") +
-                    remains);
+                    remains + CopiesWords(copiesOf(gone.name)));
     settledLast_.push_back(std::move(findings));
     ++report_.lostDatabases;
     report_.lostRecords += gone.records.value_or(0);

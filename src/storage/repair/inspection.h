@@ -50,6 +50,7 @@ class Inspection {
   void checkTable(const std::string& name, const DatabaseFiles& files, DatabaseState& state, Findings& data,
                   Findings& lasting);
   TableContext contextOf(const std::string& name) const;
+  std::string copiesOf(const std::string& name) const;
   void lackMemo(const std::string& table);
   void tellStrange(const std::string& name, FileKind kind);
   bool repairData(const DatabaseFiles& files, const DatabaseState& state, const std::string& name, bool replaceable);

@@ -317,12 +317,23 @@ class ChainReader {
     } else if (holes_ == 0 && file_.count && saved != *file_.count) {
       damage(-1, Message("its header counts %u records, %zu are there", *file_.count, saved));
     }
-    std::size_t expected = file_.count ? *file_.count : slots_.size();
-    if (holes_ == 0 && (slots_.size() == saved || endsTheFile())) expected = saved;
+    const std::uint64_t expected = expectedRecords();
     records_.lost = expected > saved ? expected - saved : 0;
     if (file_.count || slots_.size() != 0) return;
     records_.lost = holes_;
     records_.lostMore = true;
+  }
+
+  // How many records there have been. The walk tells it, too: those that it saved, and at least one in each hole.
+  std::uint64_t expectedRecords() const {
+    const std::uint64_t saved = records_.places.size(), slots = slots_.size();
+    std::uint64_t walked = saved;
+    for (const Gap& gap : records_.gaps) walked += gap.records;
+    if (holes_ == 0) return slots == saved || endsTheFile() ? saved : file_.count.value_or(slots);
+    // Two of the witnesses are right against the third.
+    if (slots == walked) return walked;
+    if (file_.count == slots) return slots;
+    return std::max({std::uint64_t{file_.count.value_or(0)}, slots, file_.count == saved ? saved : walked});
   }
 
   // True when the records reach to the end that the header tells, and no other one follows: then only the count is

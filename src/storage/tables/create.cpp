@@ -1,9 +1,18 @@
 // Making, opening and deleting tables. A structure comes from a script, so each of its elements is held to what a
 // description can tell.
+#include <algorithm>
+#include <cerrno>
 #include <cstring>
 
 #include "runtime/arguments.h"
+#include "runtime/latin1.h"
+#include "storage/databases/catalog.h"
 #include "storage/databases/database_files.h"
+#include "storage/databases/put_away.h"
+#include "storage/files/diagnostic_log.h"
+#include "storage/files/kept_copies.h"
+#include "storage/files/mapped_file.h"
+#include "storage/format/names.h"
 #include "storage/tables/index_attach.h"
 #include "storage/tables/opening.h"
 #include "storage/tables/table_descriptions.h"
@@ -70,11 +79,38 @@ bool deleteDatabase(const char* name) {
   return id != 0 && DmDeleteDatabase(0, id) == errNone;
 }
 
+UInt32 recordsIn(const std::string& name) {
+  return HeaderInFile(name).value_or(FileHeader{}).NumberOfRecords;
+}
+
+// Memo texts and index entries of records that the table has not may be all that is left of those: kept then, since
+// nobody who lets go an empty table means them. True when there are none, or they could be.
+bool keepWhatTellsOfMore(const std::string& name) {
+  const UInt32 records = recordsIn(name);
+  const std::string memo = name + kMemoSuffix;
+  std::vector<std::string> files = IndexesOf(name.c_str());
+  bool tells = std::any_of(files.begin(), files.end(), [&](const auto& index) { return recordsIn(index) > records; });
+  if (const UInt32 entry = CatalogEntryOf(memo); entry != 0 && CatalogEntryAt(entry).type == kTypeMemo) {
+    // Texts are left by every pack; without any record they are too many.
+    tells = tells || (records == 0 && recordsIn(memo) != 0);
+    files.push_back(memo);
+  }
+  if (!tells) return true;
+  files.push_back(name);
+  for (const std::string& database : {name, memo})
+    if (HasOffsetsFile(database)) files.push_back(OffsetsName(database));
+  Logar(Message("%s: índices ou memos de mais registros do que os seus: cópia guardada"_l1, name.c_str()).c_str());
+  return KeepTogether(wcDir, files);
+}
+
 // Its indexes and memo texts go first: what is left when the process dies in between still is a table.
 bool deleteTable(const std::string& name) {
   const LocalID id = DmFindDatabase(0, name.c_str());
   if (id == 0 || !IsOfType(OpenFiles[id - 1]->fOffset, kTypeData)) return false;
+  // As the catalogue spells it; closing the areas may close the database.
+  const std::string stored(CatalogEntryName(OpenFiles[id - 1]->fOffset));
   CloseAreasOf(OpenFiles[id - 1]);
+  if (!keepWhatTellsOfMore(stored)) return false;
   DeleteIndexes(name.c_str());
   DeleteMemoDB(name.c_str());
   return deleteDatabase(name.c_str());
@@ -126,13 +162,19 @@ Obj_Node* __DBCREATE(Obj_Node* name, Obj_Node* structure, Obj_Node*) {
   const Making making(capitals);
   std::optional<Making> makingMemo;
   if (memo) makingMemo.emplace(memoName);
-  myAppInfoType* table = NewTable(description);
-  if (__TBL_CreateOrOpen(capitals.c_str(), kTypeData, description.openMode, table) == nullptr ||
+  // All of a table that the catalogue has lost, before the first of its files makes room.
+  std::vector<std::string> old = StrayIndexesOf(capitals);
+  old.insert(old.end(), {capitals, memoName});
+  if (CatalogEntryOf(memoName) != 0) old.pop_back();
+  const PutAway oldTable(old);
+  if (!oldTable.isDone()) CannotCreate(capitals.c_str(), errno);
+  std::unique_ptr<myAppInfoType, void (*)(myAppInfoType*)> table(NewTable(description), FreeTable);
+  if (__TBL_CreateOrOpen(capitals.c_str(), kTypeData, description.openMode, table.get()) == nullptr ||
       (memo && !CreateMemoDB(capitals.c_str())))
     __RuntimeError(3, kNotOpened);
   // The description last: what a kill leaves before it opens as no table, and goes when one of that name is made again.
-  __TBL_CreateOrChangeMyAppInfo(table);
-  ReleaseTable(table);
+  __TBL_CreateOrChangeMyAppInfo(table.get());
+  ReleaseTable(table.release());
   return __INIT_BOOL(1);
 }
 

@@ -6,7 +6,10 @@
 
 #include <algorithm>
 #include <bit>
+#include <cerrno>
 #include <cstring>
+#include <filesystem>
+#include <set>
 #include <unordered_map>
 #include <utility>
 
@@ -33,21 +36,28 @@ namespace {
 constexpr UInt16 kReadWrite = 3;
 
 // The table that an index's head names, read from the file: nothing needs to be opened for it.
-// `isIndex` is false for a database whose block is too short for one of an index: programs keep such ones of their own.
-std::string ownerOf(const std::string& index, bool& isIndex) {
+// `why` tells what keeps it from having one; empty also for a database whose block is too short for one of an index:
+// programs keep such ones of their own.
+std::string ownerOf(const std::string& index, std::string& why) {
   // Of the table's name in a description's head.
   constexpr std::size_t kNameAt = 8, kNameRoom = 31;
   char bytes[kHeaderSize + kDescriptionHead] = {};
   const int file = OpenFile(GetWideName(index.c_str()), O_RDONLY | O_NONBLOCK);
-  isIndex = true;
-  if (file < 0) return {};
+  if (file < 0) {
+    why = std::strerror(errno);
+    return {};
+  }
   const ssize_t read = fileSystem.read(file, bytes, sizeof bytes);
   fileSystem.close(file);
   const auto header = Load<FileHeader>(bytes);
-  isIndex = header.Type != kIndexDatabase || header.AppInfoLen >= kDescriptionHead;
-  if (read != static_cast<ssize_t>(sizeof bytes) || header.AppInfoLen == 0) return {};
-  const char* name = bytes + kHeaderSize + kNameAt;
-  return FoldedName({name, ::strnlen(name, kNameRoom)});
+  std::string owner;
+  if (read == static_cast<ssize_t>(sizeof bytes) && header.AppInfoLen != 0) {
+    const char* name = bytes + kHeaderSize + kNameAt;
+    owner = FoldedName({name, ::strnlen(name, kNameRoom)});
+  }
+  const bool isIndex = header.Type != kIndexDatabase || header.AppInfoLen >= kDescriptionHead;
+  if (isIndex && (owner.empty() || CatalogEntryOf(owner) == 0)) why = "o cabeçalho não nomeia tabela que exista"_l1;
+  return owner;
 }
 
 // The tables that the catalogue's indexes belong to, by the place of the index's entry, so that a head is read once and
@@ -62,12 +72,11 @@ class Owners {
     const bool isSame = std::memcmp(&known.entry, &entry, sizeof entry) == 0;
     if (known.owner.empty() || !isSame) {
       const std::string name(CatalogEntryName(place));
-      bool isIndex = false;
-      known = {entry, ownerOf(name, isIndex), isSame && known.isTold};
-      // Its table goes on without it, in another order.
-      const bool isLost = known.owner.empty() || CatalogEntryOf(known.owner) == 0;
-      if (isIndex && isLost && !std::exchange(known.isTold, true))
-        Logar(Message("Índice %s não aberto: o cabeçalho não nomeia tabela que exista"_l1, name.c_str()).c_str());
+      std::string why;
+      known = {entry, ownerOf(name, why)};
+      // Its table goes on without it, in another order. Told once a process: programs open their tables at every sale.
+      if (!why.empty() && told_.insert(GetWideName(name.c_str())).second)
+        Logar(Message("Índice %s não aberto: %s"_l1, name.c_str(), why.c_str()).c_str());
     }
     return known.owner == table;
   }
@@ -77,9 +86,9 @@ class Owners {
   struct Known {
     DatabaseHdrType entry = {};
     std::string owner;  // in capital letters
-    bool isTold = false;
   };
   std::unordered_map<UInt32, Known> known_;
+  std::set<std::string> told_;  // paths
   UInt32 generation_ = 0;
 };
 Owners owners;
@@ -262,6 +271,19 @@ void DetachIndexes(myAppInfoType& table) {
   Release(table.TBL_IndexesNames);
   table.TBL_IndexesNames = nullptr;
   table.TBL_numIndexes = 0;
+}
+
+std::vector<std::string> StrayIndexesOf(const std::string& table) {
+  std::vector<std::string> strays;
+  std::error_code failed;
+  for (std::filesystem::directory_iterator at(wcDir, failed), end; !failed && at != end; at.increment(failed)) {
+    const std::string name = at->path().filename();
+    if (!IsDatabaseName(name) || CatalogEntryOf(name) != 0 || !at->is_regular_file(failed)) continue;
+    std::string why;
+    if (HeaderInFile(name).value_or(FileHeader{}).Type == kIndexDatabase && ownerOf(name, why) == FoldedName(table))
+      strays.push_back(name);
+  }
+  return strays;
 }
 
 void DeleteIndexes(const char* table) {

@@ -8,6 +8,8 @@ namespace vorne {
 
 /// The names of the catalogue's indexes whose heads name the table, in the catalogue's order, open or left out.
 std::vector<std::string> IndexesOf(const char* table);
+/// The files of the data directory that are indexes of the table by their heads and that the catalogue does not know.
+std::vector<std::string> StrayIndexesOf(const std::string& table);
 /// Finds the catalogue's indexes whose head names the table, in the catalogue's order, and opens them: fills
 /// TBL_numIndexes and TBL_IndexesNames. One that does not fit the table's records is made anew, with a line in the log;
 /// one that cannot be made of the table's fields is left out, with a line in the log.

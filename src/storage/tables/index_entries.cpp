@@ -1,5 +1,5 @@
 // What an index ought to hold, made of the records, and how much of it is looked at when a table is opened: counts, the
-// entries' size, doubles in small indexes, and a sample.
+// entries' size, doubles and headers in small indexes, and a sample.
 #include "storage/tables/index_entries.h"
 
 #include <algorithm>
@@ -21,6 +21,12 @@ namespace {
 // Looking at every entry would hold up each opening of a large table. What a sample misses is noticed when a walk or a
 // search comes by.
 constexpr UInt32 kMostLookedAt = 4096;
+
+bool haveTheirHeaders(const Entries& entries) {
+  for (UInt32 place = 0; place < entries.count; ++place)
+    if (!HasEntryHeader(entries, place)) return false;
+  return true;
+}
 
 bool hasPlace(const Entries& entries, UInt32 place, DmOpenRef table, EntryMaker& maker, char* expected) {
   if (place > 0 && std::memcmp(entries.key(place - 1), entries.key(place), entries.keyLength()) > 0) return false;
@@ -62,6 +68,7 @@ std::string WhatDoesNotFit(DmOpenRef table, DmOpenRef index, EntryMaker& maker) 
   const Entries entries = EntriesOf(*index);
   if (entries.size != maker.size()) return "tem chaves de outro tamanho";
   if (count <= kMostCounted && NamesARecordTwice(entries, count)) return "não tem uma entrada para cada registro"_l1;
+  if (count <= kMostCounted && !haveTheirHeaders(entries)) return "tem cabeçalhos de registros errados"_l1;
   std::vector<char> expected(maker.size());
   bool fits = true;
   lookAt(count, [&](UInt32 place) { return fits = hasPlace(entries, place, table, maker, expected.data()); });

@@ -13,7 +13,7 @@ std::vector<char> EntriesOfTable(DmOpenRef table, EntryMaker& maker);
 bool CountsFromZero(DmOpenRef table, DmOpenRef index, Fields fields, KeyFields key);
 /// What of an open index does not fit its table, in words for the log; empty when nothing is found. Looks at all
 /// keys of a small table, at a bounded number of a large one's, and at whether every record of one that is not very
-/// large has an entry.
+/// large has an entry, with a header as it should be.
 std::string WhatDoesNotFit(DmOpenRef table, DmOpenRef index, EntryMaker& maker);
 
 }  // namespace vorne

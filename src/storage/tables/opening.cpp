@@ -8,6 +8,7 @@
 #include "runtime/hooks.h"
 #include "runtime/memory.h"
 #include "storage/databases/database_files.h"
+#include "storage/databases/put_away.h"
 #include "storage/format/record_bytes.h"
 #include "storage/journal/journal.h"
 #include "storage/records/open_databases.h"
@@ -113,6 +114,7 @@ void CloseAllAreas() {
   // Only an error gets here with one of them: what was begun is taken back.
   for (const std::string& name : beingMade)
     if (const LocalID id = DmFindDatabase(0, name.c_str())) DmDeleteDatabase(0, id);
+  PutAllBack();
 }
 
 }  // namespace vorne

@@ -66,12 +66,14 @@ class Search {
     const SoughtKey key(entry_ + kEntryKeyAt, std::min(length_, entries_.count == 0 ? 0 : entries_.keyLength()));
     // The search tells the place behind the last equal entry; the first of them is taken.
     const UInt32 before = place == 0 ? 0 : place - 1;
-    if (before < entries_.count && key.compare(entries_.key(before)) == 0)
-      take(FirstNotSmallerFromBack(entries_, key, 0, before), true);
-    else if (soft_ && static_cast<int>(place) < count_)
+    if (before < entries_.count && key.compare(entries_.key(before)) == 0) {
+      const UInt32 first = FirstNotSmallerFromBack(entries_, key, 0, before);
+      // A single one costs nothing more; where there are several, one more may be hidden before them.
+      take(first, true, first == before || hasItsKey(first - 1));
+    } else if (soft_ && static_cast<int>(place) < count_)
       // The table's count, not the index's: an entry that is missing at the end is no end of the table.
-      take(place, false);
-    else if (isBesideDamage(static_cast<int>(place)) && isFirstDamage())
+      take(place, false, hasItsKey(place - 1));
+    else if ((isBesideDamage(place) || !hasItsKey(place) || !hasItsKey(place - 1)) && isFirstDamage())
       mendAndRun();
     else
       EnterEnd(area_, true);
@@ -85,19 +87,29 @@ class Search {
     run();
   }
 
-  // An entry that is written over with its neighbour's bytes is missing right there.
-  bool isBesideDamage(int place) const {
-    const auto isSound = [&](int one, int direction) {
-      return one < 0 || one >= static_cast<int>(entries_.count) || NamesOneRecord(entries_, count_, one, direction);
+  // What is missing was written over right there.
+  bool isBesideDamage(UInt32 place) const {
+    const auto isSound = [&](UInt32 one, int direction) {
+      return one >= entries_.count ||
+             (NamesOneRecord(entries_, count_, static_cast<int>(one), 0) && IsSoundBeside(entries_, one, direction));
     };
-    return !isSound(place, -1) || !isSound(place - 1, 1) || !AreInOrderBeside(entries_, static_cast<UInt32>(place));
+    return !isSound(place, 1) || !isSound(place - 1, -1);
   }
 
-  void take(UInt32 place, bool found) {
+  // A key that is wrong and still in order hides its record's, and stands right beside where the search for that ends.
+  // Opening holds each key of a small index against its record, and a part of a large one's: there it is done here, in
+  // the buffer that is filled or emptied next.
+  bool hasItsKey(UInt32 place) const {
+    if (entries_.count <= kMostCounted || place >= entries_.count) return true;
+    const std::span<const char> record = BytesOf(DatabaseOf(area_), static_cast<UInt32>(entries_.record(place)));
+    LoadFields(FieldsOf(area_), record, bswapnum, area_.TBL_buff);
+    return NamesLoadedRecord(area_, order_, entries_, static_cast<int>(place));
+  }
+
+  void take(UInt32 place, bool found, bool isSoundBefore) {
     order_.IDX_recID = static_cast<std::int32_t>(place);
     const std::int32_t record = place < entries_.count ? entries_.record(place) : -1;
-    const bool isSound =
-        NamesOneRecord(entries_, count_, static_cast<int>(place), -1) && AreInOrderBeside(entries_, place);
+    const bool isSound = place < entries_.count && isSoundBefore && !isBesideDamage(place);
     if (!isSound && isFirstDamage()) return mendAndRun();
     if (record < 0 || !__TBL_GetLastData(number_, record)) return EnterNotFound(area_);
     if (!NamesLoadedRecord(area_, order_, entries_, static_cast<int>(place)) && isFirstDamage()) return mendAndRun();
@@ -127,7 +139,9 @@ bool walkToLive(int number, VORNE_RDD& area, IDX_IndexesNames& order, const Soug
     const bool matches = key.compare(entries.key(place)) == 0;
     if (matches) order.IDX_recID = static_cast<std::int32_t>(place);
     if (!__TBL_GetLastData(number, entries.record(place))) return false;
-    const bool isSound = NamesLoadedRecord(area, order, entries, static_cast<int>(place)) && IsInOrder(entries, place);
+    const auto at = static_cast<int>(place);
+    const bool isSound = NamesLoadedRecord(area, order, entries, at) && IsInOrder(entries, place) &&
+                         NamesOneRecord(entries, RecordCount(area), at, -1);
     if (!isSound && !std::exchange(mended, true)) {
       MendIndex(*area.TBL_appinfo, order);
       entries = EntriesOf(*order.IDX_dbRef);

@@ -2,10 +2,11 @@
 // see the old record or the new one: to them the writing is one change (ChangeSeenByReaders).
 #include "storage/tables/write.h"
 
-#include <cstring>
+#include <string>
 
 #include "storage/format/record_bytes.h"
 #include "storage/journal/journal.h"
+#include "storage/records/handle_calls.h"
 #include "storage/records/records.h"
 #include "storage/records/storing.h"
 #include "storage/tables/index_upkeep.h"
@@ -15,7 +16,6 @@ using namespace vorne;
 namespace {
 
 constexpr int kCannotBeStored = 8;
-constexpr char kDeletedMark[kEndMarkSize] = {kDeleted, '\0'};
 
 Boolean dirtyBit(DmOpenRef db, int position) {
   UInt16 attributes = 0;
@@ -30,9 +30,14 @@ bool storeMark(VORNE_RDD& area) {
   const Boolean dirty = dirtyBit(db, area.TBL_recposition);
   const MemHandle handle = DmGetRecord(db, position);
   if (handle == nullptr) return false;
-  const UInt32 size = MemHandleSize(handle);
-  const bool stored = size >= kEndMarkSize &&
-                      DmWrite(MemHandleLock(handle), size - kEndMarkSize, kDeletedMark, kEndMarkSize) == errNone;
+  const std::span<const char> record = {(*handle)->data, (*handle)->size};
+  std::string mark(MarkBytes(FieldsOf(area), record).size(), '\0');
+  bool stored = mark.size() >= kEndMarkSize;
+  if (stored) {
+    // Zeros up to it: where a mark stands in front of zeros, that one would be left inside the record.
+    mark[mark.size() - kEndMarkSize] = kDeleted;
+    stored = WriteBytes(**handle, static_cast<UInt32>(record.size() - mark.size()), mark) == errNone;
+  }
   return DmReleaseRecord(db, position, dirty) == errNone && stored;
 }
 

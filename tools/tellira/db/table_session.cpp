@@ -2,8 +2,6 @@
 // had printed before it as the reason.
 #include "db/table_session.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -17,24 +15,19 @@
 #include <utility>
 #include <vector>
 
-#include "db/access.h"
 #include "db/words.h"
 #include "edge/console.h"
 #include "edge/failure_report.h"
-#include "edge/lock_holder.h"
 #include "runtime/process.h"
 #include "storage/disk_layout.h"
 #include "storage/files/kept_copies.h"
 #include "storage/format/names.h"
-#include "storage/repair/in_use.h"
 #include "text/text.h"
 
 namespace tool {
 namespace {
 
 constexpr int kEnglish = 2;
-constexpr useconds_t kBetweenTries = 50000;
-constexpr int kTries = 100;  // five seconds
 
 /// What the runtime has printed, kept until it is known whether it ends the process with it. It ends no line: every
 /// sentence arrives by itself.
@@ -69,19 +62,29 @@ std::string explained(const std::string& words) {
   return words + " (" + text + ")";
 }
 
+/// Of an error that ends the process without a word of its own.
+std::string errorText() {
+  const auto code = static_cast<std::size_t>(vorne::endingCode);
+  return code < stringErros.size() ? stringErros[code] : "error " + std::to_string(vorne::endingCode);
+}
+
 [[noreturn]] void failWithWords(int) {
   const std::string words = takePrinted(), told = explained(words);
-  // The only end without a word is that of memory.
-  if (told.empty()) throw memoryFailure();
+  constexpr int kLowMemory = 5;
+  if (told.empty() && vorne::endingCode == kLowMemory) throw memoryFailure();
   const auto tells = [&words](int error) { return words.find(std::strerror(error)) != std::string::npos; };
+  const bool isFull = tells(ENOSPC) || tells(EDQUOT);
+  // What removes something needs a journal first, and where not even that has space it is refused as well.
+  const bool hasNoJournal = words.find("journal") != std::string::npos;
   const std::string next =
-      tells(ENOSPC) || tells(EDQUOT)
+      isFull && hasNoJournal ? "make room on that disk and try again; until then records can be read."
+      : isFull
           ? "make room on that disk and try again; until then records can be read, deleted and packed, and an index "
             "dropped."
       : tells(ENOMEM) ? "end other programs, or allow this one more memory, and try again."
                       : "look into saida.txt of the working directory, whether the disk is full and the files may be "
                         "written; `tellira db check` tells whether the databases are sound.";
-  throw Failure(kEnded, "the runtime stopped: " + told + ".\n  next: " + next);
+  throw Failure(kEnded, "the runtime stopped: " + (told.empty() ? errorText() : told) + ".\n  next: " + next);
 }
 
 }  // namespace
@@ -115,36 +118,13 @@ TableSession::TableSession(const std::string& directory)
   vorne::endProcessHook = failWithWords;
   std::error_code ignored;
   std::filesystem::create_directory(data_, ignored);
-  // A lock on the directory, which no program takes: tools keep each other out by it before one of them touches a file.
-  lock_ = ::open(data_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (lock_ < 0)
-    throw Failure(kUsage, data_ + " cannot be opened: " + std::strerror(errno) +
-                              ".\n  next: look at the rights of the directory.");
-  demandAccess(data_, Use::kWrites);
-  demandAccess(data_ + "/" + vorne::kCatalogName, Use::kWrites);
-  lockDirectory();
+  lock_.emplace(directory);
   __BeginGlobal();
   running_ = true;
   // The tool speaks English; the log stays Portuguese, as for every program.
   iSyncLang = kEnglish;
   // The system is not asked to write after every record: the files are shared memory until they are closed.
   bBatchOper = 1;
-}
-
-// Two tools wait for each other. A program is not waited for: it holds what it has open for as long as it runs.
-void TableSession::lockDirectory() const {
-  for (int tries = 0; ::flock(lock_, LOCK_EX | LOCK_NB) != 0; ++tries) {
-    if (tries == 0) note("tellira: waiting for " + otherTool() + ", which works with the same databases.");
-    if (tries == kTries)
-      throw Failure(kUsage, otherTool() + " still works with the databases of " + directory_ +
-                                "; nothing was changed.\n  next: try again when it has ended.");
-    ::usleep(kBetweenTries);
-  }
-  if (vorne::IsInUse(data_)) refuseInUse(directory_);
-}
-
-std::string TableSession::otherTool() const {
-  return lockHolder(data_, "another process");
 }
 
 TableSession::~TableSession() {
@@ -160,7 +140,6 @@ TableSession::~TableSession() {
   if (!vorne::CopiesDirectory().empty())
     note("Files as they were before are in " + vorne::CopiesDirectory() + "; saida.txt tells why.");
   vorne::endProcessHook = nullptr;
-  if (lock_ >= 0) ::close(lock_);
 }
 
 void TableSession::end() {

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
+#include "db/directory_lock.h"
 #include "storage/tables.h"
 #include "storage/tables/areas.h"
 
@@ -29,15 +31,13 @@ class TableSession {
   void close();
 
  private:
-  void lockDirectory() const;
-  std::string otherTool() const;
   void end();
 
   class RuntimeOutput;
 
   std::string directory_, data_;
   std::unique_ptr<RuntimeOutput> output_;
-  int lock_ = -1;
+  std::optional<DirectoryLock> lock_;
   bool running_ = false;
 };
 

@@ -3,9 +3,11 @@
 
 #include <algorithm>
 #include <map>
+#include <optional>
 
 #include "db/access.h"
 #include "db/db.h"
+#include "db/directory_lock.h"
 #include "db/words.h"
 #include "edge/confirm.h"
 #include "edge/console.h"
@@ -22,7 +24,7 @@ using vorne::DirectoryReport;
 using vorne::Problem;
 
 constexpr const char* kFooter = R"(
-Without --repair nothing is changed. A repair first copies every file that it will change to DB/repair-DATE-TIME and
+Without --repair nothing is changed. A repair first copies every file that it will change to DB/repair-DATE_TIME and
 keeps all records that can still be read. The program must not be running.
 
 Examples:
@@ -154,6 +156,8 @@ int runCheck(const DbOptions& options, const CheckVerb& verb) {
     note("Nothing was changed.");
     return kNo;
   }
+  std::optional<DirectoryLock> lock;
+  if (verb.repair) lock.emplace(directory);
   const DirectoryReport report = inspected(directory, verb.repair);
   // A program may have begun while the user was being asked.
   if (verb.repair && report.inUse) refuseInUse(directory);

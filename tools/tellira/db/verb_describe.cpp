@@ -3,11 +3,11 @@
 
 #include "db/db.h"
 #include "db/dictionary.h"
+#include "db/directory_lock.h"
 #include "db/field_definitions.h"
 #include "db/words.h"
 #include "edge/console.h"
 #include "storage/repair/describe_table.h"
-#include "storage/repair/in_use.h"
 
 namespace tool {
 namespace {
@@ -15,7 +15,7 @@ namespace {
 constexpr const char* kFooter = R"(
 For a table whose description cannot be read any more, as `tellira db check` tells. The fields are those that it was made
 with, in their order (`tellira db create --help` explains them). They are held against every record and index before
-anything is written; the file as it was is copied to DB/repair-DATE-TIME. The program must not be running.
+anything is written; the file as it was is copied to DB/repair-DATE_TIME. The program must not be running.
 
 Example:
   tellira db describe CUSTOMER CODE:C:12 NAME:C:30 LIMIT:N:12:2
@@ -30,15 +30,13 @@ struct DescribeOptions {
 
 int runDescribe(const DbOptions& group, const DescribeOptions& options) {
   const std::string directory = group.checkedDirectory();
+  const DirectoryLock lock(directory);
   const Dictionary dictionary(directory);
   const vorne::StoredDatabase* found = dictionary.database(options.table);
   if (found == nullptr) throw Failure(kNo, dictionary.unknownText(options.table, "table"));
   if (found->entry.type != vorne::kTypeData)
     refuse(shown(found->name) + " is no table: its type is " + codeText(found->entry.type),
            "`tellira db list` shows all types");
-  const std::string data = directory + vorne::kDataDirectory;
-  if (vorne::IsInUse(data)) refuseInUse(directory);
-  demandAccess(data, Use::kWrites);
   dictionary.demandFiles(*found, Use::kWrites);
   const vorne::Described described = vorne::DescribeTable(directory, found->name, parsedFields(options.fields));
   if (described.isSame) {

@@ -1,6 +1,8 @@
 // `tellira db list`: the databases, as the catalogue has them.
 #include <array>
+#include <cstring>
 #include <filesystem>
+#include <set>
 
 #include "db/db.h"
 #include "db/dictionary.h"
@@ -38,13 +40,21 @@ Json jsonOf(const vorne::StoredDatabase& database, std::size_t indexes) {
   return json;
 }
 
-/// A lost catalogue must not look like that of an empty directory.
-void noteUnnamed(const std::string& data) {
+/// A lost catalogue must not look like that of an empty directory, nor one begun anew like the whole.
+void noteUnnamed(const Dictionary& dictionary, const std::string& data) {
+  std::set<std::string> named;
+  for (const vorne::StoredDatabase& database : dictionary.databases()) named.insert(database.name);
+  std::uint64_t unnamed = 0;
   std::error_code error;
-  for (const auto& file : std::filesystem::directory_iterator(data, error))
-    if (file.path().native().ends_with(vorne::kOffsetsSuffix))
-      return note("tellira: the catalogue names none of the databases whose files are in " + data +
-                  ".\n  next: `tellira db check` tells what is there.");
+  for (const auto& entry : std::filesystem::directory_iterator(data, error)) {
+    const std::string file = entry.path().filename();
+    // Every table has an offsets file, and nothing else has one without a database.
+    const bool isOffsets = file.ends_with(vorne::kOffsetsSuffix) && !named.contains(file);
+    if (isOffsets && !named.contains(file.substr(0, file.size() - std::strlen(vorne::kOffsetsSuffix)))) ++unnamed;
+  }
+  if (unnamed != 0)
+    note("tellira: the catalogue does not name " + counted(unnamed, "database") + " whose files are in " + data +
+         ".\n  next: `tellira db check` tells what is there.");
 }
 
 int runList(const DbOptions& options, bool json) {
@@ -63,7 +73,7 @@ int runList(const DbOptions& options, bool json) {
     printJson(list);
   else
     table.print();
-  if (dictionary.databases().empty()) noteUnnamed(directory + vorne::kDataDirectory);
+  noteUnnamed(dictionary, directory + vorne::kDataDirectory);
   return kDone;
 }
 

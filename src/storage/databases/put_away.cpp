@@ -1,0 +1,100 @@
+// All files of a table are in the copies' directory before the first one leaves its place, and back in their places
+// before the first copy goes: killed at any moment, either place has all of them.
+#include "storage/databases/put_away.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "runtime/latin1.h"
+#include "storage/databases/database_files.h"
+#include "storage/files/diagnostic_log.h"
+#include "storage/files/kept_copies.h"
+#include "storage/files/mapped_file.h"
+#include "storage/files/system.h"
+#include "storage/format/names.h"
+
+namespace vorne {
+
+namespace {
+
+struct Away {
+  std::string copies;
+  std::vector<std::string> files;
+};
+std::vector<Away> away;
+
+// What is left of a database that was being made holds nothing; anything else may be what somebody misses.
+bool mayHold(const std::string& name) {
+  struct stat found;
+  if (::lstat(PathOf(name).c_str(), &found) != 0 || found.st_size == 0) return false;
+  const FileHeader header = HeaderInFile(name).value_or(FileHeader{});
+  const bool isEmpty =
+      header.Version == 2 && header.NumberOfRecords == 0 && header.AppInfoLen == 0 && header.szmap <= kHeaderSize;
+  return !isEmpty && (S_ISREG(found.st_mode) || header.Version == 2);
+}
+
+std::vector<std::string> filesThatHold(const std::vector<std::string>& names) {
+  std::vector<std::string> files;
+  for (const std::string& name : names)
+    if (mayHold(name)) files.push_back(name);
+  if (files.empty()) return files;
+  for (const std::string& name : names)
+    if (HasOffsetsFile(name)) files.push_back(OffsetsName(name));
+  return files;
+}
+
+bool isSameFile(const std::string& a, const std::string& b) {
+  struct stat first, second;
+  return fileSystem.stat(a.c_str(), &first) == 0 && fileSystem.stat(b.c_str(), &second) == 0 &&
+         first.st_ino == second.st_ino && first.st_dev == second.st_dev;
+}
+
+bool isBack(const std::string& copy, const std::string& path) {
+  if (fileSystem.link(copy.c_str(), path.c_str()) == 0) return true;
+  if (errno == EEXIST) return isSameFile(copy, path);
+  // A file system without second names: the copy is the file then.
+  return fileSystem.rename(copy.c_str(), path.c_str()) == 0;
+}
+
+void putBack(const Away& from) {
+  bool all = true;
+  for (const std::string& file : from.files) all &= isBack(from.copies + "/" + file, PathOf(file));
+  if (!all) return;
+  for (const std::string& file : from.files) fileSystem.unlink((from.copies + "/" + file).c_str());
+  if (::rmdir(from.copies.c_str()) == 0) BeginCopies();
+}
+
+}  // namespace
+
+PutAway::PutAway(const std::vector<std::string>& names) : place_(away.size()) {
+  const std::vector<std::string> files = filesThatHold(names);
+  isDone_ = KeepTogether(wcDir, files);
+  if (!isDone_ || files.empty()) return;
+  away.push_back({CopiesDirectory(), files});
+  for (const std::string& file : files) {
+    if (!DeleteFile(PathOf(file).c_str())) {
+      isDone_ = false;
+      back();
+      return;
+    }
+    Logar(Message("%s existe sem estar em %s: cópia guardada"_l1, file.c_str(), kCatalogName).c_str());
+  }
+}
+
+PutAway::~PutAway() {
+  away.resize(std::min(place_, away.size()));
+}
+
+void PutAway::back() {
+  const int failure = errno;
+  for (; away.size() > place_; away.pop_back()) putBack(away.back());
+  errno = failure;
+}
+
+void PutAllBack() {
+  for (; !away.empty(); away.pop_back()) putBack(away.back());
+}
+
+}  // namespace vorne
