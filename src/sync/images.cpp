@@ -1,5 +1,6 @@
 // Images that the host sends, one frame each, as files of the working directory.
 #include <algorithm>
+#include <cerrno>
 #include <string>
 
 #include "sync/state_lines.h"
@@ -31,24 +32,32 @@ bool requestImages(int socket) {
   return WriteExact(socket, netglb->m_buffer, netglb->bIndex, 1) != 0;
 }
 
-}  // namespace
-
-void WriteImageFile(const char* name, UInt16 size, const void* data) {
-  if (name == nullptr || !IsPlainFileName(name)) {
+// False when the disk has no room for it: then it must come again. What can never be stored under that name is passed
+// over.
+bool storeImage(const char* name, UInt16 size, const void* data) {
+  const auto passOver = [name] {
     Tell(SyncText::ImagePassedOver, name == nullptr ? "" : name);
-    return;
-  }
+    return true;
+  };
+  if (name == nullptr || !IsPlainFileName(name)) return passOver();
   // Beside the old picture first: a line that breaks or a disk that is full must not leave half of one.
   const std::string unfinished = std::string(".") + name + ".new";
   DeleteFile(unfinished.c_str());
   const HANDLE file = CreateFile(unfinished.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS);
-  if (file == INVALID_HANDLE_VALUE) return;
+  if (file == INVALID_HANDLE_VALUE) return errno == ENOSPC || errno == EDQUOT ? false : passOver();
   const bool whole = writeAll(file, static_cast<const char*>(data), size);
   CloseHandle(file);
   if (whole)
     MoveFile(unfinished.c_str(), name);
   else
     DeleteFile(unfinished.c_str());
+  return whole;
+}
+
+}  // namespace
+
+void WriteImageFile(const char* name, UInt16 size, const void* data) {
+  storeImage(name, size, data);
 }
 
 int ReceiveBmp(int socket) {
@@ -74,7 +83,10 @@ int ReceiveBmp(int socket) {
     ReadString(text);
     const auto size = static_cast<std::uint16_t>(ReadShort());
     if (size > netglb->m_buflen - netglb->bIndex) return fail(kNoReply, kLineFailed);
-    WriteImageFile(text, size, netglb->m_buffer + netglb->bIndex);
+    if (!storeImage(text, size, netglb->m_buffer + netglb->bIndex)) {
+      TellMessage(kNotStored);
+      return fail(kHostError1074, kHostError1074);
+    }
     total += size;
     ++images;
   }

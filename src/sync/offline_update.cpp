@@ -12,7 +12,6 @@ using namespace vorne;
 
 namespace {
 
-constexpr int kNotStored = 112;  // message
 constexpr char kWholeTable = 'T';
 
 bool exists(const std::string& table) {

@@ -16,7 +16,7 @@ using namespace vorne;
 
 namespace {
 
-enum Message { kNotStored = 112, kNotOpened = 124 };
+constexpr int kNotOpened = 124;  // message
 enum Status { kBadPacket = 1074, kNoDatabase = 1116, kNotRequested = 1172, kLineFailed = 1173 };
 enum Result { kReceived = 0, kNotSent = 1, kNoFile = 5, kBroken = 12 };
 

@@ -15,6 +15,8 @@ void Tell(SyncText text, ...);
 /// The runtime's message of that number, "Msg(n)-text" in the message language, filled; and that as a state line.
 std::string MessageText(int message, ...);
 void TellMessage(int message, ...);
+/// The message about what came and finds no room.
+inline constexpr int kNotStored = 112;
 
 /// Puts a position (of 100) and a text on the first or second progress line of the caller's screen.
 void ShowProgress(int line, int percent, const char* text);

@@ -79,13 +79,12 @@ bool sendBody(int socket, const char* bytes, int n) {
   return true;
 }
 
-// True once there is something to read, within the session's rounds.
-bool waitToRead(int socket) {
-  for (int round = 0; round <= netglb->m_timeout / kRoundSeconds; ++round) {
-    const int ready = networkSystem.wait(socket, false, kRoundSeconds);
-    if (ready != 0) return ready > 0;
-  }
-  return false;
+// 1 once there is something to read, 0 when the session's rounds are over, -1 when the line failed.
+int waitToRead(int socket) {
+  int ready = 0;
+  for (int round = 0; ready == 0 && round <= netglb->m_timeout / kRoundSeconds; ++round)
+    ready = networkSystem.wait(socket, false, kRoundSeconds);
+  return ready;
 }
 
 // Nothing of the request that was built in the buffer is taken for a reply.
@@ -163,11 +162,12 @@ int ReadExact(int socket, void*, int n, int body) {
   // Put together aside: until all of it is there the buffer keeps what it has.
   char bytes[kLargestFrame];
   for (int got = 0; got < n;) {
-    if (!waitToRead(socket)) {
-      if (got != 0) return 1;
+    const int ready = waitToRead(socket);
+    if (ready == 0 && got == 0) {
       enterNothingReceived(body);
       return 0;
     }
+    if (ready <= 0) return 1;
     const int piece = std::min(n - got, std::max(netglb->r_mtu, 1));
     const ssize_t received = networkSystem.recv(socket, bytes + got, static_cast<std::size_t>(piece));
     if (received < 1) return 1;

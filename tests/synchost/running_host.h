@@ -123,6 +123,7 @@ class RunningHost {
     process_ = -1;
     return WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
   }
+  pid_t process() const { return process_; }
   void askToEnd() const { kill(process_, SIGTERM); }
   std::string told() const { return readFile(told_); }
   /// Its memory now, in KiB.
