@@ -12,8 +12,8 @@
 #include "support/failing_system.h"
 #include "support/store_load.h"
 #include "sync/system.h"
-#include "sync/tables_fixture.h"
 #include "synchost/open_sql.h"
+#include "synchost/real_device.h"
 #include "synchost/running_host.h"
 #include "synchost/store.h"
 
@@ -131,8 +131,7 @@ class DisturbedSessions : public testing::TestWithParam<Way> {
     store_.putDevice({"desk", "", true});
     store_.putImage("logo.bmp", Blob(700, 'x'));
     store_.commit();
-    for (const char* marker : {"zlibce.dll", "selfinst.exe"}) writeFile(marker, "");
-    std::filesystem::create_directory("desk");
+    makeDevice("desk");
     start();
   }
   void create(const char* name, const char* index, char type, Direction direction) {
@@ -168,28 +167,18 @@ class DisturbedSessions : public testing::TestWithParam<Way> {
     return rows;
   }
 
-  /// In a process of the device's, in its directory; `body` returns the exit status.
   ChildResult atDesk(const std::function<int()>& body) {
-    return runChild([&] {
-      if (chdir("desk") != 0) _exit(98);
-      __BeginGlobal();
-      const int status = body();
-      std::fflush(stdout);
-      _exit(status);
-    });
+    return runChild([&] { workAsDevice("desk", body); });
   }
   ChildResult session(const std::function<void()>& disturb) {
     now.host = host_->process();
     return atDesk([&] {
       disturbLine();
       disturb();
-      SetApplicationDirectory("..");
       const auto start = std::chrono::steady_clock::now();
-      const Obj_Node* code =
-          __DoSync(text("A"), text("127.0.0.1"), number(host_->port), number(20), text("desk"), text("G"));
+      const bool succeeded = synchronise("desk", host_->port);
       now.microseconds = static_cast<unsigned>((std::chrono::steady_clock::now() - start) / std::chrono::microseconds(1));
-      closeAll();
-      return code->objData.mdbl == 0 && vorne::SessionResult() == 0 ? 0 : 1;
+      return succeeded ? 0 : 1;
     });
   }
   void cleanSession() {
@@ -202,12 +191,7 @@ class DisturbedSessions : public testing::TestWithParam<Way> {
     const int from = sold_;
     sold_ += sales;
     ASSERT_EQ(atDesk([&] {
-                for (int sale = from; sale < sold_; ++sale) {
-                  use("SALES");
-                  __DBAPPEND();
-                  set("CODE", "'" + std::to_string(sale) + "'"), set("NAME", "'a sale'");
-                  __Commit();
-                }
+                for (int sale = from; sale < sold_; ++sale) addRow("SALES", std::to_string(sale), "a sale");
                 closeAll();
                 return 0;
               }).status,

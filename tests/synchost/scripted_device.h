@@ -83,7 +83,6 @@ class ScriptedDevice {
   std::map<std::string, Table> tables;
   std::map<std::string, std::string> images;
   std::map<std::string, std::size_t> received;  // records, by table
-  bool onlyCounts = false;                      // keeps none of them
   std::vector<std::string> tasks;               // of the last session, as "1 GOODS T"
   std::size_t largestFrame = 0, packetRows = 2;
 
@@ -131,7 +130,6 @@ class ScriptedDevice {
     const auto packet = vorne::ParseReceived(body);
     if (!packet) throw std::runtime_error("no packet");
     received[name] += packet->records;
-    if (onlyCounts) return;
     std::vector<char> content(12288);
     content.resize(vorne::Inflate(packet->data, content));
     if (content.empty()) content.assign(packet->data.begin(), packet->data.end());
