@@ -24,6 +24,7 @@ class Inspection {
     std::string name;
     std::optional<IndexDescription> told;
     std::size_t entries;
+    std::size_t entriesSeen;  // of which it is sure
     std::uint32_t info;  // bytes of its description
     bool isBlank;        // with nothing in them
     bool hasHead;        // the file's header can be one
