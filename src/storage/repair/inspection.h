@@ -25,9 +25,9 @@ class Inspection {
     std::optional<IndexDescription> told;
     std::size_t entries;
     std::size_t entriesSeen;  // of which it is sure
-    std::uint32_t info;  // bytes of its description
-    bool isBlank;        // with nothing in them
-    bool hasHead;        // the file's header can be one
+    std::uint32_t info;       // bytes of its description
+    bool isBlank;             // with nothing in them
+    bool hasHead;             // the file's header can be one
   };
   // A database that is not there any more.
   struct Gone {
