@@ -63,6 +63,14 @@ std::uint32_t settledType(UInt32 place) {
   return told;
 }
 
+// The catalogue entry of the database whose offsets file has that name in capitals, 0 for none.
+UInt32 ownerOfOffsets(const std::string& folded) {
+  const std::string_view suffix = kOffsetsSuffix;
+  if (!folded.ends_with(suffix)) return 0;
+  const UInt32 owner = CatalogEntryOf(std::string_view(folded).substr(0, folded.size() - suffix.size()));
+  return owner != 0 && HasOffsets(owner) ? owner : 0;
+}
+
 }  // namespace
 
 bool RemoveFiles(std::string_view name) {
@@ -102,17 +110,15 @@ bool IsOfType(UInt32 entry, std::uint32_t type) {
   return CatalogEntryAt(entry).type == type || settledType(entry) == type;
 }
 
-UInt32 OwnerOfOffsets(const std::string& folded) {
-  const std::string_view suffix = kOffsetsSuffix;
-  if (!folded.ends_with(suffix)) return 0;
-  const UInt32 owner = CatalogEntryOf(std::string_view(folded).substr(0, folded.size() - suffix.size()));
-  return owner != 0 && HasOffsets(owner) ? owner : 0;
-}
-
-void LogClash(std::string_view name, UInt32 other) {
+Err CheckNewName(std::string_view name, bool hasOffsets) {
+  if (!IsDatabaseName(name)) return errArgument;
+  const std::string folded = FoldedName(name);
+  const UInt32 owner = ownerOfOffsets(folded), taken = hasOffsets ? CatalogEntryOf(OffsetsName(folded)) : 0;
+  if (owner == 0 && taken == 0) return errNone;
   Logar(Message("O banco %s não pode ter este nome: um arquivo seria também do banco %s"_l1, std::string(name).c_str(),
-                std::string(CatalogEntryName(other)).c_str())
+                std::string(CatalogEntryName(owner != 0 ? owner : taken)).c_str())
             .c_str());
+  return owner != 0 ? errArgument : errAlreadyExists;
 }
 
 bool MakeDataFile(std::string_view name, std::uint32_t type) {

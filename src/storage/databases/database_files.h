@@ -28,10 +28,10 @@ bool HasOffsets(UInt32 entry);
 /// True when the database of that catalogue entry has the type code. Another one that is not of its data file's kind is
 /// not believed when the file tells one: it is put right, told in the log.
 bool IsOfType(UInt32 entry, std::uint32_t type);
-/// The catalogue entry of the database whose offsets file has that name in capitals, 0 for none.
-UInt32 OwnerOfOffsets(const std::string& folded);
-/// Tells in the log why a name cannot be: a database of that name would have a file in common with another one.
-void LogClash(std::string_view name, UInt32 other);
+/// Whether a database can have that name: not when one of its files would be another database's too, which is told in
+/// the log. Asked before anything of that name is touched.
+/// @param hasOffsets whether it will have an offsets file
+Err CheckNewName(std::string_view name, bool hasOffsets);
 /// Makes the data file of a database without records; one that is there keeps what lies behind its header.
 bool MakeDataFile(std::string_view name, std::uint32_t type);
 /// Error 11, told in the log.

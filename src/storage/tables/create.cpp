@@ -158,6 +158,9 @@ Obj_Node* __DBCREATE(Obj_Node* name, Obj_Node* structure, Obj_Node*) {
 
   const std::string memoName = capitals + kMemoSuffix;
   if (memo && DmFindDatabase(0, memoName.c_str()) != 0) __RuntimeError(3, kNotOpened);
+  // Before anything makes room: a file of that name may be the offsets file of another table, which is in use.
+  if (CheckNewName(capitals, true) != errNone || (memo && CheckNewName(memoName, true) != errNone))
+    __RuntimeError(3, kNotOpened);
   // Told before anything is there: an error from here on takes back what has been made by then.
   const Making making(capitals);
   std::optional<Making> makingMemo;
