@@ -7,6 +7,7 @@
 //
 // Run: bench_sync [--dir DIR] [--rows N] [--rounds N]   (defaults /var/tmp, 500000 and 3)
 #include <arpa/inet.h>
+#include <malloc.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
@@ -14,10 +15,12 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "builtins/vornefun.h"
@@ -353,20 +356,35 @@ void Up(const Options& options) {
   PrintRows(rows, options.rows);
 }
 
+/// The most that `work` had of it at a time, in KiB; looked at every few milliseconds.
+template <class Work>
+long AnonymousPeak(Work work) {
+  ::malloc_trim(0);
+  const long before = AnonymousKilobytes();
+  std::atomic<long> most = before;
+  std::atomic<bool> isOver = false;
+  std::thread watcher([&] {
+    for (; !isOver; std::this_thread::sleep_for(std::chrono::milliseconds(3)))
+      most = std::max(most.load(), AnonymousKilobytes());
+  });
+  work();
+  isOver = true;
+  watcher.join();
+  return most - before;
+}
+
 void Memory(const Options& options) {
-  std::printf("\nmemory of a session that receives and applies:");
+  std::printf("\nmost memory of a session:\n");
   for (const std::uint32_t rows : {options.rows / 10, options.rows}) {
     const Host down({{1, "ITEMS", rows, 'T', Frames(host::packets(Records(0, rows), 1'000'000))}});
-    host::receiveCatalogue({kIndexed});
-    const long before = AnonymousKilobytes();
-    Receive(down.port);
-    const long received = AnonymousKilobytes() - before;
-    Apply(rows);
-    std::printf(" %u rows %ld KiB, with two indexes made anew %ld KiB;", rows, received,
-                AnonymousKilobytes() - before);
-    Drop();
+    for (const host::Table& table : {kPlain, kIndexed}) {
+      host::receiveCatalogue({table});
+      const long receiving = AnonymousPeak([&] { Receive(down.port); }), applying = AnonymousPeak([&] { Apply(rows); });
+      std::printf("  %7u rows%s: receiving %ld KiB, applying %ld KiB\n", rows,
+                  table.indexes.empty() ? "" : ", two indexes", receiving, applying);
+      Drop();
+    }
   }
-  std::printf("\n");
 }
 
 }  // namespace
