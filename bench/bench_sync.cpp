@@ -76,7 +76,7 @@ std::string Frames(const std::vector<std::string>& packets) {
 // ----- the host
 
 struct Task {
-  char code;         // 1 down, 2 up
+  char code;  // 1 down, 2 up
   std::string name;
   std::uint32_t rows = 0;
   char type = 'T';
@@ -109,7 +109,9 @@ void Serve(int socket, const std::vector<Task>& tasks) {
     const std::string operands(body + 3, size - 3u);
     switch (static_cast<vorne::Request>(body[2])) {
       case vorne::Request::Login:
-        SendAll(socket, Reply("\x0D" "6.0.0" + std::string(1, '\0') + "p\xFA"));
+        SendAll(socket, Reply("\x0D"
+                              "6.0.0" +
+                              std::string(1, '\0') + "p\xFA"));
         break;
       case vorne::Request::CountTasks:
         SendAll(socket, Reply("\x0D" + std::to_string(tasks.size()) + '\0'));
@@ -276,9 +278,12 @@ void Down(const Options& options) {
   const Host down({{1, "ITEMS", options.rows, 'T', frames}});
   std::printf("%u rows: %zu packets, %.1f MB on the line\n", options.rows, packets.size(),
               static_cast<double>(frames.size()) / 1e6);
-  std::vector<Row> rows{{"receiving, beside a copy alone"},       {"receiving, beside all of the floor"},
-                        {"applying, into no table"},              {"applying, over as many rows"},
-                        {"applying, into no table, two indexes"}, {"applying, over as many rows, two indexes"},
+  std::vector<Row> rows{{"receiving, beside a copy alone"},
+                        {"receiving, beside all of the floor"},
+                        {"applying, into no table"},
+                        {"applying, over as many rows"},
+                        {"applying, into no table, two indexes"},
+                        {"applying, over as many rows, two indexes"},
                         {"receiving and applying"}};
   for (int round = 0; round < options.rounds; ++round) {
     std::string copied;
@@ -303,8 +308,7 @@ void Down(const Options& options) {
 void Merge(const Options& options) {
   const std::uint32_t merged = options.rows / 5, there = options.rows * 2;
   // Half of them are there, with other prices; half are new.
-  const std::vector<std::string> packets =
-      host::packets(Records(there - merged / 2, there + merged / 2, 1), 1'000'000);
+  const std::vector<std::string> packets = host::packets(Records(there - merged / 2, there + merged / 2, 1), 1'000'000);
   const std::vector<std::string> whole = host::packets(Records(0, there), 1'000'000);
   Row row{"merging " + std::to_string(merged) + " into " + std::to_string(there) + ", two indexes"};
   for (int round = 0; round < options.rounds; ++round) {

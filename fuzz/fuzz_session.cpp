@@ -67,7 +67,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const auto text = [](const char* content) { return __INIT_CHARPTR(content); };
   // Twice, as the store does the next day: what the first one left is taken up.
   for (int session = 0; session < 2; ++session) {
-    if (session == 1) host.script = ScriptedHost().welcome().reply("0").script;
+    if (session == 1) {
+      host.script.clear();
+      host.welcome().reply("0");
+    }
     __DoSync(text("A"), text("host"), __INIT_DOUBLE(7000), __INIT_DOUBLE(20), text("DEV"), text("GROUP"));
   }
   __EndGlobal();

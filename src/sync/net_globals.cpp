@@ -34,7 +34,8 @@ int __VerifyNetGlb() {
   netglb->r_mtu = netglb->s_mtu = kPiece;
   netglb->m_type_sync = '2';
   netglb->m_timeout = kDefaultTimeout;
-  hooks.closeNetwork = LiberarComBuffs;
+  // A session's own ending frees these buffers too.
+  if (hooks.closeNetwork == nullptr) hooks.closeNetwork = LiberarComBuffs;
   KeepMessageLogIn(&netglb->mlogfile);
   return 1;
 }

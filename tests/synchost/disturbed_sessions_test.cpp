@@ -104,8 +104,7 @@ const Way kWays[] = {
        failing::install("kill", now.files);
      },
      false},
-    {"kill at any time", timePassed,
-     [](unsigned place) { load::endIn(std::chrono::microseconds(place + 1)); }, false},
+    {"kill at any time", timePassed, [](unsigned place) { load::endIn(std::chrono::microseconds(place + 1)); }, false},
     {"full disk", filesCalled,
      [](unsigned place) {
        now.files = {place, true};
@@ -177,7 +176,8 @@ class DisturbedSessions : public testing::TestWithParam<Way> {
       disturb();
       const auto start = std::chrono::steady_clock::now();
       const bool succeeded = synchronise("desk", host_->port);
-      now.microseconds = static_cast<unsigned>((std::chrono::steady_clock::now() - start) / std::chrono::microseconds(1));
+      now.microseconds =
+          static_cast<unsigned>((std::chrono::steady_clock::now() - start) / std::chrono::microseconds(1));
       return succeeded ? 0 : 1;
     });
   }

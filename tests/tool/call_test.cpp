@@ -178,7 +178,8 @@ TEST_F(Call, ExplainsItselfOnEveryLevel) {
   EXPECT_EQ(run({"help", "sell"}).status, 2);
   const Ran wrong = run({"sell", "--json"});
   EXPECT_EQ(wrong.status, 2);
-  EXPECT_THAT(wrong.err, HasSubstr("there is no verb \"sell\"; the verbs are call, commands, sale, db, sync, synchost, help.\n"));
+  EXPECT_THAT(wrong.err,
+              HasSubstr("there is no verb \"sell\"; the verbs are call, commands, sale, db, sync, synchost, help.\n"));
   EXPECT_EQ(nlohmann::json::parse(wrong.out)["error"]["cause"], "near to it: call, sale");
   EXPECT_EQ(run({}).status, 2);
   EXPECT_THAT(run({"--jsn", "commands"}).err, HasSubstr("near to it: --json\n  next: `tellira commands --help`"));
