@@ -26,6 +26,8 @@ struct ScreenBackEnd {
   bool (*form)(const char* title, std::span<FormField> fields, const char* ok, const char* cancel);
   /// Shows `count` lines, each by its number from 0.
   void (*lines)(const char* title, int count, std::string (*line)(int number));
+  /// A signal came while a session waits for its host: the terminal may have another size now.
+  void (*interrupted)();
 };
 
 /// Shows nothing of the progress; asks on the standard streams, and prints forms without asking for input.

@@ -45,7 +45,7 @@ void printLines(const char* title, int count, std::string (*line)(int number)) {
 }  // namespace
 
 const ScreenBackEnd vorne::kTextScreen = {
-    [](int, int, const char*) {}, [](const char*) {}, [](const char*) {}, askOnStreams, printForm, printLines};
+    [](int, int, const char*) {}, [](const char*) {}, [](const char*) {}, askOnStreams, printForm, printLines, [] {}};
 ScreenBackEnd vorne::screen = kTextScreen;
 
 void __MsgStop(Obj_Node* message, Obj_Node* title) {

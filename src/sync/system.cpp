@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <chrono>
 
+#include "screen/back_end.h"
 #include "storage/files/descriptor.h"
 
 namespace vorne {
@@ -83,6 +84,7 @@ int waitFor(int socket, bool toWrite, int seconds) {
     const int ready = ::poll(&waiting, 1, left > 0 ? static_cast<int>(left) : 0);
     if (ready >= 0) return ready;
     if (errno != EINTR) return -1;
+    screen.interrupted();
   }
 }
 

@@ -35,6 +35,7 @@ jsonschema.Draft202012Validator.check_schema(schema)
 jsonschema.Draft202012Validator(schema).validate(answer)
 # A schema that takes anything would prove nothing: without a member that it requires no answer may pass.
 subject = answer[0] if isinstance(answer, list) else answer
+assert subject
 for member in schema.get("items", schema).get("required", []):
     broken = {key: value for key, value in subject.items() if key != member}
     assert not jsonschema.Draft202012Validator(schema).is_valid([broken] if isinstance(answer, list) else broken), member
@@ -76,3 +77,26 @@ echo paper >DB/notes.txt
 printf x | dd of=DB/GOODS bs=1 seek=20000 conv=notrunc 2>/dev/null
 printf x | dd of=DB/BYCODE bs=1 seek=1 conv=notrunc 2>/dev/null
 valid db-check 1 db check --json
+# A host of one device, which is served once.
+host=$(dirname "$tool")/tellira-synchost
+if [ -x "$host" ]; then
+  "$host" table create GOODS2 CODE:C:8 --index BYCODE2:CODE
+  "$host" device add PDV-001
+  echo CODE,A | tr , '\n' | "$host" import GOODS2 -
+  "$host" --listen 127.0.0.1:0 2>listening &
+  serving=$!
+  trap 'kill $serving' EXIT
+  while ! grep -q '^listening' listening; do
+    kill -0 $serving
+    sleep 0.1
+  done
+  port=$(sed -n 's/^listening on 127.0.0.1:\([0-9]*\).*/\1/p' listening)
+  "$tool" sync config --host 127.0.0.1 --port "$port" --device PDV-001 2>/dev/null >&2
+  valid synchost-status 0 synchost status --json
+  valid sync-config 0 sync config --json
+  valid sync-tasks 0 sync --dry-run --json
+  valid sync 0 sync --json
+  valid sync-log 0 sync log --json
+  valid synchost-status 0 synchost status --json
+  valid sync 1 sync --json --device PDV-002
+fi

@@ -238,7 +238,7 @@ TerminalScreen::TerminalScreen() {
   nodelay(stdscr, TRUE);
   set_escdelay(25);
   curs_set(0);
-  vorne::screen = {showProgress, showState, showInformation, ask, form, showLines};
+  vorne::screen = {showProgress, showState, showInformation, ask, form, showLines, drawAndListen};
 }
 
 TerminalScreen::~TerminalScreen() {

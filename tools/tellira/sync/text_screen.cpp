@@ -1,6 +1,11 @@
 #include "sync/text_screen.h"
 
+#include <unistd.h>
+
 #include <array>
+#include <cstring>
+#include <iostream>
+#include <string>
 
 #include "edge/console.h"
 #include "screen/back_end.h"
@@ -26,6 +31,15 @@ void tellProgress(int line, int percent, const char* text) {
   note(line == 1 ? std::to_string(percent) + "% " + std::string(trimmed(shown)) : "  " + std::string(trimmed(shown)));
 }
 
+// Where nobody is there to answer, the next session tries again.
+bool ask(const char* question, const char*) {
+  if (::isatty(STDIN_FILENO) != 1 || ::isatty(STDERR_FILENO) != 1) return false;
+  note(utf8FromLatin1(question) + " (S/N)");
+  std::string answer;
+  std::getline(std::cin, answer);
+  return !answer.empty() && std::strchr("SsYy", answer[0]) != nullptr;
+}
+
 }  // namespace
 
 TextScreen::TextScreen() {
@@ -33,8 +47,7 @@ TextScreen::TextScreen() {
   vorne::screen = vorne::kTextScreen;
   vorne::screen.progress = tellProgress;
   vorne::screen.state = tellLine;
-  // Nobody may be there to answer: the next session tries again.
-  vorne::screen.ask = [](const char*, const char*) { return false; };
+  vorne::screen.ask = ask;
 }
 
 TextScreen::~TextScreen() {
