@@ -128,6 +128,9 @@ TEST_F(DbRepair, FindsWhatIsLostAndRepairsTheRest) {
       {{{"T", place(5, 2), "555555"}}, 3, "T 5: field CODE holds a text of 8|T 5: field PRICE|T 5: field SINCE", "*"},
       {{{"T", place(2, 24), "?"}}, 0, "T 2: its deletion mark is missing"},
       {{{"T", 16, std::string(4, '\0')}}, 0, "T: its header says 0 bytes used"},
+      {{{"T", records[4] + 2, std::string("\0\xD7", 2)}, {"X", 8, "\xC8" + std::string(11, '\0')}},
+       0,
+       "T 5: its header says 55040|X 6: its header is empty|X: the index does not match its table: it has 200 entries"},
   };
   const std::filesystem::path sound = directory / "sound";
   std::filesystem::rename(directory / "DB", sound);
