@@ -180,6 +180,10 @@ TEST_F(Tables, RefuseWhatIsWrong) {
   EXPECT_TRUE(create(withMemo.c_str(), "{{'A','M',1,0}}") && use(withMemo.c_str()));
   EXPECT_RUNTIME_ERROR(create(tooLong.c_str(), "{{'A','C',1,0}}"), 37);
   EXPECT_RUNTIME_ERROR(create(longest.c_str(), "{{'A','M',1,0}}"), 37);
+  // Another table's offsets file stays in its place meanwhile.
+  EXPECT_RUNTIME_ERROR(create("C_OS", "{{'A','C',1,0}}"), 40);
+  EXPECT_THAT(readFile("saida.txt"), testing::HasSubstr("C_OS n\xE3o pode ter este nome"));
+  EXPECT_THAT(readFile("saida.txt"), testing::Not(testing::HasSubstr("c\xF3pia guardada")));
   __DB_CloseArea();
   use("C");
   EXPECT_RUNTIME_ERROR(use("NONE"), 53);

@@ -35,24 +35,12 @@ bool isOffsetsFile(const std::string& name) {
   return header && header->Type == 0 && CatalogEntryOf(name) == 0;
 }
 
-// The application information; empty when it cannot be read.
-std::string blockInFile(const std::string& name, const FileHeader& header) {
-  // Damage can say any length; descriptions are far shorter.
-  constexpr UInt32 kLongestBlock = 1 << 20;
-  std::string bytes(kHeaderSize + std::min(header.AppInfoLen, kLongestBlock), '\0');
-  const int file = OpenFile(PathOf(name).c_str(), O_RDONLY | O_NONBLOCK);
-  if (file < 0) return {};
-  const ssize_t read = fileSystem.read(file, bytes.data(), bytes.size());
-  fileSystem.close(file);
-  return read == std::ssize(bytes) ? bytes.substr(kHeaderSize) : std::string();
-}
-
 std::uint32_t settledType(UInt32 place) {
   DatabaseHdrType entry = CatalogEntryAt(place);
   const std::string name(CatalogEntryName(place));
   const FileHeader header = HeaderInFile(name).value_or(FileHeader{});
   if (KindOfType(entry.type) == header.Type) return entry.type;
-  const std::uint32_t told = ToldType(header, name, blockInFile(name, header));
+  const std::uint32_t told = ToldType(header, name, BlockInFile(name, header));
   if (told == 0) return entry.type;
   Logar(Message("%s: código de tipo corrigido de 0x%08lX para 0x%08lX"_l1, name.c_str(),
                 static_cast<unsigned long>(entry.type), static_cast<unsigned long>(told))
@@ -63,7 +51,26 @@ std::uint32_t settledType(UInt32 place) {
   return told;
 }
 
+// The catalogue entry of the database whose offsets file has that name in capitals, 0 for none.
+UInt32 ownerOfOffsets(const std::string& folded) {
+  const std::string_view suffix = kOffsetsSuffix;
+  if (!folded.ends_with(suffix)) return 0;
+  const UInt32 owner = CatalogEntryOf(std::string_view(folded).substr(0, folded.size() - suffix.size()));
+  return owner != 0 && HasOffsets(owner) ? owner : 0;
+}
+
 }  // namespace
+
+std::string BlockInFile(const std::string& name, const FileHeader& header) {
+  // Damage can say any length; descriptions are far shorter.
+  constexpr UInt32 kLongestBlock = 1 << 20;
+  std::string bytes(kHeaderSize + std::min(header.AppInfoLen, kLongestBlock), '\0');
+  const int file = OpenFile(PathOf(name).c_str(), O_RDONLY | O_NONBLOCK);
+  if (file < 0) return {};
+  const ssize_t read = fileSystem.read(file, bytes.data(), bytes.size());
+  fileSystem.close(file);
+  return read == std::ssize(bytes) ? bytes.substr(kHeaderSize) : std::string();
+}
 
 bool RemoveFiles(std::string_view name) {
   if (!DeleteFile(PathOf(name).c_str()) && !HasVanished(name)) return false;
@@ -102,17 +109,15 @@ bool IsOfType(UInt32 entry, std::uint32_t type) {
   return CatalogEntryAt(entry).type == type || settledType(entry) == type;
 }
 
-UInt32 OwnerOfOffsets(const std::string& folded) {
-  const std::string_view suffix = kOffsetsSuffix;
-  if (!folded.ends_with(suffix)) return 0;
-  const UInt32 owner = CatalogEntryOf(std::string_view(folded).substr(0, folded.size() - suffix.size()));
-  return owner != 0 && HasOffsets(owner) ? owner : 0;
-}
-
-void LogClash(std::string_view name, UInt32 other) {
+Err CheckNewName(std::string_view name, bool hasOffsets) {
+  if (!IsDatabaseName(name)) return errArgument;
+  const std::string folded = FoldedName(name);
+  const UInt32 owner = ownerOfOffsets(folded), taken = hasOffsets ? CatalogEntryOf(OffsetsName(folded)) : 0;
+  if (owner == 0 && taken == 0) return errNone;
   Logar(Message("O banco %s não pode ter este nome: um arquivo seria também do banco %s"_l1, std::string(name).c_str(),
-                std::string(CatalogEntryName(other)).c_str())
+                std::string(CatalogEntryName(owner != 0 ? owner : taken)).c_str())
             .c_str());
+  return owner != 0 ? errArgument : errAlreadyExists;
 }
 
 bool MakeDataFile(std::string_view name, std::uint32_t type) {

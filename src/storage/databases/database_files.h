@@ -12,6 +12,9 @@ namespace vorne {
 std::string PathOf(std::string_view name);
 /// True when there is no such file: one that cannot be looked at just now has not vanished.
 bool HasVanished(std::string_view name);
+/// The application information behind a data file's header as it lies there, of a database that need not be open; empty
+/// when it cannot be read.
+std::string BlockInFile(const std::string& name, const FileHeader& header);
 /// Removes a database's files. False when the data file stays: without it a database is gone, an offsets file alone is
 /// nothing.
 bool RemoveFiles(std::string_view name);
@@ -28,10 +31,10 @@ bool HasOffsets(UInt32 entry);
 /// True when the database of that catalogue entry has the type code. Another one that is not of its data file's kind is
 /// not believed when the file tells one: it is put right, told in the log.
 bool IsOfType(UInt32 entry, std::uint32_t type);
-/// The catalogue entry of the database whose offsets file has that name in capitals, 0 for none.
-UInt32 OwnerOfOffsets(const std::string& folded);
-/// Tells in the log why a name cannot be: a database of that name would have a file in common with another one.
-void LogClash(std::string_view name, UInt32 other);
+/// Whether a database can have that name: not when one of its files would be another database's too, which is told in
+/// the log. Asked before anything of that name is touched.
+/// @param hasOffsets whether it will have an offsets file
+Err CheckNewName(std::string_view name, bool hasOffsets);
 /// Makes the data file of a database without records; one that is there keeps what lies behind its header.
 bool MakeDataFile(std::string_view name, std::uint32_t type);
 /// Error 11, told in the log.

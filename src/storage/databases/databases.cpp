@@ -18,26 +18,12 @@
 
 using namespace vorne;
 
-namespace {
-
-// Whether a database can have that name. What is in the way is told in the log, should it have another name.
-Err checkName(std::string_view name, bool hasOffsets) {
-  if (!IsDatabaseName(name)) return errArgument;
-  const std::string folded = FoldedName(name);
-  const UInt32 owner = OwnerOfOffsets(folded), taken = hasOffsets ? CatalogEntryOf(OffsetsName(folded)) : 0;
-  if (owner == 0 && taken == 0) return errNone;
-  LogClash(name, owner != 0 ? owner : taken);
-  return owner != 0 ? errArgument : errAlreadyExists;
-}
-
-}  // namespace
-
 Err DmCreateDatabase(UInt16, const char* name, UInt32 creator, UInt32 type, Boolean) {
   if (name == nullptr) return errArgument;
   if (const Err failed = OpenCatalog()) return failed;
   // Not found may also mean that too many are: only the entry tells that it can be made.
   if (DmFindDatabase(0, name) != 0 || CatalogEntryOf(name) != 0) return errAlreadyExists;
-  if (const Err failed = checkName(name, KindOfType(type) == kVariableDatabase)) return failed;
+  if (const Err failed = CheckNewName(name, KindOfType(type) == kVariableDatabase)) return failed;
   DatabaseHdrType entry = {};
   std::string_view(name).copy(entry.name, kLongestName);
   GetLocalTime(&entry.creationDate);
@@ -111,7 +97,7 @@ Err rename(DmOpenRef db, const char* name) {
   DatabaseHdrType entry = CatalogEntryAt(db->fOffset);
   const UInt32 taken = CatalogEntryOf(to);
   if (taken != 0 && taken != db->fOffset) return errAlreadyExists;
-  if (const Err failed = checkName(to, HasOffsets(db->fOffset))) return failed;
+  if (const Err failed = CheckNewName(to, HasOffsets(db->fOffset))) return failed;
   // Zeros behind the name: the whole field is compared when entries are.
   std::memset(entry.name, 0, sizeof entry.name);
   std::memcpy(entry.name, to.data(), to.size());
