@@ -69,6 +69,7 @@ void Inspection::checkCatalog() {
   checkDatabases();
   checkIndexes();
   checkOrphans();
+  checkPutAway();
   finishCatalog();
 }
 

@@ -68,6 +68,7 @@ class Inspection {
 
   bool isKnown(const std::string& owner) const;
   void checkOrphans();
+  void checkPutAway();
   void takeAway(const std::string& database, const std::string& file, std::optional<std::uint64_t> records);
   void finishCatalog();
 
