@@ -239,6 +239,10 @@ bool sizeAndMap(pmymap map, std::int64_t oldSize, std::int64_t size, std::int64_
   return true;
 }
 
+bool isFull(int error) {
+  return error == ENOSPC || error == EDQUOT;
+}
+
 // Null when the file cannot be made as large as it must be, by `missing` bytes; errno tells why.
 // `asItIs`: a file that is shorter than its header says is used as far as it goes.
 pmymap tryToMap(const char* name, std::int64_t& missing, bool asItIs = false) {
@@ -259,6 +263,8 @@ pmymap tryToMap(const char* name, std::int64_t& missing, bool asItIs = false) {
   if (!sizeAndMap(map.get(), fileSize, size, sizes.used)) {
     const int failure = errno;
     map.reset();
+    // A file that was cut behind its used bytes lacks nothing: no full disk keeps it shut.
+    if (isFull(failure) && header.szmap >= kHeaderSize && sizes.used <= fileSize) return tryToMap(name, missing, true);
     errno = failure;
     return nullptr;
   }
@@ -269,10 +275,6 @@ pmymap tryToMap(const char* name, std::int64_t& missing, bool asItIs = false) {
     flushHeader(*map);
   }
   return map.release();
-}
-
-bool isFull(int error) {
-  return error == ENOSPC || error == EDQUOT;
 }
 
 }  // namespace

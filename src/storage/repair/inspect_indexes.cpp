@@ -105,7 +105,7 @@ void Inspection::settleIndex(const FoundIndex& index) {
   if (!index.told)
     return dropIndex(index.name,
                      "its description cannot be read, nor told from its entries; " + howToCreate("TABLE", index.name));
-  takeAway(index.told->table, index.name, index.entries);
+  takeAway(index.told->table, index.name, index.entriesSeen);
   removals_.push_back(index.name);
 }
 

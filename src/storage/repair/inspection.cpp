@@ -11,6 +11,19 @@
 
 namespace vorne {
 
+namespace {
+
+// Entries that say so themselves: a damaged index may be taken to have as many as its file has room for.
+std::size_t entriesSeen(const DatabaseFiles& files, const DatabaseState& state) {
+  const std::vector<std::uint32_t>& places = state.records.places;
+  if (state.records.damaged == 0) return places.size();
+  return static_cast<std::size_t>(std::count_if(places.begin(), places.end(), [&files](std::uint32_t place) {
+    return IsPlainRecord(files.data.bytes(), place);
+  }));
+}
+
+}  // namespace
+
 Inspection::Inspection(const std::string& directory, const CheckOptions& options, bool repairs)
     : directory_(directory + kDataDirectory),
       options_(options),
@@ -90,7 +103,7 @@ void Inspection::checkDatabase(const DatabaseHdrType& entry) {
   const FileBytes block = SavedBlock(files, state.records);
   // Under another type code it belongs to no table, whatever its head names.
   if (entry.type == kTypeIndex && state.kind == kIndexDatabase)
-    indexes_.push_back({name, ToldIndex(files, state), state.records.places.size(),
+    indexes_.push_back({name, ToldIndex(files, state), state.records.places.size(), entriesSeen(files, state),
                         static_cast<std::uint32_t>(block.size()),
                         std::all_of(block.begin(), block.end(), [](char c) { return c == '\0'; }),
                         FileHeaderOf(files.data.bytes()).Version == 2});
@@ -135,8 +148,8 @@ TableContext Inspection::contextOf(const std::string& name) {
     if (index.entries == 0 || !index.told || FoldedName(index.told->table) != FoldedName(name)) continue;
     context.hasOthers = true;
     // One that waits for changes may still have entries of records that were packed away.
-    if (index.told->entriesWait || index.entries <= context.entries) continue;
-    context.entries = index.entries;
+    if (index.told->entriesWait || index.entriesSeen <= context.entries) continue;
+    context.entries = index.entriesSeen;
     context.witness = index.name;
   }
   return context;

@@ -24,9 +24,10 @@ class Inspection {
     std::string name;
     std::optional<IndexDescription> told;
     std::size_t entries;
-    std::uint32_t info;  // bytes of its description
-    bool isBlank;        // with nothing in them
-    bool hasHead;        // the file's header can be one
+    std::size_t entriesSeen;  // of which it is sure
+    std::uint32_t info;       // bytes of its description
+    bool isBlank;             // with nothing in them
+    bool hasHead;             // the file's header can be one
   };
   // A database that is not there any more.
   struct Gone {

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <numeric>
 #include <span>
 
@@ -18,6 +19,10 @@ constexpr std::uint32_t kRecordsAtOnce = 4096;
 std::int64_t timeOf(const std::string& path) {
   struct stat found = {};
   return ::stat(path.c_str(), &found) == 0 ? found.st_mtim.tv_sec * 1'000'000'000LL + found.st_mtim.tv_nsec : 0;
+}
+
+std::int64_t now() {
+  return std::chrono::nanoseconds(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
 /// Calls `take` with the records at these positions; false when some lie beyond the table's end.
@@ -37,10 +42,14 @@ bool takeRecords(vorne::TableReader& table, std::span<const std::uint32_t> posit
 
 }  // namespace
 
-Comings::Comings(const std::string& directory) : data_(directory + vorne::kDataDirectory), time_(timeOf(data_)) {}
+Comings::Comings(const std::string& directory)
+    : data_(directory + vorne::kDataDirectory), time_(timeOf(data_)), begun_(now()) {}
 
 bool Comings::arePossible() const {
-  return timeOf(data_) != time_ || vorne::IsInUse(data_);
+  // Clocks of file systems go in steps: what came a moment before may have the time of what comes now.
+  constexpr std::int64_t kTimeSteps = 20'000'000;
+  const std::int64_t time = timeOf(data_);
+  return time != time_ || std::abs(begun_ - time) < kTimeSteps || vorne::IsInUse(data_);
 }
 
 ReadTable openedToRead(const std::string& directory, const std::string& name, const std::string& index) {

@@ -23,14 +23,14 @@ class Comings {
 
  private:
   std::string data_;
-  std::int64_t time_;
+  std::int64_t time_, begun_;  // nanoseconds
 };
 
 /// What `look` returns. Beside a program it may fail for something that has come or gone at this instant: then it is
 /// called again.
 template <class Look>
 auto lookingAgain(const std::string& directory, Look look) {
-  constexpr int kLooks = 5;
+  constexpr int kLooks = 10;
   constexpr std::chrono::milliseconds kBetweenLooks{50};
   for (int left = kLooks - 1;; --left) {
     const Comings comings(directory);
