@@ -340,6 +340,29 @@ TEST_F(DbRepair, MakesRoomForATableWithoutLosingOneThatTheCatalogueLost) {
   }
 }
 
+// Whether the catalogue is lost, or names a file on a disk that is not there.
+TEST_F(DbRepair, TakesNoFileThatItDoesNotReadForMissing) {
+  const std::filesystem::path sound = directory / "sound", away = directory / "away";
+  std::filesystem::rename(directory / "DB", sound);
+  for (const bool isLost : {true, false})
+    for (const std::string file : {"T", "T_M", "X"}) {
+      SCOPED_TRACE(file + (isLost ? ", without a catalogue" : ""));
+      std::filesystem::remove_all(directory / "DB");
+      std::filesystem::copy(sound, directory / "DB");
+      if (isLost) remove({"catalog.plm", "catalog.bck"});
+      std::filesystem::rename(path(file), away);
+      std::filesystem::create_symlink(isLost ? "../away" : "nowhere", path(file));
+      const json told = report({"--repair", "--yes"}, 3);
+      EXPECT_THAT(problems(told), HasSubstr(file + ": it cannot be read: a symbolic link"));
+      EXPECT_EQ(told["lost"], 0);
+      // To a link that nothing asks for, a catalogue without it is whole.
+      report({"--repair", "--yes"}, isLost && file == "X" ? 0 : 3);
+      std::filesystem::rename(away, path(file));
+      report({"--repair", "--yes"}, 0);
+      EXPECT_EQ(ok({"export", "T", "--order", "X"}), rows());
+    }
+}
+
 TEST_F(DbRepair, MissesNoChangesThatALivingProgramHas) {
   patch("X", 84, "TIAW");
   const int program = open(path("catalog.plm").c_str(), O_RDONLY);
