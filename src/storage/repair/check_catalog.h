@@ -17,6 +17,8 @@ struct CatalogState {
   std::vector<DatabaseHdrType> gone;    ///< entries whose data files are missing
   std::vector<std::string> orphans;     ///< offsets files whose databases are missing, by the databases' names
   std::uint64_t lostEntries = 0;        ///< that name nothing, beyond those whose files were found
+  std::map<std::string, std::string> unread;  ///< files that may be databases and could not be looked at, and why
+  std::map<std::string, std::string> links;   ///< symbolic links without an entry, by their folded names
 };
 
 /// @param catalog the catalogue's file, without bytes when there is none

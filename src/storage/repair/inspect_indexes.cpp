@@ -28,7 +28,7 @@ std::optional<CheckedDatabase> Inspection::readAgain(const std::string& name, st
   if (std::find(interrupted_.begin(), interrupted_.end(), name) != interrupted_.end()) return {};
   progress_.allBytes += directory_.sizeOf(name) + directory_.sizeOf(OffsetsName(name));
   CheckedDatabase database{readDatabase(name), {}};
-  if (!database.files.data.error.empty() || !database.files.offsets.error.empty()) return {};
+  if (!isReadable(name, database.files.data) || !isReadable(OffsetsName(name), database.files.offsets)) return {};
   Findings data(name), offsets(OffsetsName(name));
   database.state = CheckDatabase(type, database.files, data, offsets);
   return database;
