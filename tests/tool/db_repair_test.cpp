@@ -352,6 +352,18 @@ TEST_F(DbRepair, TakesNoFileThatItDoesNotReadForMissing) {
     }
 }
 
+// A program that finds no index of the table in it appends without it.
+TEST_F(DbRepair, KnowsAnIndexWithADamagedNameBehindItsRecords) {
+  patch("X", 28, "U");
+  ok({"import", "T", "-"}, kHead + row(6));
+  const json told = report({}, 1);
+  EXPECT_EQ(problems(told),
+            "X: its description is damaged; by its entries it is an index of T with the key CODE,PRICE\n");
+  EXPECT_EQ(told["lost"], 0);
+  report({"--repair", "--yes"}, 0);
+  EXPECT_EQ(ok({"export", "T", "--order", "X"}), rows() + row(6));
+}
+
 TEST_F(DbRepair, MissesNoChangesThatALivingProgramHas) {
   patch("X", 84, "TIAW");
   const int program = open(path("catalog.plm").c_str(), O_RDONLY);
