@@ -108,6 +108,7 @@ TEST_F(DbRepair, FindsWhatIsLostAndRepairsTheRest) {
       {{{"T"}, {"T_OS"}, {"X"}, {"Y"}}, 8, "T: the table is gone; nothing tells|X: the ind", "*"},
       {{{"T"}, {"catalog.bck"}, {"catalog.plm", 20, std::string(88, '\0')}}, 11, "with it: X, Y, T_M, T_OS", "*"},
       {{{"T_M"}}, 6, "T 5: field NOTES holds memo text 5|T_M: the memo", "text 1|text 2|text 3|text 4|text 5"},
+      {{{"T_M"}, {"catalog.plm"}, {"catalog.bck"}}, 5, "T_M: the memo texts of", "text 1|text 2|text 3|text 4|text 5"},
       {{{"T_M", memos[1], zeros}}, 1, "T_M 2: its header is empty", "text 2"},
       {{{"T_M", 0, std::string(memos[0] + 12, '#')}}, 1, "T_M 1: its header", "text 1"},
       {{{"T_M", 0, std::string(memos[1] + 12, '\0')}}, 2, "T_M 1: its header is empty", "text 1|text 2"},
@@ -373,14 +374,18 @@ TEST_F(DbRepair, MissesNoChangesThatALivingProgramHas) {
   EXPECT_THAT(problems(report({}, 1)), HasSubstr("the program ended before it had all changes"));
 }
 
-TEST_F(DbRepair, ReadersLookAgainForAnIndexThatComesAndGoes) {
+TEST_F(DbRepair, ReadersLookAgainForWhatComesAndGoes) {
   std::thread writer([this] {
     const std::string db = TOOL " db ";
-    EXPECT_EQ(std::system(("cd " + directory.string() + "; for i in $(seq 20); do " + db + "index create T Z CODE && " +
-                           db + "index drop T Z || exit; done 2>said")
-                              .c_str()),
-              0);
+    EXPECT_EQ(
+        std::system(("cd " + directory.string() + "; for i in $(seq 20); do " + db + "index create T Z CODE && " + db +
+                     "index drop T Z && " + db + "create NEW A:M && " + db + "drop NEW --yes || exit; done 2>said")
+                        .c_str()),
+        0);
   });
-  for (int i = 0; i < 30; ++i) EXPECT_THAT(db({"seek", "T", "Z", "C1"}).err, Not(HasSubstr("cannot be read")));
+  for (int i = 0; i < 30; ++i) {
+    EXPECT_THAT(db({"seek", "T", "Z", "C1"}).err, Not(HasSubstr("cannot be read")));
+    EXPECT_EQ(db({"list"}).err, "");
+  }
   writer.join();
 }

@@ -6,6 +6,7 @@
 
 #include "db/db.h"
 #include "db/dictionary.h"
+#include "db/read_table.h"
 #include "db/words.h"
 #include "edge/console.h"
 #include "edge/json_text.h"
@@ -40,8 +41,8 @@ Json jsonOf(const vorne::StoredDatabase& database, std::size_t indexes) {
   return json;
 }
 
-/// A lost catalogue must not look like that of an empty directory, nor one begun anew like the whole.
-void noteUnnamed(const Dictionary& dictionary, const std::string& data) {
+/// Databases whose files are there and that the catalogue does not name.
+std::uint64_t unnamedIn(const Dictionary& dictionary, const std::string& data) {
   std::set<std::string> named;
   for (const vorne::StoredDatabase& database : dictionary.databases()) named.insert(database.name);
   std::uint64_t unnamed = 0;
@@ -51,6 +52,22 @@ void noteUnnamed(const Dictionary& dictionary, const std::string& data) {
     // Every table has an offsets file, and nothing else has one without a database.
     const bool isOffsets = file.ends_with(vorne::kOffsetsSuffix) && !named.contains(file);
     if (isOffsets && !named.contains(file.substr(0, file.size() - std::strlen(vorne::kOffsetsSuffix)))) ++unnamed;
+  }
+  return unnamed;
+}
+
+/// A lost catalogue must not look like that of an empty directory, nor one begun anew like the whole.
+void noteUnnamed(const Dictionary& dictionary, const std::string& directory) {
+  constexpr int kLooks = 5;
+  constexpr std::chrono::milliseconds kBetweenLooks{100};
+  const std::string data = directory + vorne::kDataDirectory;
+  std::uint64_t unnamed = unnamedIn(dictionary, data);
+  // Beside a program the files may have come, or gone, since the catalogue was read.
+  for (int look = 1; unnamed != 0 && look < kLooks; ++look) {
+    const Comings comings(directory);
+    unnamed = unnamedIn(Dictionary(directory), data);
+    if (unnamed == 0 || !comings.arePossible()) break;
+    std::this_thread::sleep_for(kBetweenLooks);
   }
   if (unnamed != 0)
     note("tellira: the catalogue does not name " + counted(unnamed, "database") + " whose files are in " + data +
@@ -73,7 +90,7 @@ int runList(const DbOptions& options, bool json) {
     printJson(list);
   else
     table.print();
-  noteUnnamed(dictionary, directory + vorne::kDataDirectory);
+  noteUnnamed(dictionary, directory);
   return kDone;
 }
 
