@@ -12,6 +12,7 @@
 #include "support/file_images.h"
 
 using nlohmann::json;
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
@@ -217,8 +218,13 @@ TEST_F(DbRepair, DescribesATableAnewOnceItsRecordsFit) {
   EXPECT_THAT(db(describe).err, HasSubstr("T is described so already"));
   EXPECT_THAT(db({"describe", "T", "A:C:6"}).err, HasSubstr("T has a description that its records fit"));
   patch("T", 92, std::string(50, '#'));
+  // Of one second, the tenth copies are later than the ninth.
+  for (const char* copies : {"repair-29990101_000000-9", "repair-29990101_000000-10"}) {
+    std::filesystem::create_directory(path(copies));
+    writeFile(path(copies) + "/T", before);
+  }
   EXPECT_THAT(problems(report({"--repair", "--yes"}, 1)),
-              HasSubstr("`tellira db describe T FIELD:TYPE:LEN[:DEC] ...`"));
+              AllOf(HasSubstr("`tellira db describe T FIELD:TYPE:LEN[:DEC] ...`"), HasSubstr("_000000-10\n")));
   const std::string damaged = readFile(path("T"));
   const Ran wrong = db({"describe", "T", "CODE:C:6", "SINCE:D", "NOTES:M"});
   EXPECT_EQ(wrong.status, 1);
@@ -265,6 +271,8 @@ TEST_F(DbRepair, NeverTakesATableOfWhichNothingIsLeftForSound) {
   remove({"T", "T_OS"});
   EXPECT_THAT(db({"create", "T", "A:C:3"}).err,
               HasSubstr("drop these memo texts of no table first (`tellira db drop T_M`)"));
+  writeFile(path("U_M_OS"), readFile(path("T_M_OS")));
+  EXPECT_EQ(db({"list"}).err, "") << "alone it is no database";
   ok({"drop", "T_M", "--yes"}), ok({"create", "T", "A:C:3"});
   ok({"import", "T", "-"}, "A\nx\n");
   remove({"catalog.plm", "catalog.bck"});
@@ -295,6 +303,9 @@ TEST_F(DbRepair, MakesRoomForATableWithoutLosingOneThatTheCatalogueLost) {
     for (; from < all.size(); ++from) EXPECT_EQ(readFile(latest() + "/" + all[from]), before[all[from]]) << all[from];
   };
   remove({"catalog.plm", "catalog.bck", "T_M"});
+  // Through a link, which leads to the same file from everywhere.
+  std::filesystem::rename(path("T"), directory / "T");
+  std::filesystem::create_symlink("../T", path("T"));
   std::filesystem::create_directory(path("T_M"));
   EXPECT_EQ(db({"create", "T", "A:M"}).status, 3);
   for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(readFile(path(all[i])), before[all[i]]) << all[i];

@@ -76,6 +76,7 @@ void Inspection::checkCatalog() {
   checkDatabases();
   checkIndexes();
   checkOrphans();
+  checkPutAway();
   finishCatalog();
 }
 

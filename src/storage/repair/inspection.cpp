@@ -155,17 +155,22 @@ TableContext Inspection::contextOf(const std::string& name) {
   return context;
 }
 
-// The latest one: of what an older one holds the user was told before.
+// The latest one: of what an older one holds the user was told before. Of one second, the tenth is the longer name.
 std::string Inspection::copiesOf(const std::string& name) const {
-  std::string copies;
+  std::string latest;
   const std::string prefix = kCopiesPrefix;
+  const auto isLater = [&latest](const std::string& other) {
+    constexpr std::size_t kStamp = sizeof kCopiesPrefix - 1 + sizeof "YYYYMMDD_HHMMSS" - 1;
+    const std::string_view stamp = std::string_view(other).substr(0, kStamp);
+    return !latest.starts_with(stamp) || other.size() >= latest.size();
+  };
   for (auto at = directory_.files().lower_bound(prefix); at != directory_.files().end(); ++at) {
     if (!at->first.starts_with(prefix)) break;
     struct stat found;
-    const std::string path = directory_.pathOf(at->first);
-    if (::lstat((path + "/" + name).c_str(), &found) == 0 && S_ISREG(found.st_mode)) copies = path;
+    const std::string path = directory_.pathOf(at->first) + "/" + name;
+    if (isLater(at->first) && ::lstat(path.c_str(), &found) == 0 && !S_ISDIR(found.st_mode)) latest = at->first;
   }
-  return copies;
+  return latest.empty() ? latest : directory_.pathOf(latest);
 }
 
 void Inspection::checkTable(const std::string& name, const DatabaseFiles& files, DatabaseState& state, Findings& data,
@@ -282,6 +287,17 @@ void Inspection::checkOrphans() {
     ++report_.lostDatabases;
     report_.lostRecords += gone.records.value_or(0);
     report_.lostMore = report_.lostMore || !gone.records;
+  }
+}
+
+// Of which nothing else may tell any more.
+void Inspection::checkPutAway() {
+  for (const auto& [name, copies] : PutAwayIn(directory_.path())) {
+    if (isKnown(name)) continue;
+    Findings findings(name);
+    findings.damage("it was put away for a new one of its name, which was not finished; move its files back from " +
+                    copies + ", then repair");
+    findings.tell(report_, false, true);
   }
 }
 

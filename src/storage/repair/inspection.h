@@ -71,6 +71,7 @@ class Inspection {
   bool isTaken(const std::string& name);
   bool isKnown(const std::string& owner);
   void checkOrphans();
+  void checkPutAway();
   void takeAway(const std::string& database, const std::string& file, std::optional<std::uint64_t> records);
   void finishCatalog();
 

@@ -177,9 +177,11 @@ Obj_Node* __DBCREATE(Obj_Node* name, Obj_Node* structure, Obj_Node*) {
   std::optional<Making> makingMemo;
   if (memo) makingMemo.emplace(memoName);
   // All of a table that the catalogue has lost, before the first of its files makes room.
-  std::vector<std::string> old = StrayIndexesOf(capitals);
-  old.insert(old.end(), {capitals, memoName});
-  if (CatalogEntryOf(memoName) != 0) old.pop_back();
+  // Itself first: once anything is away nothing of that name is here.
+  std::vector<std::string> old = {capitals};
+  if (CatalogEntryOf(memoName) == 0) old.push_back(memoName);
+  const std::vector<std::string> indexes = StrayIndexesOf(capitals);
+  old.insert(old.end(), indexes.begin(), indexes.end());
   const PutAway oldTable(old);
   if (!oldTable.isDone()) CannotCreate(capitals.c_str(), errno);
   std::unique_ptr<myAppInfoType, void (*)(myAppInfoType*)> table(NewTable(description), FreeTable);

@@ -49,9 +49,10 @@ std::uint64_t unnamedIn(const Dictionary& dictionary, const std::string& data) {
   std::error_code error;
   for (const auto& entry : std::filesystem::directory_iterator(data, error)) {
     const std::string file = entry.path().filename();
-    // Every table has an offsets file, and nothing else has one without a database.
-    const bool isOffsets = file.ends_with(vorne::kOffsetsSuffix) && !named.contains(file);
-    if (isOffsets && !named.contains(file.substr(0, file.size() - std::strlen(vorne::kOffsetsSuffix)))) ++unnamed;
+    if (!file.ends_with(vorne::kOffsetsSuffix) || named.contains(file)) continue;
+    // Every table has an offsets file, and nothing else has one; alone it is what a deletion may leave.
+    const std::string owner = file.substr(0, file.size() - std::strlen(vorne::kOffsetsSuffix));
+    if (!named.contains(owner) && std::filesystem::exists(data + "/" + owner, error)) ++unnamed;
   }
   return unnamed;
 }
