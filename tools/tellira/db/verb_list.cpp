@@ -58,17 +58,16 @@ std::uint64_t unnamedIn(const Dictionary& dictionary, const std::string& data) {
 }
 
 /// A lost catalogue must not look like that of an empty directory, nor one begun anew like the whole.
-void noteUnnamed(const Dictionary& dictionary, const std::string& directory) {
+/// @param comings made before the dictionary was
+void noteUnnamed(const Dictionary& dictionary, const std::string& directory, const Comings& comings) {
   constexpr int kLooks = 5;
   constexpr std::chrono::milliseconds kBetweenLooks{100};
   const std::string data = directory + vorne::kDataDirectory;
   std::uint64_t unnamed = unnamedIn(dictionary, data);
   // Beside a program the files may have come, or gone, since the catalogue was read.
-  for (int look = 1; unnamed != 0 && look < kLooks; ++look) {
-    const Comings comings(directory);
-    unnamed = unnamedIn(Dictionary(directory), data);
-    if (unnamed == 0 || !comings.arePossible()) break;
+  for (int look = 1; unnamed != 0 && look < kLooks && comings.arePossible(); ++look) {
     std::this_thread::sleep_for(kBetweenLooks);
+    unnamed = unnamedIn(Dictionary(directory), data);
   }
   if (unnamed != 0)
     note("tellira: the catalogue does not name " + counted(unnamed, "database") + " whose files are in " + data +
@@ -77,6 +76,7 @@ void noteUnnamed(const Dictionary& dictionary, const std::string& directory) {
 
 int runList(const DbOptions& options, bool json) {
   const std::string directory = options.checkedDirectory();
+  const Comings comings(directory);
   const Dictionary dictionary(directory, Dictionary::Heads::kOfAll);
   Json list = Json::array();
   TextTable<5> table{{"Name", "Type", "Records", "Indexes", "Size"}};
@@ -91,7 +91,7 @@ int runList(const DbOptions& options, bool json) {
     printJson(list);
   else
     table.print();
-  noteUnnamed(dictionary, directory);
+  noteUnnamed(dictionary, directory, comings);
   return kDone;
 }
 
