@@ -2,6 +2,7 @@
 // areas share, tables_model_test.cpp looks at.
 #include "support/tables.h"
 #include "storage/format/record_bytes.h"
+#include "storage/repair/directory_check.h"
 
 using namespace vorne;
 
@@ -201,5 +202,30 @@ TEST_F(Tables, RefuseWhatIsWrong) {
     bytes[place] = byte;
     writeFile(file("C"), bytes);
     EXPECT_RUNTIME_ERROR(use("C"), 55);
+  }
+}
+
+// Whichever of its files are gone from their places by then.
+TEST_F(Tables, ThatAKillLeavesPutAwayAreTold) {
+  static int left;
+  for (int gone = 1; gone <= 4; ++gone) {
+    ASSERT_TRUE(make("C", kClients));
+    append("a");
+    set("NOTE", "'text'"), __Commit();
+    closeAll();
+    for (const char* name : {"catalog.plm", "catalog.bck"}) std::filesystem::remove(file(name));
+    left = gone;
+    const auto die = [](const char* path) {
+      if (std::string_view(path).find("/C") == std::string::npos) return kSystem.unlink(path);
+      return left-- == 0 ? (_exit(7), 0) : kSystem.unlink(path);
+    };
+    EXPECT_EXIT((fileSystem.unlink = die, create("C", kClients)), ::testing::ExitedWithCode(7), "");
+    const DirectoryReport report = CheckDirectory(".");
+    const auto tells = [](const Problem& one) { return one.problem.find("it was put away") != std::string::npos; };
+    EXPECT_EQ(std::count_if(report.problems.begin(), report.problems.end(), tells), 1) << gone;
+    // The new one is there, and is all that is.
+    ASSERT_TRUE(create("C", kClients));
+    closeAll();
+    EXPECT_TRUE(CheckDirectory(".").sound);
   }
 }

@@ -12,6 +12,7 @@
 #include "support/file_images.h"
 
 using nlohmann::json;
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
@@ -108,6 +109,7 @@ TEST_F(DbRepair, FindsWhatIsLostAndRepairsTheRest) {
       {{{"T"}, {"T_OS"}, {"X"}, {"Y"}}, 8, "T: the table is gone; nothing tells|X: the ind", "*"},
       {{{"T"}, {"catalog.bck"}, {"catalog.plm", 20, std::string(88, '\0')}}, 11, "with it: X, Y, T_M, T_OS", "*"},
       {{{"T_M"}}, 6, "T 5: field NOTES holds memo text 5|T_M: the memo", "text 1|text 2|text 3|text 4|text 5"},
+      {{{"T_M"}, {"catalog.plm"}, {"catalog.bck"}}, 5, "T_M: the memo texts of", "text 1|text 2|text 3|text 4|text 5"},
       {{{"T_M", memos[1], zeros}}, 1, "T_M 2: its header is empty", "text 2"},
       {{{"T_M", 0, std::string(memos[0] + 12, '#')}}, 1, "T_M 1: its header", "text 1"},
       {{{"T_M", 0, std::string(memos[1] + 12, '\0')}}, 2, "T_M 1: its header is empty", "text 1|text 2"},
@@ -216,8 +218,13 @@ TEST_F(DbRepair, DescribesATableAnewOnceItsRecordsFit) {
   EXPECT_THAT(db(describe).err, HasSubstr("T is described so already"));
   EXPECT_THAT(db({"describe", "T", "A:C:6"}).err, HasSubstr("T has a description that its records fit"));
   patch("T", 92, std::string(50, '#'));
+  // Of one second, the tenth copies are later than the ninth.
+  for (const char* copies : {"repair-29990101_000000-9", "repair-29990101_000000-10"}) {
+    std::filesystem::create_directory(path(copies));
+    writeFile(path(copies) + "/T", before);
+  }
   EXPECT_THAT(problems(report({"--repair", "--yes"}, 1)),
-              HasSubstr("`tellira db describe T FIELD:TYPE:LEN[:DEC] ...`"));
+              AllOf(HasSubstr("`tellira db describe T FIELD:TYPE:LEN[:DEC] ...`"), HasSubstr("_000000-10\n")));
   const std::string damaged = readFile(path("T"));
   const Ran wrong = db({"describe", "T", "CODE:C:6", "SINCE:D", "NOTES:M"});
   EXPECT_EQ(wrong.status, 1);
@@ -264,6 +271,8 @@ TEST_F(DbRepair, NeverTakesATableOfWhichNothingIsLeftForSound) {
   remove({"T", "T_OS"});
   EXPECT_THAT(db({"create", "T", "A:C:3"}).err,
               HasSubstr("drop these memo texts of no table first (`tellira db drop T_M`)"));
+  writeFile(path("U_M_OS"), readFile(path("T_M_OS")));
+  EXPECT_EQ(db({"list"}).err, "") << "alone it is no database";
   ok({"drop", "T_M", "--yes"}), ok({"create", "T", "A:C:3"});
   ok({"import", "T", "-"}, "A\nx\n");
   remove({"catalog.plm", "catalog.bck"});
@@ -284,13 +293,19 @@ TEST_F(DbRepair, MakesRoomForATableWithoutLosingOneThatTheCatalogueLost) {
   const Words all = {"T", "T_OS", "X", "Y", "T_M", "T_M_OS"};
   std::map<std::string, std::string> before;
   for (const std::string& name : all) before[name] = readFile(path(name));
-  const auto expectCopies = [&](std::size_t from) {
+  const auto latest = [this] {
     std::string copies;
     for (const auto& entry : std::filesystem::directory_iterator(directory / "DB"))
       if (entry.is_directory()) copies = std::max(copies, entry.path().string());
-    for (; from < all.size(); ++from) EXPECT_EQ(readFile(copies + "/" + all[from]), before[all[from]]) << all[from];
+    return copies;
+  };
+  const auto expectCopies = [&](std::size_t from) {
+    for (; from < all.size(); ++from) EXPECT_EQ(readFile(latest() + "/" + all[from]), before[all[from]]) << all[from];
   };
   remove({"catalog.plm", "catalog.bck", "T_M"});
+  // Through a link, which leads to the same file from everywhere.
+  std::filesystem::rename(path("T"), directory / "T");
+  std::filesystem::create_symlink("../T", path("T"));
   std::filesystem::create_directory(path("T_M"));
   EXPECT_EQ(db({"create", "T", "A:M"}).status, 3);
   for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(readFile(path(all[i])), before[all[i]]) << all[i];
@@ -309,6 +324,56 @@ TEST_F(DbRepair, MakesRoomForATableWithoutLosingOneThatTheCatalogueLost) {
   EXPECT_EQ(told["lost"], 10);
   ok({"drop", "T", "--yes"});
   expectCopies(2);
+  // Of a table that was emptied nothing is missed. Of one that is damaged it is, however its memo's file is spelled.
+  const std::string last = latest();
+  for (const bool isDamaged : {false, true}) {
+    ok({"create", "E", "A:C:3", "B:M"}), ok({"import", "E", "-"}, "A,B\na,text\n");
+    ok({"delete", "E", "1"}), ok({"pack", "E", "--yes"});
+    const std::string texts = readFile(path("E_M"));
+    if (isDamaged) {
+      std::filesystem::rename(path("E_M"), path("e_m"));
+      patch("catalog.plm", readFile(path("catalog.plm")).find("E_M"), "e_m");
+      patch("E", 0, std::string(4, '\0'));
+    }
+    ok({"drop", "E", "--yes"});
+    EXPECT_EQ(latest() != last, isDamaged);
+    EXPECT_EQ(isDamaged ? readFile(latest() + "/e_m") : texts, texts);
+  }
+}
+
+// Whether the catalogue is lost, or names a file on a disk that is not there.
+TEST_F(DbRepair, TakesNoFileThatItDoesNotReadForMissing) {
+  const std::filesystem::path sound = directory / "sound", away = directory / "away";
+  std::filesystem::rename(directory / "DB", sound);
+  for (const bool isLost : {true, false})
+    for (const std::string file : {"T", "T_M", "X"}) {
+      SCOPED_TRACE(file + (isLost ? ", without a catalogue" : ""));
+      std::filesystem::remove_all(directory / "DB");
+      std::filesystem::copy(sound, directory / "DB");
+      if (isLost) remove({"catalog.plm", "catalog.bck"});
+      std::filesystem::rename(path(file), away);
+      std::filesystem::create_symlink(isLost ? "../away" : "nowhere", path(file));
+      const json told = report({"--repair", "--yes"}, 3);
+      EXPECT_THAT(problems(told), HasSubstr(file + ": it cannot be read: a symbolic link"));
+      EXPECT_EQ(told["lost"], 0);
+      // To a link that nothing asks for, a catalogue without it is whole.
+      report({"--repair", "--yes"}, isLost && file == "X" ? 0 : 3);
+      std::filesystem::rename(away, path(file));
+      report({"--repair", "--yes"}, 0);
+      EXPECT_EQ(ok({"export", "T", "--order", "X"}), rows());
+    }
+}
+
+// A program that finds no index of the table in it appends without it.
+TEST_F(DbRepair, KnowsAnIndexWithADamagedNameBehindItsRecords) {
+  patch("X", 28, "U");
+  ok({"import", "T", "-"}, kHead + row(6));
+  const json told = report({}, 1);
+  EXPECT_EQ(problems(told),
+            "X: its description is damaged; by its entries it is an index of T with the key CODE,PRICE\n");
+  EXPECT_EQ(told["lost"], 0);
+  report({"--repair", "--yes"}, 0);
+  EXPECT_EQ(ok({"export", "T", "--order", "X"}), rows() + row(6));
 }
 
 TEST_F(DbRepair, MissesNoChangesThatALivingProgramHas) {
@@ -320,14 +385,22 @@ TEST_F(DbRepair, MissesNoChangesThatALivingProgramHas) {
   EXPECT_THAT(problems(report({}, 1)), HasSubstr("the program ended before it had all changes"));
 }
 
-TEST_F(DbRepair, ReadersLookAgainForAnIndexThatComesAndGoes) {
-  std::thread writer([this] {
-    const std::string db = TOOL " db ";
-    EXPECT_EQ(std::system(("cd " + directory.string() + "; for i in $(seq 20); do " + db + "index create T Z CODE && " +
-                           db + "index drop T Z || exit; done 2>said")
-                              .c_str()),
-              0);
-  });
-  for (int i = 0; i < 30; ++i) EXPECT_THAT(db({"seek", "T", "Z", "C1"}).err, Not(HasSubstr("cannot be read")));
-  writer.join();
+TEST_F(DbRepair, ReadersLookAgainForWhatComesAndGoes) {
+  const struct {
+    const char *makes, *drops;
+    Words reads;
+    const char* never;
+  } cases[] = {{"index create T Z CODE", "index drop T Z", {"seek", "T", "Z", "C1"}, "cannot be read"},
+               {"create NEW A:M", "drop NEW --yes", {"list"}, "does not name"}};
+  for (const auto& row : cases) {
+    std::thread writer([&] {
+      const std::string db = TOOL " db ";
+      EXPECT_EQ(std::system(("cd " + directory.string() + "; for i in $(seq 20); do " + db + row.makes + " && " + db +
+                             row.drops + " || exit; done 2>said")
+                                .c_str()),
+                0);
+    });
+    for (int i = 0; i < 30; ++i) EXPECT_THAT(db(row.reads).err, Not(HasSubstr(row.never)));
+    writer.join();
+  }
 }

@@ -413,6 +413,10 @@ TEST_F(Tables, NamesTheFileThatMayNotBeUsed) {
   index[index.rfind('A')] = 'B';
   writeFile(path("BYCODE"), index);
   refused("BYCODE", 0444, {{"check", "--repair", "--yes"}}, "cannot be written: Permission denied");
+  // A lost catalogue does not tell which files are missed.
+  for (const char* file : {"catalog.plm", "catalog.bck"}) std::filesystem::remove(path(file));
+  for (const char* file : {"GOODS", "GOODS_M", "BYCODE"})
+    refused(file, 0, verbs("check"), (file + std::string(": it cannot be read: Permission denied")).c_str());
 }
 
 TEST_F(Tables, AnExportReplacesNoDatabaseAndNoLink) {

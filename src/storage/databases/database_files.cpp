@@ -35,24 +35,12 @@ bool isOffsetsFile(const std::string& name) {
   return header && header->Type == 0 && CatalogEntryOf(name) == 0;
 }
 
-// The application information; empty when it cannot be read.
-std::string blockInFile(const std::string& name, const FileHeader& header) {
-  // Damage can say any length; descriptions are far shorter.
-  constexpr UInt32 kLongestBlock = 1 << 20;
-  std::string bytes(kHeaderSize + std::min(header.AppInfoLen, kLongestBlock), '\0');
-  const int file = OpenFile(PathOf(name).c_str(), O_RDONLY | O_NONBLOCK);
-  if (file < 0) return {};
-  const ssize_t read = fileSystem.read(file, bytes.data(), bytes.size());
-  fileSystem.close(file);
-  return read == std::ssize(bytes) ? bytes.substr(kHeaderSize) : std::string();
-}
-
 std::uint32_t settledType(UInt32 place) {
   DatabaseHdrType entry = CatalogEntryAt(place);
   const std::string name(CatalogEntryName(place));
   const FileHeader header = HeaderInFile(name).value_or(FileHeader{});
   if (KindOfType(entry.type) == header.Type) return entry.type;
-  const std::uint32_t told = ToldType(header, name, blockInFile(name, header));
+  const std::uint32_t told = ToldType(header, name, BlockInFile(name, header));
   if (told == 0) return entry.type;
   Logar(Message("%s: código de tipo corrigido de 0x%08lX para 0x%08lX"_l1, name.c_str(),
                 static_cast<unsigned long>(entry.type), static_cast<unsigned long>(told))
@@ -72,6 +60,17 @@ UInt32 ownerOfOffsets(const std::string& folded) {
 }
 
 }  // namespace
+
+std::string BlockInFile(const std::string& name, const FileHeader& header) {
+  // Damage can say any length; descriptions are far shorter.
+  constexpr UInt32 kLongestBlock = 1 << 20;
+  std::string bytes(kHeaderSize + std::min(header.AppInfoLen, kLongestBlock), '\0');
+  const int file = OpenFile(PathOf(name).c_str(), O_RDONLY | O_NONBLOCK);
+  if (file < 0) return {};
+  const ssize_t read = fileSystem.read(file, bytes.data(), bytes.size());
+  fileSystem.close(file);
+  return read == std::ssize(bytes) ? bytes.substr(kHeaderSize) : std::string();
+}
 
 bool RemoveFiles(std::string_view name) {
   if (!DeleteFile(PathOf(name).c_str()) && !HasVanished(name)) return false;

@@ -12,6 +12,9 @@ namespace vorne {
 std::string PathOf(std::string_view name);
 /// True when there is no such file: one that cannot be looked at just now has not vanished.
 bool HasVanished(std::string_view name);
+/// The application information behind a data file's header as it lies there, of a database that need not be open; empty
+/// when it cannot be read.
+std::string BlockInFile(const std::string& name, const FileHeader& header);
 /// Removes a database's files. False when the data file stays: without it a database is gone, an offsets file alone is
 /// nothing.
 bool RemoveFiles(std::string_view name);

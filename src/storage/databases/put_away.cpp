@@ -1,5 +1,6 @@
 // All files of a table are in the copies' directory before the first one leaves its place, and back in their places
-// before the first copy goes: killed at any moment, either place has all of them.
+// before the first copy goes: killed at any moment, either place has all of them. A mark among the copies lasts until
+// there is a new table: by it a check finds them when a kill leaves nothing else that tells of the old one.
 #include "storage/databases/put_away.h"
 
 #include <unistd.h>
@@ -21,6 +22,7 @@ namespace {
 
 struct Away {
   std::string copies;
+  std::string mark;
   std::vector<std::string> files;
 };
 std::vector<Away> away;
@@ -63,6 +65,7 @@ void putBack(const Away& from) {
   for (const std::string& file : from.files) all &= isBack(from.copies + "/" + file, PathOf(file));
   if (!all) return;
   for (const std::string& file : from.files) fileSystem.unlink((from.copies + "/" + file).c_str());
+  fileSystem.unlink((from.copies + "/" + from.mark).c_str());
   if (::rmdir(from.copies.c_str()) == 0) BeginCopies();
 }
 
@@ -70,9 +73,10 @@ void putBack(const Away& from) {
 
 PutAway::PutAway(const std::vector<std::string>& names) : place_(away.size()) {
   const std::vector<std::string> files = filesThatHold(names);
-  isDone_ = KeepTogether(wcDir, files);
+  const std::string mark = kPutAwayMark + names.front();
+  isDone_ = KeepTogether(wcDir, files, mark);
   if (!isDone_ || files.empty()) return;
-  away.push_back({CopiesDirectory(), files});
+  away.push_back({CopiesDirectory(), mark, files});
   for (const std::string& file : files) {
     if (!DeleteFile(PathOf(file).c_str())) {
       isDone_ = false;
@@ -84,7 +88,8 @@ PutAway::PutAway(const std::vector<std::string>& names) : place_(away.size()) {
 }
 
 PutAway::~PutAway() {
-  away.resize(std::min(place_, away.size()));
+  for (; away.size() > place_; away.pop_back())
+    fileSystem.unlink((away.back().copies + "/" + away.back().mark).c_str());
 }
 
 void PutAway::back() {

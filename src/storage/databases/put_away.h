@@ -11,7 +11,8 @@ namespace vorne {
 /// are among the copies of repairs while the object lives and stay there, unless they are put back before.
 class PutAway {
  public:
-  /// @param names of databases; their offsets files go with them. Those that hold nothing stay where they are.
+  /// @param names of databases, that of the new one first; their offsets files go with them. Those that hold nothing
+  /// stay where they are.
   explicit PutAway(const std::vector<std::string>& names);
   ~PutAway();
   PutAway(const PutAway&) = delete;

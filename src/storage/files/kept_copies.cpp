@@ -6,12 +6,16 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
+#include <cstring>
 #include <ctime>
+#include <filesystem>
 #include <memory>
 
 #include "runtime/local_clock.h"
 #include "storage/files/descriptor.h"
 #include "storage/files/unfinished_file.h"
+#include "storage/format/names.h"
 
 namespace vorne {
 
@@ -67,6 +71,30 @@ void giveToOwnerOf(const std::string& directory, const std::string& path) {
     errno = 0;  // only the superuser can, and needs to
 }
 
+// Of what lies in a directory, the names that begin so; none when it cannot be read.
+std::vector<std::string> namesIn(const std::string& directory, const char* prefix) {
+  std::vector<std::string> names;
+  std::error_code error;
+  for (std::filesystem::directory_iterator at(directory, error), end; !error && at != end; at.increment(error))
+    if (std::string name = at->path().filename(); name.starts_with(prefix)) names.push_back(std::move(name));
+  return names;
+}
+
+bool makeEmpty(const std::string& path) {
+  const int file = OpenFile(path.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0660);
+  return file >= 0 && fileSystem.close(file) == 0;
+}
+
+// A symbolic link as one that leads to the same file from any directory. False for what is none.
+bool keepLink(const std::string& directory, const std::string& file, const std::string& place) {
+  char target[PATH_MAX];
+  const ssize_t length = ::readlink((directory + "/" + file).c_str(), target, sizeof target);
+  if (length <= 0) return false;
+  const std::string told(target, static_cast<std::size_t>(length));
+  const std::string whole = told[0] == '/' ? told : directory + "/" + told;
+  return ::symlink(whole.c_str(), (place + "/" + file).c_str()) == 0;
+}
+
 bool copyFile(int from, const std::string& name) {
   // Under another name until it is whole: a repair that is cut off leaves no copy that looks complete.
   UnfinishedFile copy(copies + "/" + kUnfinishedName);
@@ -93,26 +121,36 @@ bool KeepCopy(const char* directory, const char* file) {
   return kept;
 }
 
-bool KeepTogether(const std::string& directory, const std::vector<std::string>& files) {
+bool KeepTogether(const std::string& directory, const std::vector<std::string>& files, const std::string& mark) {
   if (files.empty()) return true;
   const std::string before = copies;
   if (!makeCopiesDirectory(directory)) return false;
   const std::string place = copies;
   const auto keep = [&](const std::string& file) {
-    return fileSystem.link((directory + "/" + file).c_str(), (place + "/" + file).c_str()) == 0 ||
+    return keepLink(directory, file, place) ||
+           fileSystem.link((directory + "/" + file).c_str(), (place + "/" + file).c_str()) == 0 ||
            KeepCopy(directory.c_str(), file.c_str());
   };
-  if (std::all_of(files.begin(), files.end(), keep)) {
+  if ((mark.empty() || makeEmpty(place + "/" + mark)) && std::all_of(files.begin(), files.end(), keep)) {
     syncDirectory(place);
     syncDirectory(directory);
     return true;
   }
   const int failure = errno;
   for (const std::string& file : files) fileSystem.unlink((place + "/" + file).c_str());
+  if (!mark.empty()) fileSystem.unlink((place + "/" + mark).c_str());
   ::rmdir(place.c_str());
   copies = before;
   errno = failure;
   return false;
+}
+
+std::map<std::string, std::string> PutAwayIn(const std::string& directory) {
+  std::map<std::string, std::string> all;
+  for (const std::string& name : namesIn(directory, kCopiesPrefix))
+    for (const std::string& mark : namesIn(directory + "/" + name, kPutAwayMark))
+      all[FoldedName(mark.substr(std::strlen(kPutAwayMark)))] = directory + "/" + name;
+  return all;
 }
 
 const std::string& CopiesDirectory() {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,9 @@ namespace vorne {
 
 /// What the names of directories with copies begin with.
 inline constexpr char kCopiesPrefix[] = "repair-";
+/// What the name of an empty file among copies begins with while they are all that there is of a database; the
+/// database's follows. Too long for a database of its own.
+inline constexpr char kPutAwayMark[] = "put-away-until-there-is-a-new-one-of-";
 
 /// Copies `directory`/`file` into a directory "repair-YYYYMMDD_HHMMSS" in `directory`; nothing ever removes it. Copies
 /// of one run share a directory until one of them is there already. True when the copy is on the disk, or there is no
@@ -19,7 +23,11 @@ inline constexpr char kCopiesPrefix[] = "repair-";
 bool KeepCopy(const char* directory, const char* file);
 /// Keeps all of the files of `directory` in a new one of these directories, or none (errno): by a second name where the
 /// file system has such, which takes no space. For files that are going to be removed, not changed.
-bool KeepTogether(const std::string& directory, const std::vector<std::string>& files);
+/// @param mark the name of an empty file that is to lie there too; empty for none
+bool KeepTogether(const std::string& directory, const std::vector<std::string>& files, const std::string& mark = {});
+/// Databases of `directory` that are among the copies because a new one of their name was to be made, which was never
+/// finished: the directories of the copies, by the names in capitals.
+std::map<std::string, std::string> PutAwayIn(const std::string& directory);
 /// Where the last copy went; empty before the first one.
 const std::string& CopiesDirectory();
 /// Lets the next copy begin a new directory.

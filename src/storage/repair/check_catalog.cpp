@@ -72,13 +72,8 @@ Stray strayKind(const FileHeader& header, std::uint64_t size) {
                                                                                         : Stray::kNone;
 }
 
-// True when one is the other with a letter or two changed, as damage leaves it.
-bool isAlike(const std::string& a, const std::string& b) {
-  constexpr int kFewLetters = 2;
-  int differing = 0;
-  if (a.size() != b.size()) return false;
-  for (std::size_t i = 0; i < a.size(); ++i) differing += a[i] != b[i];
-  return differing <= kFewLetters;
+bool isLink(FileKind kind) {
+  return kind == FileKind::kLink || kind == FileKind::kLostLink;
 }
 
 class CatalogCheck {
@@ -105,9 +100,9 @@ class CatalogCheck {
  private:
   // Files without an entry explain entries without a file.
   void settleLost() {
-    for (const std::string& found : restored_) {
+    for (const std::string& found : found_) {
       const auto entry = std::find_if(state_.gone.begin(), state_.gone.end(),
-                                      [&](const DatabaseHdrType& gone) { return isAlike(NameOf(gone), found); });
+                                      [&](const DatabaseHdrType& gone) { return IsAlike(NameOf(gone), found); });
       if (entry != state_.gone.end())
         state_.gone.erase(entry);
       else if (state_.lostEntries != 0)
@@ -135,7 +130,7 @@ class CatalogCheck {
     const auto entries = entriesBetween(catalog_.bytes(), kHeaderSize, kLargestFile);
     // Bytes behind the end mean nothing by themselves: only an entry whose file is there speaks against the header.
     for (std::size_t i = entries.size(); i > 0 && kHeaderSize + i * kCatalogEntrySize > end; --i)
-      if (isNamed(entries[i - 1]) && directory_.kindOf(NameOf(entries[i - 1])) == FileKind::kRegular)
+      if (isNamed(entries[i - 1]) && mayHaveEntry(NameOf(entries[i - 1])))
         return static_cast<std::uint32_t>(kHeaderSize + i * kCatalogEntrySize);
     return end;
   }
@@ -163,9 +158,6 @@ class CatalogCheck {
     if (names_.contains(FoldedName(name))) return name + " has another entry";
     if (clashes(name, KindOfType(entry.type))) return name + " shares its file with another entry's offsets file";
     const FileKind kind = directory_.kindOf(name);
-    // Programs open a database on another disk through a link: its entry is good.
-    if (kind == FileKind::kLink)
-      report_.notes.push_back({name, -1, "it is a symbolic link; what it leads to was not looked at", false});
     if (kind == FileKind::kOther) return name + " is not a file";
     if (kind == FileKind::kMissing) {
       const std::string other = otherSpelling(name);
@@ -185,8 +177,9 @@ class CatalogCheck {
     constexpr std::size_t kLongestBlock = 1 << 20;
     const std::string name = NameOf(entry);
     if (directory_.kindOf(name) != FileKind::kRegular) return;
-    const FileHeader header = FileHeaderOf(directory_.read(name, kHeaderSize).bytes());
-    if (KindOfType(entry.type) == header.Type) return;
+    const RawFile head = directory_.read(name, kHeaderSize);
+    const FileHeader header = FileHeaderOf(head.bytes());
+    if (!head.error.empty() || KindOfType(entry.type) == header.Type) return;
     // Damage can say any length here; descriptions that programs make are far shorter.
     const std::size_t length = std::min<std::size_t>(header.AppInfoLen, kLongestBlock);
     const RawFile start = directory_.read(name, kHeaderSize + length);
@@ -206,7 +199,7 @@ class CatalogCheck {
     // Made at the first question: nearly every directory is spelled as its catalogue says.
     if (spellings_.empty())
       for (const auto& [file, entry] : directory_.files())
-        if (entry.kind == FileKind::kRegular && IsDatabaseName(file)) spellings_.emplace(FoldedName(file), file);
+        if (mayHaveEntry(file) && IsDatabaseName(file)) spellings_.emplace(FoldedName(file), file);
     const auto found = spellings_.find(FoldedName(name));
     return found == spellings_.end() ? std::string() : found->second;
   }
@@ -221,6 +214,11 @@ class CatalogCheck {
     const std::string name = NameOf(entry);
     names_.insert(FoldedName(name));
     files_.insert(name);
+    // Programs open a database on another disk through a link: its entry is good.
+    if (directory_.kindOf(name) == FileKind::kLink)
+      report_.notes.push_back({name, -1, "it is a symbolic link; what it leads to was not looked at", false});
+    if (directory_.kindOf(name) == FileKind::kLostLink)
+      state_.unread.emplace(name, "a symbolic link that leads to no file");
     // Its offsets file has no entry of its own, and must not be taken for a stray.
     if (KindOfType(entry.type) == kVariableDatabase) {
       files_.insert(OffsetsName(name));
@@ -234,7 +232,7 @@ class CatalogCheck {
   void readLost() {
     const RawFile backup = directory_.read(kCatalogBackupName);
     complete_ = backup.error.empty() || directory_.kindOf(kCatalogBackupName) != FileKind::kRegular;
-    if (!complete_) report_.problems.push_back({kCatalogBackupName, -1, "it cannot be read: " + backup.error, false});
+    if (!complete_) state_.unread.emplace(kCatalogBackupName, backup.error);
     for (const DatabaseHdrType& entry : entriesBetween(backup.bytes(), kHeaderSize, kLargestFile)) addLost(entry);
     // The backup may be older than the catalogue, and mostly is while a program runs: that is worth a note, no more.
     const bool same =
@@ -246,9 +244,12 @@ class CatalogCheck {
     if (catalog_.length == 0 && backup.length != 0) findings_.damage("it is missing, or empty");
   }
 
+  bool mayHaveEntry(const std::string& name) const {
+    return directory_.kindOf(name) == FileKind::kRegular || isLink(directory_.kindOf(name));
+  }
+
   void addLost(const DatabaseHdrType& entry) {
-    if (!isFree(entry) && isNamed(entry) && directory_.kindOf(NameOf(entry)) == FileKind::kRegular)
-      lost_.emplace(NameOf(entry), entry);
+    if (!isFree(entry) && isNamed(entry) && mayHaveEntry(NameOf(entry))) lost_.emplace(NameOf(entry), entry);
   }
 
   // --------------------------------------------------------------------------------------------------------- files
@@ -262,7 +263,7 @@ class CatalogCheck {
     if (files_.contains(name) || isOwnFile(name, entry)) return;
     const auto owner = owners_.find(entry.inode);
     const auto lost = lost_.find(name);
-    if (entry.kind != FileKind::kRegular || !IsDatabaseName(name)) return foreign(name, "it belongs to no database");
+    if (!mayHaveEntry(name) || !IsDatabaseName(name)) return foreign(name, "it belongs to no database");
     // By the file and not by its name: records written by one name would be seen by the other.
     if (owner != owners_.end()) {
       state_.extraNames.push_back(name);
@@ -271,6 +272,7 @@ class CatalogCheck {
     // Databases are found by their names in any letters: a second one could never be opened.
     if (names_.contains(FoldedName(name))) return foreign(name, "a database has this name in other letters");
     const RawFile start = directory_.read(name, kHeaderSize);
+    if (!start.error.empty() && lost == lost_.end()) return passBy(name, entry.kind, start.error);
     const FileHeader header = FileHeaderOf(start.bytes());
     const Stray stray = strayKind(header, entry.size);
     if (stray == Stray::kEmpty)
@@ -286,6 +288,15 @@ class CatalogCheck {
                                                    name.c_str(), header.Type, codeWords(found.type).c_str())
                                          : "the entry of " + name + " is missing");
     restore(found);
+  }
+
+  // A file that cannot be looked at may be any database, and must not be missed as one.
+  void passBy(const std::string& name, FileKind kind, const std::string& why) {
+    files_.insert(OffsetsName(name));
+    found_.push_back(name);
+    if (!isLink(kind)) return void(state_.unread.emplace(name, why));
+    state_.links.emplace(FoldedName(name), name);
+    foreign(name, "it is a symbolic link without an entry; what it leads to was not looked at");
   }
 
   // An offsets file that has slots, and no database to which it could belong.
@@ -315,7 +326,7 @@ class CatalogCheck {
     else
       *free = entry;
     takeName(entry);
-    restored_.push_back(NameOf(entry));
+    found_.push_back(NameOf(entry));
   }
 
   const DataDirectory& directory_;
@@ -323,12 +334,11 @@ class CatalogCheck {
   Findings& findings_;
   DirectoryReport& report_;
   CatalogState state_;
-  bool complete_ = true;  // without the backup's entries a rewritten catalogue would have lost them for good
-  // Names that got an entry from the backup or from their file.
-  std::vector<std::string> restored_;
-  std::set<std::string> names_;                   // of databases, folded
-  std::set<std::string> offsets_;                 // names of offsets files, folded
-  std::set<std::string> files_;                   // of databases
+  bool complete_ = true;            // without the backup's entries a rewritten catalogue would have lost them for good
+  std::vector<std::string> found_;  // files that had no entry and are, or may be, databases
+  std::set<std::string> names_;     // of databases, folded
+  std::set<std::string> offsets_;   // names of offsets files, folded
+  std::set<std::string> files_;     // of databases
   std::map<std::string, std::string> spellings_;  // file names by their folded form
   std::map<ino_t, std::string> owners_;           // data files
   std::map<std::string, DatabaseHdrType> lost_;
@@ -338,6 +348,14 @@ class CatalogCheck {
 
 std::vector<DatabaseHdrType> CatalogEntries(const RawFile& catalog) {
   return entriesBetween(catalog.bytes(), kHeaderSize, kLargestFile);
+}
+
+bool IsAlike(const std::string& a, const std::string& b) {
+  constexpr int kFewLetters = 2;
+  int differing = 0;
+  if (a.size() != b.size()) return false;
+  for (std::size_t i = 0; i < a.size(); ++i) differing += a[i] != b[i];
+  return differing <= kFewLetters;
 }
 
 CatalogState CheckCatalog(const DataDirectory& directory, const RawFile& catalog, Findings& findings,

@@ -17,12 +17,17 @@ struct CatalogState {
   std::vector<DatabaseHdrType> gone;    ///< entries whose data files are missing
   std::vector<std::string> orphans;     ///< offsets files whose databases are missing, by the databases' names
   std::uint64_t lostEntries = 0;        ///< that name nothing, beyond those whose files were found
+  std::map<std::string, std::string> unread;  ///< files that may be databases and could not be looked at, and why
+  std::map<std::string, std::string> links;   ///< symbolic links without an entry, by their folded names
 };
 
 /// @param catalog the catalogue's file, without bytes when there is none
 /// @param report takes the notes about files that belong to no database
 CatalogState CheckCatalog(const DataDirectory& directory, const RawFile& catalog, Findings& findings,
                           DirectoryReport& report);
+
+/// True when one is the other with a letter or two changed, as damage leaves it.
+bool IsAlike(const std::string& a, const std::string& b);
 
 /// The entry of a database that is being put into the catalogue.
 DatabaseHdrType NewEntry(const std::string& name, std::uint32_t type);

@@ -56,11 +56,12 @@ void checkUndescribed(const TableContext& context, const DatabaseFiles& files, c
   if (context.hasOthers || endsLikeATable(files, state.records) || namesItself(block, context.name))
     lasting.damage("its description cannot be read; " + howToDescribe(context.name) + CopiesWords(context.copies));
   else if (context.hasMemo)
-    lasting.note("it has no description yet, left when the table was being made");
+    lasting.note("it has no description yet, left when the table was being made" + CopiesWords(context.copies));
   else if (isEmpty && FileHeaderOf(files.data.bytes()).Version != 2)
     lasting.damage("nothing can be read of it; if it was a table, " + howToDescribe(context.name));
   else if (isEmpty)
-    lasting.note("it has no records and no table's description; if it was a table, " + howToDescribe(context.name));
+    lasting.note("it has no records and no table's description; if it was a table, " + howToDescribe(context.name) +
+                 CopiesWords(context.copies));
   // What stands there may be what a program that has records only tells of them, whether it has any just now or not.
   else if (state.records.places.empty() && isWritten(block))
     lasting.note("what it tells of itself is no table's description; if it was a table, " +

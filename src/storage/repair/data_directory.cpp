@@ -17,7 +17,8 @@ constexpr std::size_t kPiece = 1 << 20;
 
 FileKind targetKind(const std::string& path) {
   struct stat found;
-  return fileSystem.stat(path.c_str(), &found) == 0 && S_ISREG(found.st_mode) ? FileKind::kLink : FileKind::kOther;
+  if (fileSystem.stat(path.c_str(), &found) != 0) return FileKind::kLostLink;
+  return S_ISREG(found.st_mode) ? FileKind::kLink : FileKind::kOther;
 }
 
 // What has been read when the file ends early is all there is: it may shrink while it is read.

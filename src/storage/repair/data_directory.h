@@ -17,8 +17,9 @@ namespace vorne {
 enum class FileKind {
   kMissing,
   kRegular,
-  kLink,   ///< a symbolic link to a regular file
-  kOther,  ///< a directory, a pipe, a link that leads nowhere, ...
+  kLink,      ///< a symbolic link to a regular file
+  kLostLink,  ///< ... that leads nowhere just now, as onto a disk that is not there
+  kOther,     ///< a directory, a pipe, ...
 };
 
 /// A file's bytes, as many as could be read.

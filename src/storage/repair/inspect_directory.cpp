@@ -64,22 +64,33 @@ void Inspection::checkCatalog() {
   for (const DatabaseHdrType& entry : state_.slots)
     if (entry.name[0] != 0) names_.insert(NameOf(entry));
   for (const std::string& name : names_) owners_.insert(FoldedName(name));
+  for (const auto& [name, why] : state_.unread) {
+    owners_.insert(FoldedName(name));
+    leaveUnread(name, why);
+  }
+  // What a damaged catalogue has lost may be what such a link leads to.
+  if (!findings.sound() || catalog_.length == 0)
+    while (!state_.links.empty()) isTaken(state_.links.begin()->first);
   report_.lostDatabases += state_.lostEntries;
   report_.lostMore = report_.lostMore || state_.lostEntries != 0;
   checkDatabases();
   checkIndexes();
   checkOrphans();
+  checkPutAway();
   finishCatalog();
 }
 
 // First what the catalogue will name is there, then it names that and no more, then what it named before goes: the next
 // repair takes up what a dying one leaves.
 void Inspection::finishCatalog() {
-  bool done = repairs_ && state_.complete;
+  // What seems to be missing may be in a file that could not be looked at: nothing goes, and nothing takes its place.
+  bool done = repairs_ && state_.complete && !unread_;
   const bool changes = !newMemos_.empty() || !removals_.empty();
   for (const std::string& memo : newMemos_) {
     done = done && changes_.replace(memo, EmptyDatabase(kVariableDatabase));
     state_.slots.push_back(NewEntry(memo, kTypeMemo));
+    // The places of the texts that are missing.
+    if (kindOfOffsets(memo) == FileKind::kRegular) leftovers_.push_back(OffsetsName(memo));
   }
   for (DatabaseHdrType& entry : state_.slots)
     if (std::find(removals_.begin(), removals_.end(), NameOf(entry)) != removals_.end()) entry = {};

@@ -49,13 +49,17 @@ RawFile Inspection::read(const std::string& name) {
 
 // False for what cannot be looked at, which stands in the report then.
 bool Inspection::isReadable(const std::string& name, const RawFile& file) {
-  if (file.error.empty()) return true;
+  if (!file.error.empty()) leaveUnread(name, file.error);
+  return file.error.empty();
+}
+
+void Inspection::leaveUnread(const std::string& name, const std::string& why) {
   // Beside a program files come and go: one that has gone since the listing is no refusal of the system.
-  const bool isGone = ::access(directory_.pathOf(name).c_str(), F_OK) != 0 && errno == ENOENT;
+  const bool isGone = FileOf(directory_.pathOf(name)).kind == FileKind::kMissing && errno == ENOENT;
   report_.refused = report_.refused || !isGone;
+  unread_ = unread_ || !isGone;
   report_.problems.push_back(
-      {name, -1, isGone ? "a program removes it just now" : "it cannot be read: " + file.error, false, true});
-  return false;
+      {name, -1, isGone ? "a program removes it just now" : "it cannot be read: " + why, false, true});
 }
 
 // Databases of other kinds than 'V' leave that name to another database.
@@ -124,7 +128,7 @@ void Inspection::checkDatabase(const DatabaseHdrType& entry) {
   report_.databases.push_back(ReportOf(entry, files, state));
 }
 
-TableContext Inspection::contextOf(const std::string& name) const {
+TableContext Inspection::contextOf(const std::string& name) {
   TableContext context;
   context.name = name;
   context.copies = copiesOf(name);
@@ -133,7 +137,7 @@ TableContext Inspection::contextOf(const std::string& name) const {
   if (texts != texts_.end()) {
     context.hasMemo = true;
     context.texts = texts->second;
-  } else if (owners_.contains(FoldedName(memo)) || memo.size() > kLongestName) {
+  } else if (isTaken(memo) || memo.size() > kLongestName) {
     // Something else has the name, or it cannot be looked at: nothing can be told of references.
     context.hasMemo = true;
     context.texts = kAnyTexts;
@@ -151,17 +155,22 @@ TableContext Inspection::contextOf(const std::string& name) const {
   return context;
 }
 
-// The latest one: of what an older one holds the user was told before.
+// The latest one: of what an older one holds the user was told before. Of one second, the tenth is the longer name.
 std::string Inspection::copiesOf(const std::string& name) const {
-  std::string copies;
+  std::string latest;
   const std::string prefix = kCopiesPrefix;
+  const auto isLater = [&latest](const std::string& other) {
+    constexpr std::size_t kStamp = sizeof kCopiesPrefix - 1 + sizeof "YYYYMMDD_HHMMSS" - 1;
+    const std::string_view stamp = std::string_view(other).substr(0, kStamp);
+    return !latest.starts_with(stamp) || other.size() >= latest.size();
+  };
   for (auto at = directory_.files().lower_bound(prefix); at != directory_.files().end(); ++at) {
     if (!at->first.starts_with(prefix)) break;
     struct stat found;
-    const std::string path = directory_.pathOf(at->first);
-    if (::lstat((path + "/" + name).c_str(), &found) == 0 && S_ISREG(found.st_mode)) copies = path;
+    const std::string path = directory_.pathOf(at->first) + "/" + name;
+    if (isLater(at->first) && ::lstat(path.c_str(), &found) == 0 && !S_ISDIR(found.st_mode)) latest = at->first;
   }
-  return copies;
+  return latest.empty() ? latest : directory_.pathOf(latest);
 }
 
 void Inspection::checkTable(const std::string& name, const DatabaseFiles& files, DatabaseState& state, Findings& data,
@@ -206,8 +215,22 @@ bool Inspection::repairData(const DatabaseFiles& files, const DatabaseState& sta
 
 // ------------------------------------------------------------------------------------------- the end of the walk
 
-bool Inspection::isKnown(const std::string& owner) const {
-  return owners_.contains(FoldedName(owner));
+// A link without an entry is somebody's own until something asks for the database of its name.
+bool Inspection::isTaken(const std::string& name) {
+  const std::string folded = FoldedName(name);
+  const auto link = state_.links.find(folded);
+  if (link != state_.links.end()) {
+    leaveUnread(link->second,
+                "a symbolic link without an entry is not followed; put the file itself in its place for a repair");
+    owners_.insert(folded);
+    state_.links.erase(link);
+  }
+  return owners_.contains(folded);
+}
+
+// A file that could not be looked at may be what goes by the name.
+bool Inspection::isKnown(const std::string& owner) {
+  return isTaken(owner) || unread_;
 }
 
 // What belongs to databases that are not there.
@@ -264,6 +287,17 @@ void Inspection::checkOrphans() {
     ++report_.lostDatabases;
     report_.lostRecords += gone.records.value_or(0);
     report_.lostMore = report_.lostMore || !gone.records;
+  }
+}
+
+// Of which nothing else may tell any more.
+void Inspection::checkPutAway() {
+  for (const auto& [name, copies] : PutAwayIn(directory_.path())) {
+    if (isKnown(name)) continue;
+    Findings findings(name);
+    findings.damage("it was put away for a new one of its name, which was not finished; move its files back from " +
+                    copies + ", then repair");
+    findings.tell(report_, false, true);
   }
 }
 

@@ -42,6 +42,7 @@ class Inspection {
 
   RawFile read(const std::string& name);
   bool isReadable(const std::string& name, const RawFile& file);
+  void leaveUnread(const std::string& name, const std::string& why);
   FileKind kindOfOffsets(const std::string& name) const;
   DatabaseFiles readDatabase(const std::string& name);
 
@@ -50,7 +51,7 @@ class Inspection {
   void checkDatabase(const DatabaseHdrType& entry);
   void checkTable(const std::string& name, const DatabaseFiles& files, DatabaseState& state, Findings& data,
                   Findings& lasting);
-  TableContext contextOf(const std::string& name) const;
+  TableContext contextOf(const std::string& name);
   std::string copiesOf(const std::string& name) const;
   void lackMemo(const std::string& table);
   void tellStrange(const std::string& name, FileKind kind);
@@ -61,13 +62,16 @@ class Inspection {
   void checkIndexes();
   void checkIndex(const CheckedTable& table, const FoundIndex& index);
   void settleIndex(const FoundIndex& index);
-  bool findTableOf(const CheckedDatabase& index, const std::string& name);
+  bool findTableOf(const CheckedDatabase& index, const FoundIndex& found);
+  bool isMisnamed(const CheckedTable& table, const CheckedDatabase& index, const FoundIndex& found) const;
   void remakeIndex(const CheckedTable& table, const CheckedDatabase& index, const IndexDescription& told,
                    Findings& findings);
   void dropIndex(const std::string& name, const std::string& words);
 
-  bool isKnown(const std::string& owner) const;
+  bool isTaken(const std::string& name);
+  bool isKnown(const std::string& owner);
   void checkOrphans();
+  void checkPutAway();
   void takeAway(const std::string& database, const std::string& file, std::optional<std::uint64_t> records);
   void finishCatalog();
 
@@ -77,6 +81,7 @@ class Inspection {
   std::vector<std::string> interrupted_;
   RawFile catalog_;
   CatalogState state_;
+  bool unread_ = false;                         // a file could not be looked at: what is missing may be in it
   std::set<std::string> names_;                 // of databases
   std::set<std::string> owners_;                // names that tables go by, folded: their files' and their descriptions'
   std::map<std::string, std::string> tables_;   // files' names by the descriptions', folded

@@ -83,22 +83,33 @@ UInt32 recordsIn(const std::string& name) {
   return HeaderInFile(name).value_or(FileHeader{}).NumberOfRecords;
 }
 
+// Without records because a program took them out, not by damage: its description is whole, and no record lies behind
+// it.
+bool isSoundlyEmpty(const std::string& name) {
+  const FileHeader header = HeaderInFile(name).value_or(FileHeader{});
+  const std::uint64_t block = std::uint64_t{kHeaderSize} + header.AppInfoLen;
+  return header.Version == 2 && header.Type == kVariableDatabase && header.NumberOfRecords == 0 &&
+         header.szmap <= block + kRecordHeaderSize && ParseTableBlock(BlockInFile(name, header));
+}
+
 // Memo texts and index entries of records that the table has not may be all that is left of those: kept then, since
 // nobody who lets go an empty table means them. True when there are none, or they could be.
 bool keepWhatTellsOfMore(const std::string& name) {
   const UInt32 records = recordsIn(name);
-  const std::string memo = name + kMemoSuffix;
+  std::vector<std::string> databases = {name};
   std::vector<std::string> files = IndexesOf(name.c_str());
   bool tells = std::any_of(files.begin(), files.end(), [&](const auto& index) { return recordsIn(index) > records; });
-  if (const UInt32 entry = CatalogEntryOf(memo); entry != 0 && CatalogEntryAt(entry).type == kTypeMemo) {
-    // Texts are left by every pack; without any record they are too many.
-    tells = tells || (records == 0 && recordsIn(memo) != 0);
-    files.push_back(memo);
+  if (const UInt32 entry = CatalogEntryOf(name + kMemoSuffix); entry != 0 && CatalogEntryAt(entry).type == kTypeMemo) {
+    // Its file has the name as the catalogue spells it, which need not be the table's letters.
+    databases.emplace_back(CatalogEntryName(entry));
+    // Texts are left by every pack; only those of a table that is damaged are of records that it has lost.
+    tells = tells || (records == 0 && recordsIn(databases.back()) != 0 && !isSoundlyEmpty(name));
   }
   if (!tells) return true;
-  files.push_back(name);
-  for (const std::string& database : {name, memo})
+  for (const std::string& database : databases) {
+    files.push_back(database);
     if (HasOffsetsFile(database)) files.push_back(OffsetsName(database));
+  }
   Logar(Message("%s: índices ou memos de mais registros do que os seus: cópia guardada"_l1, name.c_str()).c_str());
   return KeepTogether(wcDir, files);
 }
@@ -166,9 +177,11 @@ Obj_Node* __DBCREATE(Obj_Node* name, Obj_Node* structure, Obj_Node*) {
   std::optional<Making> makingMemo;
   if (memo) makingMemo.emplace(memoName);
   // All of a table that the catalogue has lost, before the first of its files makes room.
-  std::vector<std::string> old = StrayIndexesOf(capitals);
-  old.insert(old.end(), {capitals, memoName});
-  if (CatalogEntryOf(memoName) != 0) old.pop_back();
+  // Itself first: once anything is away nothing of that name is here.
+  std::vector<std::string> old = {capitals};
+  if (CatalogEntryOf(memoName) == 0) old.push_back(memoName);
+  const std::vector<std::string> indexes = StrayIndexesOf(capitals);
+  old.insert(old.end(), indexes.begin(), indexes.end());
   const PutAway oldTable(old);
   if (!oldTable.isDone()) CannotCreate(capitals.c_str(), errno);
   std::unique_ptr<myAppInfoType, void (*)(myAppInfoType*)> table(NewTable(description), FreeTable);

@@ -12,6 +12,8 @@
 #include "edge/confirm.h"
 #include "edge/console.h"
 #include "edge/paths.h"
+#include "storage/files/kept_copies.h"
+#include "storage/format/names.h"
 #include "text/text.h"
 
 namespace tool {
@@ -70,6 +72,10 @@ int runCreate(const DbOptions& group, const CreateOptions& options) {
     refuse("the table " + name + " could not be made",
            "look whether files of that name are in " + directory + vorne::kDataDirectory);
   session.close();
+  const auto old = vorne::PutAwayIn(directory + vorne::kDataDirectory);
+  if (const auto found = old.find(vorne::FoldedName(name)); found != old.end())
+    note("files of an older " + shown(name) + " are in " + found->second +
+         ": they were put away for a new one that was never finished.");
   note("made the table " + name + " with " + counted(fields.size(), "field") + ".");
   return kDone;
 }

@@ -6,6 +6,7 @@
 
 #include "db/db.h"
 #include "db/dictionary.h"
+#include "db/read_table.h"
 #include "db/words.h"
 #include "edge/console.h"
 #include "edge/json_text.h"
@@ -40,17 +41,33 @@ Json jsonOf(const vorne::StoredDatabase& database, std::size_t indexes) {
   return json;
 }
 
-/// A lost catalogue must not look like that of an empty directory, nor one begun anew like the whole.
-void noteUnnamed(const Dictionary& dictionary, const std::string& data) {
+/// Databases whose files are there and that the catalogue does not name.
+std::uint64_t unnamedIn(const Dictionary& dictionary, const std::string& data) {
   std::set<std::string> named;
   for (const vorne::StoredDatabase& database : dictionary.databases()) named.insert(database.name);
   std::uint64_t unnamed = 0;
   std::error_code error;
   for (const auto& entry : std::filesystem::directory_iterator(data, error)) {
     const std::string file = entry.path().filename();
-    // Every table has an offsets file, and nothing else has one without a database.
-    const bool isOffsets = file.ends_with(vorne::kOffsetsSuffix) && !named.contains(file);
-    if (isOffsets && !named.contains(file.substr(0, file.size() - std::strlen(vorne::kOffsetsSuffix)))) ++unnamed;
+    if (!file.ends_with(vorne::kOffsetsSuffix) || named.contains(file)) continue;
+    // Every table has an offsets file, and nothing else has one; alone it is what a deletion may leave.
+    const std::string owner = file.substr(0, file.size() - std::strlen(vorne::kOffsetsSuffix));
+    if (!named.contains(owner) && std::filesystem::exists(data + "/" + owner, error)) ++unnamed;
+  }
+  return unnamed;
+}
+
+/// A lost catalogue must not look like that of an empty directory, nor one begun anew like the whole.
+/// @param comings made before the dictionary was
+void noteUnnamed(const Dictionary& dictionary, const std::string& directory, const Comings& comings) {
+  constexpr int kLooks = 5;
+  constexpr std::chrono::milliseconds kBetweenLooks{100};
+  const std::string data = directory + vorne::kDataDirectory;
+  std::uint64_t unnamed = unnamedIn(dictionary, data);
+  // Beside a program the files may have come, or gone, since the catalogue was read.
+  for (int look = 1; unnamed != 0 && look < kLooks && comings.arePossible(); ++look) {
+    std::this_thread::sleep_for(kBetweenLooks);
+    unnamed = unnamedIn(Dictionary(directory), data);
   }
   if (unnamed != 0)
     note("tellira: the catalogue does not name " + counted(unnamed, "database") + " whose files are in " + data +
@@ -59,6 +76,7 @@ void noteUnnamed(const Dictionary& dictionary, const std::string& data) {
 
 int runList(const DbOptions& options, bool json) {
   const std::string directory = options.checkedDirectory();
+  const Comings comings(directory);
   const Dictionary dictionary(directory, Dictionary::Heads::kOfAll);
   Json list = Json::array();
   TextTable<5> table{{"Name", "Type", "Records", "Indexes", "Size"}};
@@ -73,7 +91,7 @@ int runList(const DbOptions& options, bool json) {
     printJson(list);
   else
     table.print();
-  noteUnnamed(dictionary, directory + vorne::kDataDirectory);
+  noteUnnamed(dictionary, directory, comings);
   return kDone;
 }
 
