@@ -103,7 +103,7 @@ class Server {
   std::optional<std::string> failure_;
   bool isDue_ = false;  // the times of the connections are to be looked at
   std::optional<std::uint64_t> stopsAt_;
-  std::optional<Listener> listener_;
+  std::unique_ptr<Listener> listener_;
   std::optional<MetricsPage> page_;
 };
 
@@ -183,7 +183,7 @@ void Connection::checkTimes(std::uint64_t now, const Limits& limits) {
 }
 
 Server::Server(Store& store, const ServeOptions& options) : store_(&store), limits_(options.limits), log_(options.log) {
-  listener_.emplace(loop_, options.listen, [this](uv_stream_t* listener) { take(listener); });
+  listener_ = std::make_unique<Listener>(loop_, options.listen, [this](uv_stream_t* listener) { take(listener); });
   if (!options.metrics.empty()) page_.emplace(loop_, options.metrics, metrics_);
   uv_check_init(loop_, &round_);
   round_.data = this;
