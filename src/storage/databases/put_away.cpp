@@ -27,20 +27,10 @@ struct Away {
 };
 std::vector<Away> away;
 
-// What is left of a database that was being made holds nothing; anything else may be what somebody misses.
-bool mayHold(const std::string& name) {
-  struct stat found;
-  if (::lstat(PathOf(name).c_str(), &found) != 0 || found.st_size == 0) return false;
-  const FileHeader header = HeaderInFile(name).value_or(FileHeader{});
-  const bool isEmpty =
-      header.Version == 2 && header.NumberOfRecords == 0 && header.AppInfoLen == 0 && header.szmap <= kHeaderSize;
-  return !isEmpty && (S_ISREG(found.st_mode) || header.Version == 2);
-}
-
 std::vector<std::string> filesThatHold(const std::vector<std::string>& names) {
   std::vector<std::string> files;
   for (const std::string& name : names)
-    if (mayHold(name)) files.push_back(name);
+    if (MayHold(name)) files.push_back(name);
   if (files.empty()) return files;
   for (const std::string& name : names)
     if (HasOffsetsFile(name)) files.push_back(OffsetsName(name));
