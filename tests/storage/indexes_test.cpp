@@ -377,7 +377,10 @@ TEST_F(Indexes, DamageThatIsMetLaterIsMendedThen) {
   };
   // A neighbour's bytes, or those of an equal key, stand in order there.
   const std::string before = overwritten(kOver, kOver - 1), behind = overwritten(kOver, kOver + 1),
-                    like = overwritten(kFour, kFour + 3), unlike = overwritten(kFour, kUnlike + 1);
+                    like = overwritten(kFour, kFour + 3), unlike = overwritten(kFour, kUnlike + 1),
+                    likeBack = overwritten(kFour + 3, kFour);
+  // A key that no record has, out of order where a search comes by first.
+  const std::string none = std::string(sound).replace(begin + 32791 * stride + 12, 5, "3278:");
   std::string header = overwritten(kOver, kOver);
   header[begin + (kOver - 1) * stride] = 11;
   for (const std::string& damaged : {whole, before, behind, like, unlike, header}) {
@@ -440,6 +443,13 @@ TEST_F(Indexes, DamageThatIsMetLaterIsMendedThen) {
        [&] { seeks("29990", "29990@29990 found"), skips(29990, 1); }},
       {"walk back to one", before, [&] { seeks("30010", "30010@30010 found"), skips(30010, -1); }},
       {"seek the first of equal keys", like, [&] { seeks("65597", "65597@65597 found"); }},
+      {"walk to one of equal keys", like, [&] { seeks("65580", "65580@65580 found"), skips(65580, 1); }},
+      {"walk back to one", likeBack,
+       [&] {
+         byOrder(), __TBL_GoBottom();
+         EXPECT_EQ(numberOf(__TBL_RecNo()), int{kRecords});
+       }},
+      {"seek what no record has", none, [&] { seeks("3278:", "0@0 eof"); }},
       {"seek behind other equal keys", unlike, [&] { seeks("65597", "65597@65597 found"); }},
       {"seek what is missing behind its double", before, [&] { seeks("30001", "30001@30001 found"); }},
       {"whole: merge", whole,
@@ -459,6 +469,30 @@ TEST_F(Indexes, DamageThatIsMetLaterIsMendedThen) {
     closeAll();
   }
   bBatchOper = 0;
+}
+
+// Opening passes over some keys of an index long before it is too large for having its records counted.
+TEST_F(Indexes, KeysThatOpeningPassesOverAreLookedAtBySeeks) {
+  constexpr int kRecords = 5000, kPassedOver = 6;
+  bBatchOper = 1;
+  makeTable({});
+  char name[6];
+  for (int i = 1; i <= kRecords; ++i) append((std::snprintf(name, sizeof name, "%05d", 2 * i), name));
+  bBatchOper = 0;
+  ASSERT_TRUE(makeIndex("I", "NAME"));
+  closeAll();
+  std::string bytes = readFile(file("I"));
+  // Wrong, and in order.
+  for (const char last : {'3', '1'}) {
+    bytes[20 + static_cast<unsigned char>(bytes[4]) + kPassedOver * (8 + 4 + 5) - 1] = last;
+    writeFile(file("I"), bytes);
+    reopen();
+    EXPECT_EQ(log(), "");
+    __TBL_SetOrder(nullptr, number(1));
+    EXPECT_EQ(seek("00012", last == '1'), "6@6 found");
+    closeAll();
+    std::filesystem::remove(directory_.path() / "saida.txt");
+  }
 }
 
 TEST_F(Indexes, RefuseWhatCannotBe) {

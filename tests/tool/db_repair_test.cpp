@@ -115,6 +115,7 @@ TEST_F(DbRepair, FindsWhatIsLostAndRepairsTheRest) {
       {{{"T"}, {"T_OS"}, {"X"}, {"Y"}}, 8, "T: the table is gone; nothing tells|X: the ind", "*"},
       {{{"T"}, {"catalog.bck"}, {"catalog.plm", 20, std::string(88, '\0')}}, 11, "with it: X, Y, T_M, T_OS", "*"},
       {{{"T_M"}}, 6, "T 5: field NOTES holds memo text 5|T_M: the memo", "text 1|text 2|text 3|text 4|text 5"},
+      {{{"T_M"}, {"catalog.plm"}, {"catalog.bck"}}, 5, "T_M: the memo texts of", "text 1|text 2|text 3|text 4|text 5"},
       {{{"T_M", memos[1], zeros}}, 1, "T_M 2: its header is empty", "text 2"},
       {{{"T_M", 0, std::string(memos[0] + 12, '#')}}, 1, "T_M 1: its header", "text 1"},
       {{{"T_M", 0, std::string(memos[1] + 12, '\0')}}, 2, "T_M 1: its header is empty", "text 1|text 2"},
@@ -392,6 +393,18 @@ TEST_F(DbRepair, TakesNoFileThatItDoesNotReadForMissing) {
     }
 }
 
+// A program that finds no index of the table in it appends without it.
+TEST_F(DbRepair, KnowsAnIndexWithADamagedNameBehindItsRecords) {
+  patch("X", 28, "U");
+  ok({"import", "T", "-"}, kHead + row(6));
+  const json told = report({}, 1);
+  EXPECT_EQ(problems(told),
+            "X: its description is damaged; by its entries it is an index of T with the key CODE,PRICE\n");
+  EXPECT_EQ(told["lost"], 0);
+  report({"--repair", "--yes"}, 0);
+  EXPECT_EQ(ok({"export", "T", "--order", "X"}), rows() + row(6));
+}
+
 TEST_F(DbRepair, MissesNoChangesThatALivingProgramHas) {
   patch("X", 84, "TIAW");
   const int program = open(path("catalog.plm").c_str(), O_RDONLY);
@@ -401,14 +414,22 @@ TEST_F(DbRepair, MissesNoChangesThatALivingProgramHas) {
   EXPECT_THAT(problems(report({}, 1)), HasSubstr("the program ended before it had all changes"));
 }
 
-TEST_F(DbRepair, ReadersLookAgainForAnIndexThatComesAndGoes) {
-  std::thread writer([this] {
-    const std::string db = TOOL " db ";
-    EXPECT_EQ(std::system(("cd " + directory.string() + "; for i in $(seq 20); do " + db + "index create T Z CODE && " +
-                           db + "index drop T Z || exit; done 2>said")
-                              .c_str()),
-              0);
-  });
-  for (int i = 0; i < 30; ++i) EXPECT_THAT(db({"seek", "T", "Z", "C1"}).err, Not(HasSubstr("cannot be read")));
-  writer.join();
+TEST_F(DbRepair, ReadersLookAgainForWhatComesAndGoes) {
+  const struct {
+    const char *makes, *drops;
+    Words reads;
+    const char* never;
+  } cases[] = {{"index create T Z CODE", "index drop T Z", {"seek", "T", "Z", "C1"}, "cannot be read"},
+               {"create NEW A:M", "drop NEW --yes", {"list"}, "does not name"}};
+  for (const auto& row : cases) {
+    std::thread writer([&] {
+      const std::string db = TOOL " db ";
+      EXPECT_EQ(std::system(("cd " + directory.string() + "; for i in $(seq 20); do " + db + row.makes + " && " + db +
+                             row.drops + " || exit; done 2>said")
+                                .c_str()),
+                0);
+    });
+    for (int i = 0; i < 30; ++i) EXPECT_THAT(db(row.reads).err, Not(HasSubstr(row.never)));
+    writer.join();
+  }
 }

@@ -124,6 +124,18 @@ bool IsNamedOnceInRun(const Entries& entries, std::uint32_t place, int direction
   return true;
 }
 
+bool IsNamedOnceNear(const Entries& entries, std::uint32_t place, int direction) {
+  // A walk through many of one key that stand as they were changed, not as they came, asks at every other step.
+  constexpr std::uint32_t kMostNear = 16;
+  const std::int32_t record = entries.record(place);
+  for (std::uint32_t looked = 0; looked < kMostNear; ++looked) {
+    place += static_cast<std::uint32_t>(direction);
+    if (place >= entries.count) return true;
+    if (entries.record(place) == record) return false;
+  }
+  return true;
+}
+
 std::uint32_t FirstGreater(const Entries& entries, const SoughtKey& key, std::uint32_t from, std::uint32_t to) {
   return leapForward(from, to, [&](std::uint32_t index) { return key.compare(entries.key(index)) < 0; });
 }

@@ -93,6 +93,23 @@ inline bool IsSoundBeside(const Entries& entries, std::uint32_t place, int direc
   return order == 0 ? IsNamedOnceInRun(entries, place, direction) : (order < 0) == (direction > 0);
 }
 
+/// False when one of the next few entries behind `place` in `direction` names its record too, whatever their keys.
+bool IsNamedOnceNear(const Entries& entries, std::uint32_t place, int direction);
+/// For a walk in `direction` that comes to `place`: false when the next entry does not go on in order or names the same
+/// record, or one of the two is an entry of their key that was written over with another one. Entries of one key mostly
+/// stand as their records came; what was written over breaks that there, so that a walk looks for doubles only where it
+/// is broken.
+inline bool IsSoundAhead(const Entries& entries, std::uint32_t place, int direction) {
+  const std::uint32_t next = place + static_cast<std::uint32_t>(direction);
+  if (place >= entries.count || next >= entries.count) return true;
+  const std::int32_t record = entries.record(place), other = entries.record(next);
+  if (record == other) return false;
+  const int order = SoughtKey(entries.key(place), entries.keyLength()).compare(entries.key(next));
+  if (order != 0) return (order < 0) == (direction > 0);
+  if ((record < other) == (direction > 0)) return true;
+  return IsNamedOnceNear(entries, place, direction) && IsNamedOnceNear(entries, next, -direction);
+}
+
 /// The first of `from` to `to` whose key is greater than the sought one (`to` when there is none); all of them stand in
 /// order. Quick when it is near `from`.
 std::uint32_t FirstGreater(const Entries& entries, const SoughtKey& key, std::uint32_t from, std::uint32_t to);

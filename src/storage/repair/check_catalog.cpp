@@ -76,15 +76,6 @@ bool isLink(FileKind kind) {
   return kind == FileKind::kLink || kind == FileKind::kLostLink;
 }
 
-// True when one is the other with a letter or two changed, as damage leaves it.
-bool isAlike(const std::string& a, const std::string& b) {
-  constexpr int kFewLetters = 2;
-  int differing = 0;
-  if (a.size() != b.size()) return false;
-  for (std::size_t i = 0; i < a.size(); ++i) differing += a[i] != b[i];
-  return differing <= kFewLetters;
-}
-
 class CatalogCheck {
  public:
   CatalogCheck(const DataDirectory& directory, const RawFile& catalog, Findings& findings, DirectoryReport& report)
@@ -111,7 +102,7 @@ class CatalogCheck {
   void settleLost() {
     for (const std::string& found : found_) {
       const auto entry = std::find_if(state_.gone.begin(), state_.gone.end(),
-                                      [&](const DatabaseHdrType& gone) { return isAlike(NameOf(gone), found); });
+                                      [&](const DatabaseHdrType& gone) { return IsAlike(NameOf(gone), found); });
       if (entry != state_.gone.end())
         state_.gone.erase(entry);
       else if (state_.lostEntries != 0)
@@ -364,6 +355,14 @@ class CatalogCheck {
 
 std::vector<DatabaseHdrType> CatalogEntries(const RawFile& catalog) {
   return entriesBetween(catalog.bytes(), kHeaderSize, kLargestFile);
+}
+
+bool IsAlike(const std::string& a, const std::string& b) {
+  constexpr int kFewLetters = 2;
+  int differing = 0;
+  if (a.size() != b.size()) return false;
+  for (std::size_t i = 0; i < a.size(); ++i) differing += a[i] != b[i];
+  return differing <= kFewLetters;
 }
 
 CatalogState CheckCatalog(const DataDirectory& directory, const RawFile& catalog, Findings& findings,

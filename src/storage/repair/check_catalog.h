@@ -26,6 +26,9 @@ struct CatalogState {
 CatalogState CheckCatalog(const DataDirectory& directory, const RawFile& catalog, Findings& findings,
                           DirectoryReport& report);
 
+/// True when one is the other with a letter or two changed, as damage leaves it.
+bool IsAlike(const std::string& a, const std::string& b);
+
 /// The entry of a database that is being put into the catalogue.
 DatabaseHdrType NewEntry(const std::string& name, std::uint32_t type);
 

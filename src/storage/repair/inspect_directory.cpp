@@ -89,6 +89,8 @@ void Inspection::finishCatalog() {
   for (const std::string& memo : newMemos_) {
     done = done && changes_.replace(memo, EmptyDatabase(kVariableDatabase));
     state_.slots.push_back(NewEntry(memo, kTypeMemo));
+    // The places of the texts that are missing.
+    if (kindOfOffsets(memo) == FileKind::kRegular) leftovers_.push_back(OffsetsName(memo));
   }
   for (DatabaseHdrType& entry : state_.slots)
     if (std::find(removals_.begin(), removals_.end(), NameOf(entry)) != removals_.end()) entry = {};

@@ -99,7 +99,7 @@ void Inspection::settleIndex(const FoundIndex& index) {
     return;
   }
   const std::optional<CheckedDatabase> entries = readAgain(index.name, kTypeIndex);
-  if (!entries || findTableOf(*entries, index.name)) return;
+  if (!entries || findTableOf(*entries, index)) return;
   if (!index.told && index.hasHead && !HoldsEntries(*entries))
     return report_.notes.push_back({index.name, -1, "what it tells of itself is no index's description", false});
   if (!index.told)
@@ -109,17 +109,31 @@ void Inspection::settleIndex(const FoundIndex& index) {
   removals_.push_back(index.name);
 }
 
-bool Inspection::findTableOf(const CheckedDatabase& index, const std::string& name) {
+// A letter of its table's name is damaged, as its entries tell; they may be behind the records, since a program finds
+// no index of the table in it.
+bool Inspection::isMisnamed(const CheckedTable& table, const CheckedDatabase& index, const FoundIndex& found) const {
+  if (!found.told) return false;
+  const std::string named = FoldedName(found.told->table);
+  // What the catalogue names had a table of its own, however alike the names are.
+  const bool isGone = std::any_of(state_.gone.begin(), state_.gone.end(),
+                                  [&](const DatabaseHdrType& gone) { return FoldedName(NameOf(gone)) == named; });
+  return !isGone && IsAlike(named, FoldedName(table.description.name)) && IsIndexOf(table, index, *found.told);
+}
+
+bool Inspection::findTableOf(const CheckedDatabase& index, const FoundIndex& found) {
   for (const auto& [described, file] : tables_) {
     if (index.count() == 0) return false;
     const std::optional<CheckedTable> table = readTable(file);
-    if (!table || table->database.count() != index.count()) continue;
-    const auto key = KeyOfEntries(*table, index);
-    if (!key) continue;
+    if (!table) continue;
     IndexDescription told;
-    told.name = name;
-    told.keyFields = *key;
-    Findings findings(name);
+    if (isMisnamed(*table, index, found))
+      told.keyFields = KeyByEntries(*table, index, *found.told);
+    else if (const auto key = KeyOfEntries(*table, index))
+      told.keyFields = *key;
+    else
+      continue;
+    told.name = found.name;
+    Findings findings(found.name);
     findings.damage("its description is damaged; by its entries it is an index of " + table->description.name +
                     " with the key " + keyWords(*table, told));
     remakeIndex(*table, index, told, findings);

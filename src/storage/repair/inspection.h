@@ -62,7 +62,8 @@ class Inspection {
   void checkIndexes();
   void checkIndex(const CheckedTable& table, const FoundIndex& index);
   void settleIndex(const FoundIndex& index);
-  bool findTableOf(const CheckedDatabase& index, const std::string& name);
+  bool findTableOf(const CheckedDatabase& index, const FoundIndex& found);
+  bool isMisnamed(const CheckedTable& table, const CheckedDatabase& index, const FoundIndex& found) const;
   void remakeIndex(const CheckedTable& table, const CheckedDatabase& index, const IndexDescription& told,
                    Findings& findings);
   void dropIndex(const std::string& name, const std::string& words);

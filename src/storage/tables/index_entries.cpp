@@ -18,10 +18,6 @@ namespace vorne {
 
 namespace {
 
-// Looking at every entry would hold up each opening of a large table. What a sample misses is noticed when a walk or a
-// search comes by.
-constexpr UInt32 kMostLookedAt = 4096;
-
 bool haveTheirHeaders(const Entries& entries) {
   for (UInt32 place = 0; place < entries.count; ++place)
     if (!HasEntryHeader(entries, place)) return false;

@@ -9,6 +9,11 @@ namespace vorne {
 /// One entry for each record of the table, one behind the other. Error 5 when no index file could hold them.
 std::vector<char> EntriesOfTable(DmOpenRef table, EntryMaker& maker);
 
+/// Opening holds so many entries of an index against their records, and thereby all of a smaller one's. Looking at
+/// every entry would hold up each opening of a large table: what a sample misses is noticed when a walk or a search
+/// comes by.
+inline constexpr UInt32 kMostLookedAt = 4096;
+
 /// Whether the entries of an open index show that its key counts the fields from 0.
 bool CountsFromZero(DmOpenRef table, DmOpenRef index, Fields fields, KeyFields key);
 /// What of an open index does not fit its table, in words for the log; empty when nothing is found. Looks at all

@@ -59,8 +59,7 @@ bool isSoundAt(int number, DmOpenRef order, const Entries& entries, int count, i
   if (!NamesOneRecord(entries, count, position, direction)) return false;
   if (direction == 0 || entries.count <= kMostCounted) return true;
   // One step ahead: what stands out of order, or twice, is not shown before the order is mended.
-  if (!IsInOrder(entries, static_cast<UInt32>(position - (direction < 0)))) return false;
-  if (!NamesOneRecord(entries, count, position, -direction)) return false;
+  if (!IsSoundAhead(entries, static_cast<UInt32>(position), direction)) return false;
   WalkWatch& walk = walks[number];
   const auto record = static_cast<UInt32>(entries.record(static_cast<std::size_t>(position)));
   if (walk.isNew(order, static_cast<UInt32>(count), position, direction, record)) return true;

@@ -14,6 +14,7 @@
 #include "storage/records/records.h"
 #include "storage/records/waiting_entries.h"
 #include "storage/tables/index_attach.h"
+#include "storage/tables/index_entries.h"
 #include "storage/tables/write.h"
 
 using namespace vorne;
@@ -68,8 +69,9 @@ class Search {
     const UInt32 before = place == 0 ? 0 : place - 1;
     if (before < entries_.count && key.compare(entries_.key(before)) == 0) {
       const UInt32 first = FirstNotSmallerFromBack(entries_, key, 0, before);
-      // A single one costs nothing more; where there are several, one more may be hidden before them.
-      take(first, true, first == before || hasItsKey(first - 1));
+      // A single one costs nothing more. Where there are several, one more may be hidden before them; or there are
+      // none, since it is the equal one that stands out of order.
+      take(first, true, first == before || (key.compare(entries_.key(first)) == 0 && hasItsKey(first - 1)));
     } else if (soft_ && static_cast<int>(place) < count_)
       // The table's count, not the index's: an entry that is missing at the end is no end of the table.
       take(place, false, hasItsKey(place - 1));
@@ -100,7 +102,7 @@ class Search {
   // Opening holds each key of a small index against its record, and a part of a large one's: there it is done here, in
   // the buffer that is filled or emptied next.
   bool hasItsKey(UInt32 place) const {
-    if (entries_.count <= kMostCounted || place >= entries_.count) return true;
+    if (entries_.count <= kMostLookedAt || place >= entries_.count) return true;
     const std::span<const char> record = BytesOf(DatabaseOf(area_), static_cast<UInt32>(entries_.record(place)));
     LoadFields(FieldsOf(area_), record, bswapnum, area_.TBL_buff);
     return NamesLoadedRecord(area_, order_, entries_, static_cast<int>(place));

@@ -6,6 +6,7 @@
 
 #include "db/db.h"
 #include "db/dictionary.h"
+#include "db/read_table.h"
 #include "db/words.h"
 #include "edge/console.h"
 #include "edge/json_text.h"
@@ -40,8 +41,8 @@ Json jsonOf(const vorne::StoredDatabase& database, std::size_t indexes) {
   return json;
 }
 
-/// A lost catalogue must not look like that of an empty directory, nor one begun anew like the whole.
-void noteUnnamed(const Dictionary& dictionary, const std::string& data) {
+/// Databases whose files are there and that the catalogue does not name.
+std::uint64_t unnamedIn(const Dictionary& dictionary, const std::string& data) {
   std::set<std::string> named;
   for (const vorne::StoredDatabase& database : dictionary.databases()) named.insert(database.name);
   std::uint64_t unnamed = 0;
@@ -53,6 +54,21 @@ void noteUnnamed(const Dictionary& dictionary, const std::string& data) {
     const std::string owner = file.substr(0, file.size() - std::strlen(vorne::kOffsetsSuffix));
     if (!named.contains(owner) && std::filesystem::exists(data + "/" + owner, error)) ++unnamed;
   }
+  return unnamed;
+}
+
+/// A lost catalogue must not look like that of an empty directory, nor one begun anew like the whole.
+/// @param comings made before the dictionary was
+void noteUnnamed(const Dictionary& dictionary, const std::string& directory, const Comings& comings) {
+  constexpr int kLooks = 5;
+  constexpr std::chrono::milliseconds kBetweenLooks{100};
+  const std::string data = directory + vorne::kDataDirectory;
+  std::uint64_t unnamed = unnamedIn(dictionary, data);
+  // Beside a program the files may have come, or gone, since the catalogue was read.
+  for (int look = 1; unnamed != 0 && look < kLooks && comings.arePossible(); ++look) {
+    std::this_thread::sleep_for(kBetweenLooks);
+    unnamed = unnamedIn(Dictionary(directory), data);
+  }
   if (unnamed != 0)
     note("tellira: the catalogue does not name " + counted(unnamed, "database") + " whose files are in " + data +
          ".\n  next: `tellira db check` tells what is there.");
@@ -60,6 +76,7 @@ void noteUnnamed(const Dictionary& dictionary, const std::string& data) {
 
 int runList(const DbOptions& options, bool json) {
   const std::string directory = options.checkedDirectory();
+  const Comings comings(directory);
   const Dictionary dictionary(directory, Dictionary::Heads::kOfAll);
   Json list = Json::array();
   TextTable<5> table{{"Name", "Type", "Records", "Indexes", "Size"}};
@@ -74,7 +91,7 @@ int runList(const DbOptions& options, bool json) {
     printJson(list);
   else
     table.print();
-  noteUnnamed(dictionary, directory + vorne::kDataDirectory);
+  noteUnnamed(dictionary, directory, comings);
   return kDone;
 }
 
