@@ -394,6 +394,10 @@ TEST_F(Indexes, DamageThatIsMetLaterIsMendedThen) {
   writeFile(file("I"), keys);
   for (const char* key : {"40009", "50010", "5001"})
     EXPECT_EQ(TableReader(".", "T").find(0, {{key, key}}).count(), key[4] == 0 ? 10u : 1u) << key;
+  // The one in a long range whose record an entry outside of it names as well.
+  writeFile(file("I"), bytes);
+  const KeyList range = TableReader(".", "T").find(0, {{"30000", "65591"}});
+  EXPECT_EQ(range.position(range.count() - 1), kTwice - 1u);
   // A header that is wrong hides no entry.
   writeFile(file("I"), std::string(sound).replace(begin + kRecords / 2 * stride, 1, "\xFF"));
   reopen(), byOrder();

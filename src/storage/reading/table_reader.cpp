@@ -40,13 +40,24 @@ struct IndexFile {
   std::vector<IDX_Indexes> key;   // numbered from 1
   std::vector<IDX_Indexes> told;  // as its block numbers them
   std::size_t keyLength;
-  bool isTrusted = false;  // was looked through, or is too large for that
+  bool isTrusted = false;  // was looked through
 };
 
 // An entry that is written over with another one names that one's record twice, and its own is missing.
 bool namesEachOnce(KeyList& list, std::uint32_t records) {
   return !NamesARecordTwice(
       {list.bytes.data(), list.entrySize, list.entrySize, static_cast<std::uint32_t>(list.count())}, records);
+}
+
+bool namesEachOnce(DatabaseReader& entries, std::uint32_t records) {
+  std::vector<bool> isNamed(records);
+  for (std::uint32_t i = 0; i < entries.count(); ++i) {
+    const std::span<const char> entry = entries.record(i);
+    const std::uint32_t record = entry.size() < kEntryKeyAt ? records : Load<std::uint32_t>(entry.data());
+    if (record >= records || isNamed[record]) return false;
+    isNamed[record] = true;
+  }
+  return true;
 }
 
 // The entries from `place` on in `direction` that have one key, as many of them as are looked at.
@@ -228,11 +239,10 @@ bool TableReader::State::fits(IndexFile& index) {
       return false;
     const std::uint32_t count = index.database.count();
     if (count != table.front().count()) return false;
-    if (!index.isTrusted && count <= kMostCounted) {
-      std::optional<KeyList> all = entriesOf(index, KeyRanges(1));
-      if (!all || !namesEachOnce(*all, count)) return false;
-    }
-    return index.isTrusted = true;
+    if (index.isTrusted) return true;
+    // Of a large one the order is looked at where it is read: all of its keys would take longer than most questions.
+    if (count <= kMostCounted && !entriesOf(index, KeyRanges(1))) return false;
+    return index.isTrusted = namesEachOnce(index.database, count);
   } catch (const ReadFailure&) {
     return false;
   }
