@@ -321,6 +321,15 @@ TEST_F(DbRepair, MakesRoomForATableWithoutLosingOneThatTheCatalogueLost) {
   ok({"create", "T", "A:C:3"});
   expectCopies(0);
   EXPECT_THAT(ok({"check"}), HasSubstr("1 database, 0 records"));
+  // Also when the entries of its indexes are there.
+  for (const auto& [name, bytes] : before) writeFile(path(name), bytes);
+  report({"--repair", "--yes"}, 0);
+  const std::string catalog = readFile(path("catalog.plm"));
+  for (const char* file : {"catalog.plm", "catalog.bck"})
+    for (const char* name : {"T", "T_M"}) patch(file, catalog.find(name + std::string(4, '\0')), std::string(4, '\0'));
+  ok({"create", "T", "A:C:3"});
+  expectCopies(0);
+  EXPECT_THAT(ok({"check"}), HasSubstr("1 database, 0 records"));
   for (const auto& [name, bytes] : before) writeFile(path(name), bytes);
   remove({"T_OS"});
   writeFile(path("T"), "\2V" + std::string(18, '\0'));

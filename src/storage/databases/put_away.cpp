@@ -24,6 +24,7 @@ struct Away {
   std::string copies;
   std::string mark;
   std::vector<std::string> files;
+  std::size_t gone = 0;  // so many of them, from the first, have left their places
 };
 std::vector<Away> away;
 
@@ -52,7 +53,8 @@ bool isBack(const std::string& copy, const std::string& path) {
 
 void putBack(const Away& from) {
   bool all = true;
-  for (const std::string& file : from.files) all &= isBack(from.copies + "/" + file, PathOf(file));
+  // The others never left: what lies in their places is no other file, even where the copy is one of its own.
+  for (std::size_t i = 0; i < from.gone; ++i) all &= isBack(from.copies + "/" + from.files[i], PathOf(from.files[i]));
   if (!all) return;
   for (const std::string& file : from.files) fileSystem.unlink((from.copies + "/" + file).c_str());
   fileSystem.unlink((from.copies + "/" + from.mark).c_str());
@@ -61,18 +63,20 @@ void putBack(const Away& from) {
 
 }  // namespace
 
-PutAway::PutAway(const std::vector<std::string>& names) : place_(away.size()) {
+PutAway::PutAway(const std::vector<std::string>& names) : place_(away.size()), failed_(names.front()) {
   const std::vector<std::string> files = filesThatHold(names);
   const std::string mark = kPutAwayMark + names.front();
-  isDone_ = KeepTogether(wcDir, files, mark);
+  isDone_ = KeepTogether(wcDir, files, mark, &failed_);
   if (!isDone_ || files.empty()) return;
   away.push_back({CopiesDirectory(), mark, files});
   for (const std::string& file : files) {
     if (!DeleteFile(PathOf(file).c_str())) {
       isDone_ = false;
+      failed_ = file;
       back();
       return;
     }
+    ++away.back().gone;
     Logar(Message("%s existe sem estar em %s: cópia guardada"_l1, file.c_str(), kCatalogName).c_str());
   }
 }
