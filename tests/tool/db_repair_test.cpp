@@ -187,6 +187,7 @@ TEST_F(DbRepair, BelievesNothingThatAllElseSpeaksAgainst) {
       {"catalog.plm", "the type code of X is 0x", typeOf("X"), 0x01},
       {"T", "T: its header has no known kind", 1, 0x01},
       {"T", "T: its header says 149 bytes of application information, the records begin behind 157", 4, 0x08},
+      {"T", "bytes used, where 177 are taken before anything else", 17, 0x01},
       {"X", "X: its header says 71 bytes of application information", 4, 0x10},
       {"E", "E: its header says 130 bytes used, where 131", 4, 0x01},
       {"E", "E: its header says 65390 bytes of app", 5, 0xFF},
