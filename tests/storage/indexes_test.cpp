@@ -666,6 +666,42 @@ TEST_F(Indexes, AProgramGoesOnOnAFullDisk) {
   });
 }
 
+// Of a table that the catalogue has lost all files make room for a new one, or none.
+TEST_F(Indexes, StayWithATableThatCannotMakeRoom) {
+  makeTable({"ana"});
+  makeIndex("I", "NAME");
+  closeAll();
+  CloseCatalog();
+  std::map<std::string, std::string> before;
+  for (const char* name : {"T", "T_OS", "T_M", "I"}) before[name] = readFile(file(name));
+  for (const char* name : {"catalog.plm", "catalog.bck"}) std::filesystem::remove(file(name));
+  for (const bool isRead : {true, false}) {
+    // Another user's file, which can be copied but has no second name, and does not leave its place.
+    if (isRead) {
+      fileSystem.link = [](const char*, const char* to) {
+        return errno = std::filesystem::exists(to) ? EEXIST : EPERM, -1;
+      };
+      fileSystem.unlink = [](const char* path) {
+        return std::string_view(path).ends_with("DB/I") ? (errno = EPERM, -1) : kSystem.unlink(path);
+      };
+    } else {
+      fileSystem.open = [](const char* path, int flags, mode_t mode) {
+        return std::string_view(path).ends_with("DB/I") ? (errno = EACCES, -1) : kSystem.open(path, flags, mode);
+      };
+    }
+    EXPECT_EXIT((dup2(STDERR_FILENO, STDOUT_FILENO), make("T", "{{'A','C',5,0}}")), testing::ExitedWithCode(0),
+                isRead ? "^I: Operation not permitted" : "^I: Permission denied");
+    fileSystem = kSystem;
+    for (const auto& [name, bytes] : before) EXPECT_EQ(readFile(file(name)), bytes) << name;
+    for (const auto& entry : std::filesystem::directory_iterator(file(""))) EXPECT_FALSE(entry.is_directory()) << entry;
+  }
+  // A database of its own in the place of its offsets file is none that a new one may write over.
+  std::filesystem::rename(file("T"), file("S_OS"));
+  EXPECT_EQ(DmCreateDatabase(0, "S", 0, kTypeData, 0), errAlreadyExists);
+  EXPECT_EQ(DmCreateDatabase(0, "S_OS_OS", 0, kTypeData, 0), errArgument);
+  EXPECT_EQ(readFile(file("S_OS")), before["T"]);
+}
+
 TEST_F(Indexes, AreSortedWhereTheyLie) {
   makeTable({"C", "A", "B"});
   makeIndex("I", "NAME");

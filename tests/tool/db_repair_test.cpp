@@ -72,6 +72,12 @@ class DbRepair : public ToolTest {
              one["problem"].get<std::string>() + "\n";
     return all;
   }
+  /// A file of that name among the copies, empty without one.
+  std::string copyOf(const std::string& name) const {
+    for (const auto& entry : std::filesystem::directory_iterator(directory / "DB"))
+      if (std::filesystem::exists(entry.path() / name)) return entry.path() / name;
+    return {};
+  }
   // Every verb does its work on the table.
   void useTable(const std::string& expected) const {
     EXPECT_EQ(ok({"export", "T"}), expected);
@@ -181,6 +187,7 @@ TEST_F(DbRepair, BelievesNothingThatAllElseSpeaksAgainst) {
       {"catalog.plm", "the type code of X is 0x", typeOf("X"), 0x01},
       {"T", "T: its header has no known kind", 1, 0x01},
       {"T", "T: its header says 149 bytes of application information, the records begin behind 157", 4, 0x08},
+      {"T", "bytes used, where 177 are taken before anything else", 17, 0x01},
       {"X", "X: its header says 71 bytes of application information", 4, 0x10},
       {"E", "E: its header says 130 bytes used, where 131", 4, 0x01},
       {"E", "E: its header says 65390 bytes of app", 5, 0xFF},
@@ -315,6 +322,15 @@ TEST_F(DbRepair, MakesRoomForATableWithoutLosingOneThatTheCatalogueLost) {
   ok({"create", "T", "A:C:3"});
   expectCopies(0);
   EXPECT_THAT(ok({"check"}), HasSubstr("1 database, 0 records"));
+  // Also when the entries of its indexes are there.
+  for (const auto& [name, bytes] : before) writeFile(path(name), bytes);
+  report({"--repair", "--yes"}, 0);
+  const std::string catalog = readFile(path("catalog.plm"));
+  for (const char* file : {"catalog.plm", "catalog.bck"})
+    for (const char* name : {"T", "T_M"}) patch(file, catalog.find(name + std::string(4, '\0')), std::string(4, '\0'));
+  ok({"create", "T", "A:C:3"});
+  expectCopies(0);
+  EXPECT_THAT(ok({"check"}), HasSubstr("1 database, 0 records"));
   for (const auto& [name, bytes] : before) writeFile(path(name), bytes);
   remove({"T_OS"});
   writeFile(path("T"), "\2V" + std::string(18, '\0'));
@@ -339,6 +355,29 @@ TEST_F(DbRepair, MakesRoomForATableWithoutLosingOneThatTheCatalogueLost) {
     EXPECT_EQ(latest() != last, isDamaged);
     EXPECT_EQ(isDamaged ? readFile(latest() + "/e_m") : texts, texts);
   }
+}
+
+// What goes by the name of its memo texts, its indexes or its files may be all that a repair is going to need.
+TEST_F(DbRepair, AsksForARepairWhereATableIsThereThatTheCatalogueLost) {
+  ok({"create", "Q_OS", "A:C:3"});
+  const std::string catalog = readFile(path("catalog.plm")), texts = readFile(path("T_M"));
+  for (const char* file : {"catalog.plm", "catalog.bck"})
+    patch(file, catalog.find("T" + std::string(4, '\0')), std::string(4, '\0'));
+  for (const char* name : {"T", "T_OS"})
+    EXPECT_THAT(db({"create", name, "A:C:3"}).err, HasSubstr("let `tellira db check --repair`")) << name;
+  ok({"drop", "T_M", "--yes"}), ok({"drop", "X", "--yes"});
+  ASSERT_EQ(readFile(copyOf("T_M")), texts);
+  for (const char* file : {"T_M", "T_M_OS", "X"}) std::filesystem::copy(copyOf(file), path(file));
+  // A database in the place of its offsets file keeps it from having an entry, and what belongs to it from going.
+  for (const char* file : {"catalog.plm", "catalog.bck"}) patch(file, catalog.find("Q_OS"), "T_OS");
+  std::filesystem::rename(path("Q_OS"), path("T_OS"));
+  std::filesystem::rename(path("Q_OS_OS"), path("T_OS_OS"));
+  for (int i = 0; i < 2; ++i)
+    EXPECT_THAT(problems(report({"--repair", "--yes"}, 3)),
+                HasSubstr("T: it cannot be read: it and the database T_OS"));
+  ok({"drop", "T_OS", "--yes"});
+  report({"--repair", "--yes"}, 0);
+  EXPECT_EQ(ok({"export", "T", "--order", "X"}), rows());
 }
 
 // Whether the catalogue is lost, or names a file on a disk that is not there.

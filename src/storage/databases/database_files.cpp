@@ -51,15 +51,35 @@ std::uint32_t settledType(UInt32 place) {
   return told;
 }
 
-// The catalogue entry of the database whose offsets file has that name in capitals, 0 for none.
-UInt32 ownerOfOffsets(const std::string& folded) {
+// The database whose offsets file has that name in capitals, empty for none. One that the catalogue has lost counts, of
+// whatever kind: its entry would never come back beside one of that name.
+std::string ownerOfOffsets(const std::string& folded) {
   const std::string_view suffix = kOffsetsSuffix;
-  if (!folded.ends_with(suffix)) return 0;
-  const UInt32 owner = CatalogEntryOf(std::string_view(folded).substr(0, folded.size() - suffix.size()));
-  return owner != 0 && HasOffsets(owner) ? owner : 0;
+  if (!folded.ends_with(suffix)) return {};
+  const std::string owner = folded.substr(0, folded.size() - suffix.size());
+  const UInt32 entry = CatalogEntryOf(owner);
+  if (entry == 0) return IsDatabaseName(owner) && MayHold(owner) ? owner : std::string();
+  return HasOffsets(entry) ? std::string(CatalogEntryName(entry)) : std::string();
+}
+
+// The database that has the name of the offsets file of one of that name in capitals, empty for none. Of those without
+// an entry its head tells it from an offsets file.
+std::string databaseInOffsets(const std::string& folded) {
+  const std::string name = OffsetsName(folded);
+  if (const UInt32 entry = CatalogEntryOf(name)) return std::string(CatalogEntryName(entry));
+  return HeaderInFile(name).value_or(FileHeader{}).Version == 2 && MayHold(name) ? name : std::string();
 }
 
 }  // namespace
+
+bool MayHold(const std::string& name) {
+  struct stat found;
+  if (::lstat(PathOf(name).c_str(), &found) != 0 || found.st_size == 0) return false;
+  const FileHeader header = HeaderInFile(name).value_or(FileHeader{});
+  const bool isEmpty =
+      header.Version == 2 && header.NumberOfRecords == 0 && header.AppInfoLen == 0 && header.szmap <= kHeaderSize;
+  return !isEmpty && (S_ISREG(found.st_mode) || header.Version == 2);
+}
 
 std::string BlockInFile(const std::string& name, const FileHeader& header) {
   // Damage can say any length; descriptions are far shorter.
@@ -112,12 +132,12 @@ bool IsOfType(UInt32 entry, std::uint32_t type) {
 Err CheckNewName(std::string_view name, bool hasOffsets) {
   if (!IsDatabaseName(name)) return errArgument;
   const std::string folded = FoldedName(name);
-  const UInt32 owner = ownerOfOffsets(folded), taken = hasOffsets ? CatalogEntryOf(OffsetsName(folded)) : 0;
-  if (owner == 0 && taken == 0) return errNone;
+  const std::string owner = ownerOfOffsets(folded), taken = hasOffsets ? databaseInOffsets(folded) : std::string();
+  if (owner.empty() && taken.empty()) return errNone;
   Logar(Message("O banco %s não pode ter este nome: um arquivo seria também do banco %s"_l1, std::string(name).c_str(),
-                std::string(CatalogEntryName(owner != 0 ? owner : taken)).c_str())
+                (owner.empty() ? taken : owner).c_str())
             .c_str());
-  return owner != 0 ? errArgument : errAlreadyExists;
+  return !owner.empty() ? errArgument : errAlreadyExists;
 }
 
 bool MakeDataFile(std::string_view name, std::uint32_t type) {

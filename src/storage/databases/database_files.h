@@ -12,6 +12,9 @@ namespace vorne {
 std::string PathOf(std::string_view name);
 /// True when there is no such file: one that cannot be looked at just now has not vanished.
 bool HasVanished(std::string_view name);
+/// True when a file of that name may be what somebody misses: what is left of a database that was being made holds
+/// nothing, anything else may, even what cannot be read.
+bool MayHold(const std::string& name);
 /// The application information behind a data file's header as it lies there, of a database that need not be open; empty
 /// when it cannot be read.
 std::string BlockInFile(const std::string& name, const FileHeader& header);
@@ -31,8 +34,8 @@ bool HasOffsets(UInt32 entry);
 /// True when the database of that catalogue entry has the type code. Another one that is not of its data file's kind is
 /// not believed when the file tells one: it is put right, told in the log.
 bool IsOfType(UInt32 entry, std::uint32_t type);
-/// Whether a database can have that name: not when one of its files would be another database's too, which is told in
-/// the log. Asked before anything of that name is touched.
+/// Whether a database can have that name: not when one of its files would be another database's too, be it one that the
+/// catalogue has lost, which is told in the log. Asked before anything of that name is touched.
 /// @param hasOffsets whether it will have an offsets file
 Err CheckNewName(std::string_view name, bool hasOffsets);
 /// Makes the data file of a database without records; one that is there keeps what lies behind its header.

@@ -33,7 +33,7 @@ Err DmCreateDatabase(UInt16, const char* name, UInt32 creator, UInt32 type, Bool
   __PositionOnFirstNullCatalog(entry.name);
   // Files without an entry are what is left of a database that was being made or deleted, unless the entry was lost.
   PutAway old({name});
-  if (!old.isDone()) CannotCreate(name, errno);
+  if (!old.isDone()) CannotCreate(old.failed().c_str(), errno);
   DeleteFile(PathOf(name).c_str());
   RemoveOffsetsFile(name);
   if (!MakeDataFile(name, type)) {

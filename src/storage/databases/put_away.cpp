@@ -24,23 +24,14 @@ struct Away {
   std::string copies;
   std::string mark;
   std::vector<std::string> files;
+  std::size_t gone = 0;  // so many of them, from the first, have left their places
 };
 std::vector<Away> away;
-
-// What is left of a database that was being made holds nothing; anything else may be what somebody misses.
-bool mayHold(const std::string& name) {
-  struct stat found;
-  if (::lstat(PathOf(name).c_str(), &found) != 0 || found.st_size == 0) return false;
-  const FileHeader header = HeaderInFile(name).value_or(FileHeader{});
-  const bool isEmpty =
-      header.Version == 2 && header.NumberOfRecords == 0 && header.AppInfoLen == 0 && header.szmap <= kHeaderSize;
-  return !isEmpty && (S_ISREG(found.st_mode) || header.Version == 2);
-}
 
 std::vector<std::string> filesThatHold(const std::vector<std::string>& names) {
   std::vector<std::string> files;
   for (const std::string& name : names)
-    if (mayHold(name)) files.push_back(name);
+    if (MayHold(name)) files.push_back(name);
   if (files.empty()) return files;
   for (const std::string& name : names)
     if (HasOffsetsFile(name)) files.push_back(OffsetsName(name));
@@ -62,7 +53,8 @@ bool isBack(const std::string& copy, const std::string& path) {
 
 void putBack(const Away& from) {
   bool all = true;
-  for (const std::string& file : from.files) all &= isBack(from.copies + "/" + file, PathOf(file));
+  // The others never left: what lies in their places is no other file, even where the copy is one of its own.
+  for (std::size_t i = 0; i < from.gone; ++i) all &= isBack(from.copies + "/" + from.files[i], PathOf(from.files[i]));
   if (!all) return;
   for (const std::string& file : from.files) fileSystem.unlink((from.copies + "/" + file).c_str());
   fileSystem.unlink((from.copies + "/" + from.mark).c_str());
@@ -71,18 +63,20 @@ void putBack(const Away& from) {
 
 }  // namespace
 
-PutAway::PutAway(const std::vector<std::string>& names) : place_(away.size()) {
+PutAway::PutAway(const std::vector<std::string>& names) : place_(away.size()), failed_(names.front()) {
   const std::vector<std::string> files = filesThatHold(names);
   const std::string mark = kPutAwayMark + names.front();
-  isDone_ = KeepTogether(wcDir, files, mark);
+  isDone_ = KeepTogether(wcDir, files, mark, &failed_);
   if (!isDone_ || files.empty()) return;
   away.push_back({CopiesDirectory(), mark, files});
   for (const std::string& file : files) {
     if (!DeleteFile(PathOf(file).c_str())) {
       isDone_ = false;
+      failed_ = file;
       back();
       return;
     }
+    ++away.back().gone;
     Logar(Message("%s existe sem estar em %s: cópia guardada"_l1, file.c_str(), kCatalogName).c_str());
   }
 }

@@ -20,11 +20,14 @@ class PutAway {
 
   /// False when they could not be put away (errno): all of them are where they were.
   bool isDone() const { return isDone_; }
+  /// The file that could not be put away, or the first of the names where it was none.
+  const std::string& failed() const { return failed_; }
   /// Puts these back; none takes the place of another file.
   void back();
 
  private:
   const std::size_t place_;
+  std::string failed_;
   bool isDone_;
 };
 

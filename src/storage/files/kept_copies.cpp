@@ -121,15 +121,18 @@ bool KeepCopy(const char* directory, const char* file) {
   return kept;
 }
 
-bool KeepTogether(const std::string& directory, const std::vector<std::string>& files, const std::string& mark) {
+bool KeepTogether(const std::string& directory, const std::vector<std::string>& files, const std::string& mark,
+                  std::string* failed) {
   if (files.empty()) return true;
   const std::string before = copies;
   if (!makeCopiesDirectory(directory)) return false;
   const std::string place = copies;
   const auto keep = [&](const std::string& file) {
-    return keepLink(directory, file, place) ||
-           fileSystem.link((directory + "/" + file).c_str(), (place + "/" + file).c_str()) == 0 ||
-           KeepCopy(directory.c_str(), file.c_str());
+    const bool kept = keepLink(directory, file, place) ||
+                      fileSystem.link((directory + "/" + file).c_str(), (place + "/" + file).c_str()) == 0 ||
+                      KeepCopy(directory.c_str(), file.c_str());
+    if (!kept && failed != nullptr) *failed = file;
+    return kept;
   };
   if ((mark.empty() || makeEmpty(place + "/" + mark)) && std::all_of(files.begin(), files.end(), keep)) {
     syncDirectory(place);

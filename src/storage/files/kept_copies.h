@@ -24,7 +24,9 @@ bool KeepCopy(const char* directory, const char* file);
 /// Keeps all of the files of `directory` in a new one of these directories, or none (errno): by a second name where the
 /// file system has such, which takes no space. For files that are going to be removed, not changed.
 /// @param mark the name of an empty file that is to lie there too; empty for none
-bool KeepTogether(const std::string& directory, const std::vector<std::string>& files, const std::string& mark = {});
+/// @param failed told which file could not be kept; left alone when it was none of them
+bool KeepTogether(const std::string& directory, const std::vector<std::string>& files, const std::string& mark = {},
+                  std::string* failed = nullptr);
 /// Databases of `directory` that are among the copies because a new one of their name was to be made, which was never
 /// finished: the directories of the copies, by the names in capitals.
 std::map<std::string, std::string> PutAwayIn(const std::string& directory);

@@ -107,8 +107,10 @@ std::uint64_t ReadFile::size() {
 }
 
 std::uint64_t ReadFile::used() {
-  const std::uint64_t szmap = header().szmap;
-  return std::max<std::uint64_t>(std::min(szmap, size_), kHeaderSize);
+  const FileHeader told = header();
+  // One that has no room for the block is wrong: where records stand is told by other numbers, too.
+  const bool isWrong = told.szmap < kHeaderSize + std::uint64_t{told.AppInfoLen};
+  return std::max<std::uint64_t>(isWrong ? size_ : std::min<std::uint64_t>(told.szmap, size_), kHeaderSize);
 }
 
 }  // namespace vorne

@@ -282,12 +282,19 @@ class CatalogCheck {
       return state_.orphans.push_back(name.substr(0, name.size() - std::strlen(kOffsetsSuffix)));
     }
     DatabaseHdrType found = lost == lost_.end() ? NewEntry(name, typeOfStray(name, header)) : lost->second;
-    if (clashes(name, KindOfType(found.type)))
-      return foreign(name, "it shares its file with a database's offsets file");
+    // What it holds is missed otherwise, and what goes with it taken for a lost database's.
+    if (clashes(name, KindOfType(found.type))) return leaveClashing(name);
     findings_.damage(lost == lost_.end() ? Message("%s has no entry; by its kind '%c' its type code is taken to be %s",
                                                    name.c_str(), header.Type, codeWords(found.type).c_str())
                                          : "the entry of " + name + " is missing");
     restore(found);
+  }
+
+  void leaveClashing(const std::string& name) {
+    const std::string offsets = OffsetsName(name), base = name.substr(0, name.rfind(kOffsetsSuffix)),
+                      other = names_.contains(FoldedName(offsets)) ? offsets : base;
+    state_.unread.emplace(
+        name, "it and the database " + other + " would have a file in common; export and drop " + other + " first");
   }
 
   // A file that cannot be looked at may be any database, and must not be missed as one.

@@ -194,7 +194,12 @@ void Inspection::checkTable(const std::string& name, const DatabaseFiles& files,
 void Inspection::lackMemo(const std::string& table) {
   const std::string memo = table + kMemoSuffix;
   Findings findings(memo);
-  findings.damage("the memo texts of the table " + table + " are missing");
+  const std::string offsets = OffsetsName(memo), words = "the memo texts of the table " + table + " are missing";
+  if (names_.contains(offsets)) {
+    findings.damage(words + "; new ones cannot be made beside the database " + offsets);
+    return findings.tell(report_, false, true);
+  }
+  findings.damage(words);
   settledLast_.push_back(std::move(findings));
   newMemos_.push_back(memo);
 }

@@ -164,7 +164,7 @@ Obj_Node* __DBCREATE(Obj_Node* name, Obj_Node* structure, Obj_Node*) {
   const bool memo = hasMemo(description.fields);
   if (memo && capitals.size() > kMostLettersWithMemo) __RuntimeError(6, kEmptyName);
   if (TableBlock(description).size() > kLargestNewSpace) __RuntimeError(6, kWrongElement);
-  deleteTable(capitals);
+  const bool isReplaced = deleteTable(capitals);
   if (DmFindDatabase(0, capitals.c_str()) != 0) return __INIT_BOOL(0);
 
   const std::string memoName = capitals + kMemoSuffix;
@@ -180,10 +180,14 @@ Obj_Node* __DBCREATE(Obj_Node* name, Obj_Node* structure, Obj_Node*) {
   // Itself first: once anything is away nothing of that name is here.
   std::vector<std::string> old = {capitals};
   if (CatalogEntryOf(memoName) == 0) old.push_back(memoName);
-  const std::vector<std::string> indexes = StrayIndexesOf(capitals);
+  // Indexes that still have entries would be taken for the new one's.
+  const std::vector<std::string> indexes = isReplaced ? std::vector<std::string>() : IndexesOf(capitals.c_str());
   old.insert(old.end(), indexes.begin(), indexes.end());
+  const StrayIndexes strays = StrayIndexesOf(capitals);
+  if (strays.error != 0 && MayHold(capitals)) CannotCreate(strays.unread.c_str(), strays.error);
+  old.insert(old.end(), strays.names.begin(), strays.names.end());
   const PutAway oldTable(old);
-  if (!oldTable.isDone()) CannotCreate(capitals.c_str(), errno);
+  if (!oldTable.isDone()) CannotCreate(oldTable.failed().c_str(), errno);
   std::unique_ptr<myAppInfoType, void (*)(myAppInfoType*)> table(NewTable(description), FreeTable);
   if (__TBL_CreateOrOpen(capitals.c_str(), kTypeData, description.openMode, table.get()) == nullptr ||
       (memo && !CreateMemoDB(capitals.c_str())))
@@ -191,6 +195,8 @@ Obj_Node* __DBCREATE(Obj_Node* name, Obj_Node* structure, Obj_Node*) {
   // The description last: what a kill leaves before it opens as no table, and goes when one of that name is made again.
   __TBL_CreateOrChangeMyAppInfo(table.get());
   ReleaseTable(table.release());
+  // Their entries last: an error before this puts back the files that they name.
+  for (const std::string& index : indexes) deleteDatabase(index.c_str());
   return __INIT_BOOL(1);
 }
 

@@ -273,16 +273,23 @@ void DetachIndexes(myAppInfoType& table) {
   table.TBL_numIndexes = 0;
 }
 
-std::vector<std::string> StrayIndexesOf(const std::string& table) {
-  std::vector<std::string> strays;
-  std::error_code failed;
+StrayIndexes StrayIndexesOf(const std::string& table) {
+  StrayIndexes strays;
+  std::error_code failed, unseen;
   for (std::filesystem::directory_iterator at(wcDir, failed), end; !failed && at != end; at.increment(failed)) {
     const std::string name = at->path().filename();
-    if (!IsDatabaseName(name) || CatalogEntryOf(name) != 0 || !at->is_regular_file(failed)) continue;
+    if (!IsDatabaseName(name) || CatalogEntryOf(name) != 0 || !at->is_regular_file(unseen)) continue;
+    errno = 0;
     std::string why;
-    if (HeaderInFile(name).value_or(FileHeader{}).Type == kIndexDatabase && ownerOf(name, why) == FoldedName(table))
-      strays.push_back(name);
+    const std::optional<FileHeader> header = HeaderInFile(name);
+    if (header && header->Type != kIndexDatabase) continue;
+    const std::string owner = header ? ownerOf(name, why) : std::string();
+    if (owner.empty() && errno != 0)
+      strays = {strays.names, name, errno};
+    else if (owner == FoldedName(table))
+      strays.names.push_back(name);
   }
+  if (failed) strays = {{}, table, failed.value()};
   return strays;
 }
 

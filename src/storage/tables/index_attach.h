@@ -8,8 +8,14 @@ namespace vorne {
 
 /// The names of the catalogue's indexes whose heads name the table, in the catalogue's order, open or left out.
 std::vector<std::string> IndexesOf(const char* table);
-/// The files of the data directory that are indexes of the table by their heads and that the catalogue does not know.
-std::vector<std::string> StrayIndexesOf(const std::string& table);
+/// Indexes of a table that the catalogue does not know.
+struct StrayIndexes {
+  std::vector<std::string> names;  ///< of files that are such ones by their heads
+  std::string unread;              ///< a file that may be another one: it could not be read (error, by errno)
+  int error = 0;
+};
+/// Looks for them among the files of the data directory.
+StrayIndexes StrayIndexesOf(const std::string& table);
 /// Finds the catalogue's indexes whose head names the table, in the catalogue's order, and opens them: fills
 /// TBL_numIndexes and TBL_IndexesNames. One that does not fit the table's records is made anew, with a line in the log;
 /// one that cannot be made of the table's fields is left out, with a line in the log.

@@ -85,6 +85,23 @@ const StoredDatabase* Dictionary::database(std::string_view name) const& {
   return found != nullptr && std::filesystem::exists(stored_.path() + found->name) ? found : nullptr;
 }
 
+bool Dictionary::isLost(const std::string& name) const {
+  std::error_code failed;
+  const std::string path = stored_.path() + name;
+  return stored_.find(name) == nullptr && std::filesystem::is_regular_file(path, failed) &&
+         std::filesystem::file_size(path, failed) > vorne::kHeaderSize && !failed;
+}
+
+std::string Dictionary::lostTableOf(const StoredDatabase& database) const {
+  const std::string_view suffix = vorne::kMemoSuffix;
+  std::string table;
+  if (database.index)
+    table = database.index->table;
+  else if (database.entry.type == vorne::kTypeMemo && database.name.ends_with(suffix))
+    table = database.name.substr(0, database.name.size() - suffix.size());
+  return !table.empty() && isLost(table) ? table : std::string();
+}
+
 std::string Dictionary::unknownText(std::string_view name, const char* noun) const {
   const bool tables = std::string_view(noun) == "table";
   std::vector<std::string> names;

@@ -41,6 +41,11 @@ class Dictionary {
   /// The database of that name (UTF-8, any letters), null for none. It lives as long as the dictionary.
   const vorne::StoredDatabase* database(std::string_view name) const&;
   const vorne::StoredDatabase* database(std::string_view name) const&& = delete;
+  /// True when the catalogue has no such database, but a file of that name holds more than an unfinished one.
+  /// @param name as files have it
+  bool isLost(const std::string& name) const;
+  /// The lost table that these are the memo texts or an index of, empty for none.
+  std::string lostTableOf(const vorne::StoredDatabase& database) const;
   /// @param name in UTF-8, any letters
   /// @throws Failure (kNo) when there is no such table, with the nearest names; (kUsage) for a damaged description;
   /// (kEnded) when a file of it cannot be used so

@@ -85,6 +85,17 @@ struct DropOptions {
   bool yes = false;
 };
 
+/// What belongs to a table whose file is there may be missed once a repair has found the table. False when it could not
+/// be kept.
+bool keepOfLostTable(const Dictionary& dictionary, const vorne::StoredDatabase& database, const std::string& data) {
+  if (dictionary.lostTableOf(database).empty()) return true;
+  std::vector<std::string> files = {database.name};
+  const std::string offsets = vorne::OffsetsName(database.name);
+  if (database.entry.type != vorne::kTypeIndex && std::filesystem::exists(data + "/" + offsets))
+    files.push_back(offsets);
+  return vorne::KeepTogether(data, files);
+}
+
 int runDrop(const DbOptions& group, const DropOptions& options) {
   const std::string directory = group.checkedDirectory();
   const Dictionary dictionary(directory);
@@ -100,6 +111,9 @@ int runDrop(const DbOptions& group, const DropOptions& options) {
   }
   TableSession session(directory);
   const char* name = found->name.c_str();
+  if (!keepOfLostTable(dictionary, *found, directory + vorne::kDataDirectory))
+    refuse("no copy of " + shown(found->name) + " could be kept, which belongs to a table that the catalogue has lost",
+           "run `tellira db check --repair`, or look at the rights of " + directory + vorne::kDataDirectory);
   const bool gone = isTable ? __TBL_DeleteDatabase(__INIT_CHARPTR(name))->objData.mbool != 0
                             : DmDeleteDatabase(0, DmFindDatabase(0, name)) == errNone;
   if (!gone)
