@@ -236,7 +236,8 @@ TEST_P(ServerTest, StaysItselfAmongHostileDevices) {
   EXPECT_NO_THROW(EXPECT_TRUE(fleet[1]->synchronise(socketLine(host.port))))
       << "kept out by the others: " << readFile("sessions.jsonl").substr(0, 3000) << host.told();
   EXPECT_EQ(fleet[1]->tables["GOODS"].rows.size(), 30'000U);
-  EXPECT_LT(host.memory() - before, 40 * 1024) << "KiB";
+  // A sanitizer keeps what was freed for a while.
+  EXPECT_LT(host.memory() - before, (kSlow ? 500 : 40) * 1024) << "KiB";
   const auto deadline = steady_clock::now() + seconds(30);
   while (host.page().find("open_connections 0\n") == std::string::npos && steady_clock::now() < deadline)
     std::this_thread::sleep_for(milliseconds(200));
