@@ -130,6 +130,16 @@ TEST_F(TablesFromHost, MergeByKey) {
     }
     EXPECT_TRUE(isSound());
   }
+  // One that was made longer by a process that died then.
+  have(kItems, items("A 1"));
+  const DmOpenRef db = DmOpenDatabase(0, DmFindDatabase(0, "ITEMS"), 3);
+  const MemHandle handle = DmGetRecord(db, 0);
+  MemHandleResize(handle, MemHandleSize(handle) + 9);
+  DmReleaseRecord(db, 0, 0);
+  DmCloseDatabase(db);
+  EXPECT_EQ(update("ITEMS", 'P', items("-A")), 1);
+  EXPECT_EQ(contents("ITEMS"), "*A,1.00,,T,20100101,");
+  EXPECT_TRUE(isSound());
   // Records that come carry no mark, whether they change anything or not.
   have(kItems, items("A 1;B 2;C 3"));
   for (int record = 1; record <= 3; ++record) setPrice(record, 9);

@@ -145,6 +145,8 @@ Stored StoredRecords::markDeleted(UInt32 position) {
   const std::span<const char> old = BytesOf(table_, position);
   if (old.size() < kEndMarkSize) return Stored::NoRoom;
   std::string marked(old.data(), old.size());
+  // Where a mark stands in front of zeros, that one would be left inside the record.
+  std::fill(marked.end() - static_cast<std::ptrdiff_t>(MarkBytes(fields_, old).size()), marked.end(), '\0');
   marked[marked.size() - kEndMarkSize] = kDeleted;
   return replace(position, marked);
 }
