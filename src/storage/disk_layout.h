@@ -78,6 +78,7 @@ inline constexpr std::size_t kLongestName = 31;
 
 inline constexpr std::uint16_t kDirty = 0x0040;            // RecordAttr: released as changed
 inline constexpr std::uint16_t kBusy = 0x0020;             // taken for editing
+inline constexpr std::uint16_t kPrepared = 0x0010;         // packed for the host as it is; any change takes it away
 inline constexpr std::uint16_t kKnownAttributes = 0x00F0;  // more would make a rebuild take the header for damage
 inline constexpr std::uint8_t kMark = 0xFF;
 

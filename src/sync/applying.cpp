@@ -9,21 +9,13 @@
 #include "storage/records/records.h"
 #include "storage/tables/stored_records.h"
 #include "sync/applying_note.h"
+#include "sync/in_batch.h"
 #include "sync/session_report.h"
 #include "sync/state_lines.h"
 
 namespace vorne {
 
 namespace {
-
-// While many records are stored; off again on every way out.
-class InBatch {
- public:
-  InBatch() { bBatchOper = 1; }
-  ~InBatch() { bBatchOper = 0; }
-  InBatch(const InBatch&) = delete;
-  InBatch& operator=(const InBatch&) = delete;
-};
 
 // Memo references lie in records with the highest byte first.
 UInt32 referenceAt(std::span<const char> record, std::uint32_t at) {

@@ -1,6 +1,7 @@
 #include "sync/dirty_marks.h"
 
-#include "storage/vornerdd.h"
+#include "storage/databases/tempdb.h"
+#include "sync/in_batch.h"
 #include "sync/vornesync.h"
 
 using namespace vorne;
@@ -26,19 +27,44 @@ int HasDirty(const char* name) {
   return dirty;
 }
 
-bool vorne::ClearDirtyMarks(const char* name) {
+bool vorne::ClearDirtyMarks(const char* name, UInt16 marks) {
   const LocalID id = DmFindDatabase(0, name);
   const DmOpenRef table = id == 0 ? nullptr : DmOpenDatabase(0, id, 3);
   if (table == nullptr) return true;
+  // The system is not asked to write after every mark.
+  const InBatch batch;
   bool well = true;
   for (UInt32 i = DmNumRecords(table), seen = 0; i-- > 0 && well;) {
     UInt16 attributes = 0;
-    const bool isDirty = DmRecordInfo(table, i, &attributes) == errNone && (attributes & kDirty) != 0;
-    attributes = static_cast<UInt16>(attributes & ~kDirty);
+    const bool isDirty = DmRecordInfo(table, i, &attributes) == errNone && (attributes & marks) != 0;
+    attributes = static_cast<UInt16>(attributes & ~(kDirty | kPrepared));
     well = !isDirty || DmSetRecordInfo(table, i, &attributes) == errNone;
     if (++seen % kFlushEvery == 0) DmSyncDatabase(table);
   }
+  DmSyncDatabase(table);
   DmResetRecordStates(table);
   DmCloseDatabase(table);
   return well;
+}
+
+void vorne::MarkPrepared(DmOpenRef table, UInt32 index) {
+  UInt16 attributes = 0;
+  if (DmRecordInfo(table, index, &attributes) != errNone) return;
+  attributes |= kPrepared;
+  const InBatch batch;
+  DmSetRecordInfo(table, index, &attributes);
+}
+
+// The first packet carries the note: one store, which a kill does not divide.
+void vorne::NoteTaken(DmOpenRef packets) {
+  DmSetRecordInfo(packets, 0, &kPrepared);
+}
+
+void vorne::FinishClearing(const char* name) {
+  const DmOpenRef packets = FindTemporary(name, kPacketsToSend);
+  if (packets == nullptr) return;
+  UInt16 attributes = 0;
+  const bool isTaken = DmRecordInfo(packets, 0, &attributes) == errNone && (attributes & kPrepared) != 0;
+  DmCloseDatabase(packets);
+  if (isTaken) ClearDirtyMarks(name, kPrepared);
 }

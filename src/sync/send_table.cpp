@@ -70,8 +70,9 @@ int TableFromHHToHost(const char* name, int socket) {
     ShowProgress(2, static_cast<int>(100.0 * (sent + 1) / count), nullptr);
   }
   if (result == kSent) {
-    // The marks first: a kill between the two sends the same once more, and the host knows it by its key.
+    // The marks before the packets go: a kill in between leaves the note by which the next session goes on.
     Tell(SyncText::MarkingSent, name);
+    NoteTaken(packets);
     ClearDirtyMarks(name);
     __InternalZap(packets);
   } else {

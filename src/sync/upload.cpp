@@ -157,6 +157,7 @@ int GetRecsDirty(const char* name) {
       UInt16 attributes = 0;
       if (DmRecordInfo(area.database(), i, &attributes) != errNone || (attributes & kDirty) == 0) continue;
       stored = preparation.add(i);
+      MarkPrepared(area.database(), i);
       ++records;
     }
     stored = stored && preparation.flush();
@@ -168,6 +169,7 @@ int GetRecsDirty(const char* name) {
 }
 
 int BatchUpload() {
+  for (const CatalogTable& table : CatalogTables()) FinishClearing(table.name.c_str());
   // What an earlier session has made ready is older than the records are by now.
   DeleteTemporaries(kPacketsToSend);
   if (!makeToHost()) return 0;

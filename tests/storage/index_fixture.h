@@ -30,7 +30,8 @@ inline DmOpenRef index(int number = 0) {
 // Record numbers (from 1) in the order of an index.
 inline std::string order(int number = 0) {
   std::string all;
-  for (const std::string& one : records(index(number))) all += std::to_string(vorne::Load<std::int32_t>(one.data()) + 1) + " ";
+  for (const std::string& one : records(index(number)))
+    all += std::to_string(vorne::Load<std::int32_t>(one.data()) + 1) + " ";
   return all;
 }
 // Whether it was found, the record that is current, its place in the order, and the flags of both ends.

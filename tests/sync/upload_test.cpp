@@ -142,6 +142,35 @@ TEST_F(ChangesGoUp, NotWithARecordThatNoFrameHolds) {
   }
 }
 
+// A process died while it cleared the marks of what the host had taken, and the program went on.
+TEST_F(ChangesGoUp, OnceAlsoWhenTheClearingOfMarksWasCutOff) {
+  for (const bool isTaken : {true, false}) {
+    for (const char* line : {"one", "two", "three", "four"}) addLine(line);
+    ASSERT_EQ(BatchUpload(), 1);
+    DmOpenRef db = vorne::FindTemporary("LOGS", vorne::kPacketsToSend);
+    if (isTaken) vorne::NoteTaken(db);
+    DmCloseDatabase(db);
+    db = DmOpenDatabase(0, DmFindDatabase(0, "LOGS"), 3);
+    const UInt32 last = DmNumRecords(db) - 1;
+    const UInt16 none = 0;
+    DmSetRecordInfo(db, last, &none);
+    DmCloseDatabase(db);
+    use("LOGS");
+    go(static_cast<int>(last));
+    __SetField(nullptr, text("LINE"), text("three again"));
+    __Commit();
+    __dbCloseAll();
+    addLine("four");
+    ASSERT_EQ(BatchUpload(), 1);
+    std::string lines;
+    const std::vector<Ready> packets = ready("LOGS", 1);
+    ASSERT_EQ(packets.size(), 1u);
+    for (const std::string& each : packets[0].records) lines += each.c_str() + std::string(" ");
+    EXPECT_EQ(lines, isTaken ? "three again  four  " : "one  two  three again  four  ");
+    EXPECT_TRUE(vorne::ClearDirtyMarks("LOGS"));
+  }
+}
+
 TEST_F(ChangesGoUp, AndOnlyWhatTheHostTookLosesItsMarks) {
   changeItems();
   addLine("one");
