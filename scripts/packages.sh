@@ -6,7 +6,7 @@ package_table='
 build   cmake ninja-build g++ zlib1g-dev libcli11-dev nlohmann-json3-dev libsqlite3-dev libncurses-dev libuv1-dev libpq-dev
 test    libgtest-dev libgmock-dev python3-jsonschema
 formats npm nodejs
-line    tshark stunnel4 openssl tmux
+line    tshark stunnel4 openssl tmux postgresql
 i386    g++-multilib lib32z1-dev lib32ncurses-dev googletest python3-jsonschema
 fuzz    clang libclang-rt-14-dev llvm
 bench   libbenchmark-dev libsqlite3-dev liblmdb-dev sqlite3
