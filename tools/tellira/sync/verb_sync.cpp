@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
 #include <optional>
 
 #include "db/options.h"
@@ -12,6 +13,7 @@
 #include "edge/paths.h"
 #include "log/message_log.h"
 #include "runtime/vorneobjs.h"
+#include "storage/format/names.h"
 #include "sync/application_directory.h"
 #include "sync/code_words.h"
 #include "sync/config.h"
@@ -108,6 +110,12 @@ class SessionScreen {
   std::optional<TextScreen> text_;
 };
 
+[[noreturn]] void failWithoutHost() {
+  throw Failure(kUsage,
+                "no host: none is named and none is stored.\n  next: name it with --host, or store it with "
+                "`tellira sync config --host`.");
+}
+
 // From the command line, or from what is stored.
 vorne::HostAccess accessOf(const SyncOptions& options) {
   vorne::HostAccess host = {options.host, options.port, options.timeout < 0 ? kDefaultTimeout : options.timeout,
@@ -118,10 +126,7 @@ vorne::HostAccess accessOf(const SyncOptions& options) {
     return host;
   }
   vorne::UserSettings stored;
-  if (vorne::ReadSettings(stored) != vorne::SettingsFound::Yes || stored.host.empty())
-    throw Failure(kUsage,
-                  "no host: none is named and none is stored.\n  next: name it with --host, or store it with "
-                  "`tellira sync config --host`.");
+  if (vorne::ReadSettings(stored) != vorne::SettingsFound::Yes || stored.host.empty()) failWithoutHost();
   const auto number = [](const std::string& text, int otherwise) {
     const int found = std::atoi(text.c_str());
     return found > 0 ? found : otherwise;
@@ -184,10 +189,20 @@ int runSession(const SyncOptions& options) {
   return report(options, code, seconds);
 }
 
-int runDry(const SyncOptions& options) {
-  TableSession session(sessionDirectory(options));
+// The same, with databases opened only for what is stored in them.
+vorne::HostAccess dryAccessOf(const SyncOptions& options) {
+  if (!options.host.empty()) return accessOf(options);
+  const std::string directory = sessionDirectory(options);
+  if (!std::filesystem::exists(directory + vorne::kDataDirectory)) failWithoutHost();
+  TableSession session(directory);
   const vorne::HostAccess host = accessOf(options);
-  const ApplicationDirectory application;
+  session.close();
+  return host;
+}
+
+int runDry(const SyncOptions& options) {
+  const vorne::HostAccess host = dryAccessOf(options);
+  TableSession session(sessionDirectory(options), TableSession::Databases::kUntouched);
   const TextScreen screen;
   iSyncLang = languageOf(options.language);
   Json tasks = Json::array();
