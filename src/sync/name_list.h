@@ -29,6 +29,12 @@ class NameList {
     return {bytes.data(), bytes.empty() ? 0 : ::strnlen(bytes.data(), bytes.size())};
   }
   bool add(const std::string& name) { return AppendRecord(db_, {name.c_str(), name.size() + 1}); }
+  /// True also when it is there already.
+  bool addOnce(const std::string& name) {
+    for (UInt32 i = 0; i < size(); ++i)
+      if (at(i) == name) return true;
+    return add(name);
+  }
   bool remove(UInt32 index) { return DmRemoveRecord(db_, index) == errNone; }
 
  private:

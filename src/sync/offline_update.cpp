@@ -1,8 +1,10 @@
 // What was received comes into the tables: the catalogue's first, then those that it names.
+#include "storage/files/mapped_file.h"
 #include "storage/format/names.h"
 #include "sync/applying.h"
 #include "sync/applying_note.h"
 #include "sync/catalog_tables.h"
+#include "sync/missing_records.h"
 #include "sync/state_lines.h"
 #include "sync/table_areas.h"
 #include "sync/table_making.h"
@@ -69,6 +71,15 @@ bool readTable(const std::string& name, int percent) {
   return changeTable(name);
 }
 
+// A table of the device's own making may have other fields: the host's records are none of its.
+bool isAsDescribed(const std::string& name) {
+  const std::string field = WhatDiffers(name);
+  if (field.empty()) return true;
+  NoteMissing(name);
+  // Once a session: at its end, when the catalogue is the one that came last.
+  return ng != nullptr && ng->Verification != 0 ? false : Refuse(SyncText::TableRefused, name, field);
+}
+
 // A table of the catalogue that is not there yet gets made, with its indexes.
 bool haveTable(const std::string& name) {
   if (IsTableName(name) && exists(name) && !IsUnfinishedTable(name)) return true;
@@ -125,8 +136,9 @@ int DoChangeTable(const char* table, int area, Obj_Node*) {
   if (packets.control() && !packets.isComplete()) return 1;
   const Applied applied = apply(name, area, packets);
   packets.close();
-  if (applied == Applied::NoRoom) TellMessage(kNotStored);
+  if (applied == Applied::NoRoom) TellNotStored(WhyNotGrown(*DatabaseOf(*AreaAt(area))->hFile));
   // Damaged ones go as well: the host's next ones would otherwise not be asked for.
+  if (applied == Applied::Damaged) NoteMissing(name);
   if (applied == Applied::Whole || applied == Applied::Damaged) {
     DeleteTemporary(name, kPacketsReceived);
     ApplyingNote::forgetFinished();
@@ -144,7 +156,8 @@ int ReadFromHH() {
     const std::string& name = tables[i].name;
     const auto percent = static_cast<int>(100 * i / tables.size());
     // One that cannot be is told of, and matters when something came for it.
-    well = (haveTable(name) ? readTable(name, percent) : waitingFor(name) == Waiting::Nothing) && well;
+    well = (haveTable(name) ? isAsDescribed(name) && readTable(name, percent) : waitingFor(name) == Waiting::Nothing) &&
+           well;
   }
   return well;
 }

@@ -67,7 +67,7 @@ constexpr Refusal kRefusals[] = {
      [](ScriptedHost& host) {
        host.reply(
            "\x05"
-           "away");
+           "away with \x1B[2Jyou all");
      }},
     {"empty frame", 1111, [](ScriptedHost& host) { host.script = std::string(2, '\0'); }},
     {"other version", 1113, [](ScriptedHost& host) { host.welcome("6.0.1"); }},
@@ -85,8 +85,16 @@ TEST_F(Line, TellsWhyItCouldNotLogIn) {
     EXPECT_EQ(netglb->errStatus, refusal.code);
     EXPECT_EQ(socket_, 0);
     EXPECT_LE(host->waited, 30);
+    EXPECT_EQ(printed().find('\x1B'), std::string::npos);
     EXPECT_EQ(host->sent.find(farewell()), std::string::npos);
   }
+}
+
+TEST_F(Line, ClosesNoSocketThatItHasNotOpened) {
+  socket_ = 5, comm_ = 11;
+  EXPECT_EQ(connect(), 1);
+  EXPECT_EQ(netglb->errStatus, 1107);
+  EXPECT_EQ(host->closed, 0);
 }
 
 TEST_F(Line, WaitsInRoundsOfThirtySeconds) {

@@ -61,11 +61,11 @@ class ScriptedHost {
   std::string script, sent;
   AtEnd atEnd = AtEnd::kCloses;
   bool refuses = false, hasSockets = true;
-  std::size_t piece = 1024;    ///< bytes that one call moves at most
+  std::size_t piece = 1024;     ///< bytes that one call moves at most
   std::size_t room = SIZE_MAX;  ///< bytes that the line takes until it has no more room: the host reads nothing
   int failingSends = 0;         ///< how many of the next ones fail
-  long sendsUntilBroken = -1;  ///< calls after which the line is gone; -1 never
-  int waited = 0;              ///< seconds of silence
+  long sendsUntilBroken = -1;   ///< calls after which the line is gone; -1 never
+  int waited = 0;               ///< seconds of silence
   int closed = 0;
 
  private:

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The finished tool and the finished host: what a dry run leaves alone, on both sides.
+# The finished tool and the finished host: what a dry run leaves alone on both sides, and how a table of other fields is mended.
 #   tool_test.sh BIN WORK
 set -euo pipefail
 bin=$1 work=$2
@@ -47,3 +47,30 @@ is BM "$(cat desk/logo.bmp)"
 grep -q 'install' first
 dry
 is '' "$(grep -v '^[0-9]*\. \(send\|receive\) table [A-Z]*$' first)"
+
+# A table of other fields is refused, and keeps what it has, until it is the catalogue's.
+db() { "$bin/tellira" db --dir desk "$@" 2>>told; }
+db drop GOODS --yes
+db create GOODS CODE:C:8 NAME:C:30
+db import GOODS - <<<$'CODE,NAME\n9,Nove'
+for _ in 1 2; do
+  printf 'CODE,NAME\n3,Sal\n' | host import GOODS -
+  if desk >synced 2>told; then exit 1; fi
+  grep -q 'Tabela recusada: GOODS (NAME)' told
+done
+is $'CODE,NAME\n9,Nove' "$(db export GOODS)"
+db drop GOODS --yes
+desk >synced 2>told
+is "$(host export GOODS)" "$(db export GOODS --order BYCODE)"
+
+# says WORDS COMMAND: it is refused with them.
+says() {
+  local words=$1
+  shift
+  if "$@" >refused 2>&1 || ! grep -qF -- "$words" refused; then cat refused >&2; exit 1; fi
+}
+says '--suffix: 1 required C missing' desk --suffix
+says '--group' desk --group A --group B
+says '--screen takes no other settings' "$bin/tellira" sync config --dir desk --screen --port 1
+says 'no host' "$bin/tellira" sync --dir "$work/host" --dry-run
+[ ! -e host/DB ]

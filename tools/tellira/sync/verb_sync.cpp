@@ -214,7 +214,7 @@ int runDry(const SyncOptions& options) {
                      {"what", words},
                      {"name", name},
                      {"records", static_cast<long>(task.records)}});
-    lines += std::to_string(number) + ". " + words + (name.empty() ? "" : " " + name) +
+    lines += std::to_string(number) + ". " + words + (name.empty() ? "" : " " + vorne::WithoutControls(name)) +
              (task.records > 0 ? ", " + std::to_string(task.records) + " records" : "") + "\n";
   });
   session.close();
@@ -275,7 +275,14 @@ int runScreen(const SyncOptions& options, void (*show)()) {
 }
 
 int runConfig(const SyncOptions& options) {
-  if (options.onScreen) return runScreen(options, CONFIGURACOES);
+  if (options.onScreen) {
+    vorne::UserSettings given;
+    if (changeSettings(options, given) || options.json)
+      throw Failure(
+          kUsage,
+          "--screen takes no other settings: they are typed there.\n  next: leave --screen out, or the others.");
+    return runScreen(options, CONFIGURACOES);
+  }
   TableSession session(sessionDirectory(options));
   vorne::UserSettings settings;
   const bool found = vorne::ReadSettings(settings) == vorne::SettingsFound::Yes;
@@ -305,7 +312,11 @@ int runConfig(const SyncOptions& options) {
 }
 
 int runLog(const SyncOptions& options) {
-  if (options.onScreen) return runScreen(options, HISTORICO);
+  if (options.onScreen) {
+    if (options.clear || options.json)
+      throw Failure(kUsage, "--screen takes neither --clear nor --json.\n  next: leave --screen out, or the others.");
+    return runScreen(options, HISTORICO);
+  }
   TableSession session(sessionDirectory(options));
   std::vector<std::string> lines;
   const int count = vorne::MessageCount();
