@@ -38,7 +38,7 @@ Download::Download(Store& store, const Table& table, const std::string& device, 
   count_ = hasSome ? store.countChanged(table, device, after_, upTo_) : 1;
   if (!whole_ || count_ == 0) return;
   count_ = store.countLive(table);
-  empties_ = hasSome && count_ == 0;
+  empties_ = count_ == 0;
 }
 
 std::vector<SentContent> Download::page(Store& store) {

@@ -7,7 +7,10 @@
 
 namespace synchost {
 
-inline constexpr std::int64_t kSchemaVersion = 1;
+inline constexpr std::int64_t kSchemaVersion = 2;
+
+/// Statements that make version 2 of version 1.
+extern const char kSchemaFromOne[];
 
 /// Statements that make what is not there.
 std::string SchemaFor(const Dialect& dialect);
