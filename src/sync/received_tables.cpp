@@ -12,4 +12,11 @@ bool NoteReceivedTable(const char* name) {
   return list.add(name);
 }
 
+bool HasReceivedTables() {
+  const DmOpenRef list = FindTemporary(kReceivedTables, kList);
+  const bool has = list != nullptr && DmNumRecords(list) != 0;
+  if (list != nullptr) DmCloseDatabase(list);
+  return has;
+}
+
 }  // namespace vorne

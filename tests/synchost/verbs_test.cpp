@@ -28,8 +28,9 @@ struct Line {
 
 TEST(HostVerbs, RefuseWhatDevicesCannotDo) {
   const ScratchDirectory scratch;
-  ASSERT_EQ(told("host table create GOODS CODE:C:8 NAME:C:4 NOTE:M --index BYCODE:CODE && host device add one --group G"),
-            "rc 0\n");
+  ASSERT_EQ(
+      told("host table create GOODS CODE:C:8 NAME:C:4 NOTE:M --index BYCODE:CODE && host device add one --group G"),
+      "rc 0\n");
   const Line lines[] = {
       {"host table create VRN_TBL A:C:1", "taken by the catalogue that devices are sent.\n  next: take another one"},
       {"host table create A A:C:1 --index vrn_indx:A", "taken by the catalogue"},
@@ -57,7 +58,8 @@ TEST(HostVerbs, RefuseWhatDevicesCannotDo) {
       {"host task add image . --all", "the image . cannot be read.\n  next: name a file"},
       {"host task add image nothing --all", "cannot be read"},
       {"echo x >.hidden; host task add image .hidden --all", "next: give it a name of letters and digits"},
-      {"echo x >$(printf '\\342\\202\\254'); host task add image $(printf '\\342\\202\\254') --all", "next: give it a name"},
+      {"echo x >$(printf '\\342\\202\\254'); host task add image $(printf '\\342\\202\\254') --all",
+       "next: give it a name"},
       {"host --listen 192.0.2.1:5555", "next: name an address of this machine"},
   };
   for (const Line& one : lines) EXPECT_THAT(told(one.line), AllOf(HasSubstr(one.words), HasSubstr("rc 2"))) << one.line;
@@ -72,7 +74,8 @@ TEST(HostVerbs, DoWhatTheyAdvise) {
       {"printf 'CODE,NAME\\n1,Arroz\\n' | host import GOODS -", "import with --truncate"},
       {"printf 'CODE,NAME\\n1,Arroz\\n' | host import GOODS - --truncate", "1 record imported"},
       {"printf 'CODE,NAME\\n2,\\200\\n' | host import GOODS - --encoding latin1", "--encoding cp1252"},
-      {"printf 'CODE,NAME\\n2,\\222\\n' | host import GOODS - --encoding cp1252", "next: write it with another character"},
+      {"printf 'CODE,NAME\\n2,\\222\\n' | host import GOODS - --encoding cp1252",
+       "next: write it with another character"},
       {"printf 'CODE,PRICE\\n2,1.555\\n' | host import GOODS - --round", "1 record imported"},
       // What is imported in portions stays, and the rest comes when the file is mended; without a key nothing does.
       {"(echo CODE; seq 6000; echo 123456789) >rows; host import GOODS rows --replace", "5000 records before this one"},
@@ -89,8 +92,9 @@ TEST(HostVerbs, GoOnWithTheStoreOfAnEarlierVersion) {
   const ScratchDirectory scratch;
   ASSERT_EQ(told("host device add one"), "rc 0\n");
   synchost::OpenSqlite("store.db")
-      ->script("ALTER TABLE tasks DROP COLUMN fields; ALTER TABLE sessions DROP COLUMN rows_passed_over;"
-               "UPDATE counters SET value = 1 WHERE name = 'schema'");
+      ->script(
+          "ALTER TABLE tasks DROP COLUMN fields; ALTER TABLE sessions DROP COLUMN rows_passed_over;"
+          "UPDATE counters SET value = 1 WHERE name = 'schema'");
   EXPECT_THAT(told("host task add install a --all && host status"), HasSubstr("rc 0"));
 }
 

@@ -7,6 +7,7 @@
 
 namespace synchost {
 
+/// A store of this version is used as it is: whoever adds to the schema takes the next one.
 inline constexpr std::int64_t kSchemaVersion = 2;
 
 /// Statements that make version 2 of version 1.

@@ -142,6 +142,7 @@ void Session::announceDownload() {
 
 void Session::requestTable() {
   if (!download_ || download_->ended()) return end("a request for a table that was not announced");
+  download_->begin(*store_);
   phase_ = Phase::kStreaming;
 }
 

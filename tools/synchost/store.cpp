@@ -122,8 +122,9 @@ void Store::createTable(const Table& table) {
 }
 
 void Store::dropTable(const Table& table) {
-  for (const char* statement : {"DELETE FROM records WHERE tbl = $1", "DELETE FROM confirmed WHERE tbl = $1",
-                                "DELETE FROM held WHERE tbl = $1", "DELETE FROM tables WHERE number = $1"})
+  for (const char* statement :
+       {"DELETE FROM records WHERE tbl = $1", "DELETE FROM confirmed WHERE tbl = $1",
+        "DELETE FROM begun WHERE tbl = $1", "DELETE FROM held WHERE tbl = $1", "DELETE FROM tables WHERE number = $1"})
     db_.write(statement, {table.number});
   db_.write(kCatalogueChanged, {takeChanges(1)});
 }

@@ -37,6 +37,14 @@ struct SessionRecord {
   std::int64_t milliseconds = 0, rowsSent = 0, rowsReceived = 0, bytesSent = 0, bytesReceived = 0, rowsPassedOver = 0;
 };
 
+/// What a device lacks of a table: changes after one and up to another.
+struct Lack {
+  std::int64_t after = 0, upTo = 0;
+  bool whole = true;  ///< it is sent the whole table if there is any such change
+  /// Those that the device made itself count, too: it may come to hold records that are older than they are.
+  bool ownToo = true;
+};
+
 class Store {
  public:
   /// Makes what the database does not have yet.
@@ -67,17 +75,18 @@ class Store {
   /// 0: nothing.
   std::int64_t confirmed(const std::string& device, std::int64_t table);
   void confirm(const std::string& device, std::int64_t table, std::int64_t change);
+  Lack lackOf(const std::string& device, const Table& table);
+  /// The device is being sent the table: until it confirms that, it may have any part of it.
+  void beginDownload(const std::string& device, std::int64_t table);
   /// The device has lost the table, or all of them.
   void forget(const std::string& device, std::int64_t table);
   void forget(const std::string& device);
 
   // ----- records
   std::int64_t countLive(const Table& table);
-  /// Of changes after one and up to another, those that others than the device made.
-  std::int64_t countChanged(const Table& table, const std::string& device, std::int64_t after, std::int64_t upTo);
+  std::int64_t countChanged(const Table& table, const std::string& device, const Lack& lack);
   std::vector<SentContent> live(const Table& table, const Blob& afterKey, std::int64_t most);
-  std::vector<SentContent> changed(const Table& table, const std::string& device, std::int64_t after, std::int64_t upTo,
-                                   std::int64_t most);
+  std::vector<SentContent> changed(const Table& table, const std::string& device, const Lack& lack, std::int64_t most);
   /// Inserts or replaces by key. What is there already, byte for byte, is no change.
   /// @param origin the device that they come from; empty for none
   void put(const Table& table, const std::string& origin, const std::vector<KeptRecord>& records);

@@ -46,6 +46,25 @@ void Store::confirm(const std::string& device, std::int64_t table, std::int64_t 
       "INSERT INTO confirmed(device, tbl, change) VALUES($1, $2, $3) "
       "ON CONFLICT(device, tbl) DO UPDATE SET change = excluded.change",
       {device, table, change});
+  db_.write("DELETE FROM begun WHERE device = $1 AND tbl = $2", {device, table});
+}
+
+void Store::beginDownload(const std::string& device, std::int64_t table) {
+  db_.write("INSERT INTO begun(device, tbl) VALUES($1, $2) ON CONFLICT(device, tbl) DO NOTHING", {device, table});
+}
+
+// Without a key a device that asks for the same changes twice would have them twice: it may have got them and only its
+// word of it was lost. So such a table is always sent whole, which replaces what is there. A device keeps a whole table
+// until it can apply it, and parts of others that it got until it has the rest: its own later changes have to come
+// behind those.
+Lack Store::lackOf(const std::string& device, const Table& table) {
+  Lack lack;
+  lack.after = confirmed(device, table.number);
+  lack.upTo = lastChange(table);
+  lack.whole = lack.after == 0 || table.type == 'T' || !table.hasKey();
+  lack.ownToo =
+      lack.whole || !db_.read("SELECT 1 FROM begun WHERE device = $1 AND tbl = $2", {device, table.number}).empty();
+  return lack;
 }
 
 void Store::forget(const std::string& device, std::int64_t table) {
@@ -60,10 +79,10 @@ std::int64_t Store::countLive(const Table& table) {
   return db_.read("SELECT COUNT(*) FROM records WHERE tbl = $1 AND deleted = 0", {table.number}).front().number(0);
 }
 
-std::int64_t Store::countChanged(const Table& table, const std::string& device, std::int64_t after, std::int64_t upTo) {
+std::int64_t Store::countChanged(const Table& table, const std::string& device, const Lack& lack) {
   return db_
-      .read("SELECT COUNT(*) FROM records WHERE tbl = $1 AND change > $2 AND change <= $3 AND origin <> $4",
-            {table.number, after, upTo, device})
+      .read("SELECT COUNT(*) FROM records WHERE tbl = $1 AND change > $2 AND change <= $3 AND (origin <> $4 OR $5 = 1)",
+            {table.number, lack.after, lack.upTo, device, std::int64_t{lack.ownToo}})
       .front()
       .number(0);
 }
@@ -77,13 +96,13 @@ std::vector<SentContent> Store::live(const Table& table, const Blob& afterKey, s
   return all;
 }
 
-std::vector<SentContent> Store::changed(const Table& table, const std::string& device, std::int64_t after,
-                                        std::int64_t upTo, std::int64_t most) {
+std::vector<SentContent> Store::changed(const Table& table, const std::string& device, const Lack& lack,
+                                        std::int64_t most) {
   std::vector<SentContent> all;
   for (const SqlRow& row :
        db_.read("SELECT change, content FROM records WHERE tbl = $1 AND change > $2 AND change <= $3 "
-                "AND origin <> $4 ORDER BY change LIMIT $5",
-                {table.number, after, upTo, device, most}))
+                "AND (origin <> $4 OR $5 = 1) ORDER BY change LIMIT $6",
+                {table.number, lack.after, lack.upTo, device, std::int64_t{lack.ownToo}, most}))
     all.push_back({{}, row.number(0), row.bytes(1)});
   return all;
 }

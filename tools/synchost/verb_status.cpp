@@ -18,10 +18,9 @@ class Waiting {
     std::int64_t waiting = 0;
     for (const Table& table : tables_) {
       if (table.direction == Direction::kUp) continue;
-      const std::int64_t after = store_->confirmed(device, table.number);
-      const std::int64_t changed = after == 0 ? 1 : store_->countChanged(table, device, after, INT64_MAX);
-      const bool whole = after == 0 || table.type == 'T' || !table.hasKey();
-      waiting += changed != 0 && whole ? live(table) : changed;
+      const Lack lack = store_->lackOf(device, table);
+      const std::int64_t changed = store_->countChanged(table, device, lack);
+      waiting += changed != 0 && lack.whole ? live(table) : changed;
     }
     return waiting;
   }
