@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "runtime/arguments.h"
+#include "storage/format/names.h"
 #include "sync/name_list.h"
 #include "sync/vornesync.h"
 

@@ -60,6 +60,14 @@ void vorne::NoteTaken(DmOpenRef packets) {
   DmSetRecordInfo(packets, 0, &kPrepared);
 }
 
+// Sending them has emptied their database.
+bool vorne::IsTaken(const std::string& table) {
+  const DmOpenRef packets = FindTemporary(table, kPacketsToSend);
+  const bool taken = packets != nullptr && DmNumRecords(packets) == 0;
+  if (packets != nullptr) DmCloseDatabase(packets);
+  return taken;
+}
+
 void vorne::FinishClearing(const char* name) {
   const DmOpenRef packets = FindTemporary(name, kPacketsToSend);
   if (packets == nullptr) return;

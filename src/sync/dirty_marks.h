@@ -1,6 +1,8 @@
 // Inside the sync floor: the marks of records that the host has not got. HasDirty is public.
 #pragma once
 
+#include <string>
+
 #include "storage/disk_layout.h"
 #include "storage/vornerdd.h"
 
@@ -15,6 +17,8 @@ void MarkPrepared(DmOpenRef table, UInt32 index);
 /// Notes in the table's packets that the host has taken all of them: from here on the marks are cleared, whatever comes
 /// between.
 void NoteTaken(DmOpenRef packets);
+/// True when the host has taken all packets of the table that this session made, and nobody has cleared them away yet.
+bool IsTaken(const std::string& table);
 /// Goes on with clearing the marks of a table whose packets the host has taken, where a process died in it. What was
 /// changed since keeps its mark.
 void FinishClearing(const char* table);

@@ -7,6 +7,7 @@
 
 #include "storage/databases/tempdb.h"
 #include "storage/files/mapped_file.h"
+#include "sync/dirty_marks.h"
 #include "sync/missing_records.h"
 #include "sync/received_tables.h"
 #include "sync/session_report.h"
@@ -161,7 +162,9 @@ int TableFromHostToHH(const char* name, int socket, std::int32_t count, char typ
   if (!reception.open()) return cannotOpen();
   if (!reception.isNew()) {
     const auto before = reception.control();
-    if (before && before->type == 'T' && before->complete) return kReceived;
+    // A whole one that waited while the table had records for the host is older than those; the host's new one has
+    // them.
+    if (before && before->type == 'T' && before->complete && !IsTaken(name)) return kReceived;
     if (before && before->type != 'T' && type != 'T') {
       reception.keepType(before->type);
     } else {
@@ -189,7 +192,7 @@ int TableFromHostToHH(const char* name, int socket, std::int32_t count, char typ
   }
   Tell(SyncText::Received, static_cast<long>(total));
   if (result != kReceived) return result;
-  if (!reception.writeControl(true, total) || !NoteReceivedTable(name)) {
+  if (!NoteReceivedTable(name) || !reception.writeControl(true, total)) {
     reception.tellNoRoom();
     return fail(kBadPacket, kBadPacket);
   }

@@ -9,4 +9,11 @@ bool NoteReceivedTable(const char* name) {
   return list.isOpen() && list.addOnce(name);
 }
 
+bool HasReceivedTables() {
+  const DmOpenRef list = FindTemporary(kReceivedTables, kList);
+  const bool has = list != nullptr && DmNumRecords(list) != 0;
+  if (list != nullptr) DmCloseDatabase(list);
+  return has;
+}
+
 }  // namespace vorne

@@ -7,5 +7,6 @@ inline constexpr char kReceivedTables[] = "FromHH";
 
 /// Adds a name, unless it is there. False when the list cannot be opened or cannot grow.
 bool NoteReceivedTable(const char* name);
+bool HasReceivedTables();
 
 }  // namespace vorne

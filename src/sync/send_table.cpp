@@ -73,7 +73,7 @@ int TableFromHHToHost(const char* name, int socket) {
     // The marks before the packets go: a kill in between leaves the note by which the next session goes on.
     Tell(SyncText::MarkingSent, name);
     NoteTaken(packets);
-    ClearDirtyMarks(name);
+    ClearDirtyMarks(name, kPrepared);
     __InternalZap(packets);
   } else {
     TellMessage(kSummary, netglb->errStatus, static_cast<int>(sent), static_cast<int>(count), name);

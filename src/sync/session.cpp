@@ -90,13 +90,16 @@ void noteSyncDate() {
   DmCloseDatabase(dates);
 }
 
-// What earlier sessions have left half-way, before anything new comes.
-void checkPartial() {
+// What earlier sessions have left half-way, before anything new comes. True when tables may have changed by it: a
+// packet made before would give the host a value that its own, newer one has just replaced here.
+bool checkPartial() {
+  const bool hasReceived = HasReceivedTables();
   show(1, 30, SyncText::Checking);
   show(2, 30, SyncText::CheckingPartial);
   ng->Verification = 1;
   if (ReadFromHH() != 0) DeleteTemporary(kReceivedTables, kList);
   ng->Verification = 0;
+  return hasReceived;
 }
 
 bool clearSentMarks() {
@@ -191,7 +194,7 @@ int DoSyncronize(Obj_Node* start, Obj_Node* bar1, Obj_Node* label1, Obj_Node* ba
       if (BatchUpload() == 0) return kFailed;
       prepared = true;
     }
-    checkPartial();
+    if (checkPartial() && hasCatalogue()) prepared = BatchUpload() != 0;
   }
   show(1, 45, SyncText::Communicating);
   StartSessionClock();

@@ -17,7 +17,6 @@ namespace vorne {
 namespace {
 
 constexpr int kDateLength = 8, kMemoLength = 4;
-constexpr std::size_t kMostIndexes = 32;
 // Databases that can still be found are left for the programs of the workstation, whatever a host makes.
 constexpr int kSlotsWanted = 512;
 constexpr char kNoIndexName[] = "INVALID_INDEX";

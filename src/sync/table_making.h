@@ -2,11 +2,14 @@
 // state line.
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "sync/sync_texts.h"
 
 namespace vorne {
+
+inline constexpr std::size_t kMostIndexes = 32;  ///< of a table of the host's
 
 /// True for what a table or an index of the host's can be called.
 bool IsTableName(const std::string& name);

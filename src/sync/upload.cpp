@@ -122,14 +122,6 @@ bool noteTable(const TableArea& area, const std::string& name, int records) {
   return stored;
 }
 
-// True when the table's packets have all been sent: sending them has emptied their database.
-bool isTaken(const std::string& table) {
-  const DmOpenRef packets = FindTemporary(table, kPacketsToSend);
-  const bool taken = packets != nullptr && DmNumRecords(packets) == 0;
-  if (packets != nullptr) DmCloseDatabase(packets);
-  return taken;
-}
-
 int toHostArea() {
   return ng != nullptr && IsNumber(&ng->ToHostArea) ? ToInt(ng->ToHostArea.objData.mdbl) : -1;
 }
@@ -206,8 +198,8 @@ int DeleteToHostTables() {
     for (UInt32 i = 0; i < DmNumRecords(tables); ++i) {
       values.load(BytesOf(tables, i));
       const std::string name = values.text(kTableField);
-      if (!isTaken(name)) continue;
-      well = (HasDirty(name.c_str()) == 0 || ClearDirtyMarks(name.c_str())) && well;
+      if (!IsTaken(name)) continue;
+      well = (HasDirty(name.c_str()) == 0 || ClearDirtyMarks(name.c_str(), kPrepared)) && well;
       if (well) DeleteTemporary(name, kPacketsToSend);
     }
   }

@@ -17,33 +17,33 @@ Download::Download(std::size_t place, const std::vector<Table>& tables, std::int
     : name_(CatalogueTables()[place].name),
       records_(CatalogueRecords(place, tables)),
       number_(CatalogueTables()[place].number),
-      upTo_(catalogueChange),
+      lack_{0, catalogueChange},
       count_(static_cast<std::int64_t>(records_.size())),
       packer_(compress) {}
 
-// Without a key a device that asks for the same changes twice would have them twice: it may have got them and only its
-// word of it was lost. So such a table is always sent whole, which replaces what is there.
 Download::Download(Store& store, const Table& table, const std::string& device, bool compress)
     : name_(table.name),
       device_(device),
       table_(&table),
       number_(table.number),
-      upTo_(store.lastChange(table)),
-      after_(store.confirmed(device, table.number)),
+      lack_(store.lackOf(device, table)),
       packer_(compress) {
-  nothingNew_ = upTo_ <= after_;
+  nothingNew_ = lack_.upTo <= lack_.after;
   if (nothingNew_) return;
-  const bool hasSome = after_ != 0;
-  whole_ = !hasSome || table.type == 'T' || !table.hasKey();
-  count_ = hasSome ? store.countChanged(table, device, after_, upTo_) : 1;
-  if (!whole_ || count_ == 0) return;
+  const bool hasSome = lack_.after != 0;
+  count_ = hasSome ? store.countChanged(table, device, lack_) : 1;
+  if (!lack_.whole || count_ == 0) return;
   count_ = store.countLive(table);
-  empties_ = hasSome && count_ == 0;
+  empties_ = count_ == 0;
+}
+
+void Download::begin(Store& store) const {
+  if (table_ != nullptr) store.beginDownload(device_, number_);
 }
 
 std::vector<SentContent> Download::page(Store& store) {
   if (table_ == nullptr) return std::exchange(records_, {});
-  return whole_ ? store.live(*table_, afterKey_, kPage) : store.changed(*table_, device_, after_, upTo_, kPage);
+  return lack_.whole ? store.live(*table_, afterKey_, kPage) : store.changed(*table_, device_, lack_, kPage);
 }
 
 void Download::stream(Store& store, std::vector<char>& out) {
@@ -53,7 +53,7 @@ void Download::stream(Store& store, std::vector<char>& out) {
       packer_.add(record.content, out);
       ++sent_;
       afterKey_ = record.key;
-      after_ = std::max(after_, record.change);
+      lack_.after = std::max(lack_.after, record.change);
       if (table_ != nullptr && out.size() >= kMuchOutput) return;
     }
     if (!records.empty()) continue;
@@ -64,7 +64,7 @@ void Download::stream(Store& store, std::vector<char>& out) {
 }
 
 void Download::confirm(Store& store, const std::string& device) const {
-  if (!nothingNew_ && (ended_ || count_ == 0)) store.confirm(device, number_, upTo_);
+  if (!nothingNew_ && (ended_ || count_ == 0)) store.confirm(device, number_, lack_.upTo);
 }
 
 }  // namespace synchost

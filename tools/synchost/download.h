@@ -19,10 +19,12 @@ class Download {
   const std::string& name() const { return name_; }
   /// Records that are announced; 0 when there is nothing to send, and the device will not ask.
   std::int64_t count() const { return count_; }
-  char type() const { return whole_ ? 'T' : 'P'; }
-  /// The table has no records left while the device has some: it is to make it anew.
+  char type() const { return lack_.whole ? 'T' : 'P'; }
+  /// The table has no records left while the device may have some: it is to make it anew.
   bool empties() const { return empties_; }
 
+  /// The device has asked for it.
+  void begin(Store& store) const;
   /// Adds packets to `out` until that is much, and the table's end behind the last one.
   void stream(Store& store, std::vector<char>& out);
   bool ended() const { return ended_; }
@@ -38,11 +40,10 @@ class Download {
   const Table* table_ = nullptr;  // null: a catalogue table, whose records are here
   std::vector<SentContent> records_;
   std::int64_t number_;
-  std::int64_t upTo_;       // the last change that the device has then
-  std::int64_t after_ = 0;  // the last one that it has before, and has been sent
-  Blob afterKey_;           // the same of a whole table, which is sent by key: no record comes twice or not at all
+  Lack lack_;      // shrinks as records go out; the whole of it is confirmed
+  Blob afterKey_;  // what went out of a whole table, which is sent by key: no record comes twice or not at all
   std::int64_t count_ = 0, sent_ = 0;
-  bool whole_ = true, empties_ = false, nothingNew_ = false, ended_ = false;
+  bool empties_ = false, nothingNew_ = false, ended_ = false;
   Packer packer_;
 };
 

@@ -13,6 +13,14 @@ Blob numberKey(std::int64_t number) {
   return key;
 }
 
+// Places in the upload $3 of records that $4 has as well, each as often as both have it.
+#define SYNCHOST_COMMON                                                                   \
+  "SELECT e.place FROM "                                                                  \
+  "(SELECT place, content, ROW_NUMBER() OVER (PARTITION BY content ORDER BY place) AS n " \
+  "FROM held WHERE device = $1 AND tbl = $2 AND upload = $3) e JOIN "                     \
+  "(SELECT content, ROW_NUMBER() OVER (PARTITION BY content ORDER BY place) AS n "        \
+  "FROM held WHERE device = $1 AND tbl = $2 AND upload = $4) l ON e.content = l.content AND e.n = l.n"
+
 }  // namespace
 
 std::int64_t Store::takeChanges(std::int64_t count) {
@@ -38,6 +46,25 @@ void Store::confirm(const std::string& device, std::int64_t table, std::int64_t 
       "INSERT INTO confirmed(device, tbl, change) VALUES($1, $2, $3) "
       "ON CONFLICT(device, tbl) DO UPDATE SET change = excluded.change",
       {device, table, change});
+  db_.write("DELETE FROM begun WHERE device = $1 AND tbl = $2", {device, table});
+}
+
+void Store::beginDownload(const std::string& device, std::int64_t table) {
+  db_.write("INSERT INTO begun(device, tbl) VALUES($1, $2) ON CONFLICT(device, tbl) DO NOTHING", {device, table});
+}
+
+// Without a key a device that asks for the same changes twice would have them twice: it may have got them and only its
+// word of it was lost. So such a table is always sent whole, which replaces what is there. A device keeps a whole table
+// until it can apply it, and parts of others that it got until it has the rest: its own later changes have to come
+// behind those.
+Lack Store::lackOf(const std::string& device, const Table& table) {
+  Lack lack;
+  lack.after = confirmed(device, table.number);
+  lack.upTo = lastChange(table);
+  lack.whole = lack.after == 0 || table.type == 'T' || !table.hasKey();
+  lack.ownToo =
+      lack.whole || !db_.read("SELECT 1 FROM begun WHERE device = $1 AND tbl = $2", {device, table.number}).empty();
+  return lack;
 }
 
 void Store::forget(const std::string& device, std::int64_t table) {
@@ -52,10 +79,10 @@ std::int64_t Store::countLive(const Table& table) {
   return db_.read("SELECT COUNT(*) FROM records WHERE tbl = $1 AND deleted = 0", {table.number}).front().number(0);
 }
 
-std::int64_t Store::countChanged(const Table& table, const std::string& device, std::int64_t after, std::int64_t upTo) {
+std::int64_t Store::countChanged(const Table& table, const std::string& device, const Lack& lack) {
   return db_
-      .read("SELECT COUNT(*) FROM records WHERE tbl = $1 AND change > $2 AND change <= $3 AND origin <> $4",
-            {table.number, after, upTo, device})
+      .read("SELECT COUNT(*) FROM records WHERE tbl = $1 AND change > $2 AND change <= $3 AND (origin <> $4 OR $5 = 1)",
+            {table.number, lack.after, lack.upTo, device, std::int64_t{lack.ownToo}})
       .front()
       .number(0);
 }
@@ -69,13 +96,13 @@ std::vector<SentContent> Store::live(const Table& table, const Blob& afterKey, s
   return all;
 }
 
-std::vector<SentContent> Store::changed(const Table& table, const std::string& device, std::int64_t after,
-                                        std::int64_t upTo, std::int64_t most) {
+std::vector<SentContent> Store::changed(const Table& table, const std::string& device, const Lack& lack,
+                                        std::int64_t most) {
   std::vector<SentContent> all;
   for (const SqlRow& row :
        db_.read("SELECT change, content FROM records WHERE tbl = $1 AND change > $2 AND change <= $3 "
-                "AND origin <> $4 ORDER BY change LIMIT $5",
-                {table.number, after, upTo, device, most}))
+                "AND (origin <> $4 OR $5 = 1) ORDER BY change LIMIT $6",
+                {table.number, lack.after, lack.upTo, device, std::int64_t{lack.ownToo}, most}))
     all.push_back({{}, row.number(0), row.bytes(1)});
   return all;
 }
@@ -96,9 +123,12 @@ void Store::put(const Table& table, const std::string& origin, const std::vector
       rows);
 }
 
+// The change is one that a deleted record without content stands for, which is never sent.
 void Store::clear(const Table& table) {
   db_.write("DELETE FROM records WHERE tbl = $1", {table.number});
-  db_.write("DELETE FROM confirmed WHERE tbl = $1", {table.number});
+  const std::int64_t change = takeChanges(1);
+  db_.write("INSERT INTO records(tbl, key, change, origin, deleted, content) VALUES($1, $2, $3, '', 1, $4)",
+            {table.number, numberKey(change), change, Blob()});
 }
 
 std::int64_t Store::beginUpload() {
@@ -119,27 +149,28 @@ void Store::hold(const Table& table, const std::string& device, std::int64_t upl
       "INSERT INTO held(tbl, device, upload, place, key, deleted, content) VALUES($1, $2, $3, $4, $5, $6, $7)", rows);
 }
 
-bool Store::isSentAgain(const Table& table, const std::string& device, std::int64_t earlier, std::int64_t later) {
-  const auto missing = db_.read(
-      "SELECT COUNT(*) FROM "
-      "(SELECT content, COUNT(*) AS n FROM held WHERE device = $1 AND tbl = $2 AND upload = $3 GROUP BY content) e "
-      "LEFT JOIN "
-      "(SELECT content, COUNT(*) AS n FROM held WHERE device = $1 AND tbl = $2 AND upload = $4 GROUP BY content) l "
-      "ON e.content = l.content WHERE l.n IS NULL OR l.n < e.n",
-      {device, table.number, earlier, later});
-  return missing.front().number(0) == 0;
+bool Store::takeAwaySentAgain(const Table& table, const std::string& device, std::int64_t earlier, std::int64_t later) {
+  const Values both = {device, table.number, earlier, later};
+  const auto counts = db_.read(
+      "SELECT (SELECT COUNT(*) FROM held WHERE device = $1 AND tbl = $2 AND upload = $3), "
+      "(SELECT COUNT(*) FROM held WHERE device = $1 AND tbl = $2 AND upload = $4), COUNT(*) FROM (" SYNCHOST_COMMON
+      ") c",
+      both);
+  const std::int64_t size = counts.front().number(0), common = counts.front().number(2);
+  if (counts.front().number(1) < size || 2 * common < size) return false;
+  db_.write("DELETE FROM held WHERE device = $1 AND tbl = $2 AND upload = $3 AND place IN (" SYNCHOST_COMMON ")", both);
+  return true;
 }
 
 void Store::conclude(const Table& table, const std::string& device) {
-  constexpr char kUploads[] = "SELECT DISTINCT upload FROM held WHERE device = $1 AND tbl = $2 ORDER BY upload";
+  static constexpr char kUploads[] = "SELECT DISTINCT upload FROM held WHERE device = $1 AND tbl = $2 ORDER BY upload";
   if (db_.read(kUploads, {device, table.number}).empty()) return;
   db_.begin();  // a host that was killed may have had a commit on its way: what it brought is seen from here on
   const std::vector<SqlRow> uploads = db_.read(kUploads, {device, table.number});
   for (std::size_t i = 0; i < uploads.size(); ++i) {
     const std::int64_t earlier = uploads[i].number(0);
-    const auto hasIt = [&](const SqlRow& later) { return isSentAgain(table, device, earlier, later.number(0)); };
-    if (std::any_of(uploads.begin() + static_cast<std::ptrdiff_t>(i) + 1, uploads.end(), hasIt))
-      db_.write("DELETE FROM held WHERE device = $1 AND tbl = $2 AND upload = $3", {device, table.number, earlier});
+    for (std::size_t later = i + 1; later < uploads.size(); ++later)
+      if (takeAwaySentAgain(table, device, earlier, uploads[later].number(0))) break;
   }
   const auto count = db_.read("SELECT COUNT(*) FROM held WHERE device = $1 AND tbl = $2", {device, table.number});
   const std::int64_t first = takeChanges(count.front().number(0));

@@ -21,11 +21,11 @@ struct Kind {
 };
 // The last row stands for every letter that has none.
 constexpr Kind kKinds[] = {
-    {kPacketsReceived, ".tPda", FourChars("tPda")},
-    {kPacketsToSend, ".tHst", FourChars("tHst")},
-    {kInstallPackets, ".tIns", FourChars("tIns")},
+    {kPacketsReceived, kReceivedSuffix, FourChars("tPda")},
+    {kPacketsToSend, kSentSuffix, FourChars("tHst")},
+    {kInstallPackets, kInstallSuffix, FourChars("tIns")},
     {kNameAsGiven, "", 0},
-    {kList, ".tLog", FourChars("tLog")},
+    {kList, kListSuffix, FourChars("tLog")},
 };
 
 const Kind& kindOf(char letter) {
@@ -54,13 +54,6 @@ std::string TemporaryName(const std::string& owner, char kind) {
   // Owners that are alike as far as there is room are told apart by what is left of them.
   const std::string number = shortSum(folded);
   return folded.substr(0, room - number.size()) + number + suffix;
-}
-
-bool IsTemporaryName(std::string_view name) {
-  const std::string folded = FoldedName(name);
-  return std::any_of(std::begin(kKinds), std::end(kKinds), [&](const Kind& kind) {
-    return *kind.suffix != '\0' && folded.ends_with(FoldedName(kind.suffix));
-  });
 }
 
 UInt32 TemporaryCreator(char kind) {

@@ -26,9 +26,6 @@ std::string TemporaryName(const std::string& owner, char kind);
 /// Its creator code: the four letters of the suffix, 0 without one.
 UInt32 TemporaryCreator(char kind);
 
-/// True for a name that ends like a temporary database's: no table has one.
-bool IsTemporaryName(std::string_view name);
-
 enum class IfExists { Keep, Replace };
 /// Opens the database, made when missing; with Replace an old one goes first. Null when it cannot be opened. Errors as
 /// DmCreateDatabase and DmOpenDatabase.

@@ -26,6 +26,12 @@ std::string NameOf(const DatabaseHdrType& entry) {
   return {entry.name, ::strnlen(entry.name, kLongestName)};
 }
 
+bool IsTemporaryName(std::string_view name) {
+  const std::string folded = FoldedName(name);
+  const auto ends = [&folded](const char* suffix) { return folded.ends_with(FoldedName(suffix)); };
+  return ends(kReceivedSuffix) || ends(kSentSuffix) || ends(kInstallSuffix) || ends(kListSuffix);
+}
+
 bool IsFileName(std::string_view name) {
   return !name.empty() && name != "." && name != ".." && name.find_first_of(std::string_view("/\0", 2)) == name.npos;
 }

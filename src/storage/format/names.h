@@ -23,6 +23,13 @@ std::string OffsetsName(std::string_view name);
 /// The name in a catalogue's entry, as far as it goes.
 std::string NameOf(const DatabaseHdrType& entry);
 
+/// How the names of temporary databases end: packets from the host, to it, of an install, lists. Their records are no
+/// table's.
+inline constexpr const char *kReceivedSuffix = ".tPda", *kSentSuffix = ".tHst", *kInstallSuffix = ".tIns",
+                            *kListSuffix = ".tLog";
+/// True for a name that ends like a temporary database's: no table has one.
+bool IsTemporaryName(std::string_view name);
+
 /// True for what can be a file of the data directory itself.
 bool IsFileName(std::string_view name);
 /// True for a file name that a database can have: at most 31 printable bytes (above 0x7F all count as such), no

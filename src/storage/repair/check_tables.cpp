@@ -51,6 +51,7 @@ bool isWritten(FileBytes block) {
 // A database of records may have the type of tables and be none: something must tell that it was one.
 void checkUndescribed(const TableContext& context, const DatabaseFiles& files, const DatabaseState& state,
                       Findings& lasting) {
+  if (IsTemporaryName(context.name)) return;
   const FileBytes block = SavedBlock(files, state.records);
   const bool isEmpty = state.records.places.empty() && block.size() < kDescriptionHead;
   if (context.hasOthers || endsLikeATable(files, state.records) || namesItself(block, context.name))
