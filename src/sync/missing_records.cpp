@@ -25,6 +25,12 @@ bool NoteMissing(const std::string& table) {
   return list.isOpen() && list.addOnce(table);
 }
 
+bool IsMissing(const std::string& table) {
+  if (!isNoted()) return false;
+  const NameList list(kMissing);
+  return list.isOpen() && list.has(table);
+}
+
 std::string MissingTable() {
   if (!isNoted()) return {};
   const NameList list(kMissing);

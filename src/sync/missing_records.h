@@ -8,6 +8,7 @@ namespace vorne {
 
 /// Notes a table, once; false when that cannot be stored.
 bool NoteMissing(const std::string& table);
+bool IsMissing(const std::string& table);
 /// A noted table whose records can be taken now; empty when there is none.
 std::string MissingTable();
 /// The host sends all of such tables anew.

@@ -4,11 +4,13 @@
 
 #include "runtime/arguments.h"
 #include "storage/databases/tempdb.h"
+#include "storage/format/names.h"
 #include "storage/format/record_bytes.h"
 #include "storage/records/records.h"
 #include "sync/catalog_tables.h"
 #include "sync/compression.h"
 #include "sync/dirty_marks.h"
+#include "sync/missing_records.h"
 #include "sync/state_lines.h"
 #include "sync/table_areas.h"
 #include "sync/table_making.h"
@@ -142,8 +144,12 @@ int CompressAndWrite(DmOpenRef packets, const void* content, int size, int count
 int GetRecsDirty(const char* name) {
   if (name == nullptr) return 0;
   DeleteTemporary(name, kPacketsToSend);
-  // What the host would not understand stays dirty until the fields are those that it knows.
-  if (HasDirty(name) == 0 || !WhatDiffers(name).empty()) return 0;
+  if (HasDirty(name) == 0) return 0;
+  if (!WhatDiffers(name).empty()) {
+    // What the host would not understand stays dirty until the fields are those that it knows.
+    NoteMissing(FoldedName(name));
+    return 0;
+  }
   const TableArea area(name);
   if (!area.isOpen()) return 0;
   bool stored = true;

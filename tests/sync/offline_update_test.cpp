@@ -190,7 +190,9 @@ TEST_F(TablesFromHost, AreRefusedByATableOfOtherFields) {
     __Commit();
     __dbCloseAll();
     receiveCatalogue({{"T", fields}});
+    EXPECT_EQ(ReadFromHH() + BatchUpload(), 2);
     told();
+    EXPECT_EQ(ReadFromHH(), 0) << "it has something to send";
     for (const char type : {'P', 'T'}) EXPECT_EQ(update("T", type, {row}), 0);
     EXPECT_THAT(told(), HasSubstr(std::string("Tabela recusada: T (") + field + ")"));
     EXPECT_EQ(ReadFromHH() + BatchUpload() + GetRecsDirty("T"), 1) << "refused as long as it is so, and not sent";

@@ -72,5 +72,6 @@ says() {
 says '--suffix: 1 required C missing' desk --suffix
 says '--group' desk --group A --group B
 says '--screen takes no other settings' "$bin/tellira" sync config --dir desk --screen --port 1
+says 'DB cannot be made: ' "$bin/tellira" sync log --dir /sys
 says 'no host' "$bin/tellira" sync --dir "$work/host" --dry-run
 [ ! -e host/DB ]

@@ -117,8 +117,11 @@ TableSession::TableSession(const std::string& directory, Databases databases)
   output_ = std::make_unique<RuntimeOutput>();
   vorne::endProcessHook = failWithWords;
   if (databases == Databases::kOpen) {
-    std::error_code ignored;
-    std::filesystem::create_directory(data_, ignored);
+    std::error_code error;
+    std::filesystem::create_directory(data_, error);
+    if (error)
+      throw Failure(kUsage, data_ + " cannot be made: " + error.message() + ".\n  next: look at the rights of " +
+                                directory + ".");
     lock_.emplace(directory);
   }
   __BeginGlobal();
