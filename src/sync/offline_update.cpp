@@ -4,6 +4,7 @@
 #include "sync/applying.h"
 #include "sync/applying_note.h"
 #include "sync/catalog_tables.h"
+#include "sync/delete_queue.h"
 #include "sync/missing_records.h"
 #include "sync/state_lines.h"
 #include "sync/table_areas.h"
@@ -86,6 +87,7 @@ bool isAsDescribed(const std::string& name) {
 bool haveTable(const std::string& name) {
   if (IsTableName(name) && exists(name) && !IsUnfinishedTable(name)) return true;
   if (!MakeTable(name)) return false;
+  LeaveDeleteQueue(name);
   const TableArea area(name);
   if (area.isOpen() && OpenIndexes(name, area.number())) return true;
   Tell(area.isOpen() ? SyncText::IndexFailed : SyncText::OpenFailed, name.c_str());

@@ -6,15 +6,24 @@
 #include <string>
 
 #include "support/scratch_directory.h"
+#include "synchost/running_host.h"
 #include "synchost/sql.h"
 
 using testing::HasSubstr;
 
 namespace {
 
-/// Runs a line of the shell in which `host` is the program; what it told, and its exit status.
+/// Runs a line of the shell in which `host` is the program, `db` and `desk` work in a desk's directory; what it told,
+/// and its exit status.
 std::string told(const std::string& line) {
-  const std::string whole = "host() { '" SYNCHOST "' --store store.db \"$@\"; }; (" + line + ") 2>&1; echo \"rc $?\"";
+  const std::string whole = "host() { '" SYNCHOST
+                            "' --store store.db \"$@\"; }\n"
+                            "db() { dir=$1; shift; '" TELLIRA
+                            "' db --dir $dir \"$@\"; }\n"
+                            "desk() { '" TELLIRA
+                            "' sync --dir $1 --host 127.0.0.1 --port $PORT --device $1 --plain </dev/null; }\n"
+                            "(" +
+                            line + ") 2>&1; echo \"rc $?\"";
   std::string text;
   FILE* pipe = popen(whole.c_str(), "r");
   for (int c = 0; (c = std::fgetc(pipe)) != EOF;) text += static_cast<char>(c);
@@ -96,6 +105,31 @@ TEST(HostVerbs, GoOnWithTheStoreOfAnEarlierVersion) {
           "ALTER TABLE tasks DROP COLUMN fields; ALTER TABLE sessions DROP COLUMN rows_passed_over;"
           "UPDATE counters SET value = 1 WHERE name = 'schema'");
   EXPECT_THAT(told("host task add install a --all && host status"), HasSubstr("rc 0"));
+}
+
+// The course that docs/sync.md advises, with two real desks: one has sent all of the old table, the other has not.
+TEST(HostVerbs, LetTheFieldsOfATableChange) {
+  const ScratchDirectory scratch;
+  ASSERT_EQ(told("host table create GOODS CODE:C:8 NAME:C:20 --index BYCODE:CODE; host device add one; mkdir one two;"
+                 "host table create SALES CODE:C:8 --direction up; host device add two"),
+            "rc 0\n");
+  const RunningHost host("store.db");
+  setenv("PORT", std::to_string(host.port).c_str(), 1);
+  const Line lines[] = {
+      {"printf 'CODE,NAME\n1,Arroz\n' | host import GOODS -; desk one && desk two", "rc 0"},
+      {"printf 'CODE,NAME\n9,unsent\n' | db two import GOODS -; printf 'CODE\ns1\n' | db two import SALES -", "rc 0"},
+      {"host export GOODS >goods.csv && host table drop GOODS --yes && "
+       "host table create GOODS CODE:C:8 NAME:C:40 PRICE:N:8:2 --index BYCODE:CODE && host import GOODS goods.csv",
+       "rc 0"},
+      {"desk one && db one export GOODS", "CODE,NAME,PRICE\n1,Arroz,0.00\nrc 0"},
+      {"desk two; desk two", "Tabela recusada"},
+      {"host export SALES", "s1"},
+      {"db two export GOODS >rows.csv && db two drop GOODS --yes && desk two && desk two && db two export GOODS",
+       "CODE,NAME,PRICE\n1,Arroz,0.00\nrc 0"},
+      {"db two import GOODS rows.csv && desk two && host export GOODS", "1,Arroz,0.00\n9,unsent,0.00\nrc 0"},
+      {"desk one && db one export GOODS", "1,Arroz,0.00\n9,unsent,0.00\nrc 0"},
+  };
+  for (const Line& one : lines) EXPECT_THAT(told(one.line), HasSubstr(one.words)) << one.line;
 }
 
 }  // namespace
