@@ -47,6 +47,9 @@ is BM "$(cat desk/logo.bmp)"
 grep -q 'install' first
 dry
 is '' "$(grep -v '^[0-9]*\. \(send\|receive\) table [A-Z]*$' first)"
+# The same by what is stored.
+"$bin/tellira" sync config --dir desk --host "${address%:*}" --port "${address##*:}" --device PDV-001 >/dev/null
+"$bin/tellira" sync --dir desk --dry-run 2>told | diff first -
 
 # A table of other fields is refused, and keeps what it has, until it is the catalogue's.
 db() { "$bin/tellira" db --dir desk "$@" 2>>told; }

@@ -190,9 +190,8 @@ int runSession(const SyncOptions& options) {
 }
 
 // The same, with databases opened only for what is stored in them.
-vorne::HostAccess dryAccessOf(const SyncOptions& options) {
+vorne::HostAccess dryAccessOf(const SyncOptions& options, const std::string& directory) {
   if (!options.host.empty()) return accessOf(options);
-  const std::string directory = sessionDirectory(options);
   if (!std::filesystem::exists(directory + vorne::kDataDirectory)) failWithoutHost();
   TableSession session(directory);
   const vorne::HostAccess host = accessOf(options);
@@ -201,8 +200,9 @@ vorne::HostAccess dryAccessOf(const SyncOptions& options) {
 }
 
 int runDry(const SyncOptions& options) {
-  const vorne::HostAccess host = dryAccessOf(options);
-  TableSession session(sessionDirectory(options), TableSession::Databases::kUntouched);
+  const std::string directory = sessionDirectory(options);
+  const vorne::HostAccess host = dryAccessOf(options, directory);
+  TableSession session(directory, TableSession::Databases::kUntouched);
   const TextScreen screen;
   iSyncLang = languageOf(options.language);
   Json tasks = Json::array();
