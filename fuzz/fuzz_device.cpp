@@ -43,6 +43,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       session.receive(bytes.subspan(at, std::min(piece, bytes.size() - at)));
       while (session.hasMore()) session.send();
       if (session.takeOutput().size() > kMostOutput) std::abort();
+      session.answered();
     }
   }
   store().rollback();

@@ -20,6 +20,7 @@ namespace {
 
 std::FILE* ownPlace = nullptr;
 std::FILE** place = &ownPlace;
+bool isOff = false;
 
 void closeAtEnd() {
   __CloseMsgLog();
@@ -70,7 +71,15 @@ void vorne::KeepMessageLogIn(std::FILE** kept) {
   place = kept;
 }
 
+vorne::NoMessageLog::NoMessageLog() {
+  isOff = true;
+}
+vorne::NoMessageLog::~NoMessageLog() {
+  isOff = false;
+}
+
 short __OpenMsgLog(short reopen) {
+  if (isOff) return 0;
   if (*place != nullptr) {
     if (reopen == 0) return 1;
     __CloseMsgLog();

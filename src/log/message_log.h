@@ -25,4 +25,13 @@ namespace vorne {
 /// Keeps the open log's handle, null for none, in `place` from now on, where the caller shows it; null: back in a place
 /// of its own.
 void KeepMessageLogIn(std::FILE** place);
+
+/// While it lives no log is opened: messages are lost.
+class NoMessageLog {
+ public:
+  NoMessageLog();
+  NoMessageLog(const NoMessageLog&) = delete;
+  NoMessageLog& operator=(const NoMessageLog&) = delete;
+  ~NoMessageLog();
+};
 }  // namespace vorne

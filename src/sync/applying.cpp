@@ -147,7 +147,7 @@ class Application {
   }
   static bool hasRoomInstead(pmymap map, std::int64_t bytes) {
     const std::int64_t more = bytes - (map->szmap - static_cast<std::int64_t>(RecordsBegin(HeaderOf(*map))));
-    return bytes < kLargestFile && EnsureRoom(map, static_cast<long>(std::max<std::int64_t>(more, 0)));
+    return EnsureRoom(map, static_cast<long>(std::clamp<std::int64_t>(more, 0, kLargestFile)));
   }
 
   bool hasIndexRoom(std::int64_t records) const {

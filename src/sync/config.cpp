@@ -82,7 +82,9 @@ SettingsFound ReadSettings(UserSettings& settings) {
   return SettingsFound::Yes;
 }
 
-bool StoreSettings(const UserSettings& settings) {
+bool StoreSettings(UserSettings settings) {
+  settings.user = trimmed(settings.user);
+  strupr(settings.user.data());
   if (DmFindDatabase(0, kTable) == 0 &&
       !IsTrue(__DBCREATE(__INIT_CHARPTR(kTable), structure(), __INIT_CHARPTR("LOCAL"))))
     return false;
@@ -102,7 +104,6 @@ Obj_Node* CreateUser(Obj_Node* device, Obj_Node* user, Obj_Node* host, Obj_Node*
   UserSettings settings;
   settings.host = text(host);
   settings.user = text(user);
-  strupr(settings.user.data());
   settings.deviceType = std::string(kDeviceTypeBlanks, ' ');
   settings.device = text(device);
   settings.port = text(port);

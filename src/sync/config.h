@@ -14,7 +14,7 @@ struct UserSettings {
 enum class SettingsFound { Yes, NoTable, CannotOpen };
 /// Reads them; an empty table reads as empty texts.
 SettingsFound ReadSettings(UserSettings& settings);
-/// Stores them; the table is made when missing. False when it cannot be opened.
-bool StoreSettings(const UserSettings& settings);
+/// Stores them, the user trimmed and in capitals; the table is made when missing. False when it cannot be opened.
+bool StoreSettings(UserSettings settings);
 
 }  // namespace vorne

@@ -3,6 +3,7 @@
 
 #include "runtime/arguments.h"
 #include "storage/format/names.h"
+#include "sync/delete_queue.h"
 #include "sync/name_list.h"
 #include "sync/vornesync.h"
 
@@ -43,6 +44,13 @@ int EnqueueDelete(const char* name) {
   if (queue.size() != 0 && queue.at(0) == name) return 1;
   queue.add(name);
   return 1;
+}
+
+void vorne::LeaveDeleteQueue(const std::string& name) {
+  NameList queue(kQueue);
+  if (!queue.isOpen()) return;
+  for (UInt32 i = queue.size(); i-- > 0;)
+    if (FoldedName(queue.at(i)) == FoldedName(name)) queue.remove(i);
 }
 
 void DeleteEnqueued() {

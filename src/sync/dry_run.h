@@ -15,8 +15,8 @@ struct HostAccess {
   std::string device, group;
 };
 
-/// Connects, logs in and calls `tell` for every task that the host holds, doing none. The session's code, 0 for
-/// success.
+/// Connects, logs in and calls `tell` for every task that the host holds, doing none; changes nothing on either side,
+/// and makes no file. The session's code, 0 for success.
 int TellTasks(const HostAccess& host, const std::function<void(int number, const Task& task)>& tell);
 
 }  // namespace vorne

@@ -3,6 +3,8 @@
 #include <cerrno>
 #include <string>
 
+#include "storage/files/diagnostic_log.h"
+#include "storage/files/system.h"
 #include "sync/state_lines.h"
 #include "sync/wire.h"
 
@@ -32,29 +34,34 @@ bool requestImages(int socket) {
   return WriteExact(socket, netglb->m_buffer, netglb->bIndex, 1) != 0;
 }
 
-// False when the disk has no room for it: then it must come again. What can never be stored under that name is passed
-// over.
-bool storeImage(const char* name, UInt16 size, const void* data) {
+// NoRoom: then it must come again. What can never be stored under that name is passed over.
+enum class Image { Stored, PassedOver, NoRoom };
+Image storeImage(const char* name, UInt16 size, const void* data) {
   const auto passOver = [name] {
     Tell(SyncText::ImagePassedOver, name == nullptr ? "" : name);
-    return true;
+    return Image::PassedOver;
   };
   if (name == nullptr || !IsPlainFileName(name)) return passOver();
   // Beside the old picture first: a line that breaks or a disk that is full must not leave half of one.
   const std::string unfinished = std::string(".") + name + ".new";
   DeleteFile(unfinished.c_str());
   const HANDLE file = CreateFile(unfinished.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS);
-  if (file == INVALID_HANDLE_VALUE) return errno == ENOSPC || errno == EDQUOT ? false : passOver();
+  if (file == INVALID_HANDLE_VALUE) return errno == ENOSPC || errno == EDQUOT ? Image::NoRoom : passOver();
   const bool whole = writeAll(file, static_cast<const char*>(data), size);
+  const int failure = errno;
   CloseHandle(file);
-  if (whole)
-    MoveFile(unfinished.c_str(), name);
-  else
-    DeleteFile(unfinished.c_str());
-  return whole;
+  // A directory may have its name.
+  if (whole && fileSystem.rename(unfinished.c_str(), GetWideBmpName(name)) == 0) return Image::Stored;
+  DeleteFile(unfinished.c_str());
+  errno = failure;
+  return whole ? passOver() : Image::NoRoom;
 }
 
 }  // namespace
+
+const char* GetWideBmpName(const char* name) {
+  return name;
+}
 
 void WriteImageFile(const char* name, UInt16 size, const void* data) {
   storeImage(name, size, data);
@@ -83,10 +90,12 @@ int ReceiveBmp(int socket) {
     ReadString(text);
     const auto size = static_cast<std::uint16_t>(ReadShort());
     if (size > netglb->m_buflen - netglb->bIndex) return fail(kNoReply, kLineFailed);
-    if (!storeImage(text, size, netglb->m_buffer + netglb->bIndex)) {
-      TellMessage(kNotStored);
+    const Image image = storeImage(text, size, netglb->m_buffer + netglb->bIndex);
+    if (image == Image::NoRoom) {
+      TellNotStored(WhyNotStored(text, size, errno));
       return fail(kHostError1074, kHostError1074);
     }
+    if (image == Image::PassedOver) continue;
     total += size;
     ++images;
   }

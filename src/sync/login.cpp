@@ -5,6 +5,7 @@
 
 #include "screen/back_end.h"
 #include "sync/catalog_tables.h"
+#include "sync/missing_records.h"
 #include "sync/session_globals.h"
 #include "sync/state_lines.h"
 #include "sync/system.h"
@@ -17,6 +18,7 @@ namespace {
 
 constexpr char kProtocol[] = "33";
 constexpr char kRuntimeVersion[] = "6.0.0";
+constexpr std::uint8_t kWantsAll = 'T';
 constexpr std::size_t kShownRefusal = 15;  // a refusal's text of more characters is for the user
 
 enum Message {
@@ -40,10 +42,14 @@ constexpr long kLargestCommHandle = 10;
 
 std::uint8_t modeByte(bool remoteCall) {
   if (bNewSync != 0) return 'P';
-  return !remoteCall && CatalogTableRecords() > 0 ? 'P' : 'T';
+  if (remoteCall || CatalogTableRecords() == 0) return kWantsAll;
+  const std::string table = MissingTable();
+  if (table.empty()) return 'P';
+  Tell(SyncText::AllWanted, table.c_str());
+  return kWantsAll;
 }
 
-void buildLogin(const char* group, const char* device, bool remoteCall) {
+void buildLogin(const char* group, const char* device, bool remoteCall, std::uint8_t mode) {
   Reset();
   WriteUShort(1);
   WriteByte(static_cast<std::uint8_t>(Request::Login));
@@ -52,9 +58,9 @@ void buildLogin(const char* group, const char* device, bool remoteCall) {
   WriteString(device);
   WriteString(group);
   WriteByte(static_cast<std::uint8_t>(GetProcessorType()));
-  WriteByte(modeByte(remoteCall));
+  WriteByte(mode);
   WriteString(kRuntimeVersion);
-  WriteString(__MemoryReport());
+  WriteString(__Memory());
   WriteString(ng == nullptr || ng->bHasZlib != 0 ? "ZLIBON" : "ZLIBOFF");
   WriteString("SETBUFFER");
   WriteString(GETVER()->objData.mbuff);
@@ -69,8 +75,9 @@ int takeReply() {
   if (status != kDone) {
     ReadString(text);
     if (std::strlen(text) > kShownRefusal) {
-      DoSetState(text);
-      std::printf("%s\n", text);
+      const std::string words = WithoutControls(text);
+      DoSetState(words.c_str());
+      std::printf("%s\n", words.c_str());
     }
     TellMessage(kRefused);
     return kLoginRefused;
@@ -93,21 +100,23 @@ int logIn(int socket, const char* group, const char* device, bool remoteCall) {
     return kNoBuffers;
   }
   TellMessage(kLoggingIn);
-  buildLogin(group, device, remoteCall);
+  const std::uint8_t mode = modeByte(remoteCall);
+  buildLogin(group, device, remoteCall, mode);
   if (WriteExact(socket, netglb->m_buffer, netglb->bIndex, 1) == 0) return kLoginNotSent;
   if (ReadSock(netglb->m_buffer, socket) == 0) return kNoReply;
-  return takeReply();
+  const int status = takeReply();
+  if (status == 0 && mode == kWantsAll) ForgetMissing();
+  return status;
 }
 
 int open(const char* host, UInt16 port, int* socket, const long* comm) {
-  DoSetState(__MemoryReport());
+  DoSetState(__Memory());
   Tell(SyncText::Beginning);
   if (comm != nullptr && *comm > kLargestCommHandle) {
     TellMessage(kNoHandle);
     return kHandleTooLarge;
   }
   Tell(SyncText::Connecting);
-  *socket = 0;
   if (OpenSocket(host, port, socket) == 1) return 0;
   netglb->bFalhaSendReceive = 1;
   if (netglb->errStatus != 0) return netglb->errStatus;
@@ -132,6 +141,7 @@ void sayFarewell(int socket) {
 int Connect(const char* host, UInt16 port, int* socket, long* comm, const char* group, const char*, const char* device,
             short remoteCall) {
   VerifyBuffers();
+  *socket = 0;
   Reset();
   __SwapBytes();
   DoCommInterfaceOpen(comm);

@@ -28,7 +28,14 @@ class NameList {
     const std::span<const char> bytes = RecordBytes(db_, index);
     return {bytes.data(), bytes.empty() ? 0 : ::strnlen(bytes.data(), bytes.size())};
   }
+  bool has(const std::string& name) const {
+    for (UInt32 i = 0; i < size(); ++i)
+      if (at(i) == name) return true;
+    return false;
+  }
   bool add(const std::string& name) { return AppendRecord(db_, {name.c_str(), name.size() + 1}); }
+  /// True also when it is there already.
+  bool addOnce(const std::string& name) { return has(name) || add(name); }
   bool remove(UInt32 index) { return DmRemoveRecord(db_, index) == errNone; }
 
  private:

@@ -55,6 +55,10 @@ void LiberarComBuffs() {
   netglb->dbLogRef = nullptr;
 }
 
+const char* __Memory() {
+  return __MemoryReport();
+}
+
 Boolean __SwapBytes() {
   // 0x42F2 as this machine stores it.
   const std::uint16_t pattern = 0x42F2;

@@ -1,8 +1,11 @@
 // What was received comes into the tables: the catalogue's first, then those that it names.
+#include "storage/files/mapped_file.h"
 #include "storage/format/names.h"
 #include "sync/applying.h"
 #include "sync/applying_note.h"
 #include "sync/catalog_tables.h"
+#include "sync/delete_queue.h"
+#include "sync/missing_records.h"
 #include "sync/state_lines.h"
 #include "sync/table_areas.h"
 #include "sync/table_making.h"
@@ -69,10 +72,22 @@ bool readTable(const std::string& name, int percent) {
   return changeTable(name);
 }
 
+// A table of the device's own making may have other fields: the host's records are none of its.
+bool isAsDescribed(const std::string& name) {
+  // Those of which nothing comes or goes are not looked at.
+  if (waitingFor(name) == Waiting::Nothing && !IsMissing(name)) return true;
+  const std::string field = WhatDiffers(name);
+  if (field.empty()) return true;
+  NoteMissing(name);
+  // Once a session: at its end, when the catalogue is the one that came last.
+  return ng != nullptr && ng->Verification != 0 ? false : Refuse(SyncText::TableRefused, name, field);
+}
+
 // A table of the catalogue that is not there yet gets made, with its indexes.
 bool haveTable(const std::string& name) {
   if (IsTableName(name) && exists(name) && !IsUnfinishedTable(name)) return true;
   if (!MakeTable(name)) return false;
+  LeaveDeleteQueue(name);
   const TableArea area(name);
   if (area.isOpen() && OpenIndexes(name, area.number())) return true;
   Tell(area.isOpen() ? SyncText::IndexFailed : SyncText::OpenFailed, name.c_str());
@@ -125,8 +140,9 @@ int DoChangeTable(const char* table, int area, Obj_Node*) {
   if (packets.control() && !packets.isComplete()) return 1;
   const Applied applied = apply(name, area, packets);
   packets.close();
-  if (applied == Applied::NoRoom) TellMessage(kNotStored);
+  if (applied == Applied::NoRoom) TellNotStored(WhyNotGrown(*DatabaseOf(*AreaAt(area))->hFile));
   // Damaged ones go as well: the host's next ones would otherwise not be asked for.
+  if (applied == Applied::Damaged) NoteMissing(name);
   if (applied == Applied::Whole || applied == Applied::Damaged) {
     DeleteTemporary(name, kPacketsReceived);
     ApplyingNote::forgetFinished();
@@ -144,7 +160,8 @@ int ReadFromHH() {
     const std::string& name = tables[i].name;
     const auto percent = static_cast<int>(100 * i / tables.size());
     // One that cannot be is told of, and matters when something came for it.
-    well = (haveTable(name) ? readTable(name, percent) : waitingFor(name) == Waiting::Nothing) && well;
+    well = (haveTable(name) ? isAsDescribed(name) && readTable(name, percent) : waitingFor(name) == Waiting::Nothing) &&
+           well;
   }
   return well;
 }

@@ -8,6 +8,7 @@
 #include "storage/databases/tempdb.h"
 #include "storage/files/mapped_file.h"
 #include "sync/dirty_marks.h"
+#include "sync/missing_records.h"
 #include "sync/received_tables.h"
 #include "sync/session_report.h"
 #include "sync/state_lines.h"
@@ -17,7 +18,8 @@ using namespace vorne;
 
 namespace {
 
-constexpr int kNotOpened = 124;  // message
+constexpr int kNotOpened = 124;                                    // message
+constexpr std::int32_t kNearlyLargest = kLargestFile - (1 << 20);  // a file of that size is full soon
 enum Status { kBadPacket = 1074, kNoDatabase = 1116, kNotRequested = 1172, kLineFailed = 1173 };
 enum Result { kReceived = 0, kNotSent = 1, kNoFile = 5, kBroken = 12 };
 
@@ -32,10 +34,19 @@ class Reception {
 
   bool open() {
     db_ = OpenTemporary(name_, kPacketsReceived, IfExists::Keep);
+    earlier_ = db_ == nullptr ? 0 : DmNumRecords(db_);
     return db_ != nullptr;
   }
   bool isNew() const { return DmNumRecords(db_) == 0; }
   std::optional<ControlRecord> control() const { return ParseControl(RecordBytes(db_, 0)); }
+  /// There was no room. When packets of an earlier reception that the host does not send again fill the file, they go,
+  /// and the host is asked for all the next time: it may believe that they have been taken.
+  void tellNoRoom() {
+    const std::string why = WhyNotGrown(*db_->hFile);
+    const bool isFull = db_->hFile->szmap > kNearlyLargest;
+    TellNotStored(why);
+    if (isFull && next_ < earlier_ && NoteMissing(name_)) startAnew();
+  }
   void startAnew() {
     close();
     DeleteTemporary(name_, kPacketsReceived);
@@ -80,7 +91,8 @@ class Reception {
   std::string name_;
   char type_;
   DmOpenRef db_ = nullptr;
-  UInt32 next_ = 1;  // of the kept packets, the one that the host may be sending again
+  UInt32 earlier_ = 0;  // records that an earlier reception has left
+  UInt32 next_ = 1;     // of the kept packets, the one that the host may be sending again
   UInt32 added_ = 0;
 };
 
@@ -113,7 +125,7 @@ int storePacket(Reception& reception, std::uint32_t& total) {
     return fail(kBadPacket, kBadPacket);
   }
   if (!reception.add(body.first(packet->length))) {
-    TellMessage(kNotStored);
+    reception.tellNoRoom();
     return fail(kBadPacket, kBadPacket);
   }
   total += packet->records;
@@ -161,8 +173,9 @@ int TableFromHostToHH(const char* name, int socket, std::int32_t count, char typ
     }
   }
   const auto announced = static_cast<std::uint32_t>(count < 0 ? 0 : count);
-  if (reception.isNew() && !reception.writeControl(false, announced)) {
-    TellMessage(kNotStored);
+  // Also over what was whole: until the host has told the end, more of it is under way.
+  if (!reception.writeControl(false, announced)) {
+    reception.tellNoRoom();
     return fail(kBadPacket, kBadPacket);
   }
   const std::string line = Filled(SyncText::Receiving, name, static_cast<long>(count));
@@ -180,7 +193,7 @@ int TableFromHostToHH(const char* name, int socket, std::int32_t count, char typ
   Tell(SyncText::Received, static_cast<long>(total));
   if (result != kReceived) return result;
   if (!NoteReceivedTable(name) || !reception.writeControl(true, total)) {
-    TellMessage(kNotStored);
+    reception.tellNoRoom();
     return fail(kBadPacket, kBadPacket);
   }
   return kReceived;

@@ -6,10 +6,7 @@ namespace vorne {
 
 bool NoteReceivedTable(const char* name) {
   NameList list(kReceivedTables);
-  if (!list.isOpen()) return false;
-  for (UInt32 i = 0; i < list.size(); ++i)
-    if (list.at(i) == name) return true;
-  return list.add(name);
+  return list.isOpen() && list.addOnce(name);
 }
 
 bool HasReceivedTables() {

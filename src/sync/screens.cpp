@@ -27,13 +27,17 @@ constexpr Entry kEntries[] = {{SyncText::User, &UserSettings::user, 20},
 
 }  // namespace
 
-void __TAVREL() {
+void __TAVREL_vld_005() {
   __begin_context();
   Obj_Node* places[4] = {};
   for (Obj_Node*& place : places) place = __SET_OBJECT(nullptr, __INIT_DOUBLE(0));
   __INITSYNC(places[0], places[1], places[2], places[3]);
   if (netglb != nullptr) netglb->Meter1 = netglb->Label1 = netglb->Meter2 = netglb->Label2 = nullptr;
   __end_context(nullptr);
+}
+
+void __TAVREL() {
+  __TAVREL_vld_005();
 }
 
 void CONFIGURACOES() {

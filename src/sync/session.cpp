@@ -286,3 +286,7 @@ Obj_Node* SYNCDATE() {
   DmCloseDatabase(dates);
   return __INIT_CHARPTR(date.size() < kDateDigits ? kNeverSynchronised : date.c_str());
 }
+
+Obj_Node* __SyncDate() {
+  return SYNCDATE();
+}

@@ -1,5 +1,6 @@
 #include "sync/state_lines.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -16,13 +17,28 @@ namespace vorne {
 namespace {
 
 constexpr char kMessageTable[] = "MsgLog";
+constexpr int kNotStored = 112;
+
+bool isBreak(char c) {
+  return c == '\n' || c == '\r';
+}
+bool isControl(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return byte < 0x20 || byte == 0x7F;
+}
 
 // The formats are the rows of tables.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
-std::string filled(const char* format, std::va_list arguments) {
-  char text[1024];
-  std::vsnprintf(text, sizeof text, format, arguments);
+std::string filled(std::string_view format, std::va_list arguments) {
+  char room[1024];
+  std::vsnprintf(room, sizeof room, format.data(), arguments);
+  std::string text = room;
+  // As many line breaks as the format has are its own.
+  const bool areOwn =
+      std::count_if(text.begin(), text.end(), isBreak) == std::count_if(format.begin(), format.end(), isBreak);
+  std::replace_if(
+      text.begin(), text.end(), [areOwn](char c) { return isControl(c) && !(areOwn && isBreak(c)); }, '?');
   return text;
 }
 #pragma GCC diagnostic pop
@@ -50,6 +66,11 @@ class MessageTable {
 
 }  // namespace
 
+std::string WithoutControls(std::string text) {
+  std::replace_if(text.begin(), text.end(), isControl, '?');
+  return text;
+}
+
 std::string Filled(SyncText text, ...) {
   std::va_list arguments;
   va_start(arguments, text);
@@ -70,7 +91,7 @@ std::string MessageText(int message, ...) {
   const std::string format = __GetAuxError(message);
   std::va_list arguments;
   va_start(arguments, message);
-  const std::string text = filled(format.c_str(), arguments);
+  const std::string text = filled(format, arguments);
   va_end(arguments);
   return text;
 }
@@ -79,8 +100,13 @@ void TellMessage(int message, ...) {
   const std::string format = __GetAuxError(message);
   std::va_list arguments;
   va_start(arguments, message);
-  DoSetState(filled(format.c_str(), arguments).c_str());
+  DoSetState(filled(format, arguments).c_str());
   va_end(arguments);
+}
+
+void TellNotStored(const std::string& why) {
+  TellMessage(kNotStored);
+  DoSetState(why.c_str());
 }
 
 void ShowProgressOn(int line, Obj_Node* bar, Obj_Node* label, int percent, const char* text) {
@@ -104,8 +130,7 @@ void CloseMessageTable() {
 }
 
 int MessageCount() {
-  const MessageTable table;
-  return table.isOpen() ? static_cast<int>(table.size()) : 0;
+  return GetTmpDbQtdRecs(kMessageTable, kList);
 }
 
 std::string MessageAt(int line) {
@@ -130,6 +155,14 @@ void ClearMessages() {
 }  // namespace vorne
 
 using namespace vorne;
+
+int GetTmpDbQtdRecs(const char* owner, char kind) {
+  const DmOpenRef db = owner == nullptr ? nullptr : FindTemporary(owner, kind);
+  if (db == nullptr) return 0;
+  const auto count = static_cast<int>(DmNumRecords(db));
+  DmCloseDatabase(db);
+  return count;
+}
 
 void DoSetState(const char* text) {
   if (text == nullptr) return;

@@ -15,8 +15,10 @@ void Tell(SyncText text, ...);
 /// The runtime's message of that number, "Msg(n)-text" in the message language, filled; and that as a state line.
 std::string MessageText(int message, ...);
 void TellMessage(int message, ...);
-/// The message about what came and finds no room.
-inline constexpr int kNotStored = 112;
+/// The message about what came and finds no room, and why it does not, as WhyNotGrown tells it.
+void TellNotStored(const std::string& why);
+/// The text with "?" for its control bytes: what comes from a host steers no terminal and makes no lines of its own.
+std::string WithoutControls(std::string text);
 
 /// Puts a position (of 100) and a text on the first or second progress line of the caller's screen.
 void ShowProgress(int line, int percent, const char* text);

@@ -64,6 +64,12 @@ constexpr Row kRows[] = {
     {"Criando tabela:  : %s.", "Creating table:  : %s.", "Creando tabla:  : %s."},
     {"Pacote %d danificado na tabela %s", "Packet %d of table %s is damaged", "Paquete %d dañado en la tabla %s"_l1},
     {"Tabela recusada: %s (%s)", "Table refused: %s (%s)", "Tabla rechazada: %s (%s)"},
+    {"Índice recusado: %s (%s)"_l1, "Index refused: %s (%s)", "Índice rechazado: %s (%s)"_l1},
+    {"Registro %d da tabela %s grande demais: %d bytes, cabem %d", "Record %d of table %s is too large: %d bytes of %d",
+     "Registro %d de la tabla %s demasiado grande: %d bytes, caben %d"},
+    {"Faltam registros da tabela %s: pedindo todas as tabelas",
+     "Records of table %s are missing: asking for all tables",
+     "Faltan registros de la tabla %s: pidiendo todas las tablas"},
 
     {"Início: %s - "_l1, "Start: %s - ", "Inicio: %s - "},
     {"Iniciando", "Starting", "Iniciando"},
@@ -183,14 +189,9 @@ constexpr Row kRows[] = {
     {"A linha caiu ao receber uma tabela ou imagens.", "The line broke while a table or images came.",
      "La línea cayó al recibir una tabla o imágenes."_l1},
     {"A sessão falhou."_l1, "The session failed.", "La sesión falló."_l1},
-
-    {"%s: %ld recebido(s), %ld enviado(s), %ld aplicado(s)", "%s: %ld received, %ld sent, %ld applied",
-     "%s: %ld recibido(s), %ld enviado(s), %ld aplicado(s)"},
-    {"%ld byte(s) em %.1f s", "%ld byte(s) in %.1f s", "%ld byte(s) en %.1f s"},
-    {"Tarefa %d: %s", "Task %d: %s", "Tarea %d: %s"},
 };
 static_assert(std::size(kRows) == kSyncTextCount);
-static_assert(static_cast<int>(SyncText::DryRunTask) == kSyncTextCount - 1);
+static_assert(static_cast<int>(SyncText::CodeOther) == kSyncTextCount - 1);
 
 constexpr SyncTextTable column(const char* Row::*language) {
   SyncTextTable texts{};

@@ -43,6 +43,9 @@ enum class SyncText : int {
   Creating,
   PacketDamaged,
   TableRefused,
+  IndexRefused,
+  RecordTooLarge,
+  AllWanted,
   // The session.
   Start,
   Starting,
@@ -130,10 +133,6 @@ enum class SyncText : int {
   CodeTableNotRequested,
   CodeLineBroke,
   CodeOther,
-  // Totals of the text screen and the tool.
-  TableTotal,
-  SessionTotal,
-  DryRunTask,
 };
 
 /// The text in the message language.

@@ -35,7 +35,7 @@ bool resolveHost(const char* host, std::uint32_t* address) {
 
 int openSocket() {
   // A host that has closed its standard streams must not have its lines of text sent to the server.
-  const int socket = AboveStreams(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  const int socket = AboveStreams(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
   // A frame's header and its body are sent one by one: the body would wait until the host's system gets round to
   // acknowledging the header, which costs every request 40 ms.
   const int on = 1;
@@ -48,12 +48,10 @@ int connectSocket(int socket, std::uint32_t address, std::uint16_t port) {
   peer.sin_family = AF_INET;
   peer.sin_port = htons(port);
   peer.sin_addr.s_addr = address;
-  if (::connect(socket, reinterpret_cast<const sockaddr*>(&peer), sizeof peer) == 0) return 0;
-  if (errno != EINTR) return -1;
-  // An interrupted connect goes on by itself: how it ended is asked of the socket.
-  pollfd waiting = {socket, POLLOUT, 0};
-  while (::poll(&waiting, 1, -1) < 0)
-    if (errno != EINTR) return -1;
+  return ::connect(socket, reinterpret_cast<const sockaddr*>(&peer), sizeof peer);
+}
+
+int connectionEnded(int socket) {
   int failure = 0;
   socklen_t size = sizeof failure;
   if (::getsockopt(socket, SOL_SOCKET, SO_ERROR, &failure, &size) == 0 && failure == 0) return 0;
@@ -98,8 +96,8 @@ void pauseFor(unsigned microseconds) {
 
 }  // namespace
 
-const NetworkSystem kNetworkSystem = {resolveHost, openSocket, connectSocket, sendBytes, receiveBytes,
-                                      waitFor,     shutDown,   ::close,       pauseFor};
+const NetworkSystem kNetworkSystem = {resolveHost,  openSocket, connectSocket, connectionEnded, sendBytes,
+                                      receiveBytes, waitFor,    shutDown,      ::close,         pauseFor};
 NetworkSystem networkSystem = kNetworkSystem;
 
 }  // namespace vorne

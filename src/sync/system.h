@@ -13,9 +13,11 @@ namespace vorne {
 struct NetworkSystem {
   /// The first IPv4 address of a host name in network order, into `address`; false when there is none.
   bool (*resolve)(const char* host, std::uint32_t* address);
-  int (*socket)();  ///< of a TCP connection, not inherited by programs that the host starts
+  int (*socket)();  ///< of a TCP connection that never blocks, not inherited by programs that the host starts
   int (*connect)(int socket, std::uint32_t address, std::uint16_t port);  ///< address in network order
-  ssize_t (*send)(int socket, const void* bytes, std::size_t n);          ///< never a signal
+  /// Once a connect under way can be written to: how it ended.
+  int (*connected)(int socket);
+  ssize_t (*send)(int socket, const void* bytes, std::size_t n);  ///< never a signal
   ssize_t (*recv)(int socket, void* bytes, std::size_t n);
   /// Waits until the socket can be read (or written): 1; 0 when `seconds` are over, -1 when it failed.
   int (*wait)(int socket, bool toWrite, int seconds);

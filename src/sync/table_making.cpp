@@ -7,6 +7,7 @@
 #include "storage/format/keys.h"
 #include "storage/format/names.h"
 #include "storage/format/record_bytes.h"
+#include "storage/tables/table_descriptions.h"
 #include "sync/catalog_tables.h"
 #include "sync/state_lines.h"
 #include "sync/table_areas.h"
@@ -16,7 +17,6 @@ namespace vorne {
 namespace {
 
 constexpr int kDateLength = 8, kMemoLength = 4;
-constexpr std::size_t kMostIndexes = 32;
 // Databases that can still be found are left for the programs of the workstation, whatever a host makes.
 constexpr int kSlotsWanted = 512;
 constexpr char kNoIndexName[] = "INVALID_INDEX";
@@ -39,9 +39,11 @@ std::optional<ControlFieldTBL> fieldOf(const CatalogField& field) {
   return MakeField(field.name, *type, field.length, decimals);
 }
 
-bool refuse(const std::string& table, const std::string& what) {
-  Tell(SyncText::TableRefused, table.c_str(), what.c_str());
-  return false;
+bool isAs(const CatalogField& row, const ControlFieldTBL& field) {
+  const std::optional<ControlFieldTBL> wanted = fieldOf(row);
+  return wanted && FoldedName(wanted->FieldName) == FoldedName(field.FieldName) &&
+         wanted->FieldType == field.FieldType && wanted->FieldLen == field.FieldLen &&
+         wanted->FieldDecLen == field.FieldDecLen;
 }
 
 // What of the catalogue's fields keeps them from being a table's; empty when nothing does.
@@ -95,15 +97,33 @@ std::vector<std::uint32_t> keyFieldsOf(Fields fields, const CatalogIndex& index)
   return fits ? numbers : std::vector<std::uint32_t>();
 }
 
+// The table that has an index of that name, or else the name itself, which is then a table's.
+std::string holderOf(const std::string& name) {
+  const LocalID id = DmFindDatabase(0, name.c_str());
+  const DmOpenRef db = id == 0 ? nullptr : DmOpenDatabase(0, id, 1);
+  if (db == nullptr) return name;
+  const std::optional<IndexDescription> index = ParseIndexBlock(BlockOf(db));
+  DmCloseDatabase(db);
+  return index ? index->table : name;
+}
+
 bool openIndex(const CatalogIndex& index, int area) {
-  if (!IsTableName(index.name) || index.name == kNoIndexName) return false;
+  const auto refuse = [&index](const std::string& why) { return Refuse(SyncText::IndexRefused, index.name, why); };
+  if (!IsTableName(index.name) || index.name == kNoIndexName) return refuse(kIndexCatalog);
   if (__UseIndex(area, index.name.c_str()) >= 0) return true;
   const std::vector<std::uint32_t> key = keyFieldsOf(FieldsOf(*AreaAt(area)), index);
-  return !key.empty() && hasSlots() && DmFindDatabase(0, OffsetsName(index.name).c_str()) == 0 &&
-         __TrataCriaIndice(area, index.name.c_str(), key.data(), static_cast<int>(key.size())) != 0;
+  if (key.empty() || !hasSlots()) return refuse(kIndexCatalog);
+  const bool made = DmFindDatabase(0, OffsetsName(index.name).c_str()) == 0 &&
+                    __TrataCriaIndice(area, index.name.c_str(), key.data(), static_cast<int>(key.size())) != 0;
+  return made || refuse(holderOf(index.name));
 }
 
 }  // namespace
+
+bool Refuse(SyncText what, const std::string& name, const std::string& why) {
+  Tell(what, name.c_str(), why.c_str());
+  return false;
+}
 
 bool IsTableName(const std::string& name) {
   // The directory's own files have small letters, which is no reason to have others beside them that look the same.
@@ -115,25 +135,38 @@ bool IsTableName(const std::string& name) {
 }
 
 bool MakeTable(const std::string& name) {
-  if (!IsTableName(name)) return refuse(name, kTableCatalog);
+  if (!IsTableName(name)) return Refuse(SyncText::TableRefused, name, kTableCatalog);
   TableDescription description;
   description.name = name;
   const std::string wrong = whatIsWrong(CatalogFieldsOf(name), description);
-  if (!wrong.empty()) return refuse(name, wrong);
+  if (!wrong.empty()) return Refuse(SyncText::TableRefused, name, wrong);
   const bool memo = std::any_of(description.fields.begin(), description.fields.end(),
                                 [](const ControlFieldTBL& field) { return field.FieldType == TBLMEMO; });
   const std::string memoName = name + kMemoSuffix;
   // What an interrupted making has left goes when the table is made again.
   const bool isFreeName = IsUnfinishedTable(name) || (isFree(name) && (!memo || isFree(memoName)));
-  if (!isFreeName || (memo && memoName.size() > kLongestName) || !hasSlots()) return refuse(name, kTableCatalog);
+  if (!isFreeName || (memo && memoName.size() > kLongestName) || !hasSlots())
+    return Refuse(SyncText::TableRefused, name, kTableCatalog);
   Tell(SyncText::Creating, name.c_str());
   return create(description);
 }
 
+std::string WhatDiffers(const std::string& table) {
+  const std::vector<CatalogField> rows = CatalogFieldsOf(table);
+  const TableArea area(table);
+  if (rows.empty() || !area.isOpen()) return {};
+  const Fields fields = area.fields().first(area.fields().size() - 1);  // without the deletion mark
+  for (std::size_t i = 0; i < std::max(rows.size(), fields.size()); ++i) {
+    if (i >= rows.size()) return fields[i].FieldName;
+    if (i >= fields.size() || !isAs(rows[i], fields[i])) return rows[i].name;
+  }
+  return {};
+}
+
 bool OpenIndexes(const std::string& table, int area) {
   const std::vector<CatalogIndex> indexes = CatalogIndexesOf(table);
-  return indexes.size() <= kMostIndexes &&
-         std::all_of(indexes.begin(), indexes.end(),
+  if (indexes.size() > kMostIndexes) return Refuse(SyncText::IndexRefused, indexes[kMostIndexes].name, kIndexCatalog);
+  return std::all_of(indexes.begin(), indexes.end(),
                      [area](const CatalogIndex& index) { return openIndex(index, area); });
 }
 

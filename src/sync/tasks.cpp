@@ -165,6 +165,10 @@ int FileInstall(int) {
   return 0;
 }
 
+void GetMyVersion(char*) {}
+
 Obj_Node* GETVER() {
-  return __INIT_CHARPTR("");
+  *S_GLOB->mTmp = 0;
+  GetMyVersion(S_GLOB->mTmp);
+  return __INIT_CHARPTR(S_GLOB->mTmp);
 }

@@ -1,5 +1,6 @@
 // The line: sockets, and frames out of and into netglb->m_buffer.
 #include <algorithm>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -43,12 +44,29 @@ std::string timeText() {
   return time;
 }
 
+// 1 once there is something to read, or room to write; 0 when the session's rounds are over, -1 when the line failed.
+int waitInRounds(int socket, bool toWrite) {
+  int ready = 0;
+  for (int round = 0; ready == 0 && round <= netglb->m_timeout / kRoundSeconds; ++round)
+    ready = networkSystem.wait(socket, toWrite, kRoundSeconds);
+  return ready;
+}
+
+// What one send takes. A host that reads nothing leaves no room: 0 when that lasts all rounds.
+ssize_t sendSome(int socket, const void* bytes, std::size_t n) {
+  for (;;) {
+    const ssize_t sent = networkSystem.send(socket, bytes, n);
+    if (sent >= 0 || errno != EAGAIN) return sent;
+    if (const int ready = waitInRounds(socket, true); ready <= 0) return ready;
+  }
+}
+
 // The header goes whole in one send: the server takes its three bytes at once.
 bool sendHeader(int socket, std::uint16_t length) {
   const auto header = RequestHeader(length);
   int retry = 1, partial = 0;
   for (;;) {
-    const ssize_t sent = networkSystem.send(socket, header.data(), header.size());
+    const ssize_t sent = sendSome(socket, header.data(), header.size());
     if (sent == static_cast<ssize_t>(header.size())) return true;
     if (sent > 0) {
       if (++partial > 3) return false;
@@ -66,11 +84,11 @@ bool sendBody(int socket, const char* bytes, int n) {
   int retry = 1;
   for (int i = 0; i < n;) {
     const int piece = std::min(n - i, std::max(netglb->s_mtu, 1));
-    const ssize_t sent = networkSystem.send(socket, bytes + i, static_cast<std::size_t>(piece));
+    const ssize_t sent = sendSome(socket, bytes + i, static_cast<std::size_t>(piece));
     if (sent >= 1) {
       i += static_cast<int>(sent);
       retry = 1;
-    } else if (retry-- == 0) {
+    } else if (sent == 0 || retry-- == 0) {
       logFailedSend("WriteExact %s falhou send(3)\\nrc=%d retry=%d\\nn=%d i=%d", timeText().c_str(),
                     static_cast<int>(sent), 0, n, i);
       return false;
@@ -79,12 +97,11 @@ bool sendBody(int socket, const char* bytes, int n) {
   return true;
 }
 
-// 1 once there is something to read, 0 when the session's rounds are over, -1 when the line failed.
-int waitToRead(int socket) {
-  int ready = 0;
-  for (int round = 0; ready == 0 && round <= netglb->m_timeout / kRoundSeconds; ++round)
-    ready = networkSystem.wait(socket, false, kRoundSeconds);
-  return ready;
+// True once the host has taken the connection; what it never answers ends with the rounds.
+bool connectSocket(int socket, std::uint32_t address, UInt16 port) {
+  if (networkSystem.connect(socket, address, port) == 0) return true;
+  const bool isUnderWay = errno == EINPROGRESS || errno == EINTR;
+  return isUnderWay && waitInRounds(socket, true) > 0 && networkSystem.connected(socket) == 0;
 }
 
 // Nothing of the request that was built in the buffer is taken for a reply.
@@ -135,7 +152,7 @@ int OpenSocket(const char* host, UInt16 port, int* socket) {
     netglb->errStatus = kSocketFailed;
     return -1;
   }
-  if (networkSystem.connect(*socket, address, port) == 0) return 1;
+  if (connectSocket(*socket, address, port)) return 1;
   TellMessage(kNoConnection);
   CloseSocket(socket);
   netglb->bFalhaSendReceive = 1;
@@ -162,7 +179,7 @@ int ReadExact(int socket, void*, int n, int body) {
   // Put together aside: until all of it is there the buffer keeps what it has.
   char bytes[kLargestFrame];
   for (int got = 0; got < n;) {
-    const int ready = waitToRead(socket);
+    const int ready = waitInRounds(socket, false);
     if (ready == 0 && got == 0) {
       enterNothingReceived(body);
       return 0;

@@ -4,12 +4,16 @@
 
 #include "runtime/arguments.h"
 #include "storage/databases/tempdb.h"
+#include "storage/format/names.h"
 #include "storage/format/record_bytes.h"
 #include "storage/records/records.h"
 #include "sync/catalog_tables.h"
 #include "sync/compression.h"
 #include "sync/dirty_marks.h"
+#include "sync/missing_records.h"
+#include "sync/state_lines.h"
 #include "sync/table_areas.h"
+#include "sync/table_making.h"
 #include "sync/wire.h"
 
 using namespace vorne;
@@ -18,7 +22,6 @@ namespace {
 
 constexpr char kToHost[] = "TOHOST", kTableField[] = "TBL_NAME", kCountField[] = "RECORDS";
 constexpr int kNameLength = 30, kCountLength = 9;
-constexpr std::size_t kMostContent = kLargestFrame - kSentHead;  // so that it can go uncompressed
 // What none of whose packets can be sent: reading it for sending fails.
 constexpr std::size_t kTooLong = kLargestFrame + 1;
 
@@ -38,8 +41,12 @@ class Preparation {
 
   bool add(UInt32 position) {
     std::vector<char> one;
-    if (!makeContent(position, one)) return flush() && store(std::vector<char>(kTooLong));
-    if (content_.size() + one.size() > kMostContent && !flush()) return false;
+    if (!makeContent(position, one) || one.size() > kLargestContent) {
+      Tell(SyncText::RecordTooLarge, static_cast<int>(position + 1), name_.c_str(), static_cast<int>(one.size()),
+           static_cast<int>(kLargestContent));
+      return flush() && store(std::vector<char>(kTooLong));
+    }
+    if (content_.size() + one.size() > kLargestContent && !flush()) return false;
     content_.insert(content_.end(), one.begin(), one.end());
     ++waiting_;
     return true;
@@ -61,18 +68,18 @@ class Preparation {
   bool store(const std::vector<char>& bytes) { return open() && TryAppendRecord(packets_, bytes); }
 
   // The record as a packet has it: fields packed, without what it keeps from when it was longer, and its memo texts.
-  // False when it is too long for one.
+  // False when a part of it is too long for any.
   bool makeContent(UInt32 position, std::vector<char>& content) {
     LoadFields(fields_, BytesOf(area_.database(), position), bswapnum, buffer_.data());
     memos_.clear();
     for (const ControlFieldTBL& field : fields_)
       if (field.FieldType == TBLMEMO) takeMemo(buffer_.data() + field.iOffset);
     record_.resize(StoredSize(fields_, buffer_.data()));
-    if (record_.empty() || record_.size() > kLargestFrame) return false;
+    if (record_.empty()) return false;
     StoreFields(fields_, buffer_.data(), bswapnum, record_.data(), record_.size());
     SentRecord sent{record_, {}};
     for (const std::string& memo : memos_) sent.memos.push_back(memo);
-    return AppendToContent(sent, content) && content.size() <= kFrameRoom;
+    return AppendToContent(sent, content);
   }
   void takeMemo(char* at) {
     const UInt32 reference = Load<UInt32>(at);
@@ -138,6 +145,11 @@ int GetRecsDirty(const char* name) {
   if (name == nullptr) return 0;
   DeleteTemporary(name, kPacketsToSend);
   if (HasDirty(name) == 0) return 0;
+  if (!WhatDiffers(name).empty()) {
+    // What the host would not understand stays dirty until the fields are those that it knows.
+    NoteMissing(FoldedName(name));
+    return 0;
+  }
   const TableArea area(name);
   if (!area.isOpen()) return 0;
   bool stored = true;

@@ -84,10 +84,11 @@ Boolean __SwapBytes();
 int DoCommInterfaceOpen(long* comm);  ///< always 1
 int DoCommInterfaceClose(long comm);  ///< always 1
 /// Connects to `host`, an IPv4 address or a name; a socket that is open in `*socket` is closed first. 1; -1 when it
-/// failed: errStatus 1125 for an unknown name, 1135 without a socket, unchanged when the host refused.
+/// failed: errStatus 1125 for an unknown name, 1135 without a socket, unchanged when the host refused, or did not
+/// answer in the session's time.
 int OpenSocket(const char* host, UInt16 port, int* socket);
 /// Sends `n` bytes of `data` (at most kLargestFrame), with `header` not 0 the three bytes in front. 1; 0 when the line
-/// failed, or the frame being built did not fit.
+/// failed, the host read nothing in the session's time, or the frame being built did not fit.
 int WriteExact(int socket, const void* data, int n, int header);
 /// Receives `n` bytes (0 to kLargestFrame) into the start of m_buffer, with `body` not 0 leaving the cursor behind its
 /// first two. 0; 1 when the line failed, or `n` is too large. When nothing arrives in the session's time (rounds of 30
@@ -161,3 +162,8 @@ void WriteImageFile(const char* name, UInt16 size, const void* data);
 int FileInstall(int socket);
 /// The client's version text: empty on this platform.
 Obj_Node* GETVER();
+void GetMyVersion(char* text);                 ///< what GETVER gives into `text`: on this platform nothing
+const char* GetWideBmpName(const char* name);  ///< where an image of that name goes: here the name itself
+const char* __Memory();                        ///< the report of memory in the login
+/// How many records the temporary database of that owner and kind ('P', 'H', 'I', 'L') has; 0 without one.
+int GetTmpDbQtdRecs(const char* owner, char kind);

@@ -6,8 +6,8 @@
 
 /// What sessions share; made by the first one, lives to the end of the run. The values belong to no context.
 struct sync_globs {
-  Obj_Node* TmpOnLine;                            ///< seconds from connecting to disconnecting
-  Obj_Node* TmpOnBatch;                           ///< seconds of applying
+  Obj_Node* TmpOnLine;                            ///< from connecting to disconnecting, a text "hh:mm:ss"
+  Obj_Node* TmpOnBatch;                           ///< the same of applying
   Obj_Node *VrnArea, *AttribArea, *IndexTblArea;  ///< work areas of VRN_TBL, VRN_COLS and VRN_IND, -1 closed
   Obj_Node *VRN_TBL_NAME, *VRN_NDX, *ATTRIB_TBL_NAME, *ATTRIB_NDX, *ATTRIB_FLD, *IND_NAME, *IND_NDX;
   Obj_Node* iniConn;     ///< when the phase being timed began
@@ -43,6 +43,7 @@ int DoSync(const char* address, int port, const char* group, const char* deviceT
 void ErrCONN(int code, Obj_Node* bar, Obj_Node* label, int percent);
 /// The day of the last session that succeeded, eight digits; "19900101" when there was none.
 Obj_Node* SYNCDATE();
+Obj_Node* __SyncDate();  ///< the same
 /// Stores the connection's parameters in CAD_USER, made when missing; true.
 Obj_Node* CreateUser(Obj_Node* device, Obj_Node* user, Obj_Node* host, Obj_Node* port, Obj_Node* timeout);
 
@@ -97,7 +98,9 @@ std::uint32_t DoInstallsStart(char* path, std::size_t room);
 std::uint32_t DoInstallsStep();
 int DoInstallsFinish(int ok);  ///< closes the file; 0
 
-void __TAVREL();       ///< the synchroniser
+void __TAVREL();  ///< the synchroniser
+/// Its action: __INITSYNC with its bars and labels.
+void __TAVREL_vld_005();
 void CONFIGURACOES();  ///< its settings
 void HISTORICO();      ///< its log
 inline constexpr int kSyncTextCount = 120;

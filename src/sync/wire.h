@@ -73,6 +73,11 @@ std::array<char, kControlSize> MakeControl(const ControlRecord& control);
 /// None for fewer bytes. Digits that are none count as 0.
 std::optional<ControlRecord> ParseControl(Bytes record);
 
+/// Bytes of content that go into a frame of either direction, whatever they are: deflating makes what cannot be made
+/// smaller larger by so much. Also the most that one record can have, its lengths and memo texts included.
+inline constexpr std::size_t kMostDeflatingAdds = 15;
+inline constexpr std::size_t kLargestContent = 12000 - kSentHead - kMostDeflatingAdds;
+
 /// One table record in a packet's content: its bytes as a table stores them, and its memo texts in field order.
 struct SentRecord {
   Bytes record;

@@ -50,8 +50,9 @@ FLOORS = {
                         'storage/format/(description|keys|names|record_bytes)$|storage/files/kept_copies$|'
                         'storage/(repair/(directory_check|report|in_use|describe_table)|reading/(dictionary|table_reader))$|'
                         'storage/tables/(areas|bulk_load)$',
-    'tools/tellira/sync': 'text/|edge/|db/(options|table_session)$|sync/|log/|screen/|runtime/vorneobjs$',
-    'tools/synchost': 'synchost/|text/|edge/|db/(field_definitions|field_values)$|runtime/cursor$|sync/(wire|compression)$|'
+    'tools/tellira/sync': 'text/|edge/|db/(options|table_session)$|sync/|log/|screen/|runtime/vorneobjs$|storage/format/names$',
+    'tools/synchost': 'synchost/|text/|edge/|db/(field_definitions|field_values)$|runtime/cursor$|'
+                      'sync/(wire|compression|table_making)$|'
                       'storage/(disk_layout|tables)$|storage/format/(description|keys|names|record_bytes)$',
     'devices/common': 'common/|' + VENDOR,
     'devices/printer': 'printer/|common/|' + VENDOR,

@@ -1,4 +1,5 @@
 // The line: what goes out byte for byte, what each failure leaves behind, and that no frame reaches past its end.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -54,6 +55,8 @@ constexpr Refusal kRefusals[] = {
     {"unknown name", 1125, [](ScriptedHost&) {}, "nowhere"},
     {"no socket", 1135, [](ScriptedHost& host) { host.hasSockets = false; }},
     {"refused", 1108, [](ScriptedHost& host) { host.refuses = true; }},
+    {"never answered", 1108, [](ScriptedHost& host) { host.room = 0; }},
+    {"not read", 1109, [](ScriptedHost& host) { host.room = 9; }},
     {"not sent", 1109, [](ScriptedHost& host) { host.sendsUntilBroken = 0; }},
     {"closed", 1110, [](ScriptedHost&) {}},
     {"half a frame", 1110, [](ScriptedHost& host) { host.script = std::string("\0\x0A\0\0\x0D", 5); }},
@@ -64,7 +67,7 @@ constexpr Refusal kRefusals[] = {
      [](ScriptedHost& host) {
        host.reply(
            "\x05"
-           "away");
+           "away with \x1B[2Jyou all");
      }},
     {"empty frame", 1111, [](ScriptedHost& host) { host.script = std::string(2, '\0'); }},
     {"other version", 1113, [](ScriptedHost& host) { host.welcome("6.0.1"); }},
@@ -81,8 +84,17 @@ TEST_F(Line, TellsWhyItCouldNotLogIn) {
     EXPECT_EQ(connect(refusal.address), 1);
     EXPECT_EQ(netglb->errStatus, refusal.code);
     EXPECT_EQ(socket_, 0);
+    EXPECT_LE(host->waited, 30);
+    EXPECT_EQ(printed().find('\x1B'), std::string::npos);
     EXPECT_EQ(host->sent.find(farewell()), std::string::npos);
   }
+}
+
+TEST_F(Line, ClosesNoSocketThatItHasNotOpened) {
+  socket_ = 5, comm_ = 11;
+  EXPECT_EQ(connect(), 1);
+  EXPECT_EQ(netglb->errStatus, 1107);
+  EXPECT_EQ(host->closed, 0);
 }
 
 TEST_F(Line, WaitsInRoundsOfThirtySeconds) {
@@ -95,6 +107,9 @@ TEST_F(Line, WaitsInRoundsOfThirtySeconds) {
     std::uint8_t status = 9;
     ReadByte(&status);
     EXPECT_EQ(status, 0);
+    host->room = 2000;
+    EXPECT_EQ(WriteExact(5, netglb->m_compact, 9000, 0), 0);
+    EXPECT_EQ(host->waited, 2 * seconds);
   }
 }
 
@@ -161,6 +176,7 @@ TEST(RealLine, HoldsNoBytesBack) {
   socklen_t size = sizeof on;
   EXPECT_EQ(::getsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, &size), 0);
   EXPECT_EQ(on, 1);
+  EXPECT_NE(::fcntl(socket, F_GETFL) & O_NONBLOCK, 0);
   vorne::kNetworkSystem.close(socket);
 }
 

@@ -5,6 +5,7 @@
 #include "support/child.h"
 #include "support/failing_system.h"
 #include "sync/applying_note.h"
+#include "sync/missing_records.h"
 #include "sync/received_packets.h"
 #include "tables_fixture.h"
 
@@ -79,9 +80,14 @@ TEST_F(TablesFromHost, AreRefusedWhenTheirDescriptionIsNone) {
   for (const std::string index : {"I=B", "INVALID_INDEX=A", "../I=A", "T=A", "I=M", "I=D_E_L_E_T_", indexes.c_str()}) {
     receiveCatalogue({{"T", "A:C:4 M:M:4", index}});
     EXPECT_EQ(update("T", 'T', {}), 0) << index;
-    EXPECT_THAT(told(), HasSubstr("Erro utilizando \xEDndice em : T."));
+    EXPECT_THAT(told(), AllOf(HasSubstr("\xCDndice recusado: "), HasSubstr("Erro utilizando \xEDndice em : T.")));
     __TBL_DeleteDatabase(text("T"));
   }
+  have(kItems, {});
+  receiveCatalogue({kItems, {"T", "A:C:4 M:M:4", "BYCODE=A"}});
+  EXPECT_EQ(update("T", 'T', {}), 0);
+  EXPECT_THAT(told(), HasSubstr("\xCDndice recusado: BYCODE (ITEMS)"));
+  __TBL_DeleteDatabase(text("T"));
   receiveCatalogue({{"T", "A:C:4", "BYA=A", "BYB"}});
   EXPECT_EQ(update("T", 'P', {{host::live(host::text("x"))}}), 0);
   EXPECT_EQ(contents("T"), "");
@@ -169,6 +175,39 @@ TEST_F(TablesFromHost, GrowInManyPlacesAtOnce) {
   EXPECT_TRUE(isSound());
 }
 
+TEST_F(TablesFromHost, AreRefusedByATableOfOtherFields) {
+  const std::string own = "CODE:C:8 PRICE:N:9:2";
+  const std::pair<std::string, const char*> cases[] = {
+      {"CODE:C:9 PRICE:N:9:2", "CODE"}, {"CODE:C:8 PRICE:N:9:3", "PRICE"},        {"CODE:C:8 PRICE:C:9", "PRICE"},
+      {"CODE:C:8 COST:N:9:2", "COST"},  {"PRICE:N:9:2 CODE:C:8", "PRICE"},        {"CODE:C:8", "PRICE"},
+      {"CODE:C:8 PRICE:M:4", "PRICE"},  {"CODE:C:8 PRICE:N:9:2 NOTE:M:4", "NOTE"}};
+  const host::Row row{host::live(host::text("A") + host::number(1))};
+  for (const auto& [fields, field] : cases) {
+    have({"T", own}, {row});
+    use("T");
+    go(1);
+    __SetField(nullptr, text("PRICE"), number(2));
+    __Commit();
+    __dbCloseAll();
+    receiveCatalogue({{"T", fields}});
+    EXPECT_EQ(ReadFromHH() + BatchUpload(), 2);
+    told();
+    EXPECT_EQ(ReadFromHH(), 0) << "it has something to send";
+    for (const char type : {'P', 'T'}) EXPECT_EQ(update("T", type, {row}), 0);
+    EXPECT_THAT(told(), HasSubstr(std::string("Tabela recusada: T (") + field + ")"));
+    EXPECT_EQ(ReadFromHH() + BatchUpload() + GetRecsDirty("T"), 1) << "refused as long as it is so, and not sent";
+    EXPECT_EQ(contents("T"), "?A,2.00");
+    EXPECT_EQ(vorne::MissingTable(), "");
+    // Made anew by the catalogue it takes what waits, and the host is asked for all of it.
+    __TBL_DeleteDatabase(text("T"));
+    receiveCatalogue({{"T", own}});
+    EXPECT_EQ(ReadFromHH(), 1);
+    EXPECT_EQ(contents("T"), "A,1.00");
+    EXPECT_EQ(vorne::MissingTable(), "T");
+    vorne::ForgetMissing();
+  }
+}
+
 // Records that no table of that kind can hold, and packets that are none.
 TEST_F(TablesFromHost, KeepOutWhatIsDamaged) {
   const std::string sound = itemFields("A", 1, "x"), head = host::text("A") + host::number(1) + host::text("x");
@@ -199,6 +238,10 @@ TEST_F(TablesFromHost, KeepOutWhatIsDamaged) {
       EXPECT_EQ(ReadFromHH(), 0);
       EXPECT_FALSE(waits(table));
       EXPECT_THAT(told(), HasSubstr(std::string("Pacote 2 danificado na tabela ") + table));
+      // The next login asks for everything.
+      EXPECT_EQ(vorne::MissingTable(), table);
+      vorne::ForgetMissing();
+      EXPECT_EQ(vorne::MissingTable(), "");
     };
     have(kItems, items("B 2 old"));
     comes("ITEMS", 'T', item("C", 3, "new"));

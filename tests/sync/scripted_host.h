@@ -3,6 +3,8 @@
 #pragma once
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -21,12 +23,16 @@ class ScriptedHost {
           return std::string_view(host) != "nowhere";
         },
         [] { return current()->hasSockets ? kSocket : -1; },
-        [](int, std::uint32_t, std::uint16_t) { return current()->refuses ? -1 : 0; },
+        [](int, std::uint32_t, std::uint16_t) {
+          errno = current()->room == 0 ? EINPROGRESS : ECONNREFUSED;
+          return current()->refuses || current()->room == 0 ? -1 : 0;
+        },
+        [](int) { return 0; },
         [](int, const void* bytes, std::size_t n) { return current()->take(static_cast<const char*>(bytes), n); },
         [](int, void* bytes, std::size_t n) { return current()->give(static_cast<char*>(bytes), n); },
         [](int, bool toWrite, int seconds) {
           ScriptedHost& host = *current();
-          if (toWrite || !host.script.empty() || host.atEnd == AtEnd::kCloses) return 1;
+          if (toWrite ? host.room != 0 : !host.script.empty() || host.atEnd == AtEnd::kCloses) return 1;
           host.waited += seconds;
           return 0;
         },
@@ -55,10 +61,11 @@ class ScriptedHost {
   std::string script, sent;
   AtEnd atEnd = AtEnd::kCloses;
   bool refuses = false, hasSockets = true;
-  std::size_t piece = 1024;    ///< bytes that one call moves at most
-  int failingSends = 0;        ///< how many of the next ones fail
-  long sendsUntilBroken = -1;  ///< calls after which the line is gone; -1 never
-  int waited = 0;              ///< seconds of silence
+  std::size_t piece = 1024;     ///< bytes that one call moves at most
+  std::size_t room = SIZE_MAX;  ///< bytes that the line takes until it has no more room: the host reads nothing
+  int failingSends = 0;         ///< how many of the next ones fail
+  long sendsUntilBroken = -1;   ///< calls after which the line is gone; -1 never
+  int waited = 0;               ///< seconds of silence
   int closed = 0;
 
  private:
@@ -69,10 +76,13 @@ class ScriptedHost {
   }
 
   ssize_t take(const char* bytes, std::size_t n) {
+    errno = ECONNRESET;
     if (failingSends > 0) return --failingSends, -1;
     if (sendsUntilBroken == 0) return -1;
     if (sendsUntilBroken > 0) --sendsUntilBroken;
-    n = std::min(n, piece);
+    if (room == 0) return errno = EAGAIN, -1;
+    n = std::min({n, piece, room});
+    room -= n;
     sent.append(bytes, n);
     return static_cast<ssize_t>(n);
   }

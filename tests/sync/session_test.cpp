@@ -4,6 +4,7 @@
 #include <string>
 
 #include "builtins/vornefun.h"
+#include "screen/back_end.h"
 #include "storage/databases/tempdb.h"
 #include "sync/config.h"
 #include "sync/line_fixture.h"
@@ -47,7 +48,8 @@ TEST_F(Session, WithoutTasksOrCatalogueEndsInOrder) {
   EXPECT_NE(told.find("Master Table ou Master Index inexistente (5)!."), std::string::npos);
   EXPECT_NE(told.find("Entre em contato com o CPD. Client inconsistente."), std::string::npos);
   EXPECT_EQ(netglb, nullptr);
-  EXPECT_STREQ(SYNCDATE()->objData.mbuff, "19900101");
+  EXPECT_STREQ(__SyncDate()->objData.mbuff, "19900101");
+  EXPECT_EQ(GetTmpDbQtdRecs("MsgLog", 'L'), vorne::MessageCount());
 }
 
 TEST_F(Session, RefusesWhatNoHostCanHave) {
@@ -67,7 +69,13 @@ TEST_F(Session, UsesWhatIsStored) {
   EXPECT_EQ(stored(), 0);
   EXPECT_EQ(vorne::SessionResult(), 1);
   EXPECT_NE(messages().find("Usu\xE1rio n\xE3o cadastrado."), std::string::npos);
-  CreateUser(text(" DEV "), text(" loja "), text("nowhere"), text("7000"), text("60"));
+  CreateUser(text(" DEV "), text("x"), text("nowhere"), text("7000"), text("60"));
+  vorne::screen.form = [](const char*, std::span<vorne::FormField> fields, const char*, const char*) {
+    fields[0].text = " loja ";
+    return true;
+  };
+  CONFIGURACOES();
+  vorne::screen = vorne::kTextScreen;
   vorne::UserSettings settings;
   ASSERT_EQ(vorne::ReadSettings(settings), vorne::SettingsFound::Yes);
   EXPECT_EQ(settings.user, "LOJA");

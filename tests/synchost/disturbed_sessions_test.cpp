@@ -59,6 +59,7 @@ void disturbLine() {
       [](int socket, std::uint32_t address, std::uint16_t port) {
         return fails() ? -1 : kNetworkSystem.connect(socket, address, port);
       },
+      [](int socket) { return fails() ? -1 : kNetworkSystem.connected(socket); },
       [](int socket, const void* bytes, std::size_t n) { return carry(kNetworkSystem.send, socket, bytes, n); },
       [](int socket, void* bytes, std::size_t n) { return carry(kNetworkSystem.recv, socket, bytes, n); },
       [](int socket, bool toWrite, int seconds) {

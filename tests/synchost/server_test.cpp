@@ -221,9 +221,10 @@ TEST_P(ServerTest, StaysItselfAmongHostileDevices) {
   std::vector<std::unique_ptr<Socket>> slow;
   for (int i = 0; i < 50; ++i) {
     slow.push_back(std::make_unique<Socket>(host.port));
-    ScriptedDevice again("d0", {});
-    slow.back()->send(again.login() + ScriptedDevice::request(7));
-    for (int task = 1; task <= 6; ++task) slow.back()->send(ScriptedDevice::request(8, std::to_string(task) + '\0'));
+    std::string answer;
+    std::vector<std::string> requests{ScriptedDevice("d0", {}).login(), ScriptedDevice::request(7)};
+    for (int task = 1; task <= 6; ++task) requests.push_back(ScriptedDevice::request(8, std::to_string(task) + '\0'));
+    for (const std::string& request : requests) slow.back()->send(request), slow.back()->receive(answer);
     slow.back()->send(ScriptedDevice::request(11));
   }
   std::mt19937 random(3);

@@ -7,14 +7,16 @@
 #include <functional>
 #include <random>
 
+#include "storage/format/record_bytes.h"
 #include "synchost/scripted_device.h"
+#include "synchost/transactions.h"
 
 using namespace synchost;
 using testing::TestWithParam;
 
 namespace {
 
-const std::set<std::string> kKeyed = {"GOODS", "WHOLE"};
+const std::set<std::string> kKeyed = {"GOODS", "WHOLE", "PRICES"};
 
 class SessionTest : public testing::Test {
  protected:
@@ -26,9 +28,10 @@ class SessionTest : public testing::Test {
     store.commit();
   }
 
-  void create(const char* name, const char* index, char type) {
+  void create(const char* name, const char* index, char type, Direction direction = Direction::kBoth) {
     Table table = MakeTable(name, "CODE:C:8 NAME:C:20", index, "");
     table.type = type;
+    table.direction = direction;
     store.createTable(table);
   }
   Table table(const std::string& name) {
@@ -36,7 +39,7 @@ class SessionTest : public testing::Test {
       if (known.name == name) return known;
     throw std::runtime_error(name);
   }
-  void import(const std::string& name, const ScriptedDevice::Rows& rows) {
+  void import(const std::string& name, const ScriptedDevice::Rows& rows, bool deleted = false) {
     const Table to = table(name);
     RecordBuffer buffer(to);
     std::vector<KeptRecord> records;
@@ -44,6 +47,7 @@ class SessionTest : public testing::Test {
       buffer.clear();
       buffer.setText(0, code);
       buffer.setText(1, value);
+      vorne::MarkDeleted(to.fields, buffer.bytes(), deleted);
       records.push_back(*buffer.kept({}));
     }
     store.put(to, "", records);
@@ -77,7 +81,9 @@ class SessionTest : public testing::Test {
         if (!session->hasMore()) break;
         session->send();
       }
+      session->answered();
       lastResult = session->result();
+      passedOver = session->totals().rowsPassedOver;
       if (last) throw LineCut();
       return answer;
     };
@@ -98,6 +104,7 @@ class SessionTest : public testing::Test {
   Store store{OpenSqlite(":memory:")};
   ScriptedDevice one{"one", kKeyed}, two{"two", kKeyed};
   std::string lastResult;
+  std::int64_t passedOver = 0;
 };
 
 TEST_F(SessionTest, BringsDevicesIntoAgreement) {
@@ -124,6 +131,45 @@ TEST_F(SessionTest, BringsDevicesIntoAgreement) {
   one.tables.clear();  // a device that was set up anew
   clean(one);
   EXPECT_EQ(one.tables["GOODS"].rows, kept("GOODS"));
+}
+
+TEST_F(SessionTest, SetsRightWhatADeviceChangesInATableThatOnlyGoesDown) {
+  create("PRICES", "BYPRICED:CODE", 'P', Direction::kDown);
+  import("PRICES", {{"1", "Arroz"}, { "2", "Soro" }});
+  clean(one);
+  for (int exchanges = 0; !HasFailure(); ++exchanges) {
+    one.write("PRICES", "1", "changed");
+    one.write("PRICES", "7", "its own");
+    const bool wasCut = cut(one, exchanges, exchanges % 2 != 0);
+    if (!wasCut) {
+      EXPECT_EQ(passedOver, 2);
+      break;
+    }
+    clean(one);
+    ASSERT_EQ(one.tables["PRICES"].rows, kept("PRICES")) << "cut after " << exchanges;
+  }
+  EXPECT_EQ(one.tables["PRICES"].rows, (ScriptedDevice::Rows{{"1", "Arroz"}, {"2", "Soro"}}));
+  const auto received = one.received["PRICES"];
+  clean(one);
+  EXPECT_EQ(one.received["PRICES"], received) << "sent again";
+}
+
+TEST_F(SessionTest, EmptiesOnDevicesWhatTheHostEmptied) {
+  const ScriptedDevice::Rows rows{{"1", "Arroz"}};
+  for (const char* name : {"GOODS", "SALES"}) import(name, rows);
+  clean(one);
+  store.clear(table("SALES"));
+  import("GOODS", rows, true);
+  store.removeDevice("one");  // what it has is forgotten, but it has it
+  store.putDevice({"one", "G", true});
+  for (int round = 0; round < 2; ++round) {
+    clean(one);
+    for (const char* name : {"GOODS", "SALES"}) EXPECT_TRUE(one.tables[name].rows.empty()) << name << round;
+  }
+  EXPECT_THAT(one.tasks, testing::Not(testing::Contains("3 SALES"))) << "emptied again and again";
+  import("SALES", rows);
+  clean(one);
+  EXPECT_EQ(one.tables["SALES"].rows, rows);
 }
 
 TEST_F(SessionTest, DoesWhatIsQueuedOnce) {
@@ -201,7 +247,7 @@ TEST_F(SessionTest, TakesAnUploadForTheSameOneOnlyWhenAllOfItComesAgain) {
     Uploads::value_type later;
     ScriptedDevice::Rows expected;
   };
-  const std::pair<std::string, std::string> a{"a", "1"}, b{"b", "2"}, c{"c", "3"};
+  const std::pair<std::string, std::string> a{"a", "1"}, b{"b", "2"}, c{"c", "3"}, d{"d", "4"}, b1{"b", "changed"};
   const Case cases[] = {
       {"all of it", {{a, a, b}}, {a, a, b}, {a, a, b}},
       {"in another order, with more", {{a, a, b}}, {c, b, a, a}, {a, a, b, c}},
@@ -209,12 +255,17 @@ TEST_F(SessionTest, TakesAnUploadForTheSameOneOnlyWhenAllOfItComesAgain) {
       {"nothing", {{a, a, b}}, {}, {a, a, b}},
       {"all of it by one that was cut itself", {{a}, {a, b}}, {c}, {a, b, c}},
       {"a shorter one in between", {{a, b}, {a}}, {a, b, c}, {a, b, c}},
+      {"one of them changed meanwhile", {{a, a, b}}, {a, a, c, b1}, {a, a, b, c, b1}},
+      {"others, one of which looks alike", {{a, b, c}}, {d, b1, a}, {a, b, c, d, b1, a}},
   };
   for (const Case& row : cases) {
     store.clear(table("SALES"));
     for (const auto& records : row.cut) {
       Session session(store);
-      const auto say = [&session](const std::string& bytes) { session.receive(bytes); };
+      const auto say = [&session](const std::string& bytes) {
+        session.receive(bytes);
+        session.answered();
+      };
       say(one.login());
       say(ScriptedDevice::request(7));
       say(ScriptedDevice::request(8, one.blank() ? std::string("6\0", 2) : std::string("3\0", 2)));
@@ -227,6 +278,12 @@ TEST_F(SessionTest, TakesAnUploadForTheSameOneOnlyWhenAllOfItComesAgain) {
     EXPECT_EQ(kept("SALES"), row.expected) << row.why;
     EXPECT_EQ(store.countHeld("one"), 0);
   }
+  // Whoever is forgotten leaves what was taken.
+  const Table sales = table("SALES");
+  store.clear(sales);
+  store.hold(sales, "one", store.beginUpload(), {{{}, RecordBuffer(sales).kept({})->content, false}});
+  store.removeDevice("one");
+  EXPECT_EQ(store.countLive(sales), 1);
 }
 
 TEST_F(SessionTest, EndsSessionsOfWhoeverDoesNotKeepToTheProtocol) {
@@ -278,18 +335,61 @@ TEST_F(SessionTest, EndsSessionsOfWhoeverDoesNotKeepToTheProtocol) {
       {"wrong count", upToSales + damaged(raw, 13, 2), "a packet of SALES that is none"},
       {"no records", upToSales + damaged(raw, 13, 0), "a packet of SALES that is none"},
       {"record longer than its packet", upToSales + damaged(raw, 14, 1), "a packet of SALES that is none"},
+      {"record of another table", upToSales + ScriptedDevice::packet({{"a", "1"}, {"a", std::string(21, 'x')}}),
+       "a record of SALES that does not fit the table's fields"},
+      {"record without its end mark", upToSales + damaged(raw, raw.size() - 2, 'x'),
+       "a record of SALES that does not fit the table's fields"},
   };
   for (const Case& row : cases) {
     for (const bool byByte : {false, true}) {
       Session session(store);
-      for (std::size_t i = 0; i < row.bytes.size(); i += byByte ? 1 : row.bytes.size())
-        session.receive(vorne::Bytes(row.bytes).subspan(i, byByte ? 1 : row.bytes.size()));
+      vorne::Bytes left = row.bytes;
+      while (!left.empty()) {
+        const auto at = [&](std::size_t i) { return static_cast<unsigned char>(i < left.size() ? left[i] : 0); };
+        const std::size_t size = byByte ? 1 : std::min<std::size_t>(left.size(), 3U + at(1) + 256U * at(2));
+        session.receive(left.first(size));
+        left = left.subspan(size);
+        EXPECT_LT(session.takeOutput().size(), kMuchOutput);
+        session.answered();
+      }
       EXPECT_EQ(session.result(), row.result) << row.why;
       EXPECT_FALSE(session.succeeded());
-      EXPECT_LT(session.takeOutput().size(), kMuchOutput);
     }
   }
+  Session session(store);
+  session.receive(login + count + count);
+  EXPECT_EQ(session.result(), "a request before the last one was answered");
   EXPECT_TRUE(kept("SALES").empty());
+}
+
+/// A database that somebody else holds at first, telling what it is asked for.
+struct HeldSql : Sql {
+  explicit HeldSql(std::string& into) : told(into) {}
+  const Dialect& dialect() const override {
+    static constexpr Dialect kNone = {"begin", "", ""};
+    return kNone;
+  }
+  std::vector<SqlRow> run(const char* statement, std::span<const Value>) override {
+    told += statement;
+    return {};
+  }
+  void runMany(const char*, std::span<const Values>) override {}
+  void script(const std::string& text) override {
+    told += text + " ";
+    if (std::exchange(isHeld, false)) throw StoreFailure("held");
+  }
+  std::string& told;
+  bool isHeld = true;
+};
+
+TEST(Transactions, WriteNothingOutsideOfOne) {
+  std::string told;
+  Transactions transactions(std::make_unique<HeldSql>(told));
+  EXPECT_THROW(transactions.write("write ", {}), StoreFailure);
+  transactions.rollback();
+  transactions.write("write ", {});
+  transactions.commit();
+  EXPECT_EQ(told, "begin ROLLBACK begin write COMMIT ");
 }
 
 }  // namespace

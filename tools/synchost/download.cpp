@@ -34,7 +34,7 @@ Download::Download(Store& store, const Table& table, const std::string& device, 
   count_ = hasSome ? store.countChanged(table, device, lack_) : 1;
   if (!lack_.whole || count_ == 0) return;
   count_ = store.countLive(table);
-  empties_ = hasSome && count_ == 0;
+  empties_ = count_ == 0;
 }
 
 void Download::begin(Store& store) const {

@@ -20,7 +20,7 @@ class Download {
   /// Records that are announced; 0 when there is nothing to send, and the device will not ask.
   std::int64_t count() const { return count_; }
   char type() const { return lack_.whole ? 'T' : 'P'; }
-  /// The table has no records left while the device has some: it is to make it anew.
+  /// The table has no records left while the device may have some: it is to make it anew.
   bool empties() const { return empties_; }
 
   /// The device has asked for it.

@@ -45,6 +45,12 @@ sockaddr_storage addressFrom(const std::string& text) {
   return address;
 }
 
+std::string nextAfter(int error) {
+  if (error == UV_EADDRNOTAVAIL) return "name an address of this machine, or 0.0.0.0 for all of them.";
+  if (error == UV_EACCES) return "take a port from 1024 on.";
+  return "end the program that uses it, or take another port.";
+}
+
 Line* lineOf(uv_handle_t* handle) {
   return static_cast<Line*>(handle->data);
 }
@@ -128,8 +134,8 @@ Listener::Listener(uv_loop_t* loop, const std::string& address, std::function<vo
   int error = uv_tcp_bind(&socket_, reinterpret_cast<const sockaddr*>(&place), 0);
   if (error == 0) error = uv_listen(reinterpret_cast<uv_stream_t*>(&socket_), kBacklog, connected);
   if (error != 0)
-    throw tool::Failure(tool::kUsage, "cannot listen on " + address + ": " + uv_strerror(error) +
-                                          ".\n  next: end the program that uses it, or take another port.");
+    throw tool::Failure(tool::kUsage,
+                        "cannot listen on " + address + ": " + uv_strerror(error) + ".\n  next: " + nextAfter(error));
 }
 
 std::string Listener::address() const {

@@ -38,8 +38,10 @@ int main(int argc, char** argv) {
     return tool::reportFailure(failure, json);
   } catch (const synchost::StoreFailure& failure) {
     return tool::reportFailure(
-        {tool::kEnded, std::string("the store cannot be used: ") + failure.what() +
-                           ".\n  next: look at what --store names, and whether its disk is full."},
+        {tool::kEnded,
+         std::string("the store cannot be used: ") + failure.what() +
+             ".\n  next: look at what --store names, whether you may write it and its directory, and whether "
+             "its disk is full."},
         json);
   } catch (const std::bad_alloc&) {
     return tool::reportFailure(tool::memoryFailure(), json);

@@ -11,8 +11,7 @@ namespace synchost {
 
 /// Bytes of a frame's body that devices take, and of a packet's content that they inflate.
 inline constexpr std::size_t kLargestFrame = 12000;
-/// A packet of so many bytes has room in a frame even if it cannot be compressed.
-inline constexpr std::size_t kLargestContent = 11900;
+using vorne::kLargestContent;
 
 /// Appends a body with its length in front, as the host's frames have it.
 void AppendFrame(vorne::Bytes body, std::vector<char>& out);

@@ -1,5 +1,7 @@
 #include "synchost/plan.h"
 
+#include <algorithm>
+
 #include "synchost/catalogue.h"
 
 namespace synchost {
@@ -17,6 +19,14 @@ std::vector<PlannedTask> imageTasks(const std::vector<QueuedTask>& queued) {
   return plan;
 }
 
+// The device may still have the table that was dropped: what it would send is not for the one that was made since then.
+bool mayHoldForerunner(const Table& table, const std::vector<QueuedTask>& queued) {
+  return std::any_of(queued.begin(), queued.end(), [&](const QueuedTask& task) {
+    return task.kind == TaskKind::kDelete && task.name == table.name && !task.fields.empty() &&
+           !table.hasFields(task.fields);
+  });
+}
+
 }  // namespace
 
 std::vector<PlannedTask> PlanFor(Store& store, const std::string& device, const std::vector<Table>& tables) {
@@ -26,10 +36,9 @@ std::vector<PlannedTask> PlanFor(Store& store, const std::string& device, const 
   for (const Table& table : CatalogueTables())
     hasCatalogue = hasCatalogue && store.confirmed(device, table.number) == catalogue;
   for (std::size_t i = 0; i < kCatalogueTables && !hasCatalogue; ++i) plan.push_back({Step::kCatalogue, i});
-  for (std::size_t i = 0; i < tables.size(); ++i)
-    if (tables[i].direction != Direction::kDown) plan.push_back({Step::kUpload, i});
-
   const std::vector<QueuedTask> queued = store.tasks(device);
+  for (std::size_t i = 0; i < tables.size(); ++i)
+    if (!mayHoldForerunner(tables[i], queued)) plan.push_back({Step::kUpload, i});
   for (const QueuedTask& task : queued)
     if (task.kind != TaskKind::kImages)
       plan.push_back({task.kind == TaskKind::kDelete ? Step::kDelete : Step::kInstall, 0, {task}});

@@ -22,13 +22,13 @@ CREATE TABLE IF NOT EXISTS held(tbl BIGINT NOT NULL, device TEXT NOT NULL, uploa
   place BIGINT NOT NULL, key BYTES NOT NULL, deleted BIGINT NOT NULL, content BYTES NOT NULL,
   PRIMARY KEY(device, tbl, upload, place)) KEYED;
 CREATE TABLE IF NOT EXISTS tasks(number BIGINT PRIMARY KEY, device TEXT NOT NULL, kind BIGINT NOT NULL,
-  name TEXT NOT NULL);
+  name TEXT NOT NULL, fields TEXT NOT NULL DEFAULT '');
 CREATE INDEX IF NOT EXISTS tasks_by_device ON tasks(device, number);
 CREATE TABLE IF NOT EXISTS images(name TEXT PRIMARY KEY, bytes BYTES NOT NULL);
 CREATE TABLE IF NOT EXISTS sessions(device TEXT PRIMARY KEY, address TEXT NOT NULL, began TEXT NOT NULL,
   result TEXT NOT NULL, milliseconds BIGINT NOT NULL, rows_sent BIGINT NOT NULL, rows_received BIGINT NOT NULL,
-  bytes_sent BIGINT NOT NULL, bytes_received BIGINT NOT NULL) KEYED;
-INSERT INTO counters(name, value) VALUES('schema', 1), ('change', 0), ('table', 0), ('task', 0), ('catalogue', 0)
+  bytes_sent BIGINT NOT NULL, bytes_received BIGINT NOT NULL, rows_passed_over BIGINT NOT NULL DEFAULT 0) KEYED;
+INSERT INTO counters(name, value) VALUES('schema', 2), ('change', 0), ('table', 0), ('task', 0), ('catalogue', 0)
   ON CONFLICT(name) DO NOTHING;
 )";
 
@@ -38,6 +38,11 @@ void replaceAll(std::string& text, std::string_view word, std::string_view by) {
 }
 
 }  // namespace
+
+const char kSchemaFromOne[] =
+    "ALTER TABLE tasks ADD COLUMN fields TEXT NOT NULL DEFAULT '';"
+    "ALTER TABLE sessions ADD COLUMN rows_passed_over BIGINT NOT NULL DEFAULT 0;"
+    "UPDATE counters SET value = 2 WHERE name = 'schema'";
 
 std::string SchemaFor(const Dialect& dialect) {
   std::string text(kSchema);

@@ -73,8 +73,9 @@ class Server {
   std::uint64_t now() const { return uv_now(loop_); }
   /// Answers it when this round's changes stand.
   void touch(Connection& connection);
-  /// The store has failed: nobody who brought something in this round is answered.
+  /// The store has failed: nobody who brought something in this round is answered. One wait for it is enough.
   void fail(const std::string& why);
+  bool hasFailed() const { return failure_.has_value(); }
   void remove(Connection& connection);
 
  private:
@@ -118,7 +119,7 @@ void Connection::received(std::span<const char> bytes) {
   moved_ = server_->now();
   record_.bytesReceived += static_cast<std::int64_t>(bytes.size());
   try {
-    session_.receive(bytes);
+    if (!server_->hasFailed()) session_.receive(bytes);
   } catch (const std::exception& failure) {
     server_->fail(failure.what());
   }
@@ -128,6 +129,7 @@ void Connection::received(std::span<const char> bytes) {
 
 void Connection::sent() {
   moved_ = server_->now();
+  session_.answered();
   if (session_.hasMore()) server_->touch(*this);
 }
 
@@ -151,7 +153,8 @@ void Connection::close(const std::string& result) {
   record_.milliseconds = static_cast<std::int64_t>(server_->now() - began_);
   record_.rowsSent = session_.totals().rowsSent;
   record_.rowsReceived = session_.totals().rowsReceived;
-  if (!loggedIn()) return;
+  record_.rowsPassedOver = session_.totals().rowsPassedOver;
+  if (!loggedIn() || server_->hasFailed()) return;
   try {
     server_->store().putSession(record_);
   } catch (const StoreFailure& failure) {

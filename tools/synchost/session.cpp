@@ -28,7 +28,7 @@ void Session::receive(vorne::Bytes bytes) {
     if (framing == Framing::kNeedsMore) break;
     if (framing == Framing::kBroken)
       end("no frame of a device");
-    else if (hasMore())
+    else if (std::exchange(answering_, true))
       end("a request before the last one was answered");
     else
       handle(request);
@@ -173,12 +173,13 @@ void Session::sendImages() {
 }
 
 void Session::takePacket(vorne::Bytes body) {
-  const std::int64_t before = upload_->received();
-  if (!upload_->take(*store_, body)) {
+  const std::int64_t received = upload_->received(), passedOver = upload_->passedOver();
+  if (const std::string problem = upload_->take(*store_, body); !problem.empty()) {
     refuse("Pacote inválido.");
-    return end("a packet of " + upload_->name() + " that is none");
+    return end(problem);
   }
-  totals_.rowsReceived += upload_->received() - before;
+  totals_.rowsReceived += upload_->received() - received;
+  totals_.rowsPassedOver += upload_->passedOver() - passedOver;
   Reply(vorne::kDone).appendTo(output_);
 }
 

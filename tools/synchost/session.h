@@ -15,7 +15,7 @@
 namespace synchost {
 
 struct SessionTotals {
-  std::int64_t rowsSent = 0, rowsReceived = 0, images = 0;
+  std::int64_t rowsSent = 0, rowsReceived = 0, rowsPassedOver = 0, images = 0;
 };
 
 class Session {
@@ -24,6 +24,7 @@ class Session {
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
+  /// Ends a session in which more is asked for than has been answered: nobody may pile work up here.
   /// @throws StoreFailure; the session is then of no more use
   void receive(vorne::Bytes bytes);
   /// True while more is to be sent than went out yet: send() when the device has taken that.
@@ -31,6 +32,8 @@ class Session {
   void send();
   /// What is to go out, taken away.
   std::vector<char> takeOutput();
+  /// The line has taken all that was to go out: the device may ask on.
+  void answered() { answering_ = hasMore(); }
 
   /// Nothing more is taken; what output is left ends the connection.
   bool ended() const { return phase_ == Phase::kEnded; }
@@ -64,6 +67,7 @@ class Session {
   Store* store_;
   Phase phase_ = Phase::kLogin;
   std::vector<char> input_, output_;
+  bool answering_ = false;
   std::endian order_ = std::endian::little;
   std::string device_;
   bool compress_ = true;

@@ -40,6 +40,7 @@ void SessionLog::write(const SessionRecord& session) {
                            {"milliseconds", session.milliseconds},
                            {"rows_sent", session.rowsSent},
                            {"rows_received", session.rowsReceived},
+                           {"rows_passed_over", session.rowsPassedOver},
                            {"bytes_sent", session.bytesSent},
                            {"bytes_received", session.bytesReceived}};
   const std::string text = line.text() + "\n";

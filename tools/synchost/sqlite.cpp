@@ -1,5 +1,6 @@
 #include <sqlite3.h>
 
+#include <cstring>
 #include <unordered_map>
 
 #include "synchost/sql.h"
@@ -7,7 +8,8 @@
 namespace synchost {
 namespace {
 
-constexpr int kBusyWait = 10'000;  // milliseconds that another process may hold the file
+// So long another process may hold the file. It is asked for again and again: who writes in portions pauses as briefly.
+constexpr int kBusyWaits = 5'000, kBusyPause = 2;  // milliseconds
 // A confirmed upload must be on the disk, not in a cache: hence FULL.
 constexpr char kSettings[] = "PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL; PRAGMA foreign_keys=ON;";
 constexpr Dialect kDialect = {"BEGIN IMMEDIATE", "BLOB", "WITHOUT ROWID"};
@@ -58,7 +60,9 @@ class Sqlite : public Sql {
     const int result = sqlite3_open(file.c_str(), &opened);
     database_.reset(opened);
     if (result != SQLITE_OK) fail();
-    sqlite3_busy_timeout(opened, kBusyWait);
+    sqlite3_busy_handler(
+        opened, [](void*, int before) { return before < kBusyWaits && sqlite3_sleep(kBusyPause) >= 0 ? 1 : 0; },
+        nullptr);
     script(kSettings);
   }
 
@@ -117,8 +121,11 @@ class Sqlite : public Sql {
   }
 
   [[noreturn]] void fail() const {
-    throw StoreFailure(std::string("SQLite: ") +
-                       (database_ == nullptr ? "no memory" : sqlite3_errmsg(database_.get())));
+    if (database_ == nullptr) throw StoreFailure("SQLite: no memory");
+    std::string why = sqlite3_errmsg(database_.get());
+    const bool isClosed = sqlite3_errcode(database_.get()) == SQLITE_CANTOPEN;
+    if (isClosed) why += std::string(" (") + std::strerror(sqlite3_system_errno(database_.get())) + ")";
+    throw StoreFailure("SQLite: " + why);
   }
 
   std::unique_ptr<sqlite3, Close> database_;

@@ -28,12 +28,13 @@ enum class TaskKind { kDelete, kImages, kInstall };
 struct QueuedTask {
   std::int64_t number = 0;
   TaskKind kind = TaskKind::kDelete;
-  std::string name;  ///< of a table, an image, an install
+  std::string name;         ///< of a table, an image, an install
+  std::string fields = {};  ///< of a table that was dropped here
 };
 
 struct SessionRecord {
   std::string device, address, began, result;
-  std::int64_t milliseconds = 0, rowsSent = 0, rowsReceived = 0, bytesSent = 0, bytesReceived = 0;
+  std::int64_t milliseconds = 0, rowsSent = 0, rowsReceived = 0, bytesSent = 0, bytesReceived = 0, rowsPassedOver = 0;
 };
 
 /// What a device lacks of a table: changes after one and up to another.
@@ -56,6 +57,7 @@ class Store {
   std::optional<Device> device(const std::string& id);
   std::vector<Device> devices();
   void putDevice(const Device& device);
+  /// What it sent stays, held uploads too.
   bool removeDevice(const std::string& id);
   std::vector<SessionRecord> lastSessions();
   void putSession(const SessionRecord& session);
@@ -88,13 +90,14 @@ class Store {
   /// Inserts or replaces by key. What is there already, byte for byte, is no change.
   /// @param origin the device that they come from; empty for none
   void put(const Table& table, const std::string& origin, const std::vector<KeptRecord>& records);
-  /// Removes all records for good; every device is sent the table anew.
+  /// Removes all records of a table without a key for good; devices that have some are sent it anew, or delete it.
   void clear(const Table& table);
 
   // ----- uploads of tables without a key
   // Nothing tells whether a device that lost its line sends the same records once more or others that look alike. So an
-  // upload is held until the device's next request shows that it came to its end; an earlier one that did not is then
-  // taken for the same if a later one has all of it, and for another if none has.
+  // upload is held until the device's next request shows that it came to its end. An earlier one that did not is then
+  // taken for the same if a later one is as long and has at least half of its records (some may have been changed in
+  // between): those are kept once. Otherwise it is another one.
   std::int64_t beginUpload();
   void hold(const Table& table, const std::string& device, std::int64_t upload, const std::vector<KeptRecord>& records);
   void conclude(const Table& table, const std::string& device);
@@ -102,7 +105,7 @@ class Store {
 
   // ----- queued tasks
   std::vector<QueuedTask> tasks(const std::string& device);
-  void addTask(const std::string& device, TaskKind kind, const std::string& name);
+  void addTask(const std::string& device, TaskKind kind, const std::string& name, const std::string& fields = "");
   void taskDone(std::int64_t number);
   Blob image(const std::string& name);
   void putImage(const std::string& name, const Blob& bytes);
@@ -110,7 +113,8 @@ class Store {
  private:
   /// The first of `count` change numbers that nobody has.
   std::int64_t takeChanges(std::int64_t count);
-  bool isSentAgain(const Table& table, const std::string& device, std::int64_t earlier, std::int64_t later);
+  /// Leaves of an earlier upload what a later one does not have again; false when they are not the same one.
+  bool takeAwaySentAgain(const Table& table, const std::string& device, std::int64_t earlier, std::int64_t later);
 
   Transactions db_;
 };

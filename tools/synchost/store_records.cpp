@@ -13,6 +13,14 @@ Blob numberKey(std::int64_t number) {
   return key;
 }
 
+// Places in the upload $3 of records that $4 has as well, each as often as both have it.
+#define SYNCHOST_COMMON                                                                   \
+  "SELECT e.place FROM "                                                                  \
+  "(SELECT place, content, ROW_NUMBER() OVER (PARTITION BY content ORDER BY place) AS n " \
+  "FROM held WHERE device = $1 AND tbl = $2 AND upload = $3) e JOIN "                     \
+  "(SELECT content, ROW_NUMBER() OVER (PARTITION BY content ORDER BY place) AS n "        \
+  "FROM held WHERE device = $1 AND tbl = $2 AND upload = $4) l ON e.content = l.content AND e.n = l.n"
+
 }  // namespace
 
 std::int64_t Store::takeChanges(std::int64_t count) {
@@ -115,9 +123,12 @@ void Store::put(const Table& table, const std::string& origin, const std::vector
       rows);
 }
 
+// The change is one that a deleted record without content stands for, which is never sent.
 void Store::clear(const Table& table) {
   db_.write("DELETE FROM records WHERE tbl = $1", {table.number});
-  db_.write("DELETE FROM confirmed WHERE tbl = $1", {table.number});
+  const std::int64_t change = takeChanges(1);
+  db_.write("INSERT INTO records(tbl, key, change, origin, deleted, content) VALUES($1, $2, $3, '', 1, $4)",
+            {table.number, numberKey(change), change, Blob()});
 }
 
 std::int64_t Store::beginUpload() {
@@ -138,27 +149,28 @@ void Store::hold(const Table& table, const std::string& device, std::int64_t upl
       "INSERT INTO held(tbl, device, upload, place, key, deleted, content) VALUES($1, $2, $3, $4, $5, $6, $7)", rows);
 }
 
-bool Store::isSentAgain(const Table& table, const std::string& device, std::int64_t earlier, std::int64_t later) {
-  const auto missing = db_.read(
-      "SELECT COUNT(*) FROM "
-      "(SELECT content, COUNT(*) AS n FROM held WHERE device = $1 AND tbl = $2 AND upload = $3 GROUP BY content) e "
-      "LEFT JOIN "
-      "(SELECT content, COUNT(*) AS n FROM held WHERE device = $1 AND tbl = $2 AND upload = $4 GROUP BY content) l "
-      "ON e.content = l.content WHERE l.n IS NULL OR l.n < e.n",
-      {device, table.number, earlier, later});
-  return missing.front().number(0) == 0;
+bool Store::takeAwaySentAgain(const Table& table, const std::string& device, std::int64_t earlier, std::int64_t later) {
+  const Values both = {device, table.number, earlier, later};
+  const auto counts = db_.read(
+      "SELECT (SELECT COUNT(*) FROM held WHERE device = $1 AND tbl = $2 AND upload = $3), "
+      "(SELECT COUNT(*) FROM held WHERE device = $1 AND tbl = $2 AND upload = $4), COUNT(*) FROM (" SYNCHOST_COMMON
+      ") c",
+      both);
+  const std::int64_t size = counts.front().number(0), common = counts.front().number(2);
+  if (counts.front().number(1) < size || 2 * common < size) return false;
+  db_.write("DELETE FROM held WHERE device = $1 AND tbl = $2 AND upload = $3 AND place IN (" SYNCHOST_COMMON ")", both);
+  return true;
 }
 
 void Store::conclude(const Table& table, const std::string& device) {
-  constexpr char kUploads[] = "SELECT DISTINCT upload FROM held WHERE device = $1 AND tbl = $2 ORDER BY upload";
+  static constexpr char kUploads[] = "SELECT DISTINCT upload FROM held WHERE device = $1 AND tbl = $2 ORDER BY upload";
   if (db_.read(kUploads, {device, table.number}).empty()) return;
   db_.begin();  // a host that was killed may have had a commit on its way: what it brought is seen from here on
   const std::vector<SqlRow> uploads = db_.read(kUploads, {device, table.number});
   for (std::size_t i = 0; i < uploads.size(); ++i) {
     const std::int64_t earlier = uploads[i].number(0);
-    const auto hasIt = [&](const SqlRow& later) { return isSentAgain(table, device, earlier, later.number(0)); };
-    if (std::any_of(uploads.begin() + static_cast<std::ptrdiff_t>(i) + 1, uploads.end(), hasIt))
-      db_.write("DELETE FROM held WHERE device = $1 AND tbl = $2 AND upload = $3", {device, table.number, earlier});
+    for (std::size_t later = i + 1; later < uploads.size(); ++later)
+      if (takeAwaySentAgain(table, device, earlier, uploads[later].number(0))) break;
   }
   const auto count = db_.read("SELECT COUNT(*) FROM held WHERE device = $1 AND tbl = $2", {device, table.number});
   const std::int64_t first = takeChanges(count.front().number(0));

@@ -23,12 +23,16 @@ TableIndex indexFrom(const std::string& text, const std::vector<ControlFieldTBL>
   TableIndex index = {tool::upperCase(text.substr(0, colon)), {}};
   if (colon == text.size() || index.name.empty() || index.name.size() > vorne::kLongestTableName)
     tool::refuse("\"" + text + "\" is no index", "write NAME:FIELD,FIELD, as in BYCODE:CODE");
+  std::vector<IDX_Indexes> key;
   for (const std::string& name : tool::split(text.substr(colon + 1), ',')) {
     const std::uint32_t number = vorne::FieldNumber(fields, name);
     if (number == 0 || vorne::KeyRoom(fields[number - 1]) == 0)
       tool::refuse("\"" + name + "\" in \"" + text + "\" is no field that can be a key", "name fields of the table");
     index.fields.push_back(tool::upperCase(name));
+    key.push_back({number});
   }
+  if (vorne::KeyRoom(fields, key) == 0 || key.size() > vorne::kMostFields)
+    tool::refuse("\"" + text + "\" makes a key that is too long", "take fewer or shorter fields");
   return index;
 }
 
@@ -64,6 +68,14 @@ Table MakeTable(const std::string& name, const std::string& fieldTexts, const st
   return table;
 }
 
+bool Table::hasFields(const std::string& texts) const {
+  const std::vector<ControlFieldTBL> others = tool::parsedFields(wordsIn(texts));
+  return std::equal(others.begin(), others.end(), fields.begin(), fields.end() - 1, [](const auto& a, const auto& b) {
+    return std::strcmp(a.FieldName, b.FieldName) == 0 && a.FieldType == b.FieldType && a.FieldLen == b.FieldLen &&
+           a.FieldDecLen == b.FieldDecLen;
+  });
+}
+
 RecordBuffer::RecordBuffer(const Table& table) : table_(table) {
   const ControlFieldTBL& last = table.fields.back();
   bytes_.resize(static_cast<std::size_t>(last.iOffset + vorne::BufferRoom(last)));
@@ -73,11 +85,13 @@ void RecordBuffer::clear() {
   vorne::BlankFields(table_.fields, bytes_.data());
 }
 
-void RecordBuffer::load(vorne::Bytes record) {
+bool RecordBuffer::load(vorne::Bytes record) {
+  if (!vorne::IsRecordOf(table_.fields, record, memosAt_)) return false;
   vorne::LoadFields(table_.fields, record, bswapnum != 0, bytes_.data());
   // A memo's place in the device's own files means nothing elsewhere.
   for (const ControlFieldTBL& field : table_.fields)
     if (field.FieldType == TBLMEMO) vorne::Store(&bytes_[static_cast<std::size_t>(field.iOffset)], std::uint32_t{0});
+  return true;
 }
 
 void RecordBuffer::setText(std::size_t field, std::string_view latin1) {

@@ -35,6 +35,8 @@ struct Table {
   std::size_t memoFields = 0;
 
   bool hasKey() const { return !keyFields.empty(); }
+  /// True when these words mean the table's own fields.
+  bool hasFields(const std::string& texts) const;
 };
 
 /// A table from its words: fields as in "CODE:N:8 NAME:C:30", indexes as in "BYCODE:CODE BYNAME:NAME,CODE".
@@ -64,8 +66,8 @@ class RecordBuffer {
   char* bytes() { return bytes_.data(); }
   const char* bytes() const { return bytes_.data(); }
   void clear();
-  /// Takes a record as a table stores it, of any bytes; what it does not have is blank or 0.
-  void load(vorne::Bytes record);
+  /// Takes a record as a table stores it. False for bytes that are none of the table's; the buffer is then as it was.
+  bool load(vorne::Bytes record);
   /// Sets the field of that number from 0.
   void setText(std::size_t field, std::string_view latin1);
   void setNumber(std::size_t field, double number);
@@ -78,6 +80,7 @@ class RecordBuffer {
   const Table& table_;
   std::vector<char> bytes_;
   std::vector<char> record_;
+  std::vector<std::uint32_t> memosAt_;
 };
 
 /// The record in a kept content, and its memo texts.

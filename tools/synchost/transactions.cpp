@@ -6,8 +6,13 @@ namespace synchost {
 
 void Transactions::begin() {
   if (writing_) return;
-  writing_ = true;  // before: a wait for others that takes too long leaves a transaction behind
-  sql_->script(sql_->dialect().begin);
+  try {
+    sql_->script(sql_->dialect().begin);
+  } catch (const StoreFailure&) {
+    undo();  // a wait for others that takes too long may leave a transaction behind, of no more use
+    throw;
+  }
+  writing_ = true;
 }
 
 void Transactions::commit() {
@@ -17,11 +22,14 @@ void Transactions::commit() {
 }
 
 void Transactions::rollback() {
-  if (!std::exchange(writing_, false)) return;
+  if (std::exchange(writing_, false)) undo();
+}
+
+void Transactions::undo() {
   try {
     sql_->script("ROLLBACK");
   } catch (const StoreFailure&) {
-    // The failure that led here has ended the transaction already.
+    // The failure that led here has ended the transaction already, or there was none.
   }
 }
 

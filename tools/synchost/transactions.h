@@ -16,13 +16,15 @@ class Transactions {
   std::vector<SqlRow> read(const char* statement, const Values& parameters = {});
   std::vector<SqlRow> write(const char* statement, const Values& parameters);
   void writeMany(const char* statement, const std::vector<Values>& rows);
-  /// From here on nobody else writes.
+  /// From here on nobody else writes. When that cannot be had no transaction is open.
   void begin();
   void commit();
   void rollback();
   Sql& sql() { return *sql_; }
 
  private:
+  void undo();
+
   std::unique_ptr<Sql> sql_;
   bool writing_ = false;
 };

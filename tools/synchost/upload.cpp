@@ -15,19 +15,25 @@ vorne::Bytes contentOf(const vorne::SentPacket& packet, std::vector<char>& room)
 
 }  // namespace
 
-bool Upload::take(Store& store, vorne::Bytes body) {
+std::string Upload::take(Store& store, vorne::Bytes body) {
+  const std::string none = "a packet of " + name() + " that is none";
   const auto packet = vorne::ParseSent(body);
-  if (!packet || packet->records == 0) return false;
+  if (!packet || packet->records == 0) return none;
   std::vector<char> room;
   const auto records = vorne::ParseContent(contentOf(*packet, room), packet->records, table_->memoFields);
-  if (!records) return false;
+  if (!records) return none;
   RecordBuffer buffer(*table_);
   std::vector<KeptRecord> kept;
   for (const vorne::SentRecord& record : *records) {
-    buffer.load(record.record);
-    auto one = buffer.kept(record.memos);
-    if (!one) return false;
+    auto one = buffer.load(record.record) ? buffer.kept(record.memos) : std::nullopt;
+    if (!one) return "a record of " + name() + " that does not fit the table's fields";
     kept.push_back(std::move(*one));
+  }
+  if (table_->direction == Direction::kDown) {
+    // What the device has is no more what it was sent.
+    if (passedOver_ == 0) store.forget(device_, table_->number);
+    passedOver_ += packet->records;
+    return {};
   }
   if (table_->hasKey()) {
     store.put(*table_, device_, kept);
@@ -36,7 +42,7 @@ bool Upload::take(Store& store, vorne::Bytes body) {
     store.hold(*table_, device_, number_, kept);
   }
   received_ += packet->records;
-  return true;
+  return {};
 }
 
 void Upload::conclude(Store& store) {

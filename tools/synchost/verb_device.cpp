@@ -6,16 +6,18 @@ namespace synchost {
 namespace {
 
 struct DeviceOptions {
-  std::string id, group;
+  std::string id;
+  std::vector<std::string> groups;  // the last one counts; none: as it was
 };
 
 int put(const StoreName& name, const DeviceOptions& options, bool enabled) {
   Store store = OpenStore(name);
   const auto known = store.device(options.id);
+  const std::string before = known ? known->group : "";
   if (!enabled && !known)
     tool::refuse("there is no device \"" + options.id + "\"", "look at `tellira synchost status`");
   if (options.id.empty()) tool::refuse("a device needs a name", "take the one that it sends, its identification");
-  store.putDevice({options.id, options.group.empty() && known ? known->group : options.group, enabled});
+  store.putDevice({options.id, options.groups.empty() ? before : options.groups.back(), enabled});
   store.commit();
   return tool::kDone;
 }
@@ -35,7 +37,7 @@ void AddDevice(tool::Verb& group, const StoreName& store) {
   tool::Verb device = group.verb("device", "Say which devices are served");
   tool::Verb add = device.verb("add", "Serve a device; one that was blocked is served again");
   add.argument("ID", options->id, "Identification that the device sends");
-  add.option("--group", options->group, "GROUP", "Group that it must send [any]");
+  add.option("--group", options->groups, "GROUP", "Group that it must send; \"\" for any [any, or what it was]");
   add.action([store, options] { return put(store, *options, true); });
   tool::Verb block = device.verb("block", "Refuse a device until it is added again");
   block.argument("ID", options->id, "Identification that the device sends");

@@ -15,11 +15,13 @@
 namespace synchost {
 namespace {
 
-constexpr std::int64_t kPage = 1000;
+constexpr std::int64_t kPage = 5000;
+constexpr unsigned kPause = 10'000;  // microseconds
 
 struct RowOptions {
   std::string table, file, encoding = "utf8", output = "-";
   bool replace = false;
+  tool::ValueRules rules;
 };
 
 class OpenFile {
@@ -37,6 +39,12 @@ class OpenFile {
  private:
   int file_;
 };
+
+/// What was put so far stands, and others get their turn: a host has devices that wait.
+void commitPortion(Store& store) {
+  store.commit();
+  ::usleep(kPause);
+}
 
 /// Marks the records deleted whose keys are not among these; how many.
 std::int64_t deleteOthers(Store& store, const Table& table, const std::set<Blob>& keys) {
@@ -56,6 +64,7 @@ std::int64_t deleteOthers(Store& store, const Table& table, const std::set<Blob>
       gone.push_back(*buffer.kept(record.memos));
     }
     if (!gone.empty()) store.put(table, "", gone);
+    commitPortion(store);
     deleted += static_cast<std::int64_t>(gone.size());
   }
 }
@@ -69,21 +78,31 @@ int import(const StoreName& name, const RowOptions& options) {
   const Table table = TableNamed(store, options.table);
   const OpenFile file(options.file);
   tool::CsvReader reader(file.descriptor(), options.file);
-  const tool::Encoding encoding = options.encoding == "latin1" ? tool::Encoding::kLatin1 : tool::Encoding::kUtf8;
-  CsvRecords rows(table, reader, {encoding, false, false});
+  tool::ValueRules rules = options.rules;
+  if (options.encoding != "utf8")
+    rules.encoding = options.encoding == "latin1" ? tool::Encoding::kLatin1 : tool::Encoding::kCp1252;
+  CsvRecords rows(table, reader, rules);
+  // Without a key what was imported in part would come twice when the import is done again: it stands whole or not at
+  // all. With one it can be done again at any time, and what the file does not have goes last.
   if (options.replace && !table.hasKey()) store.clear(table);
   std::set<Blob> keys;
   std::vector<KeptRecord> some;
   std::int64_t count = 0;
   const auto put = [&] {
     if (!some.empty()) store.put(table, "", some);
+    if (table.hasKey()) commitPortion(store);
+    count += static_cast<std::int64_t>(some.size());
     some.clear();
   };
-  while (auto record = rows.next()) {
-    if (options.replace && table.hasKey()) keys.insert(record->key);
-    some.push_back(std::move(*record));
-    ++count;
-    if (some.size() == static_cast<std::size_t>(kPage)) put();
+  try {
+    while (auto record = rows.next()) {
+      if (options.replace && table.hasKey()) keys.insert(record->key);
+      some.push_back(std::move(*record));
+      if (some.size() == static_cast<std::size_t>(kPage)) put();
+    }
+  } catch (const tool::Failure&) {
+    if (table.hasKey() && count != 0) tool::note(counted(count) + " before this one imported into " + table.name + ".");
+    throw;
   }
   put();
   const std::int64_t deleted = options.replace && table.hasKey() ? deleteOthers(store, table, keys) : 0;
@@ -117,9 +136,15 @@ void AddRows(tool::Verb& group, const StoreName& store) {
   tool::Verb in = group.verb("import", "Take the records of a CSV file; devices get them in their next session");
   in.argument("TABLE", options->table, "Its name");
   in.argument("FILE", options->file, "CSV with a first line that names fields; - for standard input");
-  in.choice("--encoding", options->encoding, "utf8|latin1", "Of the file's texts [utf8]", {"utf8", "latin1"});
+  in.choice("--encoding", options->encoding, "NAME", "utf8, latin1, or cp1252 for files from Windows [utf8]",
+            {"utf8", "latin1", "cp1252"});
+  in.flag("--truncate", options->rules.truncate,
+          "Cut texts that are too long, and take numbers wider than their field");
+  in.flag("--round", options->rules.round, "Round numbers to the decimals of their field");
   in.flag("--replace", options->replace, "Delete the records that the file does not have");
-  in.footer("\nA record with the key of one that is there takes its place; without a key records are added.");
+  in.footer(
+      "\nA record with the key of one that is there takes its place; without a key records are added.\n"
+      "A large file comes into a table with a key in portions; when that is interrupted import it again.");
   in.action([store, options] { return import(store, *options); });
   tool::Verb out = group.verb("export", "Write a table's records as CSV");
   out.argument("TABLE", options->table, "Its name");

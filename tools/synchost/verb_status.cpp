@@ -57,9 +57,13 @@ std::vector<DeviceStatus> statusOf(Store& store) {
 tool::Json jsonOf(const DeviceStatus& status) {
   tool::Json last;
   if (!status.last.began.empty())
-    last = {{"began", status.last.began},        {"address", status.last.address},
-            {"result", status.last.result},      {"milliseconds", status.last.milliseconds},
-            {"rows_sent", status.last.rowsSent}, {"rows_received", status.last.rowsReceived}};
+    last = {{"began", status.last.began},
+            {"address", status.last.address},
+            {"result", status.last.result},
+            {"milliseconds", status.last.milliseconds},
+            {"rows_sent", status.last.rowsSent},
+            {"rows_received", status.last.rowsReceived},
+            {"rows_passed_over", status.last.rowsPassedOver}};
   return {{"device", status.device.id},     {"group", status.device.group}, {"enabled", status.device.enabled},
           {"rows_waiting", status.waiting}, {"rows_held", status.held},     {"tasks_waiting", status.tasks},
           {"last_session", std::move(last)}};
@@ -74,11 +78,12 @@ int runStatus(const StoreName& name, bool json) {
     tool::printJson(list);
     return tool::kDone;
   }
-  tool::TextTable<8> table{{"Device", "Group", "Last session", "Result", "Sent", "Received", "Waiting", "Held"}};
+  tool::TextTable<9> table{
+      {"Device", "Group", "Last session", "Result", "Sent", "Received", "Passed over", "Waiting", "Held"}};
   for (const auto& [device, last, waiting, held, tasks] : all)
     table.add({device.id + (device.enabled ? "" : " (blocked)"), device.group, last.began.empty() ? "-" : last.began,
                last.began.empty() ? "-" : last.result, std::to_string(last.rowsSent), std::to_string(last.rowsReceived),
-               std::to_string(waiting), std::to_string(held)});
+               std::to_string(last.rowsPassedOver), std::to_string(waiting), std::to_string(held)});
   table.print();
   return tool::kDone;
 }
@@ -90,7 +95,8 @@ void AddStatus(tool::Verb& group, const StoreName& store) {
   tool::Verb verb = group.verb("status", "Show devices, their last sessions and the rows that wait for them");
   verb.flag("--json", *json, "Print a JSON array");
   verb.footer(
-      "\nHeld rows came from a device that did not go on afterwards; its next session tells whether they come again.");
+      "\nHeld rows came from a device that did not go on afterwards; its next session tells whether they come again.\n"
+      "Rows passed over were changed by the device in a table that only the host changes.");
   verb.action([store, json] { return runStatus(store, *json); });
 }
 

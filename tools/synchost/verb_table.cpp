@@ -5,6 +5,7 @@
 #include "edge/confirm.h"
 #include "edge/console.h"
 #include "edge/text_table.h"
+#include "synchost/names.h"
 #include "synchost/verbs.h"
 
 namespace synchost {
@@ -38,14 +39,7 @@ int create(const StoreName& name, const TableOptions& options) {
   const auto direction = std::find(std::begin(kDirections), std::end(kDirections), options.direction);
   table.direction = static_cast<Direction>(direction - std::begin(kDirections));
   Store store = OpenStore(name);
-  for (const Table& known : store.tables()) {
-    if (known.name == table.name) tool::refuse("there is a table " + table.name + " already", "drop it first");
-    for (const TableIndex& index : known.indexes)
-      for (const TableIndex& own : table.indexes)
-        if (own.name == index.name)
-          tool::refuse("the table " + known.name + " has an index " + index.name + " already",
-                       "take another name: on devices both are files of one directory");
-  }
+  CheckNames(table, store.tables());
   store.createTable(table);
   store.commit();
   return tool::kDone;
@@ -54,10 +48,14 @@ int create(const StoreName& name, const TableOptions& options) {
 int drop(const StoreName& name, const TableOptions& options) {
   Store store = OpenStore(name);
   const Table table = TableNamed(store, options.name);
+  if (store.tables().size() == 1)
+    tool::refuse(table.name + " is the only table, and devices take a host without tables for a broken one",
+                 "create the table that takes its place first");
   if (!tool::confirmed("drop " + table.name + " with all its records, here and on the devices", options.yes))
     return tool::kNo;
   store.dropTable(table);
-  for (const Device& device : store.devices()) store.addTask(device.id, TaskKind::kDelete, table.name);
+  for (const Device& device : store.devices())
+    store.addTask(device.id, TaskKind::kDelete, table.name, table.fieldTexts);
   store.commit();
   return tool::kDone;
 }

@@ -6,6 +6,7 @@
 #include "db/field_definitions.h"
 #include "edge/console.h"
 #include "edge/text_table.h"
+#include "synchost/names.h"
 #include "synchost/packing.h"
 #include "synchost/verbs.h"
 #include "text/text.h"
@@ -33,14 +34,25 @@ std::vector<std::string> targets(Store& store, const TaskOptions& options) {
   return ids;
 }
 
+bool isPlainName(const std::string& name) {
+  try {
+    return vorne::IsPlainFileName(tool::latin1FromUtf8(name));
+  } catch (const tool::ConversionError&) {
+    return false;
+  }
+}
+
 /// Keeps an image under its file's name; returns that.
 std::string keepImage(Store& store, const std::string& file) {
   const std::string name = std::filesystem::path(file).filename();
-  std::ifstream stream(file, std::ios::binary);
+  std::error_code error;
+  std::ifstream stream;
+  if (!std::filesystem::is_directory(file, error)) stream.open(file, std::ios::binary);
+  if (!stream.is_open()) tool::refuse("the image " + file + " cannot be read", "name a file");
   const Blob bytes{std::istreambuf_iterator<char>(stream), {}};
-  if (!stream) tool::refuse("the image " + file + " cannot be read", "name a file");
-  if (!vorne::IsPlainFileName(tool::latin1FromUtf8(name)))
-    tool::refuse("devices take no file named \"" + name + "\"", "give it a plain name");
+  if (!isPlainName(name))
+    tool::refuse("devices take no file named \"" + name + "\"",
+                 "give it a name of letters and digits that does not begin with a point or end in .so");
   if (bytes.size() + name.size() + kImageHead > kLargestFrame)
     tool::refuse("the image has " + std::to_string(bytes.size()) + " bytes, and devices take it in one frame of " +
                      std::to_string(kLargestFrame),
@@ -53,6 +65,8 @@ int add(const StoreName& name, TaskKind kind, const TaskOptions& options) {
   Store store = OpenStore(name);
   const std::vector<std::string> ids = targets(store, options);
   std::string what = kind == TaskKind::kDelete ? tool::upperCase(options.name) : options.name;
+  if (kind == TaskKind::kDelete) CheckDeletion(what, store.tables());
+  if (kind == TaskKind::kInstall) CheckComponent(what);
   if (kind == TaskKind::kImages) what = keepImage(store, options.name);
   for (const std::string& id : ids) store.addTask(id, kind, what);
   store.commit();

@@ -109,16 +109,21 @@ class TableSession::RuntimeOutput {
   FILE* const stream_;
 };
 
-TableSession::TableSession(const std::string& directory)
+TableSession::TableSession(const std::string& directory, Databases databases)
     : directory_(directory), data_(directory + vorne::kDataDirectory) {
   if (::chdir(directory.c_str()) != 0)
     throw Failure(kUsage, directory + " cannot be entered: " + std::strerror(errno) +
                               ".\n  next: name the working directory of the program with --dir.");
   output_ = std::make_unique<RuntimeOutput>();
   vorne::endProcessHook = failWithWords;
-  std::error_code ignored;
-  std::filesystem::create_directory(data_, ignored);
-  lock_.emplace(directory);
+  if (databases == Databases::kOpen) {
+    std::error_code error;
+    std::filesystem::create_directory(data_, error);
+    if (error)
+      throw Failure(kUsage, data_ + " cannot be made: " + error.message() + ".\n  next: look at the rights of " +
+                                directory + ".");
+    lock_.emplace(directory);
+  }
   __BeginGlobal();
   running_ = true;
   // The tool speaks English; the log stays Portuguese, as for every program.

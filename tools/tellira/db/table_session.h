@@ -17,9 +17,12 @@ namespace tool {
 /// Whatever the runtime says in ending the process becomes a Failure (kEnded) with its words.
 class TableSession {
  public:
+  enum class Databases { kOpen, kUntouched };
+
   /// @param directory absolute path of the working directory; its "DB" is made when missing
+  /// @param databases kUntouched for the runtime without them: nothing is made or locked
   /// @throws Failure (kUsage) when a program has its databases open
-  explicit TableSession(const std::string& directory);
+  explicit TableSession(const std::string& directory, Databases databases = Databases::kOpen);
   ~TableSession();
   TableSession(const TableSession&) = delete;
   TableSession& operator=(const TableSession&) = delete;

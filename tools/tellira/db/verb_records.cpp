@@ -13,7 +13,7 @@ namespace {
 
 constexpr const char* kMarkFooter = R"(
 A deleted record is only marked: `recall` brings it back until `pack` removes it. Record numbers count from 1;
-`tellira db seek` tells them.
+`tellira db seek` tells them. Deletions never go up to a host: what it has got is to be deleted there.
 
 Examples:
   tellira db delete CUSTOMER 12

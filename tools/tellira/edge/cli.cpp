@@ -101,7 +101,10 @@ const CLI::App& confused(const CLI::App& app) {
 std::string parserWords(const CLI::App& verb, const CLI::ParseError& error) {
   const std::vector<std::string> left = verb.remaining();
   const bool isGroup = !verbsOf(verb).empty();
-  if (left.empty()) return isGroup ? "a verb is missing; the verbs are " + verbNames(verb) + "." : error.what();
+  if (left.empty()) {
+    const bool lacksVerb = isGroup && dynamic_cast<const CLI::RequiredError*>(&error) != nullptr;
+    return lacksVerb ? "a verb is missing; the verbs are " + verbNames(verb) + "." : error.what();
+  }
   const std::string word = unguarded(left.front());
   if (word.starts_with('-') && word != "-") return unknownOption(verb, word);
   return isGroup ? unknownVerb(verb, word) : callOf(verb) + " takes fewer words; \"" + word + "\" is one too many.";

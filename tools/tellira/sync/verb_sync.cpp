@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
 #include <optional>
 
 #include "db/options.h"
@@ -12,6 +13,7 @@
 #include "edge/paths.h"
 #include "log/message_log.h"
 #include "runtime/vorneobjs.h"
+#include "storage/format/names.h"
 #include "sync/application_directory.h"
 #include "sync/code_words.h"
 #include "sync/config.h"
@@ -108,6 +110,12 @@ class SessionScreen {
   std::optional<TextScreen> text_;
 };
 
+[[noreturn]] void failWithoutHost() {
+  throw Failure(kUsage,
+                "no host: none is named and none is stored.\n  next: name it with --host, or store it with "
+                "`tellira sync config --host`.");
+}
+
 // From the command line, or from what is stored.
 vorne::HostAccess accessOf(const SyncOptions& options) {
   vorne::HostAccess host = {options.host, options.port, options.timeout < 0 ? kDefaultTimeout : options.timeout,
@@ -118,10 +126,7 @@ vorne::HostAccess accessOf(const SyncOptions& options) {
     return host;
   }
   vorne::UserSettings stored;
-  if (vorne::ReadSettings(stored) != vorne::SettingsFound::Yes || stored.host.empty())
-    throw Failure(kUsage,
-                  "no host: none is named and none is stored.\n  next: name it with --host, or store it with "
-                  "`tellira sync config --host`.");
+  if (vorne::ReadSettings(stored) != vorne::SettingsFound::Yes || stored.host.empty()) failWithoutHost();
   const auto number = [](const std::string& text, int otherwise) {
     const int found = std::atoi(text.c_str());
     return found > 0 ? found : otherwise;
@@ -184,10 +189,20 @@ int runSession(const SyncOptions& options) {
   return report(options, code, seconds);
 }
 
-int runDry(const SyncOptions& options) {
-  TableSession session(sessionDirectory(options));
+// The same, with databases opened only for what is stored in them.
+vorne::HostAccess dryAccessOf(const SyncOptions& options, const std::string& directory) {
+  if (!options.host.empty()) return accessOf(options);
+  if (!std::filesystem::exists(directory + vorne::kDataDirectory)) failWithoutHost();
+  TableSession session(directory);
   const vorne::HostAccess host = accessOf(options);
-  const ApplicationDirectory application;
+  session.close();
+  return host;
+}
+
+int runDry(const SyncOptions& options) {
+  const std::string directory = sessionDirectory(options);
+  const vorne::HostAccess host = dryAccessOf(options, directory);
+  TableSession session(directory, TableSession::Databases::kUntouched);
   const TextScreen screen;
   iSyncLang = languageOf(options.language);
   Json tasks = Json::array();
@@ -199,7 +214,7 @@ int runDry(const SyncOptions& options) {
                      {"what", words},
                      {"name", name},
                      {"records", static_cast<long>(task.records)}});
-    lines += std::to_string(number) + ". " + words + (name.empty() ? "" : " " + name) +
+    lines += std::to_string(number) + ". " + words + (name.empty() ? "" : " " + vorne::WithoutControls(name)) +
              (task.records > 0 ? ", " + std::to_string(task.records) + " records" : "") + "\n";
   });
   session.close();
@@ -260,7 +275,14 @@ int runScreen(const SyncOptions& options, void (*show)()) {
 }
 
 int runConfig(const SyncOptions& options) {
-  if (options.onScreen) return runScreen(options, CONFIGURACOES);
+  if (options.onScreen) {
+    vorne::UserSettings given;
+    if (changeSettings(options, given) || options.json)
+      throw Failure(
+          kUsage,
+          "--screen takes no other settings: they are typed there.\n  next: leave --screen out, or the others.");
+    return runScreen(options, CONFIGURACOES);
+  }
   TableSession session(sessionDirectory(options));
   vorne::UserSettings settings;
   const bool found = vorne::ReadSettings(settings) == vorne::SettingsFound::Yes;
@@ -290,7 +312,11 @@ int runConfig(const SyncOptions& options) {
 }
 
 int runLog(const SyncOptions& options) {
-  if (options.onScreen) return runScreen(options, HISTORICO);
+  if (options.onScreen) {
+    if (options.clear || options.json)
+      throw Failure(kUsage, "--screen takes neither --clear nor --json.\n  next: leave --screen out, or the others.");
+    return runScreen(options, HISTORICO);
+  }
   TableSession session(sessionDirectory(options));
   std::vector<std::string> lines;
   const int count = vorne::MessageCount();

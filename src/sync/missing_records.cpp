@@ -1,0 +1,50 @@
+#include "sync/missing_records.h"
+
+#include "sync/name_list.h"
+#include "sync/table_making.h"
+
+namespace vorne {
+
+namespace {
+
+constexpr char kMissing[] = "MISSING";
+
+bool isNoted() {
+  return DmFindDatabase(0, TemporaryName(kMissing, kList).c_str()) != 0;
+}
+
+// One that is refused would be refused again.
+bool canBeTaken(const std::string& table) {
+  return WhatDiffers(table).empty();
+}
+
+}  // namespace
+
+bool NoteMissing(const std::string& table) {
+  NameList list(kMissing);
+  return list.isOpen() && list.addOnce(table);
+}
+
+bool IsMissing(const std::string& table) {
+  if (!isNoted()) return false;
+  const NameList list(kMissing);
+  return list.isOpen() && list.has(table);
+}
+
+std::string MissingTable() {
+  if (!isNoted()) return {};
+  const NameList list(kMissing);
+  for (UInt32 i = 0; list.isOpen() && i < list.size(); ++i)
+    if (canBeTaken(list.at(i))) return list.at(i);
+  return {};
+}
+
+void ForgetMissing() {
+  if (!isNoted()) return;
+  NameList list(kMissing);
+  if (!list.isOpen()) return;
+  for (UInt32 i = list.size(); i-- > 0;)
+    if (canBeTaken(list.at(i))) list.remove(i);
+}
+
+}  // namespace vorne
