@@ -2,8 +2,8 @@
 // and the same records appended to a database of records, which is the least that anybody must do who receives a
 // table. The host is a process that has all frames ready and does nothing but send them.
 //
-// What is wanted: receiving, and preparing and sending, at 70 % of the floor's rate, applying at 50 %, and 20,000 rows a
-// second from end to end; memory that does not depend on the table's size.
+// What is wanted: receiving, and preparing and sending, at 70 % of the floor's rate, applying at 50 %, and 20,000 rows
+// a second from end to end; memory that does not depend on the table's size.
 //
 // Run: bench_sync [--dir DIR] [--rows N] [--rounds N]   (defaults /var/tmp, 500000 and 3)
 #include <arpa/inet.h>
