@@ -8,14 +8,13 @@
 #include <random>
 #include <set>
 
-#include "storage/format/record_bytes.h"
 #include "support/failing_system.h"
 #include "support/store_load.h"
 #include "sync/system.h"
 #include "synchost/open_sql.h"
 #include "synchost/real_device.h"
 #include "synchost/running_host.h"
-#include "synchost/store.h"
+#include "synchost/store_rows.h"
 
 using namespace synchost;
 
@@ -155,28 +154,12 @@ class DisturbedSessions : public testing::TestWithParam<Way> {
   }
   void start() { host_ = std::make_unique<RunningHost>((scratch_.path() / "store.db").string()); }
 
-  Table table(const std::string& name) {
-    for (Table& known : store_.tables())
-      if (known.name == name) return known;
-    throw std::runtime_error(name);
-  }
   void put(const char* name, const std::string& code, const std::string& value, bool deleted = false) {
-    const Table to = table(name);
-    RecordBuffer buffer(to);
-    buffer.clear();
-    buffer.setText(0, code);
-    buffer.setText(1, value);
-    vorne::MarkDeleted(to.fields, buffer.bytes(), deleted);
-    store_.put(to, "", {*buffer.kept({})});
+    putRows(store_, name, {{code, value}}, deleted);
   }
   Rows hosts(const char* name) {
-    const Table of = table(name);
     Rows rows;
-    for (const SentContent& row : store_.live(of, {}, 10'000'000)) {
-      vorne::ByteReader fields(RecordIn(of, row.content).record);
-      const std::string code(fields.text());
-      rows.insert(code + "," + std::string(fields.text()));
-    }
+    for (const auto& [code, value] : rowsIn(store_, name)) rows.insert(code + "," + value);
     return rows;
   }
 

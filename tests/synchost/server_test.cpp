@@ -9,7 +9,7 @@
 #include "synchost/open_sql.h"
 #include "synchost/real_device.h"
 #include "synchost/running_host.h"
-#include "synchost/store.h"
+#include "synchost/store_rows.h"
 #include "synchost/temporary_postgres.h"
 
 using namespace synchost;
@@ -48,16 +48,9 @@ class ServerTest : public testing::TestWithParam<const char*> {
     store->commit();
   }
   void fill(int rows) {
-    const Table goods = store->tables()[0];
-    RecordBuffer buffer(goods);
-    std::vector<KeptRecord> records;
-    for (int i = 0; i < rows; ++i) {
-      buffer.clear();
-      buffer.setText(0, "g" + std::to_string(i));
-      buffer.setText(1, "goods of number " + std::to_string(i));
-      records.push_back(*buffer.kept({}));
-    }
-    store->put(goods, "", records);
+    ScriptedDevice::Rows goods;
+    for (int i = 0; i < rows; ++i) goods.emplace("g" + std::to_string(i), "goods of number " + std::to_string(i));
+    putRows(*store, "GOODS", goods);
     store->commit();
   }
   std::vector<std::unique_ptr<ScriptedDevice>> devices(int count) {
@@ -69,16 +62,7 @@ class ServerTest : public testing::TestWithParam<const char*> {
     store->commit();
     return all;
   }
-  ScriptedDevice::Rows kept(std::size_t table) {
-    ScriptedDevice::Rows rows;
-    const Table of = store->tables()[table];
-    for (const SentContent& row : store->live(of, {}, 10'000'000)) {
-      vorne::ByteReader fields(RecordIn(of, row.content).record);
-      const std::string code(fields.text());
-      rows.emplace(code, fields.text());
-    }
-    return rows;
-  }
+  ScriptedDevice::Rows kept(const char* table) { return rowsIn(*store, table); }
   bool isSqlite() const { return postgres == nullptr; }
 
   ScratchDirectory scratch;
@@ -131,15 +115,15 @@ TEST_P(ServerTest, LosesAndDoublesNothingWhenItIsKilled) {
   for (int round = 0; round < 2; ++round)
     for (const auto& device : fleet) EXPECT_TRUE(device->synchronise(socketLine(port)));
   for (const auto& rows : sold) all.insert(rows.begin(), rows.end());
-  EXPECT_EQ(kept(1).size(), all.size());
+  EXPECT_EQ(kept("SALES").size(), all.size());
   const auto sorted = [](const ScriptedDevice::Rows& rows) {
     std::vector<std::pair<std::string, std::string>> list(rows.begin(), rows.end());
     std::sort(list.begin(), list.end());
     return list;
   };
-  EXPECT_TRUE(sorted(kept(1)) == sorted(all)) << "sales were lost or doubled";
+  EXPECT_TRUE(sorted(kept("SALES")) == sorted(all)) << "sales were lost or doubled";
   for (const auto& device : fleet) {
-    EXPECT_TRUE(device->tables["GOODS"].rows == kept(0)) << device->id;
+    EXPECT_TRUE(device->tables["GOODS"].rows == kept("GOODS")) << device->id;
     EXPECT_TRUE(sorted(device->tables["SALES"].rows) == sorted(all)) << device->id;
   }
   std::printf("%d kills, %d sessions, %d of them cut\n", kills, sessions + cuts, cuts.load());
@@ -262,7 +246,7 @@ TEST_P(ServerTest, LetsSessionsEndBeforeItDoes) {
     }
     return line(bytes);
   }));
-  EXPECT_EQ(fleet[0]->tables["GOODS"].rows, kept(0));
+  EXPECT_EQ(fleet[0]->tables["GOODS"].rows, kept("GOODS"));
   EXPECT_EQ(host.end(0), 0);
   EXPECT_THAT(readFile("sessions.jsonl"), HasSubstr("\"result\":\"done\""));
 }

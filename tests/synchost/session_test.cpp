@@ -7,8 +7,7 @@
 #include <functional>
 #include <random>
 
-#include "storage/format/record_bytes.h"
-#include "synchost/scripted_device.h"
+#include "synchost/store_rows.h"
 #include "synchost/transactions.h"
 
 using namespace synchost;
@@ -34,35 +33,12 @@ class SessionTest : public testing::Test {
     table.direction = direction;
     store.createTable(table);
   }
-  Table table(const std::string& name) {
-    for (Table& known : store.tables())
-      if (known.name == name) return known;
-    throw std::runtime_error(name);
-  }
+  Table table(const std::string& name) { return tableIn(store, name); }
   void import(const std::string& name, const ScriptedDevice::Rows& rows, bool deleted = false) {
-    const Table to = table(name);
-    RecordBuffer buffer(to);
-    std::vector<KeptRecord> records;
-    for (const auto& [code, value] : rows) {
-      buffer.clear();
-      buffer.setText(0, code);
-      buffer.setText(1, value);
-      vorne::MarkDeleted(to.fields, buffer.bytes(), deleted);
-      records.push_back(*buffer.kept({}));
-    }
-    store.put(to, "", records);
+    putRows(store, name, rows, deleted);
     store.commit();
   }
-  ScriptedDevice::Rows kept(const std::string& name) {
-    ScriptedDevice::Rows rows;
-    const Table of = table(name);
-    for (const SentContent& row : store.live(of, {}, 1'000'000)) {
-      vorne::ByteReader fields(RecordIn(of, row.content).record);
-      const std::string code(fields.text());
-      rows.emplace(code, fields.text());
-    }
-    return rows;
-  }
+  ScriptedDevice::Rows kept(const std::string& name) { return rowsIn(store, name); }
 
   /// A line to a session of its own. After `exchanges` of them it is cut: what the device sends is lost, or the answer
   /// is.
