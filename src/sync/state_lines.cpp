@@ -22,9 +22,10 @@ constexpr int kNotStored = 112;
 bool isBreak(char c) {
   return c == '\n' || c == '\r';
 }
+// Those of ISO-8859-1 as well, which terminals obey when they come as UTF-8.
 bool isControl(char c) {
   const auto byte = static_cast<unsigned char>(c);
-  return byte < 0x20 || byte == 0x7F;
+  return byte < 0x20 || (byte >= 0x7F && byte < 0xA0);
 }
 
 // The formats are the rows of tables.

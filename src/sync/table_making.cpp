@@ -39,11 +39,11 @@ std::optional<ControlFieldTBL> fieldOf(const CatalogField& field) {
   return MakeField(field.name, *type, field.length, decimals);
 }
 
+// Records hold values of all other types in one way, however many digits are shown.
 bool isAs(const CatalogField& row, const ControlFieldTBL& field) {
   const std::optional<ControlFieldTBL> wanted = fieldOf(row);
   return wanted && FoldedName(wanted->FieldName) == FoldedName(field.FieldName) &&
-         wanted->FieldType == field.FieldType && wanted->FieldLen == field.FieldLen &&
-         wanted->FieldDecLen == field.FieldDecLen;
+         wanted->FieldType == field.FieldType && (field.FieldType != TBLSTRING || wanted->FieldLen == field.FieldLen);
 }
 
 // What of the catalogue's fields keeps them from being a table's; empty when nothing does.

@@ -15,8 +15,8 @@ inline constexpr std::size_t kMostIndexes = 32;  ///< of a table of the host's
 bool IsTableName(const std::string& name);
 /// Makes a table that is missing; false when the catalogue describes none that can be.
 bool MakeTable(const std::string& name);
-/// The first field in which a table is not what the catalogue says of it; empty when there is none, no such table, or
-/// the catalogue says nothing.
+/// The first field by which the records of a table are not laid out as the catalogue says of it; empty when there is
+/// none, no such table, or the catalogue says nothing.
 std::string WhatDiffers(const std::string& table);
 /// Tells that the table or index `name` is refused, and why: the field, or whose the name is; false.
 bool Refuse(SyncText what, const std::string& name, const std::string& why);
