@@ -71,8 +71,8 @@ Table MakeTable(const std::string& name, const std::string& fieldTexts, const st
 bool Table::hasFields(const std::string& texts) const {
   const std::vector<ControlFieldTBL> others = tool::parsedFields(wordsIn(texts));
   return std::equal(others.begin(), others.end(), fields.begin(), fields.end() - 1, [](const auto& a, const auto& b) {
-    return std::strcmp(a.FieldName, b.FieldName) == 0 && a.FieldType == b.FieldType && a.FieldLen == b.FieldLen &&
-           a.FieldDecLen == b.FieldDecLen;
+    return std::strcmp(a.FieldName, b.FieldName) == 0 && a.FieldType == b.FieldType &&
+           (a.FieldType != TBLSTRING || a.FieldLen == b.FieldLen);
   });
 }
 

@@ -35,7 +35,7 @@ struct Table {
   std::size_t memoFields = 0;
 
   bool hasKey() const { return !keyFields.empty(); }
-  /// True when these words mean the table's own fields.
+  /// True when records of a table of these fields are laid out as its own; devices take them for the same, too.
   bool hasFields(const std::string& texts) const;
 };
 
