@@ -23,11 +23,8 @@ void noteClosed(const char* name) {
   if (isName(ng->IND_NAME)) __SET_OBJECT(ng->IndexTblArea, __INIT_DOUBLE(-1));
 }
 
-}  // namespace
-
-int Op_DeleteTbl(const char* name) {
-  // The lists that a session holds open are no tables.
-  if (IsTemporaryName(name) || DmFindDatabase(0, name) == 0) return 0;
+int deleteNowOrLater(const char* name) {
+  if (DmFindDatabase(0, name) == 0) return 0;
   if (HasDirty(name) != 0) {
     EnqueueDelete(name);
     return 0;
@@ -35,6 +32,16 @@ int Op_DeleteTbl(const char* name) {
   if (!IsTrue(__TBL_DeleteDatabase(__INIT_CHARPTR(name)))) return 0;
   noteClosed(name);
   return 1;
+}
+
+}  // namespace
+
+int Op_DeleteTbl(const char* name) {
+  // The lists that a session holds open are no tables.
+  if (name == nullptr || IsTemporaryName(name)) return 0;
+  // What came for it before does not come back in the table that the catalogue has made anew.
+  DeleteTemporary(name, kPacketsReceived);
+  return deleteNowOrLater(name);
 }
 
 int EnqueueDelete(const char* name) {
@@ -60,6 +67,6 @@ void DeleteEnqueued() {
   // them is deleted now and what by a later session, hosts know by heart.
   for (UInt32 i = queue.size(); i-- > 0;) {
     const std::string first = queue.at(0);
-    if (Op_DeleteTbl(first.c_str()) != 0) queue.remove(i);
+    if (deleteNowOrLater(first.c_str()) != 0) queue.remove(i);
   }
 }

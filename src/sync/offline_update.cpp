@@ -5,7 +5,9 @@
 #include "sync/applying_note.h"
 #include "sync/catalog_tables.h"
 #include "sync/delete_queue.h"
+#include "sync/dirty_marks.h"
 #include "sync/missing_records.h"
+#include "sync/received_tables.h"
 #include "sync/state_lines.h"
 #include "sync/table_areas.h"
 #include "sync/table_making.h"
@@ -58,14 +60,26 @@ Waiting waitingFor(const std::string& name) {
   return control && control->type == kWholeTable ? Waiting::Whole : Waiting::Part;
 }
 
+// Of such a table the host sends no device what that one has changed itself.
+bool comesInParts(const CatalogTable& table) {
+  return table.type != kWholeTable && !(table.key.empty() && CatalogIndexesOf(table.name).empty());
+}
+
+// A whole table that came while this one had records for the host will be older than those when they have gone up.
+// Where the host would not send it again by itself it is asked to, once.
+void keepWaiting(const CatalogTable& table) {
+  Tell(SyncText::UnsentRecords, table.name.c_str());
+  if (comesInParts(table) && IsReceivedTable(table.name)) NoteMissing(table.name);
+}
+
 // Applies what waits for the table, if it does.
-bool readTable(const std::string& name, int percent) {
+bool readTable(const CatalogTable& table, int percent) {
+  const std::string& name = table.name;
   const Waiting waiting = waitingFor(name);
   if (waiting == Waiting::Nothing || waiting == Waiting::Incomplete) return true;
-  if (waiting == Waiting::Whole && HasDirty(name.c_str()) != 0) {
-    Tell(SyncText::UnsentRecords, name.c_str());
-    return true;
-  }
+  if (waiting == Waiting::Whole && HasDirty(name.c_str()) != 0) return keepWaiting(table), true;
+  // Those records went up in a session that broke before the host could send the newer table.
+  if (waiting == Waiting::Whole && IsTaken(name) && ng != nullptr && ng->ConnErr != 0) return true;
   const std::string line = Filled(SyncText::Changing, name.c_str());
   ShowProgress(2, percent, line.c_str());
   DoSetState(line.c_str());
@@ -88,6 +102,8 @@ bool haveTable(const std::string& name) {
   if (IsTableName(name) && exists(name) && !IsUnfinishedTable(name)) return true;
   if (!MakeTable(name)) return false;
   LeaveDeleteQueue(name);
+  // Gone since the last session, by whatever hand: the host believes that it is here.
+  if (ng != nullptr && ng->Verification != 0 && waitingFor(name) == Waiting::Nothing) NoteMissing(name);
   const TableArea area(name);
   if (area.isOpen() && OpenIndexes(name, area.number())) return true;
   Tell(area.isOpen() ? SyncText::IndexFailed : SyncText::OpenFailed, name.c_str());
@@ -97,7 +113,8 @@ bool haveTable(const std::string& name) {
 bool readCatalogue() {
   bool well = true;
   for (const char* name : {kTableCatalog, kFieldCatalog, kIndexCatalog})
-    if (waitingFor(name) != Waiting::Nothing) well = HaveCatalogTable(name) && readTable(name, 0) && well;
+    if (waitingFor(name) != Waiting::Nothing)
+      well = HaveCatalogTable(name) && readTable({name, kWholeTable, {}}, 0) && well;
   return well;
 }
 
@@ -138,6 +155,7 @@ int DoChangeTable(const char* table, int area, Obj_Node*) {
   }
   // A transfer that was cut off waits for its rest.
   if (packets.control() && !packets.isComplete()) return 1;
+  const bool isWhole = packets.control() && packets.control()->type == kWholeTable;
   const Applied applied = apply(name, area, packets);
   packets.close();
   if (applied == Applied::NoRoom) TellNotStored(WhyNotGrown(*DatabaseOf(*AreaAt(area))->hFile));
@@ -148,6 +166,8 @@ int DoChangeTable(const char* table, int area, Obj_Node*) {
     ApplyingNote::forgetFinished();
   }
   if (applied != Applied::Whole) return 0;
+  // What was to be deleted is gone, too.
+  if (isWhole) LeaveDeleteQueue(name);
   Tell(SyncText::Updated, static_cast<int>(count), name);
   return 1;
 }
@@ -160,7 +180,8 @@ int ReadFromHH() {
     const std::string& name = tables[i].name;
     const auto percent = static_cast<int>(100 * i / tables.size());
     // One that cannot be is told of, and matters when something came for it.
-    well = (haveTable(name) ? isAsDescribed(name) && readTable(name, percent) : waitingFor(name) == Waiting::Nothing) &&
+    well = (haveTable(name) ? isAsDescribed(name) && readTable(tables[i], percent)
+                            : waitingFor(name) == Waiting::Nothing) &&
            well;
   }
   return well;

@@ -168,6 +168,8 @@ int TableFromHostToHH(const char* name, int socket, std::int32_t count, char typ
     if (before && before->type != 'T' && type != 'T') {
       reception.keepType(before->type);
     } else {
+      // A host that sends a part of it believes that the whole one was taken.
+      if (type != 'T' && !NoteMissing(name)) return cannotOpen();
       reception.startAnew();
       if (!reception.open()) return cannotOpen();
     }
@@ -196,5 +198,7 @@ int TableFromHostToHH(const char* name, int socket, std::int32_t count, char typ
     reception.tellNoRoom();
     return fail(kBadPacket, kBadPacket);
   }
+  // What went up before is in it: nothing tells any more that a whole table is older than that.
+  if (type == 'T' && IsTaken(name)) DeleteTemporary(name, kPacketsToSend);
   return kReceived;
 }

@@ -1,6 +1,7 @@
 #include "sync/received_tables.h"
 
 #include "sync/name_list.h"
+#include "sync/vornenet.h"
 
 namespace vorne {
 
@@ -10,10 +11,13 @@ bool NoteReceivedTable(const char* name) {
 }
 
 bool HasReceivedTables() {
-  const DmOpenRef list = FindTemporary(kReceivedTables, kList);
-  const bool has = list != nullptr && DmNumRecords(list) != 0;
-  if (list != nullptr) DmCloseDatabase(list);
-  return has;
+  return GetTmpDbQtdRecs(kReceivedTables, kList) != 0;
+}
+
+bool IsReceivedTable(const std::string& name) {
+  if (!HasReceivedTables()) return false;
+  const NameList list(kReceivedTables);
+  return list.isOpen() && list.has(name);
 }
 
 }  // namespace vorne

@@ -1,6 +1,8 @@
 // Inside the sync floor: the list of the tables received since the last offline update, "FromHH".
 #pragma once
 
+#include <string>
+
 namespace vorne {
 
 inline constexpr char kReceivedTables[] = "FromHH";
@@ -8,5 +10,7 @@ inline constexpr char kReceivedTables[] = "FromHH";
 /// Adds a name, unless it is there. False when the list cannot be opened or cannot grow.
 bool NoteReceivedTable(const char* name);
 bool HasReceivedTables();
+/// True for a table that is in the list.
+bool IsReceivedTable(const std::string& name);
 
 }  // namespace vorne

@@ -13,17 +13,22 @@ using testing::HasSubstr;
 
 namespace {
 
-/// Runs a line of the shell in which `host` is the program, `db` and `desk` work in a desk's directory; what it told,
-/// and its exit status.
+/// Runs a line of the shell in which `host` is the program, `db` and `desk` work in a desk's directory, `rows` imports
+/// records, and `alike` compares a table on both sides; what it told, and its exit status.
 std::string told(const std::string& line) {
-  const std::string whole = "host() { '" SYNCHOST
-                            "' --store store.db \"$@\"; }\n"
-                            "db() { dir=$1; shift; '" TELLIRA
-                            "' db --dir $dir \"$@\"; }\n"
-                            "desk() { '" TELLIRA
-                            "' sync --dir $1 --host 127.0.0.1 --port $PORT --device $1 --plain </dev/null; }\n"
-                            "(" +
-                            line + ") 2>&1; echo \"rc $?\"";
+  const std::string whole =
+      "host() { '" SYNCHOST
+      "' --store store.db \"$@\"; }\n"
+      "db() { dir=$1; shift; '" TELLIRA
+      "' db --dir $dir \"$@\"; }\n"
+      "desk() { '" TELLIRA
+      "' sync --dir $1 --host 127.0.0.1 --port $PORT --device $1 --plain </dev/null; }\n"
+      "rows() { (echo \"$1\"; shift 2; printf '%s\\n' \"$@\") >rows.csv; }\n"
+      "atHost() { rows \"$@\"; host import $2 rows.csv; }\n"
+      "atDesk() { rows \"$@\"; db one import $2 - <rows.csv; }\n"
+      "alike() { host export $1 | sort >h.csv; db one export $1 | sort >d.csv; diff h.csv d.csv && wc -l <h.csv; }\n"
+      "(" +
+      line + ") 2>&1; echo \"rc $?\"";
   std::string text;
   FILE* pipe = popen(whole.c_str(), "r");
   for (int c = 0; (c = std::fgetc(pipe)) != EOF;) text += static_cast<char>(c);
@@ -125,6 +130,44 @@ TEST(HostVerbs, LetTheFieldsOfATableChange) {
       {"desk one && db one export GOODS", "1,Arroz,0.00\n9,unsent,0.00\nrc 0"},
   };
   for (const Line& one : lines) EXPECT_THAT(told(one.line), HasSubstr(one.words)) << one.line;
+}
+
+// Behind the last session of each line both sides have the same rows: so many lines, with the head.
+TEST(HostVerbs, AgreeWithADesk) {
+  const ScratchDirectory scratch;
+  ASSERT_EQ(told("host table create GOODS CODE:C:8 NAME:C:20 PRICE:N:8:2 --index BYCODE:CODE; host device add one;"
+                 "host table create DOWN CODE:C:8 --direction down --index BYDOWN:CODE; mkdir one"),
+            "rc 0\n");
+  const RunningHost host("store.db");
+  setenv("PORT", std::to_string(host.port).c_str(), 1);
+  const Line lines[] = {
+      // Both had filled a table before they met; the host has more of it when the desk's come.
+      {"db one create GOODS CODE:C:8 NAME:C:20 PRICE:N:8:2; atHost CODE GOODS 1 2; atDesk CODE GOODS 8 9; desk one; "
+       "atHost CODE GOODS 3; desk one && alike GOODS",
+       "6\nrc 0"},
+      // A table that is gone from the desk comes back whole.
+      {"db one drop GOODS --yes; desk one && alike GOODS", "6\nrc 0"},
+      // Dropped and made anew while the desk has a row for it, twice; the deletion that waits is over then.
+      {"atDesk CODE GOODS 10; host export GOODS >goods.csv; for n in 30 20; do host table drop GOODS --yes; "
+       "host table create GOODS CODE:C:8 NAME:C:$n PRICE:N:8:2 --index BYCODE:CODE; host import GOODS goods.csv; "
+       "desk one; done; desk one; desk one; desk one && alike GOODS",
+       "7\nrc 0"},
+      // What only goes down gives way to nothing, too.
+      {"atDesk CODE DOWN 1; desk one; desk one && alike DOWN", "1\nrc 0"},
+      // What waits for a table does not outlive it.
+      {"atHost CODE DOWN 1 2; desk one; atDesk CODE DOWN 8; host device remove one; host device add one; "
+       "atHost CODE DOWN 3; desk one; echo CODE >none.csv; host import DOWN none.csv --replace; desk one && alike DOWN",
+       "1\nrc 0"},
+      // Rows of an old layout that would fit: refused, until the table's deletion has come round.
+      {"atDesk CODE,PRICE GOODS 11,1; host export GOODS >goods.csv; host table drop GOODS --yes; "
+       "host table create GOODS CODE:C:8 PRICE:C:20 NAME:C:30 --index BYCODE:CODE; host import GOODS goods.csv; "
+       "host device remove one; host device add one; desk one; host export GOODS | grep -c '^11'",
+       "\n0\nrc 1"},
+  };
+  for (const Line& one : lines) {
+    const std::string words = told(one.line);
+    EXPECT_TRUE(words.ends_with(one.words + std::string("\n"))) << one.line << "\n" << words;
+  }
 }
 
 }  // namespace

@@ -30,7 +30,7 @@ Download::Download(Store& store, const Table& table, const std::string& device, 
       packer_(compress) {
   nothingNew_ = lack_.upTo <= lack_.after;
   if (nothingNew_) return;
-  const bool hasSome = lack_.after != 0;
+  const bool hasSome = lack_.after > 0;
   count_ = hasSome ? store.countChanged(table, device, lack_) : 1;
   if (!lack_.whole || count_ == 0) return;
   count_ = store.countLive(table);

@@ -29,9 +29,9 @@ bool mayHoldForerunner(const Table& table, const std::vector<QueuedTask>& queued
 
 }  // namespace
 
-std::vector<PlannedTask> PlanFor(Store& store, const std::string& device, const std::vector<Table>& tables) {
+std::vector<PlannedTask> PlanFor(Store& store, const std::string& device, const std::vector<Table>& tables,
+                                 std::int64_t catalogue) {
   std::vector<PlannedTask> plan;
-  const std::int64_t catalogue = store.catalogueChange();
   bool hasCatalogue = true;
   for (const Table& table : CatalogueTables())
     hasCatalogue = hasCatalogue && store.confirmed(device, table.number) == catalogue;

@@ -14,6 +14,8 @@ struct PlannedTask {
   std::vector<QueuedTask> queued = {};  ///< what it does away with when it is done
 };
 
-std::vector<PlannedTask> PlanFor(Store& store, const std::string& device, const std::vector<Table>& tables);
+/// @param catalogue the change that made the catalogue of these tables
+std::vector<PlannedTask> PlanFor(Store& store, const std::string& device, const std::vector<Table>& tables,
+                                 std::int64_t catalogue);
 
 }  // namespace synchost

@@ -87,6 +87,7 @@ void Session::logIn(vorne::Bytes body) {
   compress_ = login->compress;
   // It may have been replaced or set up anew: whatever it had is gone.
   if (login->isBlank) store_->forget(device_);
+  catalogue_ = store_->catalogueChange();
   tables_ = store_->tables();
   phase_ = Phase::kReady;
   Reply(vorne::kDone).text(kVersion).byte(kServerType).byte(vorne::kMarksPackDatabase).appendTo(output_);
@@ -94,7 +95,7 @@ void Session::logIn(vorne::Bytes body) {
 
 void Session::countTasks() {
   current_ = nullptr;
-  plan_ = PlanFor(*store_, device_, tables_);
+  plan_ = PlanFor(*store_, device_, tables_, catalogue_);
   Reply(vorne::kDone).text(std::to_string(plan_.size())).appendTo(output_);
 }
 
@@ -114,7 +115,7 @@ void Session::announce(const PlannedTask& task) {
   current_ = &task;
   switch (task.step) {
     case Step::kCatalogue:
-      download_.emplace(task.place, tables_, store_->catalogueChange(), compress_);
+      download_.emplace(task.place, tables_, catalogue_, compress_);
       return announceDownload();
     case Step::kDownload:
       download_.emplace(*store_, tables_[task.place], device_, compress_);

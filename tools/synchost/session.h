@@ -71,6 +71,7 @@ class Session {
   std::endian order_ = std::endian::little;
   std::string device_;
   bool compress_ = true;
+  std::int64_t catalogue_ = 0;  // the change that made the catalogue, no later than these tables were read
   std::vector<Table> tables_;
   std::vector<PlannedTask> plan_;
   const PlannedTask* current_ = nullptr;  // the task that was fetched last, until the next request

@@ -72,12 +72,14 @@ class Store {
   // ----- what devices have
   std::int64_t lastChange();
   std::int64_t lastChange(const Table& table);
-  /// 0: nothing.
+  /// 0: nothing; less: nothing, but it has others.
   std::int64_t confirmed(const std::string& device, std::int64_t table);
   void confirm(const std::string& device, std::int64_t table, std::int64_t change);
   Lack lackOf(const std::string& device, const Table& table);
   /// The device is being sent the table: until it confirms that, it may have any part of it.
   void beginDownload(const std::string& device, std::int64_t table);
+  /// The device has records that the host does not: it is to be sent the table whole, even when that is empty.
+  void suspect(const std::string& device, std::int64_t table);
   /// The device has lost the table, or all of them.
   void forget(const std::string& device, std::int64_t table);
   void forget(const std::string& device);
@@ -98,7 +100,7 @@ class Store {
   // upload is held until the device's next request shows that it came to its end. An earlier one that did not is then
   // taken for the same if a later one is as long and has at least half of its records (some may have been changed in
   // between): those are kept once. Otherwise it is another one.
-  std::int64_t beginUpload();
+  std::int64_t beginUpload(const Table& table, const std::string& device);
   void hold(const Table& table, const std::string& device, std::int64_t upload, const std::vector<KeptRecord>& records);
   void conclude(const Table& table, const std::string& device);
   std::int64_t countHeld(const std::string& device);
@@ -114,6 +116,9 @@ class Store {
   /// The first of `count` change numbers that nobody has.
   std::int64_t takeChanges(std::int64_t count);
   /// Leaves of an earlier upload what a later one does not have again; false when they are not the same one.
+  std::vector<std::int64_t> heldUploads(const Table& table, const std::string& device);
+  /// Takes uploads away that came again.
+  void sortOut(const Table& table, const std::string& device);
   bool takeAwaySentAgain(const Table& table, const std::string& device, std::int64_t earlier, std::int64_t later);
 
   Transactions db_;

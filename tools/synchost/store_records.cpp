@@ -49,6 +49,10 @@ void Store::confirm(const std::string& device, std::int64_t table, std::int64_t 
   db_.write("DELETE FROM begun WHERE device = $1 AND tbl = $2", {device, table});
 }
 
+void Store::suspect(const std::string& device, std::int64_t table) {
+  confirm(device, table, -1);
+}
+
 void Store::beginDownload(const std::string& device, std::int64_t table) {
   db_.write("INSERT INTO begun(device, tbl) VALUES($1, $2) ON CONFLICT(device, tbl) DO NOTHING", {device, table});
 }
@@ -61,7 +65,7 @@ Lack Store::lackOf(const std::string& device, const Table& table) {
   Lack lack;
   lack.after = confirmed(device, table.number);
   lack.upTo = lastChange(table);
-  lack.whole = lack.after == 0 || table.type == 'T' || !table.hasKey();
+  lack.whole = lack.after <= 0 || table.type == 'T' || !table.hasKey();
   lack.ownToo =
       lack.whole || !db_.read("SELECT 1 FROM begun WHERE device = $1 AND tbl = $2", {device, table.number}).empty();
   return lack;
@@ -131,8 +135,23 @@ void Store::clear(const Table& table) {
             {table.number, numberKey(change), change, Blob()});
 }
 
-std::int64_t Store::beginUpload() {
+// A device that is cut again and again sends the same ones each time: they are sorted out now and then, so that its
+// number of cuts costs nobody else time.
+std::int64_t Store::beginUpload(const Table& table, const std::string& device) {
+  constexpr std::size_t kMostHeld = 8;
+  if (heldUploads(table, device).size() >= kMostHeld) {
+    sortOut(table, device);
+    if (heldUploads(table, device).size() >= kMostHeld / 2) conclude(table, device);
+  }
   return takeChanges(1);
+}
+
+std::vector<std::int64_t> Store::heldUploads(const Table& table, const std::string& device) {
+  std::vector<std::int64_t> uploads;
+  for (const SqlRow& row : db_.read("SELECT DISTINCT upload FROM held WHERE device = $1 AND tbl = $2 ORDER BY upload",
+                                    {device, table.number}))
+    uploads.push_back(row.number(0));
+  return uploads;
 }
 
 void Store::hold(const Table& table, const std::string& device, std::int64_t upload,
@@ -162,16 +181,17 @@ bool Store::takeAwaySentAgain(const Table& table, const std::string& device, std
   return true;
 }
 
-void Store::conclude(const Table& table, const std::string& device) {
-  static constexpr char kUploads[] = "SELECT DISTINCT upload FROM held WHERE device = $1 AND tbl = $2 ORDER BY upload";
-  if (db_.read(kUploads, {device, table.number}).empty()) return;
-  db_.begin();  // a host that was killed may have had a commit on its way: what it brought is seen from here on
-  const std::vector<SqlRow> uploads = db_.read(kUploads, {device, table.number});
-  for (std::size_t i = 0; i < uploads.size(); ++i) {
-    const std::int64_t earlier = uploads[i].number(0);
+void Store::sortOut(const Table& table, const std::string& device) {
+  const std::vector<std::int64_t> uploads = heldUploads(table, device);
+  for (std::size_t i = 0; i < uploads.size(); ++i)
     for (std::size_t later = i + 1; later < uploads.size(); ++later)
-      if (takeAwaySentAgain(table, device, earlier, uploads[later].number(0))) break;
-  }
+      if (takeAwaySentAgain(table, device, uploads[i], uploads[later])) break;
+}
+
+void Store::conclude(const Table& table, const std::string& device) {
+  if (heldUploads(table, device).empty()) return;
+  db_.begin();  // a host that was killed may have had a commit on its way: what it brought is seen from here on
+  sortOut(table, device);
   const auto count = db_.read("SELECT COUNT(*) FROM held WHERE device = $1 AND tbl = $2", {device, table.number});
   const std::int64_t first = takeChanges(count.front().number(0));
   db_.write(

@@ -87,6 +87,8 @@ void RecordBuffer::clear() {
 
 bool RecordBuffer::load(vorne::Bytes record) {
   if (!vorne::IsRecordOf(table_.fields, record, memosAt_)) return false;
+  // Bytes of another table's last number may pass for what a table keeps behind its fields. On the line nothing is.
+  if (vorne::BytesBehindFields(table_.fields, record) != 0) return false;
   vorne::LoadFields(table_.fields, record, bswapnum != 0, bytes_.data());
   // A memo's place in the device's own files means nothing elsewhere.
   for (const ControlFieldTBL& field : table_.fields)

@@ -30,15 +30,14 @@ std::string Upload::take(Store& store, vorne::Bytes body) {
     kept.push_back(std::move(*one));
   }
   if (table_->direction == Direction::kDown) {
-    // What the device has is no more what it was sent.
-    if (passedOver_ == 0) store.forget(device_, table_->number);
+    if (passedOver_ == 0) store.suspect(device_, table_->number);
     passedOver_ += packet->records;
     return {};
   }
   if (table_->hasKey()) {
     store.put(*table_, device_, kept);
   } else {
-    if (number_ == 0) number_ = store.beginUpload();
+    if (number_ == 0) number_ = store.beginUpload(*table_, device_);
     store.hold(*table_, device_, number_, kept);
   }
   received_ += packet->records;

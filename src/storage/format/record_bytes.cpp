@@ -157,17 +157,21 @@ void LoadFields(Fields fields, std::span<const char> record, bool swapped, char*
   buffer[mark.iOffset] = markOf(record, from.rest()) == kDeleted ? kDeleted : '\0';
 }
 
-std::span<const char> MarkBytes(Fields fields, std::span<const char> record) {
-  const std::size_t markSize = std::min<std::size_t>(record.size(), kEndMarkSize);
-  // The mark is nearly always where it belongs: then no field needs to be passed over.
-  if (!endsInZeros(record)) return record.last(markSize);
+std::size_t BytesBehindFields(Fields fields, std::span<const char> record) {
   ByteReader from(fieldBytes(record));
   for (const ControlFieldTBL& field : stored(fields))
     if (field.FieldType == TBLSTRING)
       from.text();
     else
       from.take(static_cast<std::size_t>(BufferRoom(field)));
-  return record.last(from.rest().size() + markSize);
+  return from.rest().size();
+}
+
+std::span<const char> MarkBytes(Fields fields, std::span<const char> record) {
+  const std::size_t markSize = std::min<std::size_t>(record.size(), kEndMarkSize);
+  // The mark is nearly always where it belongs: then no field needs to be passed over.
+  if (!endsInZeros(record)) return record.last(markSize);
+  return record.last(BytesBehindFields(fields, record) + markSize);
 }
 
 bool IsDeletedRecord(Fields fields, std::span<const char> record) {

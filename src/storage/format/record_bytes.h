@@ -30,6 +30,8 @@ std::size_t StoredSize(Fields fields, char* buffer);
 void StoreFields(Fields fields, const char* buffer, bool swapped, char* record, std::size_t size);
 /// Loads a record of any bytes; what it does not have is blank or 0.
 void LoadFields(Fields fields, std::span<const char> record, bool swapped, char* buffer);
+/// How many bytes stand between the last field and the end mark: a record that was longer keeps its length.
+std::size_t BytesBehindFields(Fields fields, std::span<const char> record);
 /// The bytes at the record's end that carry its deletion mark: two, and all behind its fields where a process died when
 /// it had made the record longer, since the mark then stands in front of zeros.
 std::span<const char> MarkBytes(Fields fields, std::span<const char> record);
