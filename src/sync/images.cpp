@@ -1,6 +1,7 @@
 // Images that the host sends, one frame each, as files of the working directory.
 #include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <string>
 
 #include "storage/files/diagnostic_log.h"
@@ -34,27 +35,37 @@ bool requestImages(int socket) {
   return WriteExact(socket, netglb->m_buffer, netglb->bIndex, 1) != 0;
 }
 
-// NoRoom: then it must come again. What can never be stored under that name is passed over.
-enum class Image { Stored, PassedOver, NoRoom };
+// Not under that name, whenever it is tried; a directory may have it.
+bool isHopeless(int failure) {
+  static constexpr int kHopeless[] = {EISDIR, ENOTDIR, ENAMETOOLONG, EEXIST, ENOTEMPTY, EINVAL, EILSEQ};
+  return std::find(std::begin(kHopeless), std::end(kHopeless), failure) != std::end(kHopeless);
+}
+
+// What failed must come again.
+enum class Image { Stored, PassedOver, Failed };
 Image storeImage(const char* name, UInt16 size, const void* data) {
   const auto passOver = [name] {
     Tell(SyncText::ImagePassedOver, name == nullptr ? "" : name);
     return Image::PassedOver;
+  };
+  const auto fail = [&](int failure) {
+    if (isHopeless(failure)) return passOver();
+    errno = failure;
+    return Image::Failed;
   };
   if (name == nullptr || !IsPlainFileName(name)) return passOver();
   // Beside the old picture first: a line that breaks or a disk that is full must not leave half of one.
   const std::string unfinished = std::string(".") + name + ".new";
   DeleteFile(unfinished.c_str());
   const HANDLE file = CreateFile(unfinished.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS);
-  if (file == INVALID_HANDLE_VALUE) return errno == ENOSPC || errno == EDQUOT ? Image::NoRoom : passOver();
+  if (file == INVALID_HANDLE_VALUE) return fail(errno);
   const bool whole = writeAll(file, static_cast<const char*>(data), size);
-  const int failure = errno;
+  int failure = errno;
   CloseHandle(file);
-  // A directory may have its name.
   if (whole && fileSystem.rename(unfinished.c_str(), GetWideBmpName(name)) == 0) return Image::Stored;
+  if (whole) failure = errno;
   DeleteFile(unfinished.c_str());
-  errno = failure;
-  return whole ? passOver() : Image::NoRoom;
+  return fail(failure);
 }
 
 }  // namespace
@@ -91,7 +102,7 @@ int ReceiveBmp(int socket) {
     const auto size = static_cast<std::uint16_t>(ReadShort());
     if (size > netglb->m_buflen - netglb->bIndex) return fail(kNoReply, kLineFailed);
     const Image image = storeImage(text, size, netglb->m_buffer + netglb->bIndex);
-    if (image == Image::NoRoom) {
+    if (image == Image::Failed) {
       TellNotStored(WhyNotStored(text, size, errno));
       return fail(kHostError1074, kHostError1074);
     }

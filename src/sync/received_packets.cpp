@@ -19,6 +19,11 @@ bool ReceivedPackets::isComplete() const {
   return told && told->complete;
 }
 
+bool HasPartToApply(const std::string& table) {
+  const ReceivedPackets packets(table);
+  return packets.isOpen() && packets.count() != 0 && packets.isComplete() && packets.control()->type != 'T';
+}
+
 std::optional<std::vector<SentRecord>> ReceivedPackets::content(UInt32 number, std::size_t memoFields) const {
   VerifyBuffers();
   const auto packet = ParseReceived(RecordBytes(db_, number));

@@ -30,4 +30,7 @@ class ReceivedPackets {
   bool isOwner_ = true;
 };
 
+/// True when a part of the table has come to its end and is not applied yet.
+bool HasPartToApply(const std::string& table);
+
 }  // namespace vorne

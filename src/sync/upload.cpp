@@ -11,6 +11,7 @@
 #include "sync/compression.h"
 #include "sync/dirty_marks.h"
 #include "sync/missing_records.h"
+#include "sync/received_packets.h"
 #include "sync/state_lines.h"
 #include "sync/table_areas.h"
 #include "sync/table_making.h"
@@ -150,6 +151,9 @@ int GetRecsDirty(const char* name) {
     NoteMissing(FoldedName(name));
     return 0;
   }
+  // What the host sent before is applied first: it would put older values over what has gone up, which the host does
+  // not send back.
+  if (HasPartToApply(name)) return 0;
   const TableArea area(name);
   if (!area.isOpen()) return 0;
   bool stored = true;

@@ -6,6 +6,7 @@
 
 #include "storage/databases/tempdb.h"
 #include "storage/files/mapped_file.h"
+#include "storage/files/system.h"
 #include "sync/compression.h"
 #include "sync/line_fixture.h"
 #include "sync/missing_records.h"
@@ -227,6 +228,14 @@ TEST_F(Tasks, ImagesStayInTheWorkingDirectory) {
   EXPECT_TRUE(std::filesystem::exists("empty"));
   EXPECT_FALSE(std::filesystem::exists("../b.bmp"));
   EXPECT_FALSE(std::filesystem::exists("l.so"));
+  // What may work the next time is no image that was received.
+  const auto system = vorne::fileSystem;
+  vorne::fileSystem.rename = [](const char*, const char*) { return errno = EIO, -1; };
+  host->reply(task).reply(image("a.bmp", "new"));
+  EXPECT_EQ(TaskExecute(1, kSocket), 1074);
+  vorne::fileSystem = system;
+  EXPECT_NE(log().find("a.bmp: Input/output error"), std::string::npos);
+  EXPECT_FALSE(std::filesystem::exists(".a.bmp.new"));
   host->reply(task).reply(image("c.bmp", "x", 1));
   EXPECT_EQ(TaskExecute(1, kSocket), 12);
   EXPECT_FALSE(std::filesystem::exists("c.bmp"));

@@ -98,6 +98,11 @@ TEST_F(ChangesGoUp, AsPacketsOfTheRecordsThatTheHostHasNotGot) {
   __DBAPPEND();
   __dbCloseAll();
   EXPECT_EQ(GetRecsDirty("OTHER"), 1);
+  // The host's part that waits comes first, so that what goes up is what stays.
+  host::receive("ITEMS", 'P', {host::packet({item("A", 9, "host")})});
+  EXPECT_EQ(GetRecsDirty("ITEMS"), 0);
+  EXPECT_EQ(ReadFromHH(), 1);
+  EXPECT_EQ(GetRecsDirty("ITEMS"), 1);
   EXPECT_TRUE(isSound()) << "a packet that ends like a record is taken for a table's";
 }
 

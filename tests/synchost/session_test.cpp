@@ -88,6 +88,7 @@ TEST_F(SessionTest, BringsDevicesIntoAgreement) {
   import("WHOLE", {{ "9", "Nove" }});
   one.write("SALES", "1", "venda");
   two.compresses = false;
+  two.group = "g ";
   for (ScriptedDevice* device : {&one, &two}) clean(*device);
   EXPECT_EQ(one.tasks, (std::vector<std::string>{"1 VRN_TBL T", "1 VRN_COLS T", "1 VRN_IND T", "2 GOODS", "2 WHOLE",
                                                  "2 SALES", "1 GOODS T", "1 WHOLE T", "1 SALES T"}));

@@ -236,8 +236,8 @@ void Server::fail(const std::string& why) {
 
 void Server::endRound() {
   if (std::exchange(isDue_, false)) checkTimes();
-  if (waiting_.empty()) return;
   uv_idle_stop(&hurry_);
+  if (waiting_.empty()) return;
   try {
     if (!failure_) store_->commit();
   } catch (const StoreFailure& failure) {

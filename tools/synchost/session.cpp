@@ -17,6 +17,11 @@ std::string withoutBlanks(const std::string& text) {
   return std::string(tool::trimmed(text));
 }
 
+// Devices keep theirs in capitals.
+bool isGroup(const std::string& wanted, const std::string& told) {
+  return tool::upperCase(wanted) == tool::upperCase(withoutBlanks(told));
+}
+
 }  // namespace
 
 void Session::receive(vorne::Bytes bytes) {
@@ -77,7 +82,7 @@ void Session::logIn(vorne::Bytes body) {
     refusal = "Dispositivo não cadastrado no servidor.";
   else if (!known->enabled)
     refusal = "Dispositivo bloqueado no servidor.";
-  else if (!known->group.empty() && known->group != withoutBlanks(login->group))
+  else if (!known->group.empty() && !isGroup(known->group, login->group))
     refusal = "Dispositivo não pertence a este grupo.";
   if (refusal != nullptr) {
     refuse(refusal);

@@ -37,7 +37,8 @@ void AddDevice(tool::Verb& group, const StoreName& store) {
   tool::Verb device = group.verb("device", "Say which devices are served");
   tool::Verb add = device.verb("add", "Serve a device; one that was blocked is served again");
   add.argument("ID", options->id, "Identification that the device sends");
-  add.option("--group", options->groups, "GROUP", "Group that it must send; \"\" for any [any, or what it was]");
+  add.option("--group", options->groups, "GROUP",
+             "Group that it must send, in any letters; \"\" for any [any, or what it was]");
   add.action([store, options] { return put(store, *options, true); });
   tool::Verb block = device.verb("block", "Refuse a device until it is added again");
   block.argument("ID", options->id, "Identification that the device sends");
