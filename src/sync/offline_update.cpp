@@ -1,4 +1,6 @@
 // What was received comes into the tables: the catalogue's first, then those that it names.
+#include <algorithm>
+
 #include "storage/files/mapped_file.h"
 #include "storage/format/names.h"
 #include "sync/applying.h"
@@ -118,6 +120,16 @@ bool readCatalogue() {
   return well;
 }
 
+// A host that sends no catalogue, but tables which this one does not name, takes it for another: the device may have
+// called elsewhere meanwhile.
+void noteUnknown(const std::vector<CatalogTable>& known) {
+  if (!HasReceivedTables() || IsReceivedTable(kTableCatalog)) return;
+  for (const std::string& name : ReceivedTables()) {
+    const auto isIt = [&name](const CatalogTable& table) { return table.name == name; };
+    if (std::none_of(known.begin(), known.end(), isIt) && waitingFor(name) != Waiting::Nothing) NoteMissing(name);
+  }
+}
+
 bool isComplete(const char* table) {
   const ReceivedPackets packets(table);
   return packets.isOpen() && packets.isComplete();
@@ -184,6 +196,7 @@ int ReadFromHH() {
                             : waitingFor(name) == Waiting::Nothing) &&
            well;
   }
+  noteUnknown(tables);
   return well;
 }
 

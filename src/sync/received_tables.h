@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace vorne {
 
@@ -10,7 +11,7 @@ inline constexpr char kReceivedTables[] = "FromHH";
 /// Adds a name, unless it is there. False when the list cannot be opened or cannot grow.
 bool NoteReceivedTable(const char* name);
 bool HasReceivedTables();
-/// True for a table that is in the list.
+std::vector<std::string> ReceivedTables();
 bool IsReceivedTable(const std::string& name);
 
 }  // namespace vorne

@@ -73,8 +73,13 @@ class Preparation {
   bool makeContent(UInt32 position, std::vector<char>& content) {
     LoadFields(fields_, BytesOf(area_.database(), position), bswapnum, buffer_.data());
     memos_.clear();
-    for (const ControlFieldTBL& field : fields_)
-      if (field.FieldType == TBLMEMO) takeMemo(buffer_.data() + field.iOffset);
+    for (const ControlFieldTBL& field : fields_) {
+      char* at = buffer_.data() + field.iOffset;
+      if (field.FieldType == TBLMEMO) takeMemo(at);
+      // What a program has divided by nothing: other desks would have damaged tables of it.
+      if ((field.FieldType == TBLNUM || field.FieldType == TBLDATE) && !IsValueOf(field.FieldType, Load<double>(at)))
+        Store(at, 0.0);
+    }
     record_.resize(StoredSize(fields_, buffer_.data()));
     if (record_.empty()) return false;
     StoreFields(fields_, buffer_.data(), bswapnum, record_.data(), record_.size());

@@ -213,16 +213,20 @@ TEST_F(TablesFromHost, KeepOutWhatIsDamaged) {
   const std::string sound = itemFields("A", 1, "x"), head = host::text("A") + host::number(1) + host::text("x");
   const std::string day = host::number(40179);
   std::vector<std::string> damaged;
-  for (const host::Row& row : Rows{{sound + std::string("?\0", 2), {""}},                  // no end mark
-                                   {sound + "!!", {""}},                                   //
-                                   {host::live(sound.substr(0, sound.size() - 1)), {""}},  // too short
-                                   {host::live(sound + "x"), {""}},                        // too long
-                                   {host::live("123456789" + sound), {""}},                // text longer than its field
-                                   {host::live(head + '\2' + day + host::kNoMemo), {""}},  // no logical
-                                   {host::live(head + '\1' + day + "memo"), {""}},         // a memo of its own choice
-                                   {"", {""}},
-                                   {host::live(sound), {}},         // no memo's length
-                                   {host::live(sound), {"", ""}}})  // too many
+  for (const host::Row& row :
+       Rows{{sound + std::string("?\0", 2), {""}},                  // no end mark
+            {sound + "!!", {""}},                                   //
+            {host::live(sound.substr(0, sound.size() - 1)), {""}},  // too short
+            {host::live(sound + "x"), {""}},                        // too long
+            {host::live("123456789" + sound), {""}},                // text longer than its field
+            {host::live(head + '\2' + day + host::kNoMemo), {""}},  // no logical
+            {host::live(head + '\1' + day + "memo"), {""}},         // a memo of its own choice
+            {host::live(host::text("A") + host::number(std::nan("")) + host::text("x") + '\1' + day + host::kNoMemo),
+             {""}},
+            {host::live(head + '\1' + host::number(1e7) + host::kNoMemo), {""}},  // no day
+            {"", {""}},
+            {host::live(sound), {}},         // no memo's length
+            {host::live(sound), {"", ""}}})  // too many
     damaged.push_back(host::packet({row}));
   const std::string packet = host::packet({item("A", 1, "x")});
   damaged.push_back(packet.substr(0, 9));

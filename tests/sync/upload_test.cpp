@@ -104,6 +104,9 @@ TEST_F(ChangesGoUp, AsPacketsOfTheRecordsThatTheHostHasNotGot) {
   EXPECT_EQ(ReadFromHH(), 1);
   EXPECT_EQ(GetRecsDirty("ITEMS"), 1);
   EXPECT_TRUE(isSound()) << "a packet that ends like a record is taken for a table's";
+  setPrice(1, std::nan(""));
+  EXPECT_EQ(GetRecsDirty("ITEMS"), 2);
+  EXPECT_EQ(ready("ITEMS", 1)[0].records[0], host::live(itemFields("A", 0, "host"))) << "no number at other desks";
 }
 
 TEST_F(ChangesGoUp, InPacketsThatFitAFrame) {

@@ -18,7 +18,7 @@ namespace {
 std::string told(const std::string& line) {
   const std::string whole =
       "host() { '" SYNCHOST
-      "' --store store.db \"$@\"; }\n"
+      "' --store ${STORE:-store.db} \"$@\"; }\n"
       "db() { dir=$1; shift; '" TELLIRA
       "' db --dir $dir \"$@\"; }\n"
       "desk() { '" TELLIRA
@@ -136,10 +136,12 @@ TEST(HostVerbs, LetTheFieldsOfATableChange) {
 TEST(HostVerbs, AgreeWithADesk) {
   const ScratchDirectory scratch;
   ASSERT_EQ(told("host table create GOODS CODE:C:8 NAME:C:20 PRICE:N:8:2 --index BYCODE:CODE; host device add one;"
-                 "host table create DOWN CODE:C:8 --direction down --index BYDOWN:CODE; mkdir one"),
+                 "host table create DOWN CODE:C:8 --direction down --index BYDOWN:CODE; mkdir one;"
+                 "STORE=other.db; host table create ELSE CODE:C:8 --index BYELSE:CODE; host device add one"),
             "rc 0\n");
-  const RunningHost host("store.db");
+  const RunningHost host("store.db"), other("other.db");
   setenv("PORT", std::to_string(host.port).c_str(), 1);
+  setenv("OTHER", std::to_string(other.port).c_str(), 1);
   const Line lines[] = {
       // Both had filled a table before they met; the host has more of it when the desk's come.
       {"db one create GOODS CODE:C:8 NAME:C:20 PRICE:N:8:2; atHost CODE GOODS 1 2; atDesk CODE GOODS 8 9; desk one; "
@@ -152,6 +154,8 @@ TEST(HostVerbs, AgreeWithADesk) {
        "host table create GOODS CODE:C:8 NAME:C:$n PRICE:N:8:2 --index BYCODE:CODE; host import GOODS goods.csv; "
        "desk one; done; desk one; desk one; desk one && alike GOODS",
        "7\nrc 0"},
+      // The desk has called another host meanwhile.
+      {"(PORT=$OTHER; desk one); atHost CODE GOODS 4; desk one; desk one && alike GOODS", "8\nrc 0"},
       // What only goes down gives way to nothing, too.
       {"atDesk CODE DOWN 1; desk one; desk one && alike DOWN", "1\nrc 0"},
       // What waits for a table does not outlive it.

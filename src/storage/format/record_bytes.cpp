@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cmath>
 #include <cstring>
 
 #include "runtime/cursor.h"
@@ -18,6 +19,8 @@ namespace {
 constexpr std::int32_t kNumberRoom = 8, kLogicalRoom = 1, kMemoRoom = 4;
 // Behind a text: its zero, and one byte more.
 constexpr std::int32_t kTextSpare = 2;
+// Dates are days counted from 30 December 1899, which stands for the empty date.
+constexpr double kFirstDay = -693593, kBehindLastDay = 2958466;  // 1 January 1, 1 January 10000
 
 // The record holds the mark at its end, not as a field.
 Fields stored(Fields fields) {
@@ -178,6 +181,11 @@ bool IsDeletedRecord(Fields fields, std::span<const char> record) {
   return markOf(record, MarkBytes(fields, record)) == kDeleted;
 }
 
+bool IsValueOf(FType type, double value) {
+  if (type == TBLNUM) return value == 0 || std::isnormal(value);
+  return type != TBLDATE || (value >= kFirstDay && value < kBehindLastDay);
+}
+
 bool IsRecordOf(Fields fields, std::span<const char> record, std::vector<std::uint32_t>& memosAt) {
   memosAt.clear();
   if (record.size() < kEndMarkSize) return false;
@@ -195,6 +203,10 @@ bool IsRecordOf(Fields fields, std::span<const char> record, std::vector<std::ui
     bytes = from.take(static_cast<std::size_t>(BufferRoom(field)));
     if (from.failed() || field.FieldType > TBLMEMO) return false;
     if (field.FieldType == TBLBOOL && bytes[0] != 0 && bytes[0] != 1) return false;
+    if (field.FieldType != TBLNUM && field.FieldType != TBLDATE) continue;
+    ByteReader value(bytes);
+    if (!IsValueOf(field.FieldType, std::bit_cast<double>(value.number<std::uint64_t>(orderOf(bswapnum)))))
+      return false;
   }
   const std::span<const char> rest = from.rest();
   return std::all_of(rest.begin(), rest.end(), [](char c) { return c == '\0'; });

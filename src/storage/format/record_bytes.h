@@ -38,9 +38,12 @@ std::span<const char> MarkBytes(Fields fields, std::span<const char> record);
 /// True when the record carries the deletion mark.
 bool IsDeletedRecord(Fields fields, std::span<const char> record);
 
+/// True for what a field of that type can hold, a number (none below 1e-307: nobody computes with such, they are bytes
+/// of another field) or a day that exists. Of other types anything.
+bool IsValueOf(FType type, double value);
 /// True for bytes that a table with these fields can hold as a record: every field has its bytes and no more than it
-/// may have, logicals are 0 or 1, nothing but zeros stands between the last field and the end mark. For what comes from
-/// outside. `memosAt` becomes where the memo references begin.
+/// may have, numbers and days are some, logicals are 0 or 1, nothing but zeros stands between the last field and the
+/// end mark. For what comes from outside. `memosAt` becomes where the memo references begin.
 bool IsRecordOf(Fields fields, std::span<const char> record, std::vector<std::uint32_t>& memosAt);
 
 /// A field's value in a buffer.

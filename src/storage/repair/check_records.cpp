@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cmath>
 
 #include "runtime/cursor.h"
 #include "storage/files/diagnostic_log.h"
@@ -12,9 +11,6 @@
 namespace vorne {
 
 namespace {
-
-// Dates are days counted from 30 December 1899, which stands for the empty date.
-constexpr double kFirstDay = -693593, kBehindLastDay = 2958466;  // 1 January 1, 1 January 10000
 
 std::endian storedOrder() {
   return (bswapnum != 0) == (std::endian::native == std::endian::little) ? std::endian::big : std::endian::little;
@@ -59,14 +55,11 @@ class RecordCheck {
   std::string faultOf(const ControlFieldTBL& field, std::span<const char> bytes) const {
     ByteReader value(bytes);
     switch (field.FieldType) {
-      case TBLNUM: {
-        // Nobody computes with numbers below 1e-307: such a one is bytes of another field.
-        const double number = std::bit_cast<double>(value.number<std::uint64_t>(storedOrder()));
-        return number == 0 || std::isnormal(number) ? "" : "no number";
-      }
+      case TBLNUM:
       case TBLDATE: {
-        const double day = std::bit_cast<double>(value.number<std::uint64_t>(storedOrder()));
-        return day >= kFirstDay && day < kBehindLastDay ? "" : "no date that exists";
+        const double number = std::bit_cast<double>(value.number<std::uint64_t>(storedOrder()));
+        if (IsValueOf(field.FieldType, number)) return "";
+        return field.FieldType == TBLNUM ? "no number" : "no date that exists";
       }
       case TBLMEMO: {
         const auto reference = value.number<std::uint32_t>(storedOrder());
