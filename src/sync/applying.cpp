@@ -12,6 +12,7 @@
 #include "sync/in_batch.h"
 #include "sync/session_report.h"
 #include "sync/state_lines.h"
+#include "sync/vornesync.h"
 
 namespace vorne {
 
@@ -97,6 +98,7 @@ class Application {
     const int position = records_.find(record.record);
     const bool deletes = IsDeletedRecord(fields_, record.record);
     if (position < 0) return deletes || append(record) ? Stored::Done : Stored::NoRoom;
+    if (isLeftBehind_ && isChangedSince(static_cast<UInt32>(position))) return Stored::Done;
     if (deletes) return records_.markDeleted(static_cast<UInt32>(position));
     const std::optional<Bytes> bytes = withMemos(record, position);
     return bytes ? records_.replace(static_cast<UInt32>(position), *bytes) : Stored::NoRoom;
@@ -157,6 +159,13 @@ class Application {
                          const auto entry = static_cast<std::int64_t>(kEntryKeyAt) + index->IDX_tam_max_key;
                          return hasRoomInstead(index->IDX_dbRef->hFile, records * (entry + kRecordHeaderSize));
                        });
+  }
+
+  // Changed after a session's changes were put together, and so behind what that session received.
+  bool isChangedSince(UInt32 position) const {
+    UInt16 attributes = 0;
+    return DmRecordInfo(DatabaseOf(area_), position, &attributes) == errNone &&
+           (attributes & (kDirty | kPrepared)) == kDirty;
   }
 
   bool append(const SentRecord& record) {
@@ -225,6 +234,7 @@ class Application {
   const ReceivedPackets& packets_;
   StoredRecords records_;
   bool isOpen_;
+  const bool isLeftBehind_ = ng != nullptr && ng->Verification != 0;  // by an earlier session
   std::size_t memoFields_ = 0;
   std::uint64_t applied_ = 0;
   int damaged_ = 0;

@@ -158,6 +158,15 @@ std::vector<CatalogTable> CatalogTables() {
   return tables;
 }
 
+bool HasKey(const std::string& table) {
+  bool has = false;
+  visitRowsOf(table, kCatalogs[2], [&has](const RecordValues&) {
+    has = true;
+    return false;
+  });
+  return has;
+}
+
 std::string CatalogKeyOf(const std::string& table) {
   std::string key;
   visitRowsOf(table, kCatalogs[0], [&](const RecordValues& values) {

@@ -64,7 +64,7 @@ Waiting waitingFor(const std::string& name) {
 
 // Of such a table the host sends no device what that one has changed itself.
 bool comesInParts(const CatalogTable& table) {
-  return table.type != kWholeTable && !(table.key.empty() && CatalogIndexesOf(table.name).empty());
+  return table.type != kWholeTable && HasKey(table.name);
 }
 
 // A whole table that came while this one had records for the host will be older than those when they have gone up.
@@ -100,9 +100,11 @@ bool isAsDescribed(const std::string& name) {
 }
 
 // A table of the catalogue that is not there yet gets made, with its indexes.
-bool haveTable(const std::string& name) {
+bool haveTable(const std::string& name, int& refused) {
   if (IsTableName(name) && exists(name) && !IsUnfinishedTable(name)) return true;
-  if (!MakeTable(name)) return false;
+  // Each costs a walk through the catalogue: a host that names thousands which cannot be must not hold the desk up.
+  constexpr int kMostRefused = 64;
+  if (refused >= kMostRefused || !MakeTable(name)) return ++refused, false;
   LeaveDeleteQueue(name);
   // Gone since the last session, by whatever hand: the host believes that it is here.
   if (ng != nullptr && ng->Verification != 0 && waitingFor(name) == Waiting::Nothing) NoteMissing(name);
@@ -188,12 +190,13 @@ int ReadFromHH() {
   ApplyingNote::forgetFinished();
   bool well = readCatalogue();
   const std::vector<CatalogTable> tables = CatalogTables();
+  int refused = 0;
   for (std::size_t i = 0; i < tables.size(); ++i) {
     const std::string& name = tables[i].name;
     const auto percent = static_cast<int>(100 * i / tables.size());
     // One that cannot be is told of, and matters when something came for it.
-    well = (haveTable(name) ? isAsDescribed(name) && readTable(tables[i], percent)
-                            : waitingFor(name) == Waiting::Nothing) &&
+    well = (haveTable(name, refused) ? isAsDescribed(name) && readTable(tables[i], percent)
+                                     : waitingFor(name) == Waiting::Nothing) &&
            well;
   }
   noteUnknown(tables);

@@ -7,6 +7,7 @@
 
 #include "storage/databases/tempdb.h"
 #include "storage/files/mapped_file.h"
+#include "sync/catalog_tables.h"
 #include "sync/dirty_marks.h"
 #include "sync/missing_records.h"
 #include "sync/received_tables.h"
@@ -19,6 +20,7 @@ using namespace vorne;
 namespace {
 
 constexpr int kNotOpened = 124;                                    // message
+constexpr UInt32 kAllRepeated = ~UInt32{0};                        // no packet has that number
 constexpr std::int32_t kNearlyLargest = kLargestFile - (1 << 20);  // a file of that size is full soon
 enum Status { kBadPacket = 1074, kNoDatabase = 1116, kNotRequested = 1172, kLineFailed = 1173 };
 enum Result { kReceived = 0, kNotSent = 1, kNoFile = 5, kBroken = 12 };
@@ -45,7 +47,7 @@ class Reception {
     const std::string why = WhyNotGrown(*db_->hFile);
     const bool isFull = db_->hFile->szmap > kNearlyLargest;
     TellNotStored(why);
-    if (isFull && next_ < earlier_ && NoteMissing(name_)) startAnew();
+    if (isFull && (hasOthers_ || next_ < earlier_) && NoteMissing(name_)) startAnew();
   }
   void startAnew() {
     close();
@@ -66,17 +68,33 @@ class Reception {
 
   bool add(Bytes packet) {
     if (isKept(packet)) return true;
-    if (!hasRoom(packet.size()) || !AppendRecord(db_, packet)) return false;
-    if (++added_ % 2 == 0) DmSyncDatabase(db_);
+    return repeatKept() && append(packet);
+  }
+  /// Where the host has sent again some of the kept packets and not the others, those that it has sent are the newer
+  /// ones. Without a key nothing is newer: there each packet adds its records.
+  bool repeatKept() {
+    const UInt32 again = std::exchange(next_, kAllRepeated);
+    hasOthers_ = hasOthers_ || again < earlier_;
+    if (again == 1 || again >= earlier_ || !HasKey(name_)) return true;
+    for (UInt32 i = 1; i < again; ++i) {
+      const Bytes kept = RecordBytes(db_, i);
+      // Appending may move what it is appended to.
+      if (!append(std::vector<char>(kept.begin(), kept.end()))) return false;
+    }
     return true;
   }
 
  private:
+  bool append(Bytes packet) {
+    if (!hasRoom(packet.size()) || !AppendRecord(db_, packet)) return false;
+    if (++added_ % 2 == 0) DmSyncDatabase(db_);
+    return true;
+  }
   bool hasRoom(std::size_t size) const {
     return EnsureRoom(db_->hFile, static_cast<long>(size + kRecordHeaderSize)) && EnsureRoom(db_->hOS, kOffsetSize);
   }
   bool isKept(Bytes packet) {
-    if (added_ != 0) return false;
+    if (next_ >= earlier_) return false;
     const Bytes kept = RecordBytes(db_, next_);
     if (kept.size() != packet.size() || std::memcmp(kept.data(), packet.data(), kept.size()) != 0) return false;
     ++next_;
@@ -91,8 +109,9 @@ class Reception {
   std::string name_;
   char type_;
   DmOpenRef db_ = nullptr;
-  UInt32 earlier_ = 0;  // records that an earlier reception has left
-  UInt32 next_ = 1;     // of the kept packets, the one that the host may be sending again
+  UInt32 earlier_ = 0;      // records that an earlier reception has left
+  UInt32 next_ = 1;         // of the kept packets, the one that the host may be sending again
+  bool hasOthers_ = false;  // kept packets that the host has not sent again
   UInt32 added_ = 0;
 };
 
@@ -194,7 +213,7 @@ int TableFromHostToHH(const char* name, int socket, std::int32_t count, char typ
   }
   Tell(SyncText::Received, static_cast<long>(total));
   if (result != kReceived) return result;
-  if (!NoteReceivedTable(name) || !reception.writeControl(true, total)) {
+  if (!reception.repeatKept() || !NoteReceivedTable(name) || !reception.writeControl(true, total)) {
     reception.tellNoRoom();
     return fail(kBadPacket, kBadPacket);
   }

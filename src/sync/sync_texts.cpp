@@ -144,9 +144,9 @@ constexpr Row kRows[] = {
     {"Tente novamente; os dados não enviados ficam guardados."_l1, "Try again; what was not sent is kept.",
      "Intente nuevamente; lo no enviado queda guardado."},
 
-    {"O servidor enviou dados danificados ou um erro seu; veja o registro do servidor."_l1,
-     "The host sent damaged data, or an error of its own; see the host's log.",
-     "El servidor envió datos dañados o un error suyo; vea su registro."_l1},
+    {"Sem espaço para o que veio, dados danificados ou um erro do servidor; as linhas acima dizem qual."_l1,
+     "No space for what came, damaged data, or an error of the host's; the lines above tell which.",
+     "Sin espacio para lo que vino, datos dañados o un error del servidor; las líneas de arriba dicen cuál."_l1},
     {"A interface de comunicação não abriu."_l1, "The communication interface did not open.",
      "La interfaz de comunicación no abrió."_l1},
     {"A interface de comunicação não é válida."_l1, "The communication interface is not valid.",

@@ -8,6 +8,7 @@
 #include "storage/files/mapped_file.h"
 #include "storage/files/system.h"
 #include "sync/compression.h"
+#include "sync/host_tables.h"
 #include "sync/line_fixture.h"
 #include "sync/missing_records.h"
 #include "sync/tasks.h"
@@ -137,6 +138,18 @@ TEST_F(Tasks, WhatWasInterruptedDoesNotArriveTwice) {
   host->reply(receiveTask("T", 1)).reply(packet("c"));
   EXPECT_EQ(TaskExecute(1, kSocket), 12);
   EXPECT_EQ(records("T", 'P')[0].substr(0, 3), "P\0000"s);
+  // With a key the one that was sent last is the newest.
+  __VerifyNgGlb();
+  ::host::receiveCatalogue({{"K", "CODE:C:4", "BYK=CODE"}});
+  ReadFromHH();
+  for (const char* value : {"a", "b"}) {
+    host->reply(receiveTask("K", 1)).reply(packet(value));
+    EXPECT_EQ(TaskExecute(1, kSocket), 12);
+  }
+  host->reply(receiveTask("K", 1)).reply(packet("a")).reply(end);
+  EXPECT_EQ(TaskExecute(1, kSocket), 0);
+  EXPECT_EQ(records("K", 'P').size(), 4u);
+  EXPECT_EQ(records("K", 'P')[1], records("K", 'P')[3]);
 }
 
 // Interrupted so often that the packets fill the largest file.

@@ -73,6 +73,7 @@ says() {
   if "$@" >refused 2>&1 || ! grep -qF -- "$words" refused; then cat refused >&2; exit 1; fi
 }
 says '--suffix: 1 required C missing' desk --suffix
+says '--group is too long' desk --group "$(printf %0300d 1)"
 says '--group' desk --group A --group B
 says '--screen takes no other settings' "$bin/tellira" sync config --dir desk --screen --port 1
 says 'DB cannot be made: ' "$bin/tellira" sync log --dir /sys

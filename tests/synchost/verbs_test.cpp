@@ -70,6 +70,8 @@ TEST(HostVerbs, RefuseWhatDevicesCannotDo) {
       {"echo x >$(printf '\\342\\202\\254'); host task add image $(printf '\\342\\202\\254') --all",
        "next: give it a name"},
       {"host --listen 192.0.2.1:5555", "next: name an address of this machine"},
+      {"host table create A A:C:1 --key Z", "has no index Z"},
+      {"host device add $(printf %0300d 1)", "a device needs a name of 1 to 255"},
   };
   for (const Line& one : lines) EXPECT_THAT(told(one.line), AllOf(HasSubstr(one.words), HasSubstr("rc 2"))) << one.line;
   EXPECT_EQ(told("host task list | grep -c one"), "0\nrc 1\n");

@@ -305,6 +305,8 @@ void Server::stop() {
   stopsAt_ = now() + static_cast<std::uint64_t>(limits_.grace) * kSecond;
   listener_->close();
   if (page_) page_->close();
+  for (const auto& connection : connections_)
+    if (connection->isSilent()) connection->end("the host ended");
   if (connections_.empty()) closeHandles();
 }
 

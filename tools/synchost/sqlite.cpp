@@ -87,6 +87,10 @@ class Sqlite : public Sql {
   }
 
   void script(const std::string& text) override {
+    // What is written to a file that has no name any more is gone when the program ends.
+    int isMoved = 0;
+    sqlite3_file_control(database_.get(), "main", SQLITE_FCNTL_HAS_MOVED, &isMoved);
+    if (isMoved != 0) throw StoreFailure("SQLite: its file was removed or replaced; start the host again");
     if (sqlite3_exec(database_.get(), text.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) fail();
   }
 

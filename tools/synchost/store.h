@@ -100,7 +100,7 @@ class Store {
   // upload is held until the device's next request shows that it came to its end. An earlier one that did not is then
   // taken for the same if a later one is as long and has at least half of its records (some may have been changed in
   // between): those are kept once. Otherwise it is another one.
-  std::int64_t beginUpload(const Table& table, const std::string& device);
+  std::int64_t beginUpload();
   void hold(const Table& table, const std::string& device, std::int64_t upload, const std::vector<KeptRecord>& records);
   void conclude(const Table& table, const std::string& device);
   std::int64_t countHeld(const std::string& device);
@@ -115,10 +115,11 @@ class Store {
  private:
   /// The first of `count` change numbers that nobody has.
   std::int64_t takeChanges(std::int64_t count);
+  struct HeldUpload {
+    std::int64_t number, records;
+  };
+  std::vector<HeldUpload> heldUploads(const Table& table, const std::string& device);
   /// Leaves of an earlier upload what a later one does not have again; false when they are not the same one.
-  std::vector<std::int64_t> heldUploads(const Table& table, const std::string& device);
-  /// Takes uploads away that came again.
-  void sortOut(const Table& table, const std::string& device);
   bool takeAwaySentAgain(const Table& table, const std::string& device, std::int64_t earlier, std::int64_t later);
 
   Transactions db_;

@@ -135,22 +135,16 @@ void Store::clear(const Table& table) {
             {table.number, numberKey(change), change, Blob()});
 }
 
-// A device that is cut again and again sends the same ones each time: they are sorted out now and then, so that its
-// number of cuts costs nobody else time.
-std::int64_t Store::beginUpload(const Table& table, const std::string& device) {
-  constexpr std::size_t kMostHeld = 8;
-  if (heldUploads(table, device).size() >= kMostHeld) {
-    sortOut(table, device);
-    if (heldUploads(table, device).size() >= kMostHeld / 2) conclude(table, device);
-  }
+std::int64_t Store::beginUpload() {
   return takeChanges(1);
 }
 
-std::vector<std::int64_t> Store::heldUploads(const Table& table, const std::string& device) {
-  std::vector<std::int64_t> uploads;
-  for (const SqlRow& row : db_.read("SELECT DISTINCT upload FROM held WHERE device = $1 AND tbl = $2 ORDER BY upload",
-                                    {device, table.number}))
-    uploads.push_back(row.number(0));
+std::vector<Store::HeldUpload> Store::heldUploads(const Table& table, const std::string& device) {
+  std::vector<HeldUpload> uploads;
+  for (const SqlRow& row :
+       db_.read("SELECT upload, COUNT(*) FROM held WHERE device = $1 AND tbl = $2 GROUP BY upload ORDER BY upload",
+                {device, table.number}))
+    uploads.push_back({row.number(0), row.number(1)});
   return uploads;
 }
 
@@ -181,17 +175,21 @@ bool Store::takeAwaySentAgain(const Table& table, const std::string& device, std
   return true;
 }
 
-void Store::sortOut(const Table& table, const std::string& device) {
-  const std::vector<std::int64_t> uploads = heldUploads(table, device);
-  for (std::size_t i = 0; i < uploads.size(); ++i)
-    for (std::size_t later = i + 1; later < uploads.size(); ++later)
-      if (takeAwaySentAgain(table, device, uploads[i], uploads[later])) break;
-}
-
 void Store::conclude(const Table& table, const std::string& device) {
   if (heldUploads(table, device).empty()) return;
   db_.begin();  // a host that was killed may have had a commit on its way: what it brought is seen from here on
-  sortOut(table, device);
+  const std::vector<HeldUpload> uploads = heldUploads(table, device);
+  // Few are compared: a device that is cut again and again must not cost the others time. The next one that came as far
+  // has what this one had, unless records were changed.
+  constexpr int kMostCompared = 4;
+  for (auto earlier = uploads.begin(); earlier != uploads.end(); ++earlier) {
+    int compared = 0;
+    for (auto later = earlier + 1; later != uploads.end() && compared < kMostCompared; ++later) {
+      if (later->records < earlier->records) continue;
+      if (takeAwaySentAgain(table, device, earlier->number, later->number)) break;
+      ++compared;
+    }
+  }
   const auto count = db_.read("SELECT COUNT(*) FROM held WHERE device = $1 AND tbl = $2", {device, table.number});
   const std::int64_t first = takeChanges(count.front().number(0));
   db_.write(

@@ -37,7 +37,7 @@ TableIndex indexFrom(const std::string& text, const std::vector<ControlFieldTBL>
 }
 
 std::vector<IDX_Indexes> keyFieldsOf(const Table& table) {
-  if (table.indexes.empty()) return {};
+  if (table.indexes.empty() && table.keyIndex.empty()) return {};
   const auto isKey = [&](const TableIndex& index) { return index.name == table.keyIndex; };
   const auto named = std::find_if(table.indexes.begin(), table.indexes.end(), isKey);
   if (named == table.indexes.end() && !table.keyIndex.empty())

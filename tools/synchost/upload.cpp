@@ -37,7 +37,7 @@ std::string Upload::take(Store& store, vorne::Bytes body) {
   if (table_->hasKey()) {
     store.put(*table_, device_, kept);
   } else {
-    if (number_ == 0) number_ = store.beginUpload(*table_, device_);
+    if (number_ == 0) number_ = store.beginUpload();
     store.hold(*table_, device_, number_, kept);
   }
   received_ += packet->records;

@@ -61,6 +61,9 @@ std::string nearestText(const std::string& word, const std::vector<std::string>&
 std::string unknownVerb(const CLI::App& group, const std::string& word) {
   std::vector<std::string> names;
   for (const CLI::App* verb : verbsOf(group)) names.push_back(verb->get_name());
+  if (names.empty())
+    return "there is no verb \"" + word + "\" that is known here; `tellira " + group.get_name() +
+           " --help` tells what there is.";
   return "there is no verb \"" + word + "\"; the verbs are " + verbNames(group) + "." + nearestText(word, names);
 }
 

@@ -117,7 +117,24 @@ class SessionScreen {
 }
 
 // From the command line, or from what is stored.
+// A session that cannot take one of them would go by what is stored.
+void checkLengths(const SyncOptions& options) {
+  const struct {
+    const char* name;
+    const std::string& text;
+    std::size_t most;
+  } kTexts[] = {{"--host", options.host, kNetTextRoom - 1},
+                {"--device", options.device, kNetTextRoom - 1},
+                {"--group", options.group, kNetTextRoom - 1},
+                {"--suffix", options.suffix, 1}};
+  for (const auto& [name, text, most] : kTexts)
+    if (text.size() > most)
+      throw Failure(kUsage, std::string(name) + " is too long: it can have " + std::to_string(most) +
+                                (most == 1 ? " byte" : " bytes") + ".\n  next: give a shorter one.");
+}
+
 vorne::HostAccess accessOf(const SyncOptions& options) {
+  checkLengths(options);
   vorne::HostAccess host = {options.host, options.port, options.timeout < 0 ? kDefaultTimeout : options.timeout,
                             latin1(options.device, "the device"), latin1(options.group, "the group")};
   if (!options.host.empty()) {
