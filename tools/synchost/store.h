@@ -120,7 +120,8 @@ class Store {
   };
   std::vector<HeldUpload> heldUploads(const Table& table, const std::string& device);
   /// Leaves of an earlier upload what a later one does not have again; false when they are not the same one.
-  bool takeAwaySentAgain(const Table& table, const std::string& device, std::int64_t earlier, std::int64_t later);
+  bool takeAwaySentAgain(const Table& table, const std::string& device, const HeldUpload& earlier,
+                         const HeldUpload& later);
 
   Transactions db_;
 };

@@ -13,14 +13,6 @@ Blob numberKey(std::int64_t number) {
   return key;
 }
 
-// Places in the upload $3 of records that $4 has as well, each as often as both have it.
-#define SYNCHOST_COMMON                                                                   \
-  "SELECT e.place FROM "                                                                  \
-  "(SELECT place, content, ROW_NUMBER() OVER (PARTITION BY content ORDER BY place) AS n " \
-  "FROM held WHERE device = $1 AND tbl = $2 AND upload = $3) e JOIN "                     \
-  "(SELECT content, ROW_NUMBER() OVER (PARTITION BY content ORDER BY place) AS n "        \
-  "FROM held WHERE device = $1 AND tbl = $2 AND upload = $4) l ON e.content = l.content AND e.n = l.n"
-
 }  // namespace
 
 std::int64_t Store::takeChanges(std::int64_t count) {
@@ -162,16 +154,21 @@ void Store::hold(const Table& table, const std::string& device, std::int64_t upl
       "INSERT INTO held(tbl, device, upload, place, key, deleted, content) VALUES($1, $2, $3, $4, $5, $6, $7)", rows);
 }
 
-bool Store::takeAwaySentAgain(const Table& table, const std::string& device, std::int64_t earlier, std::int64_t later) {
-  const Values both = {device, table.number, earlier, later};
-  const auto counts = db_.read(
-      "SELECT (SELECT COUNT(*) FROM held WHERE device = $1 AND tbl = $2 AND upload = $3), "
-      "(SELECT COUNT(*) FROM held WHERE device = $1 AND tbl = $2 AND upload = $4), COUNT(*) FROM (" SYNCHOST_COMMON
-      ") c",
-      both);
-  const std::int64_t size = counts.front().number(0), common = counts.front().number(2);
-  if (counts.front().number(1) < size || 2 * common < size) return false;
-  db_.write("DELETE FROM held WHERE device = $1 AND tbl = $2 AND upload = $3 AND place IN (" SYNCHOST_COMMON ")", both);
+bool Store::takeAwaySentAgain(const Table& table, const std::string& device, const HeldUpload& earlier,
+                              const HeldUpload& later) {
+  // Each of several that look alike has one to match it.
+  const std::vector<SqlRow> common = db_.read(
+      "SELECT e.place FROM "
+      "(SELECT place, content, ROW_NUMBER() OVER (PARTITION BY content ORDER BY place) AS n "
+      "FROM held WHERE device = $1 AND tbl = $2 AND upload = $3) e JOIN "
+      "(SELECT content, ROW_NUMBER() OVER (PARTITION BY content ORDER BY place) AS n "
+      "FROM held WHERE device = $1 AND tbl = $2 AND upload = $4) l ON e.content = l.content AND e.n = l.n",
+      {device, table.number, earlier.number, later.number});
+  if (2 * static_cast<std::int64_t>(common.size()) < earlier.records) return false;
+  std::vector<Values> places;
+  places.reserve(common.size());
+  for (const SqlRow& row : common) places.push_back({device, table.number, earlier.number, row.number(0)});
+  db_.writeMany("DELETE FROM held WHERE device = $1 AND tbl = $2 AND upload = $3 AND place = $4", places);
   return true;
 }
 
@@ -186,7 +183,7 @@ void Store::conclude(const Table& table, const std::string& device) {
     int compared = 0;
     for (auto later = earlier + 1; later != uploads.end() && compared < kMostCompared; ++later) {
       if (later->records < earlier->records) continue;
-      if (takeAwaySentAgain(table, device, earlier->number, later->number)) break;
+      if (takeAwaySentAgain(table, device, *earlier, *later)) break;
       ++compared;
     }
   }
