@@ -158,6 +158,15 @@ std::vector<CatalogTable> CatalogTables() {
   return tables;
 }
 
+bool IsCatalogued(const std::string& table) {
+  bool found = false;
+  visitRowsOf(table, kCatalogs[0], [&found](const RecordValues&) {
+    found = true;
+    return false;
+  });
+  return found;
+}
+
 bool HasKey(const std::string& table) {
   bool has = false;
   visitRowsOf(table, kCatalogs[2], [&has](const RecordValues&) {

@@ -44,6 +44,7 @@ std::vector<CatalogTable> CatalogTables();
 /// The same in the order that the rows tell; never many more fields than a table can have.
 std::vector<CatalogField> CatalogFieldsOf(const std::string& table);
 std::vector<CatalogIndex> CatalogIndexesOf(const std::string& table);
+bool IsCatalogued(const std::string& table);
 /// True when the catalogue gives the table an index, by which records are told apart.
 bool HasKey(const std::string& table);
 /// The name of the index that identifies a record of the table in a merge; empty for the table's first one.

@@ -18,6 +18,15 @@ bool canBeTaken(const std::string& table) {
   return WhatDiffers(table).empty();
 }
 
+template <class Test>
+void removeIf(Test test) {
+  if (!isNoted()) return;
+  NameList list(kMissing);
+  if (!list.isOpen()) return;
+  for (UInt32 i = list.size(); i-- > 0;)
+    if (test(list.at(i))) list.remove(i);
+}
+
 }  // namespace
 
 bool NoteMissing(const std::string& table) {
@@ -40,11 +49,11 @@ std::string MissingTable() {
 }
 
 void ForgetMissing() {
-  if (!isNoted()) return;
-  NameList list(kMissing);
-  if (!list.isOpen()) return;
-  for (UInt32 i = list.size(); i-- > 0;)
-    if (canBeTaken(list.at(i))) list.remove(i);
+  removeIf(canBeTaken);
+}
+
+void ForgetMissing(const std::string& table) {
+  removeIf([&table](const std::string& other) { return other == table; });
 }
 
 }  // namespace vorne

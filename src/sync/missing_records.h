@@ -13,5 +13,7 @@ bool IsMissing(const std::string& table);
 std::string MissingTable();
 /// The host sends all of such tables anew.
 void ForgetMissing();
+/// The table cannot be here.
+void ForgetMissing(const std::string& table);
 
 }  // namespace vorne

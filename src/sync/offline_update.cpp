@@ -71,7 +71,10 @@ bool comesInParts(const CatalogTable& table) {
 // Where the host would not send it again by itself it is asked to, once.
 void keepWaiting(const CatalogTable& table) {
   Tell(SyncText::UnsentRecords, table.name.c_str());
-  if (comesInParts(table) && IsReceivedTable(table.name)) NoteMissing(table.name);
+  // Not while it could not be applied either: it would be asked for in every session.
+  const TableArea area(table.name);
+  if (comesInParts(table) && IsReceivedTable(table.name) && area.isOpen() && OpenIndexes(table.name, area.number()))
+    NoteMissing(table.name);
 }
 
 // Applies what waits for the table, if it does.
@@ -104,10 +107,15 @@ bool haveTable(const std::string& name, int& refused) {
   if (IsTableName(name) && exists(name) && !IsUnfinishedTable(name)) return true;
   // Each costs a walk through the catalogue: a host that names thousands which cannot be must not hold the desk up.
   constexpr int kMostRefused = 64;
-  if (refused >= kMostRefused || !MakeTable(name)) return ++refused, false;
+  if (refused >= kMostRefused) return false;
+  // Gone since the last session, by whatever hand: the host believes that it is here. A part is then none of anything.
+  const bool isNew = ng == nullptr || ng->Verification == 0 || IsReceivedTable(kTableCatalog);
+  if (!isNew && waitingFor(name) != Waiting::Whole && NoteMissing(name)) DeleteTemporary(name, kPacketsReceived);
+  if (!MakeTable(name)) {
+    ForgetMissing(name);
+    return ++refused, false;
+  }
   LeaveDeleteQueue(name);
-  // Gone since the last session, by whatever hand: the host believes that it is here.
-  if (ng != nullptr && ng->Verification != 0 && waitingFor(name) == Waiting::Nothing) NoteMissing(name);
   const TableArea area(name);
   if (area.isOpen() && OpenIndexes(name, area.number())) return true;
   Tell(area.isOpen() ? SyncText::IndexFailed : SyncText::OpenFailed, name.c_str());

@@ -19,9 +19,22 @@ bool ReceivedPackets::isComplete() const {
   return told && told->complete;
 }
 
-bool HasPartToApply(const std::string& table) {
+namespace {
+
+bool hasToApply(const std::string& table, bool isWhole) {
   const ReceivedPackets packets(table);
-  return packets.isOpen() && packets.count() != 0 && packets.isComplete() && packets.control()->type != 'T';
+  return packets.isOpen() && packets.count() != 0 && packets.isComplete() &&
+         (packets.control()->type == 'T') == isWhole;
+}
+
+}  // namespace
+
+bool HasPartToApply(const std::string& table) {
+  return hasToApply(table, false);
+}
+
+bool HasWholeToApply(const std::string& table) {
+  return hasToApply(table, true);
 }
 
 std::optional<std::vector<SentRecord>> ReceivedPackets::content(UInt32 number, std::size_t memoFields) const {

@@ -30,7 +30,8 @@ class ReceivedPackets {
   bool isOwner_ = true;
 };
 
-/// True when a part of the table has come to its end and is not applied yet.
+/// True when a part of the table, or a whole one, has come to its end and is not applied yet.
 bool HasPartToApply(const std::string& table);
+bool HasWholeToApply(const std::string& table);
 
 }  // namespace vorne

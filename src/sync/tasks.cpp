@@ -5,6 +5,9 @@
 #include <string>
 
 #include "builtins/new_text.h"
+#include "sync/catalog_tables.h"
+#include "sync/missing_records.h"
+#include "sync/received_tables.h"
 #include "sync/session_globals.h"
 #include "sync/state_lines.h"
 #include "sync/system.h"
@@ -35,6 +38,8 @@ int receiveTable(const Task& task, int socket) {
 }
 int sendTable(const Task& task, int socket) {
   netglb->m_state_oper = 2;
+  // A host that asks for a table which its catalogue here does not name takes that for another one.
+  if (CatalogTableRecords() != 0 && !IsReceivedTable(kTableCatalog) && !IsCatalogued(task.name)) NoteMissing(task.name);
   return TableFromHHToHost(task.name.c_str(), socket);
 }
 int deleteTable(const Task& task, int) {

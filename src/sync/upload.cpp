@@ -161,6 +161,8 @@ int GetRecsDirty(const char* name) {
   if (HasPartToApply(name)) return 0;
   const TableArea area(name);
   if (!area.isOpen()) return 0;
+  // Nor does anything go up while what came cannot be applied at all.
+  if (HasWholeToApply(name) && !OpenIndexes(name, area.number())) return 0;
   bool stored = true;
   int records = 0;
   {

@@ -158,6 +158,11 @@ TEST(HostVerbs, AgreeWithADesk) {
        "7\nrc 0"},
       // The desk has called another host meanwhile.
       {"(PORT=$OTHER; desk one); atHost CODE GOODS 4; desk one; desk one && alike GOODS", "8\nrc 0"},
+      // The same where only the desk has something new.
+      {"host table create UP CODE:C:8 --direction up; desk one; (PORT=$OTHER; desk one); atDesk CODE UP 1; for n in 1 "
+       "2 3; do "
+       "desk one; done; alike UP",
+       "2\nrc 0"},
       // What only goes down gives way to nothing, too.
       {"atDesk CODE DOWN 1; desk one; desk one && alike DOWN", "1\nrc 0"},
       // What waits for a table does not outlive it.
