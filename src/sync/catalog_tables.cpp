@@ -110,6 +110,15 @@ void visitRowsOf(const std::string& table, const Catalog& catalog, Visit visit) 
   visitRows(catalog, [&](const RecordValues& values) { return !values.is("TBL_NAME", table) || visit(values); });
 }
 
+bool hasRowsOf(const std::string& table, const Catalog& catalog) {
+  bool has = false;
+  visitRowsOf(table, catalog, [&has](const RecordValues&) {
+    has = true;
+    return false;
+  });
+  return has;
+}
+
 }  // namespace
 
 int CatalogTableRecords() {
@@ -159,21 +168,11 @@ std::vector<CatalogTable> CatalogTables() {
 }
 
 bool IsCatalogued(const std::string& table) {
-  bool found = false;
-  visitRowsOf(table, kCatalogs[0], [&found](const RecordValues&) {
-    found = true;
-    return false;
-  });
-  return found;
+  return hasRowsOf(table, kCatalogs[0]);
 }
 
 bool HasKey(const std::string& table) {
-  bool has = false;
-  visitRowsOf(table, kCatalogs[2], [&has](const RecordValues&) {
-    has = true;
-    return false;
-  });
-  return has;
+  return hasRowsOf(table, kCatalogs[2]);
 }
 
 std::string CatalogKeyOf(const std::string& table) {
