@@ -24,7 +24,8 @@ void noteClosed(const char* name) {
 }
 
 int deleteNowOrLater(const char* name) {
-  if (DmFindDatabase(0, name) == 0) return 0;
+  // The lists that a session holds open are no tables.
+  if (IsTemporaryName(name) || DmFindDatabase(0, name) == 0) return 0;
   if (HasDirty(name) != 0) {
     EnqueueDelete(name);
     return 0;
@@ -37,8 +38,7 @@ int deleteNowOrLater(const char* name) {
 }  // namespace
 
 int Op_DeleteTbl(const char* name) {
-  // The lists that a session holds open are no tables.
-  if (name == nullptr || IsTemporaryName(name)) return 0;
+  if (name == nullptr) return 0;
   // What came for it before does not come back in the table that the catalogue has made anew.
   DeleteTemporary(name, kPacketsReceived);
   return deleteNowOrLater(name);
